@@ -1,0 +1,71 @@
+# Test programs. Include once, before the tests folder.
+
+enable_testing()
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+# backhaul_test_library(<name> SOURCES <file>... [LIBS <target>...])
+# A static library for tests only, with the tests' flags: exceptions allowed, sanitized.
+function(backhaul_test_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBS")
+    add_library(${name} STATIC ${arg_SOURCES})
+    backhaul_common(${name})
+    target_link_libraries(${name} PRIVATE backhaul_sanitizers)
+    target_link_libraries(${name} PUBLIC ${arg_LIBS} GTest::gmock GTest::gtest Threads::Threads)
+endfunction()
+
+# backhaul_test(<name> LABEL unit|process|lab|fuzz SOURCES <file>... [LIBS <target>...]
+#               [TIMEOUT <seconds>])
+# The program <build>/tests/<name>; each of its tests is known to CTest as <name>.<suite>.<test>.
+# Sources see BACKHAUL_BUILD_DIR and BACKHAUL_SOURCE_DIR as texts. A main() from LIBS comes before
+# GoogleTest's own. Tests other than unit tests also bring the daemon and the lab up to date.
+function(backhaul_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL;TIMEOUT" "SOURCES;LIBS")
+    if(NOT arg_LABEL MATCHES "^(unit|process|lab|fuzz)$")
+        message(FATAL_ERROR "backhaul_test(${name}): LABEL must be unit, process, lab or fuzz")
+    endif()
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 120)
+        if(arg_LABEL STREQUAL "unit")
+            set(arg_TIMEOUT 60)
+        endif()
+    endif()
+    add_executable(${name} ${arg_SOURCES})
+    backhaul_common(${name})
+    target_compile_definitions(${name} PRIVATE
+        BACKHAUL_BUILD_DIR="${PROJECT_BINARY_DIR}" BACKHAUL_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    target_link_libraries(${name} PRIVATE
+        backhaul_sanitizers ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+    if(NOT arg_LABEL STREQUAL "unit" AND TARGET backhaul_monitor)
+        add_dependencies(${name} backhaul_monitor)
+    endif()
+    gtest_discover_tests(${name}
+        DISCOVERY_MODE PRE_TEST
+        DISCOVERY_TIMEOUT 60
+        TEST_PREFIX "${name}."
+        PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
+endfunction()
+
+# backhaul_fuzz(<name> SOURCES <file>... CORPUS <folder> [LIBS <target>...])
+# A decoder under fuzz: SOURCES define LLVMFuzzerTestOneInput. With BACKHAUL_FUZZ the program is
+# the fuzzer <build>/fuzz/<name>; without, <build>/tests/<name> replays the corpus as one test.
+function(backhaul_fuzz name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "CORPUS" "SOURCES;LIBS")
+    add_executable(${name} ${arg_SOURCES})
+    backhaul_common(${name})
+    target_link_libraries(${name} PRIVATE backhaul_sanitizers ${arg_LIBS})
+    cmake_path(ABSOLUTE_PATH arg_CORPUS BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR})
+    if(BACKHAUL_FUZZ)
+        target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+        set_target_properties(${name} PROPERTIES
+            RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/fuzz)
+        add_test(NAME ${name}.replay COMMAND ${name} -runs=0 ${arg_CORPUS})
+    else()
+        target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/fuzz_replay_main.cpp)
+        set_target_properties(${name} PROPERTIES
+            RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
+        add_test(NAME ${name}.replay COMMAND ${name} ${arg_CORPUS})
+    endif()
+    set_tests_properties(${name}.replay PROPERTIES LABELS fuzz TIMEOUT 120)
+endfunction()
