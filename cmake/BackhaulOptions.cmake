@@ -35,9 +35,9 @@ target_compile_options(backhaul_warnings INTERFACE
     -Wall -Wextra -Wconversion -Wshadow -Wswitch-enum
     $<$<BOOL:${BACKHAUL_WERROR}>:-Werror>)
 
-# Flags of the daemon, of its libraries and of the tests, but never of what is preloaded into
-# the daemon or stands in for a tool.
-add_library(backhaul_sanitizers INTERFACE)
+# Sanitizer and coverage flags of the daemon, of its libraries and of the tests, but never of what
+# is preloaded into the daemon or stands in for a tool.
+add_library(backhaul_instrumented INTERFACE)
 if(BACKHAUL_SANITIZE STREQUAL "address")
     set(backhaul_sanitize_flags -fsanitize=address,undefined -fno-sanitize-recover=undefined)
     set(backhaul_sanitize_static -static-libasan -static-libubsan)
@@ -48,16 +48,20 @@ elseif(BACKHAUL_SANITIZE)
     message(FATAL_ERROR "BACKHAUL_SANITIZE is `${BACKHAUL_SANITIZE}`: use address or thread")
 endif()
 if(BACKHAUL_SANITIZE)
-    target_compile_options(backhaul_sanitizers INTERFACE
+    target_compile_options(backhaul_instrumented INTERFACE
         ${backhaul_sanitize_flags} -fno-omit-frame-pointer)
-    target_link_options(backhaul_sanitizers INTERFACE ${backhaul_sanitize_flags})
+    target_link_options(backhaul_instrumented INTERFACE ${backhaul_sanitize_flags})
     # A shared runtime would have to come before the preloaded clock; clang's is static anyway.
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        target_link_options(backhaul_sanitizers INTERFACE ${backhaul_sanitize_static})
+        target_link_options(backhaul_instrumented INTERFACE ${backhaul_sanitize_static})
     endif()
 endif()
+if(BACKHAUL_COVERAGE)
+    target_compile_options(backhaul_instrumented INTERFACE --coverage)
+    target_link_options(backhaul_instrumented INTERFACE --coverage)
+endif()
 if(BACKHAUL_FUZZ)
-    target_compile_options(backhaul_sanitizers INTERFACE -fsanitize=fuzzer-no-link)
+    target_compile_options(backhaul_instrumented INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 # Settings common to all targets: include root, language rules, warnings, hardening.
