@@ -1,0 +1,76 @@
+#pragma once
+
+// The interface record: what the daemon knows of one interface, and its live state.
+//
+// One record per line of the interface profile, built once by the loader (main thread of a
+// worker) and never freed. Afterwards the socket thread, the timer thread and the main thread
+// write the live fields without a lock (relaxed atomics); which of them and when is said in
+// link/ for the link state and its timeout, in intake/ for `bssid` and `channel`. Field order
+// and sizes are fixed.
+
+#include "runtime/mac_text.h"
+#include "runtime/relaxed.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+inline constexpr size_t INTF_NAME_SIZE = 16;
+
+/// Interface types (second column of the profile).
+enum intf_type : int32_t {
+    MAIN_SERVICE_AP = 0,
+    GUEST_SERVICE_AP = 1,
+    VISITOR_SERVICE_AP = 2,
+    BACKHAUL_STA = 3,
+    BACKHAUL_AP = 4,
+    PRE_DEF_AP = 5,
+    ETHERNET = 6,
+    AP_TIMER_INTF = 7,
+    INTF_TYPE_OTHER = 8,
+};
+
+/// Band bits (third column of the profile); 0 when the keyword is unknown.
+enum intf_band : uint8_t {
+    BAND_NONE = 0,
+    BAND_24G = 1,
+    BAND_5G = 2,
+    BAND_5G_HIGH = 4,
+    BAND_5G_LOW = 8,
+};
+
+struct intf_record {
+    std::array<char, INTF_NAME_SIZE> name{};
+    /// Upstream AP of a station; socket thread and timer thread write it.
+    RelaxedBytes<6> bssid;
+    /// AP that the station is to join; all zero = none. Scans write it, a failed switch clears it.
+    RelaxedBytes<6> configured_bssid;
+    uint8_t band = BAND_NONE;
+    Relaxed<uint8_t> channel{0};
+    /// Channel changes seen since the last clear (radar handling).
+    Relaxed<uint8_t> dfs_count{0};
+    /// Consecutive losses, signed: a network reload can take it from 0 to -1.
+    Relaxed<int8_t> disconnect_count{0};
+    Relaxed<uint8_t> ready_count{0};
+    Relaxed<uint8_t> uplink_scan_count{0};
+    uint16_t priority = 0;
+    /// 1 while a timeout is pending; written under `timer_mutex`.
+    Relaxed<uint8_t> timer_type{0};
+    Relaxed<uint8_t> held_down{0};
+    /// 1 once the agent's output file of this AP exists.
+    Relaxed<uint8_t> autoconfig_state{0};
+    /// 0 = independent interface, else it follows the primary service AP of its type.
+    uint8_t follow_primary = 0;
+    Relaxed<uint8_t> other_band_scan_enable{0};
+    Relaxed<uint8_t> other_band_switching{0};
+    /// time() at which the pending timeout started, 0 = none; written under `timer_mutex`.
+    Relaxed<uint32_t> timer_start{0};
+    int32_t type = INTF_TYPE_OTHER;
+    /// Link state (link/link_state.h).
+    Relaxed<int32_t> state{0};
+};
+
+/// True for the three service AP types that clients use.
+constexpr bool intf_type_is_service_ap(int32_t type) {
+    return type == MAIN_SERVICE_AP || type == GUEST_SERVICE_AP || type == VISITOR_SERVICE_AP;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+// Enciphering of node messages with the openssl tool, under the SSID of "ath20" as pass phrase.
+//
+// Any sending thread enciphers; the socket thread and the announce thread decipher. The files
+// have fixed names and no lock: two simultaneous calls may read each other's result, and the
+// receiver then drops the datagram.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+inline constexpr char SSL_OUTPUT_PATH[] = "/tmp/ssl_output";
+inline constexpr char SSL_INPUT_PATH[] = "/tmp/ssl_input";
+inline constexpr char SSL_DECRYPT_PATH[] = "/tmp/ssl_decrypt";
+/// Largest datagram, and the room for a plaintext word with its terminator.
+inline constexpr size_t MSG_SIZE = 256;
+
+using msg_bytes = std::array<uint8_t, MSG_SIZE>;
+using msg_word = std::array<char, MSG_SIZE>;
+
+/// Enciphers `message` into `out`. Returns the number of bytes, 0 when nothing could be produced.
+size_t backhaul_msg_encrypt(const char* message, msg_bytes& out);
+
+/// Deciphers `data` and puts the first word of the plaintext into `out` (zeroed by the caller).
+/// Returns 0, or -1 when one of the files cannot be opened.
+int backhaul_msg_decrypt(std::span<const uint8_t> data, msg_word& out);

@@ -1,0 +1,46 @@
+#pragma once
+
+// The root's list of live extenders, by AL MAC address, and its mirror "/tmp/backhaul_ap_list".
+//
+// Root loop thread only, no lock. The file survives a restart and is loaded again; it always
+// holds whole lines (written in one go). The rule who is alive is `ap_presence_step`, a function
+// of one database row.
+
+#include <array>
+#include <cstddef>
+
+inline constexpr char AP_LIST_PATH[] = "/tmp/backhaul_ap_list";
+inline constexpr size_t ALMAC_SIZE = 20;
+
+struct ap_node {
+    std::array<char, ALMAC_SIZE> almac;
+    ap_node* next;
+};
+
+/// Values carried from row to row: a null column keeps the previous row's value.
+struct ap_presence {
+    int alive = 0;
+    int not_alive = 0;
+};
+
+/// Takes one row's columns (null = keep) into `presence`; true when the extender counts as
+/// present: alive, or missed by the prober at most twice.
+bool ap_presence_step(ap_presence& presence, const char* alive, const char* not_alive);
+
+/// Loads the file at the start of the root loop; each address is logged as joining.
+void backhaul_ap_list_init();
+
+/// Appends a node. `from_file` 1: the file is not rewritten.
+void backhaul_ap_node_add(const char* almac, unsigned char from_file);
+
+/// Removes the first node with that address, if any.
+void backhaul_ap_node_del(const char* almac);
+
+/// Returns 1 when a node with exactly that address is in the list, else 0.
+int backhaul_ap_list_find(const char* almac);
+
+/// Rewrites the file from the list.
+void backhaul_ap_list_update();
+
+/// Brings the list in line with the database.
+void backhaul_ap_list_sync();

@@ -1,0 +1,25 @@
+#pragma once
+
+// The role file "/tmp/backhaul_mode_change": carries a role change to the next worker.
+//
+// Written by the control FIFO just before it ends the worker (socket thread), read at every
+// worker start (main thread), never removed.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+inline constexpr char MODE_FILE_PATH[] = "/tmp/backhaul_mode_change";
+inline constexpr char MODE_MASTER[] = "master";
+inline constexpr char MODE_SLAVE[] = "slave";
+inline constexpr size_t MODE_WORD_SIZE = 32;
+
+/// Role after reading `word`: "master" gives 1, "slave" 0, anything else `current`.
+uint8_t mode_role(const char* word, uint8_t current);
+
+/// Fills `word` with the file's first word (empty when the file is). Returns 0, or -1 when the
+/// file does not exist or cannot be opened. A last word without a line end counts.
+int mode_file_read(std::array<char, MODE_WORD_SIZE>& word);
+
+/// Writes `word` and a line end; skipped silently when the file cannot be opened.
+void mode_file_write(const char* word);
