@@ -35,7 +35,9 @@ public:
     ~CommandPipe();
     CommandPipe(const CommandPipe&) = delete;
     CommandPipe& operator=(const CommandPipe&) = delete;
-    FILE* file() const { return file_; }
+    FILE* file() const {
+        return file_;
+    }
 
 private:
     FILE* file_;

@@ -19,8 +19,12 @@ public:
     ~File();
     File(const File&) = delete;
     File& operator=(const File&) = delete;
-    FILE* get() const { return file_; }
-    explicit operator bool() const { return file_ != nullptr; }
+    FILE* get() const {
+        return file_;
+    }
+    explicit operator bool() const {
+        return file_ != nullptr;
+    }
 
 private:
     FILE* file_;
@@ -33,9 +37,9 @@ int file_first_word(FILE* file, std::span<char> out);
 
 /// Result of reading one word with "the file must go on after it" semantics.
 enum class word_result {
-    word,     ///< a word was read and something follows it (white space at least)
-    at_end,   ///< the end of the file was touched: a word that it ends does not count
-    failed,   ///< read error (for instance a directory): stop
+    word,    ///< a word was read and something follows it (white space at least)
+    at_end,  ///< the end of the file was touched: a word that it ends does not count
+    failed,  ///< read error (for instance a directory): stop
 };
 
 /// Reads the next word into `out` (bounded; the rest of an over-long word is swallowed with it)

@@ -15,10 +15,11 @@
 #include <string_view>
 
 /// A scalar (or pointer) with relaxed loads and stores; reads and assigns like the plain type.
-template <typename T> class Relaxed {
+template <typename T>
+class Relaxed {
 public:
     constexpr Relaxed() noexcept = default;
-    constexpr Relaxed(T value) noexcept : value_(value) {} // NOLINT(google-explicit-constructor)
+    constexpr Relaxed(T value) noexcept : value_(value) {}  // NOLINT(google-explicit-constructor)
     Relaxed(const Relaxed& other) noexcept : value_(other.get()) {}
     Relaxed& operator=(const Relaxed& other) noexcept {
         set(other.get());
@@ -30,9 +31,15 @@ public:
     }
     ~Relaxed() = default;
 
-    operator T() const noexcept { return get(); } // NOLINT(google-explicit-constructor)
-    T get() const noexcept { return value_.load(std::memory_order_relaxed); }
-    void set(T value) noexcept { value_.store(value, std::memory_order_relaxed); }
+    operator T() const noexcept {
+        return get();
+    }  // NOLINT(google-explicit-constructor)
+    T get() const noexcept {
+        return value_.load(std::memory_order_relaxed);
+    }
+    void set(T value) noexcept {
+        value_.store(value, std::memory_order_relaxed);
+    }
 
 private:
     std::atomic<T> value_{};
@@ -41,7 +48,8 @@ private:
 
 /// `N` bytes read and written byte by byte: a reader may see a mix of two values (an upstream
 /// address while it changes), which every reader here tolerates.
-template <size_t N> class RelaxedBytes {
+template <size_t N>
+class RelaxedBytes {
 public:
     using Value = std::array<uint8_t, N>;
 
@@ -64,7 +72,8 @@ private:
 
 /// A short text of at most `N` - 1 characters, zero padded; a concurrent reader may see a mix of
 /// the old and the new text but always a terminated one.
-template <size_t N> class RelaxedText {
+template <size_t N>
+class RelaxedText {
 public:
     using Value = std::array<char, N>;
 
@@ -79,7 +88,9 @@ public:
         std::memcpy(raw.data(), text.data(), text.size() < N ? text.size() : N - 1);
         bytes_.set(raw);
     }
-    bool empty() const noexcept { return get()[0] == '\0'; }
+    bool empty() const noexcept {
+        return get()[0] == '\0';
+    }
 
 private:
     RelaxedBytes<N> bytes_;

@@ -17,10 +17,10 @@
 
 #include "runtime/relaxed.h"
 
+#include <pthread.h>
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <pthread.h>
 
 struct intf_record;
 struct ap_node;

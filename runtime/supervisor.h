@@ -8,15 +8,15 @@
 
 /// What a wait status means to the supervisor.
 enum class worker_end {
-    exited,    ///< exit with any status: logged as normal, next worker after a second
-    restarted, ///< signal 10, a quiet restart request: next worker after a second
-    crashed,   ///< any other signal: logged as abnormal, flow log kept, next after a second
-    other,     ///< anything else: next worker at once
+    exited,     ///< exit with any status: logged as normal, next worker after a second
+    restarted,  ///< signal 10, a quiet restart request: next worker after a second
+    crashed,    ///< any other signal: logged as abnormal, flow log kept, next after a second
+    other,      ///< anything else: next worker at once
 };
 
 struct worker_end_info {
     worker_end kind;
-    int signal; ///< the signal number for `restarted` and `crashed`, else 0
+    int signal;  ///< the signal number for `restarted` and `crashed`, else 0
 };
 
 /// Signal that asks for a quiet restart.
