@@ -9,7 +9,7 @@
 inline constexpr size_t FIFO_READ_SIZE = 32;
 
 enum class fifo_command {
-    none, ///< unknown, or a role that the node already has
+    none,  ///< unknown, or a role that the node already has
     master,
     slave,
     approval_list_changed,

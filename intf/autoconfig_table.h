@@ -12,9 +12,9 @@
 struct autoconfig_row {
     int32_t type;
     uint8_t band;
-    const char* start_line;  ///< command 17 with the AP's code
-    const char* output_path; ///< exists once the configuration was received; null = never tested
-    const char* state_path;  ///< exists once it was applied; null = never tested
+    const char* start_line;   ///< command 17 with the AP's code
+    const char* output_path;  ///< exists once the configuration was received; null = never tested
+    const char* state_path;   ///< exists once it was applied; null = never tested
 };
 
 /// Row of a service AP, the band bits tested in the order 2.4 GHz, 5 GHz, 5 GHz low, 5 GHz high;
@@ -23,15 +23,15 @@ const autoconfig_row* autoconfig_row_find(int32_t type, uint8_t band);
 
 /// Files removed at the start of a pass, in this order.
 inline constexpr std::array<const char*, 18> AUTOCONFIG_FILES = {
-    "/tmp/vl1905/APautooutput_24G",         "/tmp/vl1905/APautooutput_G1_24G",
-    "/tmp/vl1905/APautooutput_V_24G",       "/tmp/vl1905/APautooutput_5G",
-    "/tmp/vl1905/APautooutput_G1_5G",       "/tmp/vl1905/APautooutput_V_5G",
-    "/tmp/vl1905/APautoconfig_5G2",         "/tmp/vl1905/APautoconfig_G1_5G2",
-    "/tmp/vl1905/APautoconfig_V_5G2",       "/tmp/vl1905/vl1905WIFIState_24G",
-    "/tmp/vl1905/vl1905WIFIState_G1_24G",   "/tmp/vl1905/vl1905WIFIState_V_24G",
-    "/tmp/vl1905/vl1905WIFIState_5G",       "/tmp/vl1905/vl1905WIFIState_G1_5G",
-    "/tmp/vl1905/vl1905WIFIState_V_5G",     "/tmp/vl1905/vl1905WIFIState_5G2",
-    "/tmp/vl1905/vl1905WIFIState_G1_5G2",   "/tmp/vl1905/vl1905WIFIState_V_5G2",
+    "/tmp/vl1905/APautooutput_24G",       "/tmp/vl1905/APautooutput_G1_24G",
+    "/tmp/vl1905/APautooutput_V_24G",     "/tmp/vl1905/APautooutput_5G",
+    "/tmp/vl1905/APautooutput_G1_5G",     "/tmp/vl1905/APautooutput_V_5G",
+    "/tmp/vl1905/APautoconfig_5G2",       "/tmp/vl1905/APautoconfig_G1_5G2",
+    "/tmp/vl1905/APautoconfig_V_5G2",     "/tmp/vl1905/vl1905WIFIState_24G",
+    "/tmp/vl1905/vl1905WIFIState_G1_24G", "/tmp/vl1905/vl1905WIFIState_V_24G",
+    "/tmp/vl1905/vl1905WIFIState_5G",     "/tmp/vl1905/vl1905WIFIState_G1_5G",
+    "/tmp/vl1905/vl1905WIFIState_V_5G",   "/tmp/vl1905/vl1905WIFIState_5G2",
+    "/tmp/vl1905/vl1905WIFIState_G1_5G2", "/tmp/vl1905/vl1905WIFIState_V_5G2",
 };
 
 /// Whether the agent reported a reload value of 0: the character '0' anywhere in the first line
