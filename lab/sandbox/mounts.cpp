@@ -1,0 +1,318 @@
+#include "lab/sandbox/mounts.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "lab/sandbox/layout.h"
+
+namespace lab {
+namespace {
+
+int fail(std::string& error, const std::string& what) {
+    error = what + ": " + strerror(errno);
+    return -1;
+}
+
+bool is_directory(const std::string& path) {
+    struct stat about {};
+    return stat(path.c_str(), &about) == 0 && S_ISDIR(about.st_mode);
+}
+
+bool exists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
+// The place itself, all links followed; the path as it is when there is none.
+std::string real_place(const std::string& path) {
+    std::array<char, PATH_MAX> resolved{};
+    return realpath(path.c_str(), resolved.data()) == nullptr ? path : resolved.data();
+}
+
+bool lies_under(const std::string& path, const std::string& folder) {
+    return path == folder || path.rfind(folder + "/", 0) == 0;
+}
+
+void make_folders(const std::string& path) {
+    for (size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1)) {
+        mkdir(path.substr(0, at).c_str(), 0755);
+    }
+    mkdir(path.c_str(), 0755);
+}
+
+void make_file(const std::string& path) {
+    const int fd = open(path.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
+    if (fd >= 0) {
+        close(fd);
+    }
+}
+
+// A file or folder held open across the mounts that will hide its name.
+class Held {
+   public:
+    explicit Held(const std::string& path) : fd_(open(path.c_str(), O_PATH | O_CLOEXEC)) {
+    }
+    ~Held() {
+        if (fd_ >= 0) {
+            close(fd_);
+        }
+    }
+    Held(const Held&) = delete;
+    Held& operator=(const Held&) = delete;
+    Held(Held&& other) noexcept : fd_(other.fd_) {
+        other.fd_ = -1;
+    }
+    bool open_failed() const {
+        return fd_ < 0;
+    }
+    int show_at(const std::string& place) const {
+        const std::string source = "/proc/self/fd/" + std::to_string(fd_);
+        return mount(source.c_str(), place.c_str(), nullptr, MS_BIND | MS_REC, nullptr);
+    }
+
+   private:
+    int fd_;
+};
+
+// What a covered place was before any sandbox covered it: a node inside a test's own sandbox must
+// not take the outer stand-ins for the real things.
+std::string original_of(const std::string& place) {
+    const std::string kept = std::string(kLabReal) + place;
+    return exists(kept) ? kept : place;
+}
+
+struct Cover {
+    std::string folder;              // real place of a folder
+    std::vector<std::string> added;  // names that become the stand-in tool
+};
+
+std::vector<Cover> covers_for_tool_places() {
+    std::vector<Cover> covers;
+    for (const std::string_view place : kToolPlaces) {
+        const size_t slash = place.rfind('/');
+        const std::string folder = real_place(std::string(place.substr(0, slash)));
+        const std::string name(place.substr(slash + 1));
+        size_t at = 0;
+        while (at < covers.size() && covers[at].folder != folder) {
+            ++at;
+        }
+        if (at == covers.size()) {
+            covers.push_back({folder, {}});
+        }
+        covers[at].added.push_back(name);
+    }
+    return covers;
+}
+
+// Fills `over` with a link for every entry of `real`, links copied as they are so that relative
+// ones still mean the same, and puts the tool under the added names.
+void fill_cover(const std::string& real, const std::string& over,
+                const std::vector<std::string>& added) {
+    for (const std::string& name : added) {
+        [[maybe_unused]] const int linked = symlink(kLabTool, (over + "/" + name).c_str());
+    }
+    DIR* folder = opendir(real.c_str());
+    if (folder == nullptr) {
+        return;
+    }
+    while (const dirent* entry = readdir(folder)) {
+        const std::string name = entry->d_name;
+        if (name == "." || name == "..") {
+            continue;
+        }
+        std::array<char, PATH_MAX> target{};
+        const ssize_t length =
+            readlink((real + "/" + name).c_str(), target.data(), target.size() - 1);
+        const std::string aim = length > 0 ? std::string(target.data()) : real + "/" + name;
+        [[maybe_unused]] const int linked = symlink(aim.c_str(), (over + "/" + name).c_str());
+    }
+    closedir(folder);
+}
+
+int lay_over(const Cover& cover, const Held& original, std::string& error) {
+    const std::string real = std::string(kLabReal) + cover.folder;
+    const std::string over = std::string(kLabOver) + cover.folder;
+    make_folders(real);
+    make_folders(over);
+    if (original.show_at(real) != 0) {
+        return fail(error, "cannot keep " + cover.folder + " at " + real);
+    }
+    fill_cover(real, over, cover.added);
+    if (mount(over.c_str(), cover.folder.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+        return fail(error, "cannot lay over " + cover.folder);
+    }
+    return 0;
+}
+
+int empty_place(const char* place, const char* mode, std::string& error) {
+    if (mount("lab", place, "tmpfs", MS_NOSUID | MS_NODEV, mode) != 0) {
+        return fail(error, std::string("cannot mount an empty ") + place);
+    }
+    return 0;
+}
+
+int mount_empty_places(std::string& error) {
+    if (empty_place("/tmp", "mode=1777", error) != 0 ||
+        empty_place("/var/log", "mode=755", error) != 0 ||
+        empty_place("/run", "mode=755", error) != 0) {
+        return -1;
+    }
+    if (real_place("/var/run") != "/run" &&
+        mount("/run", "/var/run", nullptr, MS_BIND, nullptr) != 0) {
+        return fail(error, "cannot show /run at /var/run");
+    }
+    for (const char* folder :
+         {kLabRoot, kLabBin, kLabLib, kLabState, kLabRecord, kLabTimers, kLabReal, kLabOver,
+          kLabOut}) {
+        make_folders(folder);
+    }
+    chmod(kLabRecord, 0777);
+    return 0;
+}
+
+int show_file(const Held& file, const std::string& name, const std::string& place,
+              std::string& error) {
+    if (file.open_failed()) {
+        error = name + " is missing: build the target backhaul_lab";
+        return -1;
+    }
+    make_file(place);
+    return file.show_at(place) == 0 ? 0 : fail(error, "cannot show " + name + " at " + place);
+}
+
+int furnish_tools(const Held& tool, const Held& shell, const Held& recorder,
+                  const std::string& programs, std::string& error) {
+    if (show_file(tool, programs + "/lab_tool", kLabTool, error) != 0) {
+        return -1;
+    }
+    for (const std::string_view name : kToolNames) {
+        const std::string place = std::string(kLabBin) + "/" + std::string(name);
+        [[maybe_unused]] const int linked = symlink(kLabTool, place.c_str());
+    }
+    if (show_file(shell, "/bin/sh", kLabRealShell, error) != 0) {
+        return -1;
+    }
+    return show_file(recorder, programs + "/lab_sh", real_place("/bin/sh"), error);
+}
+
+void put_tools_on_path(bool tools) {
+    const char* old = getenv("PATH");
+    std::string path = old == nullptr ? "/usr/bin:/bin" : old;
+    path += ":/usr/sbin:/sbin";
+    if (tools && !lies_under(path, kLabBin) && path.rfind(std::string(kLabBin) + ":", 0) != 0) {
+        path = std::string(kLabBin) + ":" + path;
+    }
+    setenv("PATH", path.c_str(), 1);
+}
+
+struct Kept {
+    std::string place;
+    Held held;
+};
+
+// Folders that one of the empty places would hide, held open while they can still be found.
+std::vector<Kept> hold_hidden(const SandboxOptions& options) {
+    std::vector<Kept> kept;
+    std::vector<std::string> places = options.keep;
+    places.push_back(options.programs);
+    // Outer folders first: an inner one is then already visible.
+    std::sort(places.begin(), places.end());
+    for (const std::string& folder : places) {
+        const std::string place = real_place(folder);
+        if (lies_under(place, "/tmp") || lies_under(place, "/run") ||
+            lies_under(place, "/var/log")) {
+            kept.push_back({place, Held(place)});
+        }
+    }
+    return kept;
+}
+
+int show_kept(const std::vector<Kept>& kept, std::string& error) {
+    for (const Kept& one : kept) {
+        if (one.held.open_failed() || is_directory(one.place)) {
+            continue;
+        }
+        make_folders(one.place);
+        if (one.held.show_at(one.place) != 0) {
+            return fail(error, "cannot keep " + one.place + " visible");
+        }
+    }
+    return 0;
+}
+
+int mount_kernel_views(std::string& error) {
+    if (mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
+        return fail(error, "cannot mount a fresh /proc (a container that hides parts of /proc "
+                           "allows this to root only)");
+    }
+    if (mount("sysfs", "/sys", "sysfs", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
+        return fail(error, "cannot mount a fresh /sys");
+    }
+    return 0;
+}
+
+}  // namespace
+
+int mounts_make_private(std::string& error) {
+    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0) {
+        return 0;
+    }
+    // In a change-rooted folder "/" is no mount point. What the folder's file system shares with
+    // the outside cannot be cut from here, so the mount points inside are cut one by one.
+    if (errno != EINVAL) {
+        return fail(error, "cannot make mounts private");
+    }
+    for (const char* place : {"/proc", "/sys", "/dev", "/tmp", "/run", "/var/log"}) {
+        mount(nullptr, place, nullptr, MS_REC | MS_PRIVATE, nullptr);
+    }
+    return 0;
+}
+
+int mounts_furnish(const SandboxOptions& options, std::string& error) {
+    if (mount_kernel_views(error) != 0) {
+        return -1;
+    }
+    const Held tool(options.programs + "/lab_tool");
+    const Held recorder(options.programs + "/lab_sh");
+    const Held clock(options.programs + "/liblab_clock.so");
+    const Held daemon(options.daemon);
+    const Held shell(exists(kLabRealShell) ? std::string(kLabRealShell) : real_place("/bin/sh"));
+    const std::vector<Kept> kept = hold_hidden(options);
+    const std::vector<Cover> covers =
+        options.tools ? covers_for_tool_places() : std::vector<Cover>{};
+    std::vector<Held> originals;
+    for (const Cover& cover : covers) {
+        originals.emplace_back(original_of(cover.folder));
+    }
+    if (mount_empty_places(error) != 0 || show_kept(kept, error) != 0) {
+        return -1;
+    }
+    if (show_file(clock, options.programs + "/liblab_clock.so", kLabClockModule, error) != 0) {
+        return -1;
+    }
+    if (!options.daemon.empty() && show_file(daemon, options.daemon, kLabDaemon, error) != 0) {
+        return -1;
+    }
+    for (size_t at = 0; at < covers.size(); ++at) {
+        if (lay_over(covers[at], originals[at], error) != 0) {
+            return -1;
+        }
+    }
+    if (options.tools &&
+        furnish_tools(tool, shell, recorder, options.programs, error) != 0) {
+        return -1;
+    }
+    put_tools_on_path(options.tools);
+    return 0;
+}
+
+}  // namespace lab

@@ -1,0 +1,17 @@
+// The file side of a sandbox: which places are empty, covered or replaced. Called once, by process
+// 1 of the new sandbox, inside its own mount and pid namespaces.
+#pragma once
+
+#include <string>
+
+#include "lab/sandbox/sandbox.h"
+
+namespace lab {
+
+// Cuts the mount namespace off from the one it was copied from. Returns 0 or -1.
+int mounts_make_private(std::string& error);
+
+// Mounts everything that `options` asks for and puts the tools first on PATH. Returns 0 or -1.
+int mounts_furnish(const SandboxOptions& options, std::string& error);
+
+}  // namespace lab

@@ -1,0 +1,17 @@
+// The network side of a sandbox, made with iproute2. Called once, by process 1 of the new sandbox,
+// inside its own network namespace.
+#pragma once
+
+#include <string>
+
+#include "lab/sandbox/sandbox.h"
+
+namespace lab {
+
+// The commands for `ip -batch` that make the network of `plan`, one a line.
+std::string network_commands(const NetworkPlan& plan);
+
+// Runs them. Returns 0 or -1.
+int network_furnish(const NetworkPlan& plan, std::string& error);
+
+}  // namespace lab

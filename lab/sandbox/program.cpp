@@ -1,0 +1,102 @@
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "lab/sandbox/sandbox.h"
+
+namespace lab {
+namespace {
+
+struct Pipe {
+    std::array<int, 2> end{-1, -1};
+    Pipe() { opened = pipe2(end.data(), O_CLOEXEC) == 0; }
+    ~Pipe() {
+        shut(0);
+        shut(1);
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+    void shut(size_t which) {
+        if (end[which] >= 0) {
+            close(end[which]);
+            end[which] = -1;
+        }
+    }
+    bool opened = false;
+};
+
+void write_all(int fd, const std::string& text) {
+    size_t done = 0;
+    while (done < text.size()) {
+        const ssize_t put = write(fd, text.data() + done, text.size() - done);
+        if (put <= 0) {
+            return;
+        }
+        done += static_cast<size_t>(put);
+    }
+}
+
+std::string read_all(int fd) {
+    std::string text;
+    std::array<char, 4096> block{};
+    ssize_t got = 0;
+    while ((got = read(fd, block.data(), block.size())) > 0) {
+        text.append(block.data(), static_cast<size_t>(got));
+    }
+    return text;
+}
+
+int spawn_with_pipes(const std::vector<std::string>& words, const Pipe& in, const Pipe& out,
+                     pid_t& child) {
+    std::vector<char*> argv;
+    for (const std::string& word : words) {
+        argv.push_back(const_cast<char*>(word.c_str()));
+    }
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, in.end[0], STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, out.end[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, out.end[1], STDERR_FILENO);
+    const int result = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    return result;
+}
+
+}  // namespace
+
+int run_program(const std::vector<std::string>& words, const std::string& input,
+                std::string& error) {
+    Pipe in;
+    Pipe out;
+    if (!in.opened || !out.opened) {
+        error = std::string("no pipe: ") + strerror(errno);
+        return -1;
+    }
+    pid_t child = -1;
+    const int result = spawn_with_pipes(words, in, out, child);
+    if (result != 0) {
+        error = "cannot run `" + words[0] + "`: " + strerror(result);
+        return -1;
+    }
+    in.shut(0);
+    out.shut(1);
+    write_all(in.end[1], input);
+    in.shut(1);
+    const std::string said = read_all(out.end[0]);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
+        return 0;
+    }
+    error = "`" + words[0] + "` failed: " + said;
+    return -1;
+}
+
+}  // namespace lab

@@ -1,0 +1,211 @@
+#include "lab/sandbox/sandbox.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include "lab/sandbox/mounts.h"
+#include "lab/sandbox/network.h"
+
+namespace lab {
+namespace {
+
+// Written by process 1 when all went well; anything else it writes is the reason why not.
+constexpr char kReady[] = "ready";
+
+int write_file(const char* path, const std::string& text) {
+    const int fd = open(path, O_WRONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return -1;
+    }
+    const ssize_t put = write(fd, text.data(), text.size());
+    close(fd);
+    return put == static_cast<ssize_t>(text.size()) ? 0 : -1;
+}
+
+// Makes the caller root of its new user namespace.
+int map_to_root(uid_t uid, gid_t gid, std::string& error) {
+    write_file("/proc/self/setgroups", "deny");
+    if (write_file("/proc/self/uid_map", "0 " + std::to_string(uid) + " 1") != 0 ||
+        write_file("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1") != 0) {
+        error = std::string("cannot become root of a user namespace: ") + strerror(errno);
+        return -1;
+    }
+    return 0;
+}
+
+// A fork into new namespaces. unshare() cannot do it: a thread sanitizer's own thread makes the
+// process multi-threaded, which a new user namespace does not allow.
+pid_t fork_into_namespaces(bool user) {
+    unsigned long flags = CLONE_NEWNS | CLONE_NEWNET | CLONE_NEWIPC | CLONE_NEWPID | SIGCHLD;
+    if (user) {
+        flags |= CLONE_NEWUSER;
+    }
+    return static_cast<pid_t>(syscall(SYS_clone, flags, nullptr, nullptr, nullptr, nullptr));
+}
+
+std::string why_no_namespaces(int reason, bool user) {
+    std::string text = "the tests and the lab need private namespaces, which this machine refuses";
+    text += user ? " to an ordinary user (user namespaces are off): run as root"
+                 : " (a container without CAP_SYS_ADMIN?)";
+    return text + ": " + strerror(reason);
+}
+
+struct NewSandbox {
+    pid_t pid = -1;    // process 1 as seen by the caller; 0 in process 1 itself
+    int report = -1;   // process 1 writes how it went; the caller reads it
+};
+
+int clone_sandbox(NewSandbox& made, std::string& error) {
+    std::array<int, 2> report{-1, -1};
+    if (pipe2(report.data(), O_CLOEXEC) != 0) {
+        error = std::string("no pipe: ") + strerror(errno);
+        return -1;
+    }
+    const bool user = geteuid() != 0;
+    const uid_t uid = geteuid();
+    const gid_t gid = getegid();
+    fflush(nullptr);
+    made.pid = fork_into_namespaces(user);
+    const int reason = errno;
+    if (made.pid < 0) {
+        close(report[0]);
+        close(report[1]);
+        error = why_no_namespaces(reason, user);
+        return -1;
+    }
+    made.report = report[made.pid == 0 ? 1 : 0];
+    close(report[made.pid == 0 ? 0 : 1]);
+    if (made.pid == 0) {
+        std::string ignored;
+        if (user) {
+            map_to_root(uid, gid, ignored);
+        }
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        prctl(PR_SET_NAME, "lab_init");
+    }
+    return 0;
+}
+
+int furnish(const SandboxOptions& options, std::string& error) {
+    umask(022);
+    if (mounts_make_private(error) != 0 || mounts_furnish(options, error) != 0 ||
+        network_furnish(options.network, error) != 0) {
+        return -1;
+    }
+    return chdir("/");
+}
+
+void report_ready(int fd, int result, const std::string& error) {
+    const std::string text = result == 0 ? std::string(kReady) : error;
+    [[maybe_unused]] const ssize_t put = write(fd, text.data(), text.size());
+    close(fd);
+}
+
+int await_ready(const NewSandbox& made, std::string& error) {
+    std::string text;
+    std::array<char, 512> block{};
+    ssize_t got = 0;
+    while ((got = read(made.report, block.data(), block.size())) > 0 ||
+           (got < 0 && errno == EINTR)) {
+        if (got > 0) {
+            text.append(block.data(), static_cast<size_t>(got));
+        }
+    }
+    close(made.report);
+    if (text == kReady) {
+        return 0;
+    }
+    error = "no sandbox: " + (text.empty() ? "its first process died" : text);
+    waitpid(made.pid, nullptr, 0);
+    return -1;
+}
+
+// Reaps until `child` has ended and returns its status; with -1 reaps for ever.
+int reap_until(pid_t child) {
+    int status = 0;
+    for (;;) {
+        const pid_t ended = waitpid(-1, &status, 0);
+        if (ended == child && child > 0) {
+            return status;
+        }
+        if (ended < 0 && errno == ECHILD) {
+            // Nobody to reap yet: orphans announce themselves with the signal.
+            sigset_t children;
+            sigemptyset(&children);
+            sigaddset(&children, SIGCHLD);
+            sigwaitinfo(&children, nullptr);
+        }
+    }
+}
+
+void block_child_signal() {
+    sigset_t children;
+    sigemptyset(&children);
+    sigaddset(&children, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &children, nullptr);
+}
+
+int exit_code_of(int status) {
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+}  // namespace
+
+pid_t sandbox_start(const SandboxOptions& options, std::string& error) {
+    NewSandbox made;
+    if (clone_sandbox(made, error) != 0) {
+        return -1;
+    }
+    if (made.pid == 0) {
+        const int result = furnish(options, error);
+        report_ready(made.report, result, error);
+        if (result != 0) {
+            _exit(1);
+        }
+        block_child_signal();
+        close_range(3, ~0U, 0);
+        reap_until(-1);
+    }
+    return await_ready(made, error) == 0 ? made.pid : -1;
+}
+
+int sandbox_enter(const SandboxOptions& options, std::string& error) {
+    NewSandbox made;
+    if (clone_sandbox(made, error) != 0) {
+        return -1;
+    }
+    if (made.pid != 0) {
+        if (await_ready(made, error) != 0) {
+            return -1;
+        }
+        int status = 0;
+        while (waitpid(made.pid, &status, 0) < 0 && errno == EINTR) {
+        }
+        _exit(exit_code_of(status));
+    }
+    const int result = furnish(options, error);
+    if (result != 0) {
+        report_ready(made.report, result, error);
+        _exit(1);
+    }
+    const pid_t inside = fork();
+    if (inside == 0) {
+        close(made.report);
+        return 0;
+    }
+    report_ready(made.report, inside < 0 ? -1 : 0, "no second process");
+    block_child_signal();
+    _exit(inside < 0 ? 1 : exit_code_of(reap_until(inside)));
+}
+
+}  // namespace lab

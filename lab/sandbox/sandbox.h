@@ -1,0 +1,51 @@
+// A sandbox: the private mount, network, ipc and pid namespaces in which a test program or one
+// stand-in router lives. Inside, /tmp, /var/log and /run are empty, /proc and /sys are fresh, the
+// firmware's tools are stand-ins that record their calls, /bin/sh records its lines, and "br-lan"
+// has an address. Nothing outside changes, and nothing outlives the process that started it.
+//
+// Called by the main() of test programs (sandbox_enter) and by Node (sandbox_start), on the main
+// thread. As root it needs nothing else; as an ordinary user it also makes a user namespace, where
+// the machine allows that. Results are 0 or -1 (or a pid or -1); on -1 `error` holds a sentence
+// for the reader, who is expected to fail with it, never to skip.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace lab {
+
+// The network of a sandbox: a loopback, "br-lan" and one device per radio interface.
+struct NetworkPlan {
+    bool bridge = true;                       // whether "br-lan" exists at all
+    std::string address = "192.168.1.10/24";  // of "br-lan", with its broadcast; empty: none
+    std::string gateway = "192.168.1.1";      // of the default route; empty: no default route
+    std::vector<std::string> radios;          // athN devices to make, up
+    bool switch_bridge = false;               // make "lab-switch" instead: where nodes meet
+};
+
+struct SandboxOptions {
+    std::string programs;           // folder of lab_tool, lab_sh and liblab_clock.so
+    std::string daemon;             // daemon to show as /run/lab/backhaul_monitor; may be empty
+    std::vector<std::string> keep;  // folders that must stay visible under their own names
+    bool tools = true;              // false: no stand-in tools, no recording shell
+    NetworkPlan network;
+};
+
+// Starts process 1 of a new sandbox and returns when the sandbox is ready. Process 1 reaps what is
+// orphaned and otherwise sleeps; killing it ends everything inside. It ends with its parent.
+// Returns its pid as the caller sees it, or -1.
+pid_t sandbox_start(const SandboxOptions& options, std::string& error);
+
+// Moves the calling program into a new sandbox: returns 0 in a copy of the caller that runs as
+// process 2 of the sandbox; the original waits for that copy and ends with its status. Returns -1
+// in the original when the sandbox cannot be made. The caller must not have started threads.
+int sandbox_enter(const SandboxOptions& options, std::string& error);
+
+// Runs a program without the shell, `input` on its standard input, its error output captured.
+// Returns 0 when it ended with status 0; else -1 and `error` says what it said.
+int run_program(const std::vector<std::string>& words, const std::string& input,
+                std::string& error);
+
+}  // namespace lab
