@@ -10,10 +10,10 @@
 #include <cstdint>
 
 enum class link_loss_action {
-    none,                 ///< the state has no retry
-    reconnect,            ///< the supplicant is told to reconnect
-    restart_unconfigured, ///< the chosen AP is forgotten, the station switched off and on
-    park,                 ///< too many losses: off, parked, look for a backup
+    none,                  ///< the state has no retry
+    reconnect,             ///< the supplicant is told to reconnect
+    restart_unconfigured,  ///< the chosen AP is forgotten, the station switched off and on
+    park,                  ///< too many losses: off, parked, look for a backup
 };
 
 /// Whether a loss counts: never on 2.4 GHz, never while switching to a target AP.

@@ -43,7 +43,7 @@ enum class link_timer_action : uint8_t { arm, clear };
 
 struct link_transition {
     int32_t current;
-    int32_t requested; ///< also the state entered
+    int32_t requested;  ///< also the state entered
     link_timer_action timer;
 };
 

@@ -15,7 +15,7 @@ inline constexpr uint8_t UPLINK_SCANS_MAX = 6;
 struct ready_decay_result {
     int8_t disconnect_count;
     uint8_t ready_count;
-    bool counted; ///< false: there was nothing to forgive and nothing is logged
+    bool counted;  ///< false: there was nothing to forgive and nothing is logged
 };
 
 /// One ready period: after `ready_decay` of them one disconnect is forgiven.
