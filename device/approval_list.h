@@ -21,8 +21,8 @@ struct approval_line {
 void approval_line_scan(const char* text, approval_line& line);
 
 enum class approval_readiness {
-    missing,   ///< the list cannot be opened
-    not_ready, ///< an approved line still lacks its model
+    missing,    ///< the list cannot be opened
+    not_ready,  ///< an approved line still lacks its model
     ready,
 };
 

@@ -19,9 +19,9 @@ void device_hidden_ap_set(int value);
 
 /// What one configuration check does, from the state before it.
 struct wifi_config_step {
-    bool reload;              ///< carry the enabled flag to the companion now
-    uint8_t reload_next;      ///< new reload flag
-    uint8_t enabled_next;     ///< new enabled flag of the reference
+    bool reload;           ///< carry the enabled flag to the companion now
+    uint8_t reload_next;   ///< new reload flag
+    uint8_t enabled_next;  ///< new enabled flag of the reference
 };
 wifi_config_step wifi_config_choose(bool companion_exists, uint8_t reload, uint8_t enabled,
                                     const char* reference_disabled);

@@ -12,9 +12,9 @@ inline constexpr char WIRELESS_DEV_PATH[] = "/tmp/WirelessDev";
 /// The radio of a band and its files, or null for a band without a radio.
 struct radio_row {
     uint8_t band;
-    const char* radio;       ///< "wifi0", "wifi1", "wifi2"
-    const char* apply_path;  ///< takes the interface name
-    const char* status_path; ///< first word holds "isSetting" while the service applies
+    const char* radio;        ///< "wifi0", "wifi1", "wifi2"
+    const char* apply_path;   ///< takes the interface name
+    const char* status_path;  ///< first word holds "isSetting" while the service applies
 };
 const radio_row* radio_row_find(uint8_t band);
 

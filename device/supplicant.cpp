@@ -1,0 +1,156 @@
+#include "device/supplicant.h"
+
+#include "device/intf_enable.h"
+#include "device/system_probe.h"
+#include "device/uci.h"
+#include "runtime/command.h"
+#include "runtime/file_io.h"
+#include "runtime/flow_log.h"
+
+#include <unistd.h>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+namespace {
+
+constexpr size_t SSID_SIZE = 33;
+constexpr size_t AUTH_SIZE = 16;
+constexpr size_t KEY_SIZE = UCI_VALUE_MAX + 1;
+constexpr size_t CONF_PATH_SIZE = 64;
+/// Holds a status line of 256 characters.
+constexpr size_t STATUS_LINE_SIZE = 257;
+
+/// One try to attach; true when interface_add did not answer FAIL.
+bool supplicant_interface_add(const intf_record* record) {
+    const char* const name = record->name.data();
+    if (pid_file_alive(SUPPLICANT_PID_PATH) == 0) {
+        command_run("/etc/init.d/qca-wpa-supplicant boot");
+        sleep(1);
+    }
+    std::array<char, CONF_PATH_SIZE> path{};
+    std::snprintf(path.data(), path.size(), "/tmp/wpa_supplicant-%s.conf", name);
+    device_supplicant_conf_write(record, path.data());
+    // The control socket has no dash before "global", unlike the pid file.
+    command_format_run(COMMAND_SIZE_LONG,
+                       "wpa_cli -g /var/run/wpa_supplicantglobal interface_add %s %s athr "
+                       "/var/run/wpa_supplicant-%s \"\" br-lan > /tmp/wpa_result",
+                       name, path.data(), name);
+    const File file(WPA_RESULT_PATH, "r");
+    std::array<char, 64> word{};
+    return !file || file_first_word(file.get(), word) == 0 ||
+           std::string_view(word.data()) != "FAIL";
+}
+
+}  // namespace
+
+void device_supplicant_attach(const intf_record* record) {
+    // Its log lines carry the name of the operation that everybody calls.
+    static constexpr char CALLER[] = "dev_intf_enable_set";
+    for (;;) {
+        if (!supplicant_interface_add(record)) {
+            device_supplicant_detach(record);
+            flow_log("%s : wpa_cli fail, try again\n", CALLER);
+        } else if (wpa_state(record) == 1) {
+            flow_log("%s : %s is INTERFACE_DISABLED, restart it\n", CALLER, record->name.data());
+            device_supplicant_detach(record);
+        } else {
+            return;
+        }
+        sleep(1);
+    }
+}
+
+void device_supplicant_detach(const intf_record* record) {
+    // Two blanks before the verb are part of the line that others rely on.
+    command_format_run(COMMAND_SIZE_LONG,
+                       "wpa_cli -g /var/run/wpa_supplicantglobal  interface_remove %s",
+                       record->name.data());
+}
+
+void device_supplicant_conf_write(const intf_record* record, const char* path) {
+    const File file(path, "w");
+    if (!file) {
+        return;
+    }
+    const char* const name = record->name.data();
+    std::array<char, SSID_SIZE> ssid{};
+    std::array<char, AUTH_SIZE> auth{};
+    std::array<char, KEY_SIZE> key{};
+    wireless_uci_get(name, "ssid", ssid);
+    wireless_uci_get(name, "auth", auth);
+    wireless_uci_get(name, "WPAPSKkey", key);
+    std::fprintf(file.get(), "network={\n\tscan_ssid=1\n\tssid=\"%s\"\n", ssid.data());
+    // With any other value the block stays open, which is the required form of such a file.
+    if (std::string_view(auth.data()) == "WPA2PSK") {
+        std::fprintf(file.get(), "\tproto=RSN\n\tkey_mgmt=WPA-PSK\n\tpsk=\"%s\"\n}\n", key.data());
+    }
+}
+
+bool wpa_state_line_is_disabled(const char* line) {
+    return std::strstr(line, "INTERFACE_DISABLED") != nullptr;
+}
+
+int wpa_state(const intf_record* record) {
+    if (record->type != BACKHAUL_STA) {
+        return 0;
+    }
+    const char* const name = record->name.data();
+    command_format_run(COMMAND_SIZE_LONG,
+                       "wpa_cli -i %s -p /var/run/wpa_supplicant-%s status > /tmp/wpa_cli_status",
+                       name, name);
+    const File file(WPA_STATUS_PATH, "r");
+    if (!file) {
+        return 0;
+    }
+    std::array<char, STATUS_LINE_SIZE> line{};
+    while (std::fgets(line.data(), static_cast<int>(line.size()), file.get()) != nullptr) {
+        if (std::strstr(line.data(), "wpa_state") != nullptr) {
+            return wpa_state_line_is_disabled(line.data()) ? 1 : 0;
+        }
+    }
+    return 0;
+}
+
+void device_sta_intf_ssid_set(const intf_record* record) {
+    const char* const name = record->name.data();
+    std::array<char, SSID_SIZE> ssid{};
+    wireless_uci_get(name, "ssid", ssid);
+    command_format_run(COMMAND_SIZE_SHORT, "iwconfig %s essid on", name);
+    // The longest name and the longest SSID fill the buffer exactly.
+    std::array<char, COMMAND_SIZE_SHORT> line{};
+    static_assert(sizeof("iwconfig  essid ") - 1 + (INTF_NAME_SIZE - 1) + (SSID_SIZE - 1) <
+                  COMMAND_SIZE_SHORT);
+    std::snprintf(line.data(), line.size(), "iwconfig %s essid %s", name, ssid.data());
+    flow_log("%s : %s\n", __func__, line.data());
+    command_run(line.data());
+}
+
+void device_sta_disconnect(const intf_record* record) {
+    const char* const name = record->name.data();
+    command_format_run(COMMAND_SIZE_LONG, "wpa_cli -i %s -p /var/run/wpa_supplicant-%s disconnect",
+                       name, name);
+}
+
+void device_sta_reconnect(intf_record* record) {
+    // An unreadable pid file (-1) counts as a running supplicant.
+    if (pid_file_alive(SUPPLICANT_PID_PATH) == 0) {
+        dev_intf_enable_set(record, 1);
+        return;
+    }
+    const char* const name = record->name.data();
+    command_format_run(COMMAND_SIZE_SHORT, "ifconfig %s down", name);
+    command_format_run(COMMAND_SIZE_SHORT, "ifconfig %s up", name);
+    command_format_run(COMMAND_SIZE_LONG, "wpa_cli -i %s -p /var/run/wpa_supplicant-%s reconnect",
+                       name, name);
+}
+
+int device_sta_config_exist(const intf_record* record) {
+    std::array<char, KEY_SIZE> value{};
+    wireless_uci_get(record->name.data(), "ssid", value);
+    if (value[0] == '\0') {
+        return 0;
+    }
+    wireless_uci_get(record->name.data(), "WPAPSKkey", value);
+    return value[0] != '\0' ? 1 : 0;
+}
