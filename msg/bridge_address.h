@@ -2,8 +2,8 @@
 
 // IPv4 addresses of the LAN bridge: its broadcast address and its own. Any thread.
 
-#include <array>
 #include <netinet/in.h>
+#include <array>
 
 inline constexpr char LAN_BRIDGE[] = "br-lan";
 

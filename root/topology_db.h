@@ -39,10 +39,14 @@ public:
     DbTable& operator=(const DbTable&) = delete;
 
     /// Data rows, -1 after a failed query.
-    int rows() const { return rows_; }
+    int rows() const {
+        return rows_;
+    }
     /// Text of a data row (0 is the first) and column, null for a null value.
     const char* cell(int row, int column) const;
-    char** raw() const { return table_; }
+    char** raw() const {
+        return table_;
+    }
 
 private:
     int rows_ = -1;

@@ -1,0 +1,78 @@
+#include "root/topology_check.h"
+
+#include "device/station_info.h"
+#include "root/ap_list.h"
+#include "root/topology_db.h"
+#include "runtime/flow_log.h"
+#include "runtime/mac_text.h"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+using almac_text = std::array<char, ALMAC_SIZE>;
+
+/// AL MAC address of the node that owns the AP `bssid`, empty when no row knows it.
+almac_text ap_owner_get(const char* bssid) {
+    almac_text owner{};
+    const DbTable table(SQL_AP_OWNER, bssid);
+    const char* found = table.cell(0, 0);
+    if (found != nullptr) {
+        std::snprintf(owner.data(), owner.size(), "%s", found);
+    }
+    return owner;
+}
+
+}  // namespace
+
+int backhaul_db_topo_check(const char* bssid) {
+    const almac_text ap_almac = ap_owner_get(bssid);
+    if (ap_almac[0] == '\0') {
+        flow_log("%s : can not find ap almac\n", __func__);
+        return TOPO_AP_UNKNOWN;
+    }
+    mac_text own_almac{};
+    device_first_mac_get(own_almac.data());
+
+    const DbTable links(SQL_LIVE_LINKS);
+    if (links.rows() < 1) {
+        return TOPO_NO_LOOP;
+    }
+    const int result = topo_walk(ap_almac.data(), own_almac.data(), links.raw(), links.rows());
+    if (result == TOPO_LOOP) {
+        flow_log("%s : there will be a loop\n", __func__);
+    }
+    return result;
+}
+
+int topo_walk(const char* ap_almac, const char* own_almac, char** table, int rows) {
+    const char* current = ap_almac;
+    const char* parent = nullptr;
+    // No step limit: the database is acyclic apart from the link being tested.
+    while (backhaul_db_wifi_loop_check(current, &parent, table, rows) == TOPO_STEP_PARENT) {
+        if (std::strcmp(parent, own_almac) == 0) {
+            return TOPO_LOOP;
+        }
+        current = parent;
+    }
+    return TOPO_NO_LOOP;
+}
+
+int backhaul_db_wifi_loop_check(const char* almac, const char** parent, char** table, int rows) {
+    for (int row = 1; row <= rows; ++row) {
+        const size_t index = static_cast<size_t>(row) * 2;
+        const char* lower = table[index];
+        const char* upper = table[index + 1];
+        if (lower == nullptr || upper == nullptr) {
+            flow_log("%s : should not happend\n", __func__);
+            return TOPO_STEP_TOP;
+        }
+        if (std::strcmp(lower, almac) == 0) {
+            *parent = upper;
+            return TOPO_STEP_PARENT;
+        }
+    }
+    return TOPO_STEP_TOP;
+}
