@@ -70,6 +70,27 @@ struct intf_record {
     Relaxed<int32_t> state{0};
 };
 
+static_assert(offsetof(intf_record, name) == 0);
+static_assert(offsetof(intf_record, bssid) == 16);
+static_assert(offsetof(intf_record, configured_bssid) == 22);
+static_assert(offsetof(intf_record, band) == 28);
+static_assert(offsetof(intf_record, channel) == 29);
+static_assert(offsetof(intf_record, dfs_count) == 30);
+static_assert(offsetof(intf_record, disconnect_count) == 31);
+static_assert(offsetof(intf_record, ready_count) == 32);
+static_assert(offsetof(intf_record, uplink_scan_count) == 33);
+static_assert(offsetof(intf_record, priority) == 34);
+static_assert(offsetof(intf_record, timer_type) == 36);
+static_assert(offsetof(intf_record, held_down) == 37);
+static_assert(offsetof(intf_record, autoconfig_state) == 38);
+static_assert(offsetof(intf_record, follow_primary) == 39);
+static_assert(offsetof(intf_record, other_band_scan_enable) == 40);
+static_assert(offsetof(intf_record, other_band_switching) == 41);
+static_assert(offsetof(intf_record, timer_start) == 44);
+static_assert(offsetof(intf_record, type) == 48);
+static_assert(offsetof(intf_record, state) == 52);
+static_assert(sizeof(intf_record) == 56);
+
 /// True for the three service AP types that clients use.
 constexpr bool intf_type_is_service_ap(int32_t type) {
     return type == MAIN_SERVICE_AP || type == GUEST_SERVICE_AP || type == VISITOR_SERVICE_AP;

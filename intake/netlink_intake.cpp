@@ -1,0 +1,187 @@
+#include "intake/netlink_intake.h"
+
+#include <linux/netlink.h>
+#include <linux/rtnetlink.h>
+#include <net/if.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "device/client_control.h"
+#include "device/system_probe.h"
+#include "intake/netlink_walk.h"
+#include "intake/wireless_event.h"
+#include "intf/intf_table.h"
+#include "link/link_state.h"
+#include "link/slave_event.h"
+#include "root/dfs.h"
+#include "runtime/flow_log.h"
+#include "runtime/runtime_block.h"
+
+namespace {
+
+constexpr size_t RECEIVE_SIZE = 8192;
+constexpr size_t EVENT_HEADER_SIZE = 4;
+
+/// Logs a text that holds one address.
+void mac_log(const char* prefix, const mac_address& mac) {
+    flow_log("%s%.2x:%.2x:%.2x:%.2x:%.2x:%.2x\n", prefix, mac[0], mac[1], mac[2], mac[3], mac[4],
+             mac[5]);
+}
+
+void disassoc_log(const wireless_event& event) {
+    if (event.disassoc_format != nullptr) {
+        const mac_address mac = event.mac();
+        flow_log(event.disassoc_format, mac[0], mac[1], mac[2], mac[3], mac[4], mac[5],
+                 event.reason);
+    }
+}
+
+// The handlers return whether the rest of the payload is to be handled.
+
+bool connection_up(const wireless_event& event, const char* intf_name) {
+    flow_log("STA_CONNECTION_UP\n");
+    intf_record* const record = intf_find_by_name(intf_name);
+    if (record == nullptr) {
+        return false;
+    }
+    const mac_address mac = event.mac();
+    record->bssid.set(mac);
+    mac_log("Connect with : ", mac);
+    wifi_slave_event_process(record, ASSOC);
+    return true;
+}
+
+bool connection_down(const char* intf_name) {
+    flow_log("STA_CONNECTION_DOWN\n");
+    intf_record* const record = intf_find_by_name(intf_name);
+    if (record == nullptr) {
+        // Unlike the other two, a loss on an unknown interface does not end the payload.
+        return true;
+    }
+    mac_log("Disconnect with : ", record->bssid.get());
+    if (record->state == CONNECTING_TARGET_BACKHAUL_AP) {
+        flow_log("%s : Under CONNECTING_TARGET_BACKHAUL_AP, ignore AP_DISASSOC\n",
+                 "wireless_event_process");
+        return true;
+    }
+    wifi_slave_event_process(record, AP_DISASSOC);
+    return true;
+}
+
+bool client_associated(const wireless_event& event, const char* intf_name) {
+    flow_log("STA_ASSOC_WITH_AP(%s)\n", intf_name);
+    mac_log("STA mac : ", event.mac());
+    device_kick_wifi_client(nullptr, mac_format(event.mac()).data());
+    return true;
+}
+
+bool client_left(const wireless_event& event, const char* intf_name) {
+    flow_log("STA_DISASSOC_WITH_AP(%s)\n", intf_name);
+    mac_log("STA mac : ", event.mac());
+    return true;
+}
+
+bool channel_changed(const wireless_event& event, const char* intf_name) {
+    flow_log("CHANNEL_CHANGE(%s)\n", intf_name);
+    intf_record* const record = intf_find_by_name(intf_name);
+    if (record == nullptr) {
+        return false;
+    }
+    const uint8_t channel = event.data[0];
+    wifi_channel_monitor_once();
+    if (record->type == BACKHAUL_AP) {
+        backhaul_dfs_check(record, channel);
+    }
+    // Last: the check compares the new channel with the old one.
+    record->channel = channel;
+    return true;
+}
+
+bool event_handle(const wireless_event& event, const char* intf_name) {
+    switch (event.code) {
+        case STA_CONNECTION_UP:
+            return connection_up(event, intf_name);
+        case STA_CONNECTION_DOWN:
+            return connection_down(intf_name);
+        case STA_ASSOC_WITH_AP:
+            return client_associated(event, intf_name);
+        case STA_DISASSOC_WITH_AP:
+            return client_left(event, intf_name);
+        case CHANNEL_CHANGE:
+            return channel_changed(event, intf_name);
+        default:
+            return true;
+    }
+}
+
+}  // namespace
+
+int netlink_open() {
+    runtime.netlink_fd = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
+    if (runtime.netlink_fd < 0) {
+        std::printf("netlink: Failed to open netlink socket: %s", std::strerror(errno));
+        std::fflush(stdout);
+        return -1;
+    }
+    sockaddr_nl address{};
+    address.nl_family = AF_NETLINK;
+    address.nl_groups = RTMGRP_LINK;
+    if (bind(runtime.netlink_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+        std::printf("netlink: Failed to bind netlink socket: %s", std::strerror(errno));
+        std::fflush(stdout);
+        close(runtime.netlink_fd);
+        runtime.netlink_fd = -1;
+        return -1;
+    }
+    return 0;
+}
+
+void netlink_recv() {
+    std::array<uint8_t, RECEIVE_SIZE> buffer{};
+    const ssize_t count =
+        recvfrom(runtime.netlink_fd, buffer.data(), buffer.size(), MSG_DONTWAIT, nullptr, nullptr);
+    if (count <= 0) {
+        return;
+    }
+    std::span<const uint8_t> batch(buffer.data(), static_cast<size_t>(count));
+    netlink_message message;
+    while (netlink_message_next(batch, message)) {
+        if (message.has_link) {
+            netlink_msg_process(message.intf_index, message.attributes);
+        }
+    }
+}
+
+void netlink_msg_process(int32_t intf_index, std::span<const uint8_t> attributes) {
+    std::array<char, IF_NAMESIZE> name{};
+    if_indextoname(static_cast<unsigned>(intf_index), name.data());
+    if (name[0] == '\0') {
+        flow_log("%s : ifname is emplty, ignore this event\n", __func__);
+        return;
+    }
+    link_attribute attribute;
+    while (link_attribute_next(attributes, attribute)) {
+        if (attribute.type == LINK_ATTRIBUTE_WIRELESS) {
+            wireless_event_process(attribute.payload, name.data());
+        }
+    }
+}
+
+void wireless_event_process(std::span<const uint8_t> payload, const char* intf_name) {
+    while (payload.size() >= EVENT_HEADER_SIZE) {
+        const wireless_record record = wireless_event_decode(payload);
+        if (record.length == 0) {
+            return;
+        }
+        disassoc_log(record.event);
+        if (!event_handle(record.event, intf_name)) {
+            return;
+        }
+        payload = payload.subspan(record.length);
+    }
+}

@@ -1,0 +1,39 @@
+#include <pthread.h>
+
+#include <cstddef>
+
+#include "runtime/worker.h"
+
+namespace {
+
+constexpr size_t KIB = 1024;
+// The largest frames hold 20 KiB; small C libraries give a thread as little as 80. Sanitizers
+// multiply what a frame needs.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr size_t THREAD_STACK_SIZE = 8 * KIB * KIB;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr size_t THREAD_STACK_SIZE = 8 * KIB * KIB;
+#else
+constexpr size_t THREAD_STACK_SIZE = 512 * KIB;
+#endif
+#else
+constexpr size_t THREAD_STACK_SIZE = 512 * KIB;
+#endif
+
+}  // namespace
+
+int thread_start(void* (*entry)(void*), void* argument) {
+    pthread_attr_t attributes;
+    int result = pthread_attr_init(&attributes);
+    if (result != 0) {
+        return result;
+    }
+    // Nobody joins a thread of the daemon: it ends with its worker.
+    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    pthread_attr_setstacksize(&attributes, THREAD_STACK_SIZE);
+    pthread_t thread{};
+    result = pthread_create(&thread, &attributes, entry, argument);
+    pthread_attr_destroy(&attributes);
+    return result;
+}
