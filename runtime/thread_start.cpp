@@ -29,8 +29,6 @@ int thread_start(void* (*entry)(void*), void* argument) {
     if (result != 0) {
         return result;
     }
-    // Nobody joins a thread of the daemon: it ends with its worker.
-    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     pthread_attr_setstacksize(&attributes, THREAD_STACK_SIZE);
     pthread_t thread{};
     result = pthread_create(&thread, &attributes, entry, argument);
