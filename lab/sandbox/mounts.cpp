@@ -58,9 +58,8 @@ void make_file(const std::string& path) {
 
 // A file or folder held open across the mounts that will hide its name.
 class Held {
-   public:
-    explicit Held(const std::string& path) : fd_(open(path.c_str(), O_PATH | O_CLOEXEC)) {
-    }
+public:
+    explicit Held(const std::string& path) : fd_(open(path.c_str(), O_PATH | O_CLOEXEC)) {}
     ~Held() {
         if (fd_ >= 0) {
             close(fd_);
@@ -79,7 +78,7 @@ class Held {
         return mount(source.c_str(), place.c_str(), nullptr, MS_BIND | MS_REC, nullptr);
     }
 
-   private:
+private:
     int fd_;
 };
 
@@ -170,9 +169,8 @@ int mount_empty_places(std::string& error) {
         mount("/run", "/var/run", nullptr, MS_BIND, nullptr) != 0) {
         return fail(error, "cannot show /run at /var/run");
     }
-    for (const char* folder :
-         {kLabRoot, kLabBin, kLabLib, kLabState, kLabRecord, kLabTimers, kLabReal, kLabOver,
-          kLabOut}) {
+    for (const char* folder : {kLabRoot, kLabBin, kLabLib, kLabState, kLabRecord, kLabTimers,
+                               kLabReal, kLabOver, kLabOut}) {
         make_folders(folder);
     }
     chmod(kLabRecord, 0777);
@@ -204,11 +202,15 @@ int furnish_tools(const Held& tool, const Held& shell, const Held& recorder,
     return show_file(recorder, programs + "/lab_sh", real_place("/bin/sh"), error);
 }
 
-void put_tools_on_path(bool tools) {
+// What process 1 hands on to all others.
+void set_environment(bool tools) {
+    // An outer sandbox's clock page does not exist in here.
+    unsetenv("LAB_CLOCK");
+    unsetenv("LD_PRELOAD");
     const char* old = getenv("PATH");
     std::string path = old == nullptr ? "/usr/bin:/bin" : old;
     path += ":/usr/sbin:/sbin";
-    if (tools && !lies_under(path, kLabBin) && path.rfind(std::string(kLabBin) + ":", 0) != 0) {
+    if (tools && path.rfind(std::string(kLabBin) + ":", 0) != 0) {
         path = std::string(kLabBin) + ":" + path;
     }
     setenv("PATH", path.c_str(), 1);
@@ -251,8 +253,9 @@ int show_kept(const std::vector<Kept>& kept, std::string& error) {
 
 int mount_kernel_views(std::string& error) {
     if (mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
-        return fail(error, "cannot mount a fresh /proc (a container that hides parts of /proc "
-                           "allows this to root only)");
+        return fail(error,
+                    "cannot mount a fresh /proc (a container that hides parts of /proc "
+                    "allows this to root only)");
     }
     if (mount("sysfs", "/sys", "sysfs", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
         return fail(error, "cannot mount a fresh /sys");
@@ -307,11 +310,10 @@ int mounts_furnish(const SandboxOptions& options, std::string& error) {
             return -1;
         }
     }
-    if (options.tools &&
-        furnish_tools(tool, shell, recorder, options.programs, error) != 0) {
+    if (options.tools && furnish_tools(tool, shell, recorder, options.programs, error) != 0) {
         return -1;
     }
-    put_tools_on_path(options.tools);
+    set_environment(options.tools);
     return 0;
 }
 

@@ -14,7 +14,9 @@ namespace {
 
 struct Pipe {
     std::array<int, 2> end{-1, -1};
-    Pipe() { opened = pipe2(end.data(), O_CLOEXEC) == 0; }
+    Pipe() {
+        opened = pipe2(end.data(), O_CLOEXEC) == 0;
+    }
     ~Pipe() {
         shut(0);
         shut(1);

@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -61,8 +63,8 @@ std::string why_no_namespaces(int reason, bool user) {
 }
 
 struct NewSandbox {
-    pid_t pid = -1;    // process 1 as seen by the caller; 0 in process 1 itself
-    int report = -1;   // process 1 writes how it went; the caller reads it
+    pid_t pid = -1;   // process 1 as seen by the caller; 0 in process 1 itself
+    int report = -1;  // process 1 writes how it went; the caller reads it
 };
 
 int clone_sandbox(NewSandbox& made, std::string& error) {
@@ -98,11 +100,16 @@ int clone_sandbox(NewSandbox& made, std::string& error) {
 
 int furnish(const SandboxOptions& options, std::string& error) {
     umask(022);
+    std::array<char, PATH_MAX> here{};
+    if (getcwd(here.data(), here.size()) == nullptr) {
+        here[0] = '\0';
+    }
     if (mounts_make_private(error) != 0 || mounts_furnish(options, error) != 0 ||
         network_furnish(options.network, error) != 0) {
         return -1;
     }
-    return chdir("/");
+    // By name: what it was may be hidden now, and what is kept visible has a new mount.
+    return chdir(here.data()) == 0 ? 0 : chdir("/");
 }
 
 void report_ready(int fd, int result, const std::string& error) {

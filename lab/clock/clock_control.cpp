@@ -1,0 +1,337 @@
+#include "lab/clock/clock_control.h"
+
+#include <fcntl.h>
+#include <linux/futex.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
+#include "lab/sandbox/layout.h"
+
+namespace lab {
+namespace {
+
+using RealClock = std::chrono::steady_clock;
+
+constexpr std::uint32_t kNever = UINT32_MAX;
+
+void futex_wake(std::atomic<std::uint32_t>& word) {
+    syscall(SYS_futex, &word, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+}
+
+// Waits at most `patience_ns` for the word to change from `seen`.
+void futex_wait(std::atomic<std::uint32_t>& word, std::uint32_t seen, long patience_ns) {
+    const timespec limit{0, patience_ns};
+    syscall(SYS_futex, &word, FUTEX_WAIT, seen, &limit, nullptr, 0);
+}
+
+ClockPage* map_page(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (fd < 0) {
+        return nullptr;
+    }
+    void* mapped = mmap(nullptr, sizeof(ClockPage), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    close(fd);
+    return mapped == MAP_FAILED ? nullptr : static_cast<ClockPage*>(mapped);
+}
+
+// Whether any process still has the timer open.
+bool is_open_somewhere(const std::string& path) {
+    const int in = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (in < 0) {
+        return false;
+    }
+    close(in);
+    return true;
+}
+
+std::string timer_path(const std::string& root, std::uint32_t number) {
+    return root + kLabTimers + "/" + std::to_string(number);
+}
+
+// Adds one expiry to what the program has not read yet. False when nobody has the timer open.
+bool add_expiry(const std::string& path) {
+    const int in = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (in < 0) {
+        return false;
+    }
+    std::uint64_t count = 0;
+    int unread = 0;
+    if (ioctl(in, FIONREAD, &unread) == 0 && unread >= static_cast<int>(sizeof(count))) {
+        const int out = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (out >= 0) {
+            if (read(out, &count, sizeof(count)) != sizeof(count)) {
+                count = 0;
+            }
+            close(out);
+        }
+    }
+    ++count;
+    const bool written = write(in, &count, sizeof(count)) == sizeof(count);
+    close(in);
+    return written;
+}
+
+}  // namespace
+
+int clock_page_create(const std::string& path, ClockMode mode, std::uint32_t now,
+                      std::string& error) {
+    const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd < 0 || ftruncate(fd, sizeof(ClockPage)) != 0) {
+        error = "cannot make the clock page " + path + ": " + strerror(errno);
+        if (fd >= 0) {
+            close(fd);
+        }
+        return -1;
+    }
+    close(fd);
+    ClockPage* page = map_page(path);
+    if (page == nullptr) {
+        error = "cannot map the clock page " + path + ": " + strerror(errno);
+        return -1;
+    }
+    page->now.store(now);
+    page->mode.store(mode);
+    page->magic.store(kClockMagic);
+    munmap(page, sizeof(ClockPage));
+    return 0;
+}
+
+MovedClock::~MovedClock() {
+    for (const auto& node : nodes_) {
+        munmap(node->page, sizeof(ClockPage));
+    }
+}
+
+int MovedClock::add_node(const std::string& root, std::string& error, std::vector<pid_t> except) {
+    auto node = std::make_unique<Node>();
+    node->root = root;
+    node->page = map_page(root + kLabClock);
+    if (node->page == nullptr) {
+        error = "no clock page at " + root + kLabClock + ": " + strerror(errno);
+        return -1;
+    }
+    node->watch = std::make_unique<QuietWatch>(root + "/proc", std::move(except));
+    nodes_.push_back(std::move(node));
+    return 0;
+}
+
+void MovedClock::remove_node(const std::string& root) {
+    const auto found = std::find_if(nodes_.begin(), nodes_.end(),
+                                    [&root](const auto& node) { return node->root == root; });
+    if (found != nodes_.end()) {
+        munmap((*found)->page, sizeof(ClockPage));
+        nodes_.erase(found);
+    }
+}
+
+void MovedClock::set(ClockMode mode, std::uint32_t now) {
+    for (const auto& node : nodes_) {
+        node->page->now.store(now);
+        node->page->mode.store(mode);
+    }
+}
+
+std::uint32_t MovedClock::now() const {
+    return nodes_.empty() ? 0 : nodes_.front()->page->now.load();
+}
+
+std::uint32_t MovedClock::slept() const {
+    std::uint32_t seconds = 0;
+    for (const auto& node : nodes_) {
+        seconds += node->page->slept.load();
+    }
+    return seconds;
+}
+
+// The earliest second at which anybody is due; seconds before it pass unseen.
+std::uint32_t MovedClock::next_event() const {
+    std::uint32_t next = kNever;
+    for (const auto& node : nodes_) {
+        for (const SleeperSlot& slot : node->page->sleepers) {
+            if (slot.state.load() == SLEEPER_WAITS) {
+                next = std::min(next, slot.deadline.load());
+            }
+        }
+        for (const TimerSlot& timer : node->page->timers) {
+            if (timer.taken.load() == 1 && timer.due.load() != 0) {
+                next = std::min(next, timer.due.load());
+            }
+        }
+    }
+    return next;
+}
+
+std::vector<MovedClock::Due> MovedClock::due_sleepers() {
+    std::vector<Due> due;
+    for (const auto& node : nodes_) {
+        for (SleeperSlot& slot : node->page->sleepers) {
+            if (slot.state.load() == SLEEPER_WAITS && slot.deadline.load() <= now()) {
+                due.push_back({node.get(), &slot});
+            }
+        }
+    }
+    std::stable_sort(due.begin(), due.end(), [](const Due& one, const Due& other) {
+        const std::uint32_t mine = one.slot->deadline.load();
+        const std::uint32_t its = other.slot->deadline.load();
+        return mine != its ? mine < its : one.slot->order.load() < other.slot->order.load();
+    });
+    return due;
+}
+
+int MovedClock::call_sleeper(const Due& due, std::string& error) {
+    SleeperSlot& slot = *due.slot;
+    const pid_t pid = static_cast<pid_t>(slot.pid.load());
+    const pid_t tid = static_cast<pid_t>(slot.tid.load());
+    const std::uint32_t order = slot.order.load();
+    std::uint32_t expected = SLEEPER_WAITS;
+    if (!slot.state.compare_exchange_strong(expected, SLEEPER_CALLED)) {
+        return 0;
+    }
+    futex_wake(slot.state);
+    const auto end = RealClock::now() + patience;
+    std::uint32_t seen = due.node->page->changes.load();
+    while (slot.state.load() == SLEEPER_CALLED && slot.order.load() == order) {
+        futex_wait(due.node->page->changes, seen, 2'000'000);
+        if (due.node->page->changes.load() == seen && !due.node->watch->thread_exists(pid, tid)) {
+            slot.state.store(SLEEPER_FREE);
+            break;
+        }
+        seen = due.node->page->changes.load();
+        if (RealClock::now() > end) {
+            error = "a called sleeper does not wake\n" + describe();
+            return -1;
+        }
+    }
+    return wait_quiet(error);
+}
+
+int MovedClock::fire_timers(std::string& error) {
+    bool fired = false;
+    for (const auto& node : nodes_) {
+        node->page->gate.store(1);
+        for (std::uint32_t number = 0; number < kTimerSlots; ++number) {
+            TimerSlot& timer = node->page->timers[number];
+            const std::uint32_t due = timer.due.load();
+            if (timer.taken.load() != 1 || due == 0 || due > now()) {
+                continue;
+            }
+            const std::uint32_t period = timer.period.load();
+            timer.due.store(period == 0 ? 0 : due + period);
+            fired = true;
+            if (!add_expiry(timer_path(node->root, number))) {
+                timer.taken.store(0);
+            }
+        }
+        node->page->gate.store(0);
+        futex_wake(node->page->gate);
+    }
+    return fired ? wait_quiet(error) : 0;
+}
+
+int MovedClock::move_to(std::uint32_t second, std::string& error) {
+    for (const auto& node : nodes_) {
+        node->page->now.store(second);
+    }
+    for (const Due& due : due_sleepers()) {
+        if (call_sleeper(due, error) != 0) {
+            return -1;
+        }
+    }
+    return fire_timers(error);
+}
+
+int MovedClock::advance(std::uint32_t seconds, std::string& error,
+                        const std::function<bool()>& each_second) {
+    const std::uint32_t target = now() + seconds;
+    if (wait_quiet(error) != 0) {
+        return -1;
+    }
+    while (now() < target) {
+        std::uint32_t second = now() + 1;
+        if (!each_second) {
+            second = std::min(target, std::max(second, next_event()));
+        }
+        if (move_to(second, error) != 0) {
+            return -1;
+        }
+        if (each_second && each_second()) {
+            return 0;
+        }
+    }
+    return 0;
+}
+
+int MovedClock::settle(std::string& error) {
+    return wait_quiet(error);
+}
+
+int MovedClock::wait_quiet(std::string& error) {
+    const auto end = RealClock::now() + patience;
+    useconds_t pause = 20;
+    for (;;) {
+        const bool quiet = std::all_of(nodes_.begin(), nodes_.end(),
+                                       [](const auto& node) { return node->watch->is_quiet(); });
+        if (quiet) {
+            return 0;
+        }
+        if (RealClock::now() > end) {
+            error = "not quiet after " + std::to_string(patience.count()) + " ms at second " +
+                    std::to_string(now()) + "\n" + describe();
+            return -1;
+        }
+        usleep(pause);
+        pause = std::min<useconds_t>(pause * 2, 1000);
+    }
+}
+
+std::string MovedClock::describe() const {
+    std::string text;
+    for (const auto& node : nodes_) {
+        text += (node->root.empty() ? "own sandbox" : node->root) + ":\n" + node->watch->describe();
+    }
+    return text;
+}
+
+std::vector<ArmedTimer> MovedClock::timers() const {
+    std::vector<std::pair<std::uint32_t, ArmedTimer>> found;
+    for (const auto& node : nodes_) {
+        for (std::uint32_t number = 0; number < kTimerSlots; ++number) {
+            const TimerSlot& timer = node->page->timers[number];
+            if (timer.taken.load() == 1 && is_open_somewhere(timer_path(node->root, number))) {
+                found.push_back(
+                    {timer.order.load(),
+                     {static_cast<pid_t>(timer.pid.load()), static_cast<int>(timer.fd.load()),
+                      timer.first.load(), timer.period.load(), timer.due.load()}});
+            }
+        }
+    }
+    std::sort(found.begin(), found.end(),
+              [](const auto& one, const auto& other) { return one.first < other.first; });
+    std::vector<ArmedTimer> timers;
+    for (const auto& one : found) {
+        timers.push_back(one.second);
+    }
+    return timers;
+}
+
+std::vector<Sleeper> MovedClock::sleepers() const {
+    std::vector<Sleeper> found;
+    for (const auto& node : nodes_) {
+        for (const SleeperSlot& slot : node->page->sleepers) {
+            if (slot.state.load() == SLEEPER_WAITS) {
+                found.push_back({static_cast<pid_t>(slot.pid.load()),
+                                 static_cast<pid_t>(slot.tid.load()), slot.deadline.load()});
+            }
+        }
+    }
+    return found;
+}
+
+}  // namespace lab

@@ -1,0 +1,101 @@
+// The owner's side of the moved clock: creates pages, moves time second by second, wakes who is
+// due and waits until all is quiet again before the next second.
+//
+// Used by tests and the lab on one thread. One clock can move several nodes together. Within a
+// second the due sleepers are called one after the other (earliest deadline first, then who lay
+// down first), each run to quiet before the next; then all due timers expire at once. So what a
+// node does is the same in every run. No real time passes but what the machine needs; a node that
+// does not become quiet within `patience` is an error that says who is running.
+//
+// Results are 0 or -1; on -1 `error` holds a sentence.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "lab/clock/clock_page.h"
+#include "lab/clock/quiet.h"
+
+namespace lab {
+
+// Makes the page file of one node: the file must exist before a program with LAB_CLOCK starts.
+int clock_page_create(const std::string& path, ClockMode mode, std::uint32_t now,
+                      std::string& error);
+
+struct ArmedTimer {
+    pid_t pid = 0;            // of its process, in the node's numbering
+    int fd = -1;              // its descriptor there
+    std::uint32_t first = 0;  // as armed, in seconds; 0: not armed
+    std::uint32_t period = 0;
+    std::uint32_t due = 0;  // absolute second of the next expiry; 0: none
+};
+
+struct Sleeper {
+    pid_t pid = 0;
+    pid_t tid = 0;
+    std::uint32_t deadline = 0;
+};
+
+class MovedClock {
+public:
+    MovedClock() = default;
+    ~MovedClock();
+    MovedClock(const MovedClock&) = delete;
+    MovedClock& operator=(const MovedClock&) = delete;
+
+    // Takes a node under this clock. `root` is the prefix of its files ("/proc/PID/root"; empty:
+    // the caller's own sandbox, where the threads in `except` may run on). Its page must exist.
+    int add_node(const std::string& root, std::string& error, std::vector<pid_t> except = {});
+    void remove_node(const std::string& root);
+
+    // Sets all pages. The mode CLOCK_HELD makes time stand still at `now`.
+    void set(ClockMode mode, std::uint32_t now);
+    std::uint32_t now() const;
+
+    // Moves time on. `each_second`, if given, runs after every second when all is quiet; when it
+    // returns true, time stops there.
+    int advance(std::uint32_t seconds, std::string& error,
+                const std::function<bool()>& each_second = nullptr);
+
+    // Waits until all nodes are quiet, without moving time.
+    int settle(std::string& error);
+
+    // All moved timers of all nodes, in the order of their creation.
+    std::vector<ArmedTimer> timers() const;
+    std::vector<Sleeper> sleepers() const;
+
+    // Seconds passed by sleeps in CLOCK_EAGER.
+    std::uint32_t slept() const;
+
+    // Real time after which a node that is not quiet is an error.
+    std::chrono::milliseconds patience{20000};
+
+private:
+    struct Node {
+        std::string root;
+        ClockPage* page = nullptr;
+        std::unique_ptr<QuietWatch> watch;
+    };
+    struct Due {
+        Node* node;
+        SleeperSlot* slot;
+    };
+
+    std::uint32_t next_event() const;
+    std::vector<Due> due_sleepers();
+    int call_sleeper(const Due& due, std::string& error);
+    int fire_timers(std::string& error);
+    int move_to(std::uint32_t second, std::string& error);
+    int wait_quiet(std::string& error);
+    std::string describe() const;
+
+    std::vector<std::unique_ptr<Node>> nodes_;
+};
+
+}  // namespace lab

@@ -1,0 +1,237 @@
+// The preloaded clock: stands before the C library in the daemon, the tools and in-process tests.
+//
+// time(), gettimeofday(), sleep() and timerfds follow the page that LAB_CLOCK names; the driver's
+// private channel-list request is answered from a file. Without LAB_CLOCK, and while the page's
+// mode is CLOCK_REAL, everything means what it always means. Runs on whatever thread calls it, also
+// between fork and exec and under sanitizers: no allocation, no lock, no library call that a
+// sanitizer may have replaced.
+
+#include <fcntl.h>
+#include <linux/futex.h>
+#include <sys/mman.h>
+#include <sys/select.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "lab/clock/clock_page.h"
+#include "lab/clock/driver_request.h"
+#include "lab/clock/virtual_timer.h"
+
+namespace {
+
+lab::ClockPage* page = nullptr;
+
+__attribute__((constructor)) void map_page() {
+    const char* path = getenv("LAB_CLOCK");
+    if (path == nullptr || *path == '\0') {
+        return;
+    }
+    const int fd = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, O_RDWR | O_CLOEXEC, 0));
+    void* mapped = MAP_FAILED;
+    if (fd >= 0) {
+        mapped = mmap(nullptr, sizeof(lab::ClockPage), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+        syscall(SYS_close, fd);
+    }
+    if (mapped == MAP_FAILED ||
+        static_cast<lab::ClockPage*>(mapped)->magic.load() != lab::kClockMagic) {
+        constexpr char kText[] = "lab clock: LAB_CLOCK names no clock page\n";
+        syscall(SYS_write, 2, kText, sizeof(kText) - 1);
+        syscall(SYS_exit_group, 97);
+    }
+    page = static_cast<lab::ClockPage*>(mapped);
+}
+
+lab::ClockMode mode() {
+    return page == nullptr ? lab::CLOCK_REAL : static_cast<lab::ClockMode>(page->mode.load());
+}
+
+void futex_wait(std::atomic<std::uint32_t>& word, std::uint32_t value) {
+    syscall(SYS_futex, &word, FUTEX_WAIT, value, nullptr, nullptr, 0);
+}
+
+void tell_owner() {
+    page->changes.fetch_add(1);
+    syscall(SYS_futex, &page->changes, FUTEX_WAKE, 0x7FFFFFFF, nullptr, nullptr, 0);
+}
+
+lab::SleeperSlot* take_slot() {
+    for (lab::SleeperSlot& slot : page->sleepers) {
+        std::uint32_t expected = lab::SLEEPER_FREE;
+        if (slot.state.compare_exchange_strong(expected, lab::SLEEPER_TAKEN)) {
+            return &slot;
+        }
+    }
+    constexpr char kText[] = "lab clock: too many sleepers\n";
+    syscall(SYS_write, 2, kText, sizeof(kText) - 1);
+    syscall(SYS_exit_group, 97);
+    return nullptr;
+}
+
+unsigned int sleep_held(unsigned int seconds) {
+    lab::SleeperSlot* slot = take_slot();
+    const std::uint32_t deadline = page->now.load() + seconds;
+    slot->pid.store(static_cast<std::uint32_t>(syscall(SYS_getpid)));
+    slot->tid.store(static_cast<std::uint32_t>(syscall(SYS_gettid)));
+    slot->deadline.store(deadline);
+    slot->order.store(page->orders.fetch_add(1));
+    slot->state.store(lab::SLEEPER_WAITS);
+    tell_owner();
+    // Only the owner's call ends the sleep: `now` alone would let two sleepers leave at once.
+    long result = 0;
+    while (slot->state.load() == lab::SLEEPER_WAITS && result == 0) {
+        result =
+            syscall(SYS_futex, &slot->state, FUTEX_WAIT, lab::SLEEPER_WAITS, nullptr, nullptr, 0);
+        if (result != 0 && errno == EAGAIN) {
+            result = 0;
+        }
+    }
+    slot->state.store(lab::SLEEPER_FREE);
+    tell_owner();
+    const std::uint32_t now = page->now.load();
+    return now < deadline ? deadline - now : 0;
+}
+
+unsigned int sleep_real(unsigned int seconds) {
+    timespec wanted{static_cast<time_t>(seconds), 0};
+    timespec left{0, 0};
+    if (syscall(SYS_nanosleep, &wanted, &left) == 0) {
+        return 0;
+    }
+    return static_cast<unsigned int>(left.tv_sec + (left.tv_nsec >= 500'000'000 ? 1 : 0));
+}
+
+timeval real_now() {
+    timespec now{0, 0};
+    syscall(SYS_clock_gettime, CLOCK_REALTIME, &now);
+    return {now.tv_sec, static_cast<suseconds_t>(now.tv_nsec / 1000)};
+}
+
+// Due timers are fired one after the other; nobody may see the first before the last is there.
+void pass_gate() {
+    while (page->gate.load() != 0) {
+        futex_wait(page->gate, 1);
+    }
+}
+
+long select_once(int count, fd_set* in, fd_set* out, fd_set* odd, timeval* limit) {
+    if (limit == nullptr) {
+        return syscall(SYS_pselect6, count, in, out, odd, nullptr, nullptr);
+    }
+    timespec rest{limit->tv_sec, static_cast<long>(limit->tv_usec) * 1000};
+    const long result = syscall(SYS_pselect6, count, in, out, odd, &rest, nullptr);
+    limit->tv_sec = rest.tv_sec;
+    limit->tv_usec = static_cast<suseconds_t>(rest.tv_nsec / 1000);
+    return result;
+}
+
+}  // namespace
+
+#define LAB_EXPORT extern "C" __attribute__((visibility("default")))
+
+LAB_EXPORT time_t time(time_t* out) noexcept {
+    const time_t now =
+        mode() == lab::CLOCK_REAL ? real_now().tv_sec : static_cast<time_t>(page->now.load());
+    if (out != nullptr) {
+        *out = now;
+    }
+    return now;
+}
+
+LAB_EXPORT int gettimeofday(timeval* out, void* /*zone*/) noexcept {
+    *out =
+        mode() == lab::CLOCK_REAL ? real_now() : timeval{static_cast<time_t>(page->now.load()), 0};
+    return 0;
+}
+
+LAB_EXPORT unsigned int sleep(unsigned int seconds) {
+    switch (mode()) {
+        case lab::CLOCK_HELD:
+            return seconds == 0 ? 0 : sleep_held(seconds);
+        case lab::CLOCK_EAGER:
+            page->now.fetch_add(seconds);
+            page->slept.fetch_add(seconds);
+            return 0;
+        case lab::CLOCK_REAL:
+            break;
+    }
+    return sleep_real(seconds);
+}
+
+LAB_EXPORT int timerfd_create(int clock, int flags) noexcept {
+    if (mode() == lab::CLOCK_REAL) {
+        return static_cast<int>(syscall(SYS_timerfd_create, clock, flags));
+    }
+    return lab::virtual_timer_create(*page, flags);
+}
+
+LAB_EXPORT int timerfd_settime(int fd, int flags, const itimerspec* value,
+                               itimerspec* old) noexcept {
+    lab::TimerSlot* timer = page == nullptr ? nullptr : lab::virtual_timer_find(*page, fd);
+    if (timer == nullptr) {
+        return static_cast<int>(syscall(SYS_timerfd_settime, fd, flags, value, old));
+    }
+    if (old != nullptr) {
+        lab::virtual_timer_read(*page, *timer, *old);
+    }
+    lab::virtual_timer_arm(*page, *timer, flags, *value);
+    return 0;
+}
+
+LAB_EXPORT int timerfd_gettime(int fd, itimerspec* value) noexcept {
+    lab::TimerSlot* timer = page == nullptr ? nullptr : lab::virtual_timer_find(*page, fd);
+    if (timer == nullptr) {
+        return static_cast<int>(syscall(SYS_timerfd_gettime, fd, value));
+    }
+    lab::virtual_timer_read(*page, *timer, *value);
+    return 0;
+}
+
+LAB_EXPORT int select(int count, fd_set* in, fd_set* out, fd_set* odd, timeval* limit) {
+    if (page == nullptr) {
+        return static_cast<int>(select_once(count, in, out, odd, limit));
+    }
+    const auto copy = [](const fd_set* set, fd_set& into) {
+        if (set != nullptr) {
+            into = *set;
+        }
+    };
+    fd_set in_wanted;
+    fd_set out_wanted;
+    fd_set odd_wanted;
+    copy(in, in_wanted);
+    copy(out, out_wanted);
+    copy(odd, odd_wanted);
+    const long first = select_once(count, in, out, odd, limit);
+    const int reason = errno;
+    if (first <= 0 || page->gate.load() == 0) {
+        errno = reason;
+        return static_cast<int>(first);
+    }
+    pass_gate();
+    copy(&in_wanted, *(in == nullptr ? &in_wanted : in));
+    copy(&out_wanted, *(out == nullptr ? &out_wanted : out));
+    copy(&odd_wanted, *(odd == nullptr ? &odd_wanted : odd));
+    timeval none{0, 0};
+    return static_cast<int>(select_once(count, in, out, odd, &none));
+}
+
+LAB_EXPORT int ioctl(int fd, unsigned long request, ...) noexcept {
+    va_list words;
+    va_start(words, request);
+    void* argument = va_arg(words, void*);
+    va_end(words);
+    if (page != nullptr && request == lab::kChannelListRequest) {
+        const auto now = static_cast<unsigned long>(time(nullptr));
+        return lab::driver_channel_list(argument, now);
+    }
+    return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
+}

@@ -1,0 +1,137 @@
+#include "lab/clock/driver_request.h"
+
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+
+#include "lab/sandbox/layout.h"
+
+namespace lab {
+namespace {
+
+constexpr unsigned int kEntryLength = 20;
+constexpr unsigned int kMostEntries = (kChannelListLength - 4) / kEntryLength;
+
+// The kernel's struct iwreq in its point form, as this word size lays it out.
+struct PointRequest {
+    char name[16];
+    void* data;
+    std::uint16_t length;
+    std::uint16_t flags;
+};
+
+int open_file(const char* path, int flags) {
+    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags | O_CLOEXEC, 0666));
+}
+
+long read_file(const char* path, char* into, unsigned long size) {
+    const int fd = open_file(path, O_RDONLY);
+    if (fd < 0) {
+        return -1;
+    }
+    unsigned long done = 0;
+    long got = 0;
+    while (done < size && (got = syscall(SYS_read, fd, into + done, size - done)) > 0) {
+        done += static_cast<unsigned long>(got);
+    }
+    syscall(SYS_close, fd);
+    return static_cast<long>(done);
+}
+
+struct Text {
+    std::array<char, 128> bytes{};
+    unsigned long length = 0;
+    void add(char one) {
+        if (length < bytes.size()) {
+            bytes[length++] = one;
+        }
+    }
+    void add_number(unsigned long value) {
+        std::array<char, 24> digits{};
+        unsigned long count = 0;
+        do {
+            digits[count++] = static_cast<char>('0' + value % 10);
+            value /= 10;
+        } while (value != 0);
+        while (count > 0) {
+            add(digits[--count]);
+        }
+    }
+};
+
+void note(const PointRequest& request, unsigned long now) {
+    Text line;
+    line.add_number(now);
+    line.add(' ');
+    line.add_number(static_cast<unsigned long>(syscall(SYS_getpid)));
+    line.add(' ');
+    for (unsigned int at = 0; at < sizeof(request.name) && request.name[at] != '\0'; ++at) {
+        line.add(request.name[at]);
+    }
+    line.add(' ');
+    line.add_number(request.length);
+    line.add(' ');
+    line.add_number(request.flags);
+    line.add('\n');
+    const int fd = open_file(kLabIoctls, O_WRONLY | O_APPEND | O_CREAT);
+    if (fd >= 0) {
+        syscall(SYS_write, fd, line.bytes.data(), line.length);
+        syscall(SYS_close, fd);
+    }
+}
+
+void put_entry(char* list, std::uint32_t index, std::uint16_t frequency) {
+    std::memset(list + 4 + index * kEntryLength, 0, kEntryLength);
+    std::memcpy(list + 4 + index * kEntryLength, &frequency, sizeof(frequency));
+}
+
+void fill_from_text(const char* text, long length, char* list) {
+    std::uint32_t count = 0;
+    std::uint32_t number = 0;
+    bool within = false;
+    for (long at = 0; at <= length && count < kMostEntries; ++at) {
+        const bool digit = at < length && text[at] >= '0' && text[at] <= '9';
+        if (digit) {
+            number = number * 10 + static_cast<std::uint32_t>(text[at] - '0');
+        } else if (within) {
+            put_entry(list, count++, static_cast<std::uint16_t>(number));
+            number = 0;
+        }
+        within = digit;
+    }
+    std::memcpy(list, &count, sizeof(count));
+}
+
+int refuse(int reason) {
+    errno = reason;
+    return -1;
+}
+
+}  // namespace
+
+int driver_channel_list(void* request, unsigned long now) noexcept {
+    PointRequest wanted{};
+    std::memcpy(&wanted, request, sizeof(wanted));
+    note(wanted, now);
+    if (wanted.length != kChannelListLength) {
+        return refuse(EINVAL);
+    }
+    char* list = static_cast<char*>(wanted.data);
+    if (read_file(kLabChannelsRaw, list, kChannelListLength) >= 0) {
+        return 0;
+    }
+    std::array<char, 8192> text{};
+    const long length = read_file(kLabChannels, text.data(), text.size());
+    if (length < 0) {
+        return refuse(EOPNOTSUPP);
+    }
+    fill_from_text(text.data(), length, list);
+    return 0;
+}
+
+}  // namespace lab

@@ -1,0 +1,57 @@
+// Whether a node is quiet: every thread of every process in its pid namespace is blocked, waiting
+// for something that only the outside or the clock can bring.
+//
+// Used by the clock's owner on one thread; each instance watches one node. A look reads the state
+// and the context-switch counts of all threads; a node is quiet when two looks in a row find all of
+// them blocked and none of them has run in between. Nothing is changed in the node.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace lab {
+
+struct WatchedThread {
+    pid_t pid = 0;
+    pid_t tid = 0;
+    int fd = -1;  // its status file, kept open
+    char state = '?';
+    std::uint64_t switches = 0;  // voluntary and other context switches together
+};
+
+class QuietWatch {
+public:
+    // `proc` is the node's /proc as the caller sees it, "/proc/PID/root/proc" or "/proc". Threads
+    // in `except` (in the node's numbering) may run: the caller itself, in in-process tests.
+    explicit QuietWatch(std::string proc, std::vector<pid_t> except = {});
+    ~QuietWatch();
+    QuietWatch(const QuietWatch&) = delete;
+    QuietWatch& operator=(const QuietWatch&) = delete;
+
+    // Two looks, without waiting.
+    bool is_quiet();
+
+    bool thread_exists(pid_t pid, pid_t tid) const;
+
+    // Every thread that may have kept the node from being quiet: one line each with its name,
+    // state and where it is in the kernel.
+    std::string describe() const;
+
+private:
+    bool look(bool compare);
+    void refresh();
+    void watch_process(pid_t pid, std::vector<WatchedThread>& found);
+    std::uint64_t newest_pid() const;
+
+    std::string proc_;
+    std::vector<pid_t> except_;
+    std::vector<WatchedThread> threads_;
+    std::uint64_t refreshed_at_ = 0;
+    bool stale_ = true;
+    int loadavg_ = -1;
+};
+
+}  // namespace lab

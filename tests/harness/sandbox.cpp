@@ -1,0 +1,164 @@
+#include "tests/harness/sandbox.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <memory>
+
+#include "lab/sandbox/layout.h"
+#include "lab/tools/record.h"
+#include "lab/tools/state_layout.h"
+
+namespace harness {
+namespace {
+
+struct Cursors {
+    size_t lines = 0;
+    size_t calls = 0;
+    size_t log = 0;
+};
+
+Cursors& cursors() {
+    static Cursors instance;
+    return instance;
+}
+
+std::unique_ptr<lab::MovedClock>& own_clock() {
+    static std::unique_ptr<lab::MovedClock> instance;
+    return instance;
+}
+
+std::vector<std::string> rest_of(std::vector<std::string> all, size_t& cursor) {
+    const size_t from = std::min(cursor, all.size());
+    cursor = all.size();
+    return {all.begin() + static_cast<std::ptrdiff_t>(from), all.end()};
+}
+
+void empty_folder(const std::string& path);
+
+void remove_all(const std::string& path) {
+    struct stat about {};
+    if (lstat(path.c_str(), &about) == 0 && S_ISDIR(about.st_mode)) {
+        empty_folder(path);
+        rmdir(path.c_str());  // fails on what is kept visible from outside, which stays
+        return;
+    }
+    unlink(path.c_str());
+}
+
+bool same_device(const std::string& path, dev_t device) {
+    struct stat about {};
+    return lstat(path.c_str(), &about) == 0 && about.st_dev == device;
+}
+
+// Never leaves the file system that `path` is on: folders from outside that are kept visible
+// below it belong to somebody else.
+void empty_folder(const std::string& path) {
+    struct stat about {};
+    DIR* folder = opendir(path.c_str());
+    if (folder == nullptr || stat(path.c_str(), &about) != 0) {
+        return;
+    }
+    while (const dirent* entry = readdir(folder)) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != ".." && same_device(path + "/" + name, about.st_dev)) {
+            remove_all(path + "/" + name);
+        }
+    }
+    closedir(folder);
+}
+
+}  // namespace
+
+std::vector<std::string> recorded_lines() {
+    return lab::recorded_line_texts("");
+}
+
+std::vector<std::string> take_lines() {
+    return rest_of(recorded_lines(), cursors().lines);
+}
+
+std::vector<std::string> recorded_calls() {
+    return lab::recorded_call_texts("");
+}
+
+std::vector<std::string> take_calls() {
+    return rest_of(recorded_calls(), cursors().calls);
+}
+
+std::vector<std::string> recorded_ioctls() {
+    std::vector<std::string> requests;
+    const std::string text = file_text(lab::kLabIoctls);
+    for (size_t at = 0; at < text.size();) {
+        const size_t end = text.find('\n', at);
+        const size_t name = text.find(' ', text.find(' ', at) + 1) + 1;
+        requests.push_back(text.substr(name, end - name));
+        at = end + 1;
+    }
+    return requests;
+}
+
+std::vector<std::string> flow_log_lines() {
+    return without_dates(file_text("/var/log/backhaul_flow_log.1") +
+                         file_text("/var/log/backhaul_flow_log"));
+}
+
+std::vector<std::string> take_log() {
+    return rest_of(flow_log_lines(), cursors().log);
+}
+
+void clock_start(std::uint32_t now, lab::ClockMode mode) {
+    std::string error;
+    if (own_clock() == nullptr) {
+        own_clock() = std::make_unique<lab::MovedClock>();
+        const pid_t self = static_cast<pid_t>(syscall(SYS_gettid));
+        ASSERT_EQ(own_clock()->add_node("", error, {self}), 0) << error;
+    }
+    own_clock()->set(mode, now);
+}
+
+void clock_stop() {
+    if (own_clock() != nullptr) {
+        own_clock()->set(lab::CLOCK_REAL, 0);
+    }
+}
+
+std::uint32_t clock_now() {
+    return own_clock() == nullptr ? 0 : own_clock()->now();
+}
+
+void clock_advance(std::uint32_t seconds) {
+    ASSERT_NE(own_clock(), nullptr) << "clock_start comes first";
+    std::string error;
+    EXPECT_EQ(own_clock()->advance(seconds, error), 0) << error;
+}
+
+std::vector<lab::ArmedTimer> clock_timers() {
+    return own_clock() == nullptr ? std::vector<lab::ArmedTimer>{} : own_clock()->timers();
+}
+
+void clock_settle() {
+    ASSERT_NE(own_clock(), nullptr) << "clock_start comes first";
+    std::string error;
+    EXPECT_EQ(own_clock()->settle(error), 0) << error;
+}
+
+void SandboxTest::SetUp() {
+    empty_folder("/tmp");
+    empty_folder("/var/log");
+    lab::state_clear("");
+    lab::records_clear("");
+    unlink(lab::kLabIoctls);
+    unlink(lab::kLabChannels);
+    unlink(lab::kLabChannelsRaw);
+    cursors() = {};
+    clock_stop();
+}
+
+void SandboxTest::TearDown() {
+    clock_stop();
+}
+
+}  // namespace harness

@@ -1,0 +1,56 @@
+// main() of in-process tests: moves the whole program into a sandbox of its own, then runs it anew
+// there with the clock preloaded. Listing tests needs neither.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include "lab/clock/clock_control.h"
+#include "lab/sandbox/layout.h"
+#include "lab/sandbox/sandbox.h"
+
+namespace {
+
+constexpr char kInside[] = "BACKHAUL_TEST_INSIDE";
+
+bool only_lists(int argc, char** argv) {
+    for (int at = 1; at < argc; ++at) {
+        const std::string_view word = argv[at];
+        if (word.find("list_tests") != std::string_view::npos || word == "--help") {
+            return true;
+        }
+    }
+    return false;
+}
+
+int enter_and_run_anew(char** argv) {
+    lab::SandboxOptions options;
+    options.programs = BACKHAUL_BUILD_DIR "/lab";
+    options.keep = {BACKHAUL_BUILD_DIR, BACKHAUL_SOURCE_DIR};
+    options.network.radios = {"ath0", "ath1", "ath10", "ath11", "ath14", "ath20"};
+    std::string error;
+    if (lab::sandbox_enter(options, error) != 0 ||
+        lab::clock_page_create(lab::kLabClock, lab::CLOCK_REAL, 0, error) != 0) {
+        fprintf(stderr, "FAILED: %s\n", error.c_str());
+        return 1;
+    }
+    setenv(kInside, "1", 1);
+    setenv("LAB_CLOCK", lab::kLabClock, 1);
+    setenv("LD_PRELOAD", lab::kLabClockModule, 1);
+    execv("/proc/self/exe", argv);
+    perror("cannot run the tests anew");
+    return 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (!only_lists(argc, argv) && getenv(kInside) == nullptr) {
+        return enter_and_run_anew(argv);
+    }
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,183 @@
+// The sandbox as the daemon and the tests find it.
+#include <arpa/inet.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+#include "lab/sandbox/doctor.h"
+#include "lab/sandbox/layout.h"
+#include "lab/sandbox/network.h"
+#include "lab/sandbox/sandbox.h"
+#include "tests/harness/sandbox.h"
+
+namespace {
+
+using harness::file_text;
+using harness::put_file;
+using testing::Test;
+
+class Sandbox : public harness::SandboxTest {};
+
+std::string address_of(const char* name, unsigned long request) {
+    ifreq wanted{};
+    wanted.ifr_addr.sa_family = AF_INET;
+    strncpy(wanted.ifr_name, name, IFNAMSIZ - 1);
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    std::string text = "none";
+    if (ioctl(fd, request, &wanted) == 0) {
+        sockaddr_in address{};
+        memcpy(&address, &wanted.ifr_addr, sizeof(address));
+        text = inet_ntoa(address.sin_addr);
+    }
+    close(fd);
+    return text;
+}
+
+TEST_F(Sandbox, starts_each_test_with_empty_folders_whatever_the_last_one_left) {
+    put_file("/tmp/somewhere/left", "x");
+    put_file("/var/log/left", "x");
+    SetUp();
+    EXPECT_FALSE(harness::file_is_there("/tmp/somewhere/left"));
+    EXPECT_FALSE(harness::file_is_there("/var/log/left"));
+    EXPECT_TRUE(harness::file_is_there(BACKHAUL_BUILD_DIR)) << "the build must stay visible";
+}
+
+TEST_F(Sandbox, shows_the_run_folder_at_its_old_place_too) {
+    put_file("/var/run/one.pid", "7");
+    EXPECT_EQ(file_text("/run/one.pid"), "7");
+}
+
+TEST_F(Sandbox, numbers_processes_from_one) {
+    EXPECT_LT(getpid(), 10);
+    EXPECT_EQ(file_text("/proc/1/comm"), "lab_init\n");
+}
+
+TEST_F(Sandbox, gives_the_bridge_an_address_with_its_broadcast) {
+    EXPECT_EQ(address_of("br-lan", SIOCGIFADDR), "192.168.1.10");
+    EXPECT_EQ(address_of("br-lan", SIOCGIFBRDADDR), "192.168.1.255");
+}
+
+TEST_F(Sandbox, shows_its_own_devices_in_sysfs) {
+    EXPECT_TRUE(harness::file_is_there("/sys/class/net/br-lan"));
+    EXPECT_TRUE(harness::file_is_there("/sys/class/net/ath20"));
+    EXPECT_NE(if_nametoindex("ath0"), 0U);
+}
+
+TEST_F(Sandbox, sends_to_the_broadcast_address_without_error_thanks_to_the_default_route) {
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in nowhere{};
+    nowhere.sin_family = AF_INET;
+    nowhere.sin_port = htons(36003);
+    nowhere.sin_addr.s_addr = inet_addr("");
+    EXPECT_EQ(sendto(fd, "x", 1, 0, reinterpret_cast<sockaddr*>(&nowhere), sizeof(nowhere)), -1);
+    EXPECT_EQ(errno, EACCES) << "without a route it would be ENETUNREACH";
+    close(fd);
+}
+
+TEST_F(Sandbox, records_the_exact_line_with_quotes_tabs_and_line_ends) {
+    const std::string line = "true 'one' \"two\" \\\\ `true` \t # \n true $HOME \x01\xff";
+    EXPECT_EQ(system(line.c_str()), 0);
+    EXPECT_EQ(harness::recorded_lines(), std::vector<std::string>{line});
+}
+
+TEST_F(Sandbox, records_lines_of_popen_and_system_in_their_order) {
+    EXPECT_EQ(system("true 1"), 0);
+    FILE* pipe = popen("echo 2", "r");
+    char text[8] = {};
+    EXPECT_NE(fgets(text, sizeof(text), pipe), nullptr);
+    pclose(pipe);
+    EXPECT_STREQ(text, "2\n");
+    EXPECT_EQ(system("true 3"), 0);
+    EXPECT_EQ(harness::take_lines(), (std::vector<std::string>{"true 1", "echo 2", "true 3"}));
+    EXPECT_EQ(harness::take_lines(), std::vector<std::string>{});
+}
+
+TEST_F(Sandbox, finds_the_stand_in_tools_by_name_and_at_their_fixed_places) {
+    EXPECT_EQ(system("uci get wireless.ath0.ssid 2>/dev/null"), 256);
+    for (const std::string_view place : lab::kToolPlaces) {
+        EXPECT_EQ(access(std::string(place).c_str(), X_OK), 0) << place;
+    }
+    EXPECT_EQ(system("/sbin/velmor_led_ctrl 1"), 0);
+    EXPECT_EQ(harness::recorded_calls(),
+              (std::vector<std::string>{"uci get wireless.ath0.ssid", "velmor_led_ctrl 1"}));
+}
+
+TEST_F(Sandbox, keeps_what_lay_beside_a_covered_tool_usable) {
+    EXPECT_EQ(system("/usr/sbin/ip link show br-lan > /tmp/out"), 0);
+    EXPECT_NE(file_text("/tmp/out").find("br-lan"), std::string::npos);
+}
+
+TEST_F(Sandbox, runs_the_real_tools_that_are_no_stand_ins) {
+    EXPECT_EQ(system("echo -n 'a' | openssl aes-128-cbc -e -k 'b' 2>/dev/null > /tmp/out"), 0);
+    EXPECT_EQ(file_text("/tmp/out").size(), 32U);
+}
+
+TEST_F(Sandbox, has_room_for_another_sandbox_inside_with_the_same_shell_and_tools) {
+    lab::SandboxOptions options;
+    options.programs = BACKHAUL_BUILD_DIR "/lab";
+    std::string error;
+    const pid_t inner = lab::sandbox_start(options, error);
+    ASSERT_GT(inner, 0) << error;
+    const std::string root = "/proc/" + std::to_string(inner) + "/root";
+    EXPECT_TRUE(harness::file_is_there(root + "/run/lab/bin/uci"));
+    EXPECT_EQ(file_text(root + "/proc/1/comm"), "lab_init\n");
+    ASSERT_EQ(lab::run_program({"nsenter", "-t", std::to_string(inner), "-m", "-p", "-n", "sh",
+                                "-c", "uci get a.b.c; ip link show br-lan"},
+                               "", error),
+              0)
+        << error;
+    EXPECT_NE(file_text(root + lab::kLabLines).find("uci get a.b.c"), std::string::npos);
+    EXPECT_EQ(harness::recorded_lines(), std::vector<std::string>{});
+    kill(inner, SIGKILL);
+}
+
+TEST_F(Sandbox, says_what_is_missing_when_the_programs_were_not_built) {
+    lab::SandboxOptions options;
+    options.programs = "/nowhere";
+    std::string error;
+    EXPECT_EQ(lab::sandbox_start(options, error), -1);
+    EXPECT_EQ(error,
+              "no sandbox: /nowhere/liblab_clock.so is missing: build the target backhaul_lab");
+}
+
+TEST_F(Sandbox, says_what_failed_when_the_network_cannot_be_made) {
+    lab::SandboxOptions options;
+    options.programs = BACKHAUL_BUILD_DIR "/lab";
+    options.network.address = "192.168.1.300/24";
+    std::string error;
+    EXPECT_EQ(lab::sandbox_start(options, error), -1);
+    EXPECT_NE(error.find("192.168.1.300"), std::string::npos) << error;
+}
+
+TEST(Doctor, finds_nothing_missing_where_the_tests_run) {
+    for (const lab::Lack& lack : lab::doctor_look(BACKHAUL_BUILD_DIR "/lab")) {
+        ADD_FAILURE() << lack.what << ": " << lack.remedy;
+    }
+}
+
+TEST(Doctor, names_the_programs_that_were_not_built) {
+    const std::vector<lab::Lack> lacks = lab::doctor_look("/nowhere");
+    ASSERT_EQ(lacks.size(), 3U);
+    EXPECT_EQ(lacks[0].what, "/nowhere/lab_tool is missing");
+    EXPECT_EQ(lacks[0].remedy, "build backhaul_lab");
+}
+
+TEST(NetworkCommands, leave_out_address_and_route_when_asked) {
+    lab::NetworkPlan plan;
+    plan.address = "";
+    plan.gateway = "";
+    plan.radios = {"ath0"};
+    EXPECT_EQ(lab::network_commands(plan),
+              "link set lo up\n"
+              "link add br-lan type bridge\n"
+              "link set br-lan up\n"
+              "link add ath0 type bridge\n"
+              "link set ath0 up\n");
+}
+
+}  // namespace
