@@ -1,6 +1,8 @@
 #include "intf/intf_profile.h"
 
+#include <algorithm>
 #include <cctype>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <span>
@@ -68,7 +70,7 @@ bool column_scan(const char*& text, std::span<char> out) {
             out[kept++] = *text;
         }
     }
-    out[kept] = '\0';
+    std::fill(out.begin() + static_cast<ptrdiff_t>(kept), out.end(), '\0');
     return true;
 }
 
