@@ -5,6 +5,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "lab/sandbox/layout.h"
@@ -36,6 +38,17 @@ std::vector<std::string> rest_of(std::vector<std::string> all, size_t& cursor) {
     return {all.begin() + static_cast<std::ptrdiff_t>(from), all.end()};
 }
 
+// Whether /tmp is the sandbox's own. Nothing may ever be removed from the machine's.
+bool is_inside_sandbox() {
+    struct stat tmp {};
+    struct stat run {};
+    struct stat above {};
+    const std::string init = file_text("/proc/1/comm");
+    return init == "lab_init\n" && stat("/tmp", &tmp) == 0 && stat("/", &above) == 0 &&
+           stat(lab::kLabRoot, &run) == 0 && tmp.st_dev != above.st_dev &&
+           run.st_dev != above.st_dev;
+}
+
 void empty_folder(const std::string& path);
 
 void remove_all(const std::string& path) {
@@ -56,6 +69,9 @@ bool same_device(const std::string& path, dev_t device) {
 // Never leaves the file system that `path` is on: folders from outside that are kept visible
 // below it belong to somebody else.
 void empty_folder(const std::string& path) {
+    if (!is_inside_sandbox()) {
+        return;
+    }
     struct stat about {};
     DIR* folder = opendir(path.c_str());
     if (folder == nullptr || stat(path.c_str(), &about) != 0) {
@@ -146,6 +162,10 @@ void clock_settle() {
 }
 
 void SandboxTest::SetUp() {
+    if (!is_inside_sandbox()) {
+        fprintf(stderr, "FAILED: this test runs outside a sandbox: link test_sandbox's main()\n");
+        abort();
+    }
     empty_folder("/tmp");
     empty_folder("/var/log");
     lab::state_clear("");

@@ -19,7 +19,7 @@ constexpr char kInside[] = "BACKHAUL_TEST_INSIDE";
 bool only_lists(int argc, char** argv) {
     for (int at = 1; at < argc; ++at) {
         const std::string_view word = argv[at];
-        if (word.find("list_tests") != std::string_view::npos || word == "--help") {
+        if (word == "--gtest_list_tests" || word == "--help") {
             return true;
         }
     }
