@@ -1,0 +1,154 @@
+#include "lab/node/daemon.h"
+
+#include <dirent.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+
+#include "lab/sandbox/layout.h"
+#include "lab/tools/small_file.h"
+
+namespace lab {
+namespace {
+
+constexpr std::chrono::seconds kEndPatience{10};
+
+bool is_gone(pid_t pid) {
+    std::string stat;
+    if (!file_read("/proc/" + std::to_string(pid) + "/stat", &stat)) {
+        return true;
+    }
+    const size_t at = stat.rfind(") ");
+    return at == std::string::npos || strchr("ZX", stat[at + 2]) != nullptr;
+}
+
+}  // namespace
+
+Daemon::~Daemon() {
+    stop();
+}
+
+int Daemon::start(const DaemonOptions& options, std::string& error) {
+    if (!reaped_) {
+        error = "the daemon runs already";
+        return -1;
+    }
+    SpawnPlan plan;
+    plan.words = {kLabDaemon};
+    plan.words.insert(plan.words.end(), options.arguments.begin(), options.arguments.end());
+    plan.environment = options.environment;
+    plan.out = kDaemonOut;
+    plan.err = kDaemonErr;
+    plan.moved_clock = !node_.options().real_time;
+    supervisor_ = node_.spawn(plan, error);
+    reaped_ = supervisor_ < 0;
+    return supervisor_ < 0 ? -1 : 0;
+}
+
+void Daemon::stop() {
+    if (reaped_) {
+        return;
+    }
+    kill(supervisor_, SIGKILL);
+    while (waitpid(supervisor_, &status_, 0) < 0 && errno == EINTR) {
+    }
+    reaped_ = true;
+    for (const ProcessInfo& process : node_processes(node_)) {
+        if (process.pid != node_.init()) {
+            kill(process.pid, SIGKILL);
+        }
+    }
+    const auto end = std::chrono::steady_clock::now() + kEndPatience;
+    while (node_processes(node_).size() > 1 && std::chrono::steady_clock::now() < end) {
+        usleep(500);
+    }
+}
+
+pid_t Daemon::worker() const {
+    for (const ProcessInfo& child : children_of(node_, supervisor_)) {
+        if (child.state != 'Z') {
+            return child.pid;
+        }
+    }
+    return 0;
+}
+
+bool Daemon::has_ended(int& status) {
+    if (!reaped_ && waitpid(supervisor_, &status_, WNOHANG) == supervisor_) {
+        reaped_ = true;
+    }
+    status = status_;
+    return reaped_;
+}
+
+int Daemon::kill_worker(int signal, std::string& error) {
+    const pid_t victim = worker();
+    if (victim == 0) {
+        error = "there is no worker to kill";
+        return -1;
+    }
+    kill(victim, signal);
+    const auto end = std::chrono::steady_clock::now() + kEndPatience;
+    while (!is_gone(victim)) {
+        if (std::chrono::steady_clock::now() > end) {
+            error = "the worker survives signal " + std::to_string(signal);
+            return -1;
+        }
+        usleep(200);
+    }
+    return 0;
+}
+
+std::vector<std::string> Daemon::worker_descriptors() const {
+    return descriptors_of(worker());
+}
+
+std::vector<std::string> Daemon::worker_threads() const {
+    return threads_of(worker());
+}
+
+long Daemon::worker_resident_kb() const {
+    const pid_t pid = worker();
+    for (const ProcessInfo& process : node_processes(node_)) {
+        if (process.pid == pid) {
+            return process.resident_kb;
+        }
+    }
+    return 0;
+}
+
+std::vector<std::string> sanitizer_reports(const Node& node) {
+    std::vector<std::string> reports;
+    const std::string folder = node.at(kLabOut);
+    DIR* open_folder = opendir(folder.c_str());
+    if (open_folder == nullptr) {
+        return reports;
+    }
+    while (const dirent* entry = readdir(open_folder)) {
+        std::string text;
+        if (strncmp(entry->d_name, "sanitizer", 9) == 0 &&
+            file_read(folder + "/" + entry->d_name, &text) && !text.empty()) {
+            reports.push_back(text);
+        }
+    }
+    closedir(open_folder);
+    std::sort(reports.begin(), reports.end());
+    return reports;
+}
+
+std::vector<std::string> zombies(const Node& node) {
+    std::vector<std::string> found;
+    for (const ProcessInfo& process : node_processes(node)) {
+        if (process.state == 'Z') {
+            found.push_back(std::to_string(process.inner) + " " + process.name);
+        }
+    }
+    return found;
+}
+
+}  // namespace lab

@@ -1,0 +1,69 @@
+// The real daemon inside a node: its supervisor, the worker of the moment, and what they leave.
+//
+// Used on the thread that owns the node. Nothing here waits for anything but process starts and
+// ends; time and quiet are the clock's.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+#include "lab/node/node.h"
+#include "lab/node/processes.h"
+
+namespace lab {
+
+struct DaemonOptions {
+    std::vector<std::string> arguments;    // after the program's name
+    std::vector<std::string> environment;  // "NAME=VALUE", beyond the node's own
+};
+
+inline constexpr char kDaemonOut[] = "/run/lab/out/stdout";
+inline constexpr char kDaemonErr[] = "/run/lab/out/stderr";
+
+class Daemon {
+public:
+    explicit Daemon(const Node& node) : node_(node) {}
+    ~Daemon();
+    Daemon(const Daemon&) = delete;
+    Daemon& operator=(const Daemon&) = delete;
+
+    // Starts the supervisor. Its standard streams grow kDaemonOut and kDaemonErr. 0 or -1.
+    int start(const DaemonOptions& options, std::string& error);
+
+    // Ends supervisor, worker and what they started, and reaps the supervisor.
+    void stop();
+
+    pid_t supervisor() const {
+        return supervisor_;
+    }
+    // The worker of the moment, 0 when there is none.
+    pid_t worker() const;
+
+    // Whether the supervisor has ended; `status` as from waitpid.
+    bool has_ended(int& status);
+
+    // Sends a signal to the worker and returns when that process is gone (or was never there: -1).
+    int kill_worker(int signal, std::string& error);
+
+    // Open descriptors, threads and memory of the worker.
+    std::vector<std::string> worker_descriptors() const;
+    std::vector<std::string> worker_threads() const;
+    long worker_resident_kb() const;
+
+private:
+    const Node& node_;
+    pid_t supervisor_ = -1;
+    bool reaped_ = true;
+    int status_ = 0;
+};
+
+// What sanitizers reported about any process of the node, one text a process; empty when all is
+// well.
+std::vector<std::string> sanitizer_reports(const Node& node);
+
+// Ended processes that nobody has reaped, as "PID NAME".
+std::vector<std::string> zombies(const Node& node);
+
+}  // namespace lab

@@ -1,0 +1,69 @@
+#include "lab/node/database.h"
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace lab {
+namespace {
+
+std::string database_path(const Node& node) {
+    return node.at("/tmp/netprobe.db");
+}
+
+int run(sqlite3* handle, const std::string& sql, std::string& error) {
+    char* said = nullptr;
+    const int result = sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, &said);
+    if (result != SQLITE_OK) {
+        error = said == nullptr ? "SQLite says nothing" : said;
+    }
+    sqlite3_free(said);
+    return result == SQLITE_OK ? 0 : -1;
+}
+
+}  // namespace
+
+int database_run(const Node& node, const std::string& sql, std::string& error) {
+    sqlite3* handle = nullptr;
+    int result = -1;
+    if (sqlite3_open(database_path(node).c_str(), &handle) == SQLITE_OK) {
+        sqlite3_busy_timeout(handle, 2000);
+        result = run(handle, sql, error);
+    } else {
+        error = "cannot open " + database_path(node);
+    }
+    sqlite3_close(handle);
+    return result;
+}
+
+DatabaseLock::DatabaseLock(const Node& node) {
+    sqlite3* handle = nullptr;
+    std::string error;
+    ok_ = sqlite3_open(database_path(node).c_str(), &handle) == SQLITE_OK &&
+          run(handle, "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE;", error) == 0;
+    handle_ = handle;
+}
+
+DatabaseLock::~DatabaseLock() {
+    sqlite3_close(static_cast<sqlite3*>(handle_));
+}
+
+int fifo_command(const Node& node, const std::string& bytes, std::string& error) {
+    const int fd = open(node.at("/tmp/backhaul_fifo").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        error = std::string("nobody reads the control FIFO: ") + strerror(errno);
+        return -1;
+    }
+    const ssize_t put = write(fd, bytes.data(), bytes.size());
+    close(fd);
+    if (put != static_cast<ssize_t>(bytes.size())) {
+        error = "the control FIFO did not take the command whole";
+        return -1;
+    }
+    return 0;
+}
+
+}  // namespace lab

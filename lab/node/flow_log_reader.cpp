@@ -1,0 +1,115 @@
+#include "lab/node/flow_log_reader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+#include <utility>
+
+namespace lab {
+namespace {
+
+// "Thu Jan  1 00:00:00 1970" and " : ".
+constexpr size_t kDateLength = 24;
+constexpr size_t kPrefixLength = 27;
+
+std::uint64_t inode_of(const std::string& path) {
+    struct stat about {};
+    return stat(path.c_str(), &about) == 0 ? static_cast<std::uint64_t>(about.st_ino) : 0;
+}
+
+}  // namespace
+
+bool log_line_split(const std::string& line, std::int64_t& time, std::string& text) {
+    if (line.size() < kPrefixLength || line.compare(kDateLength, 3, " : ") != 0) {
+        return false;
+    }
+    tm date{};
+    const std::string prefix = line.substr(0, kDateLength);
+    const char* end = strptime(prefix.c_str(), "%a %b %e %H:%M:%S %Y", &date);
+    if (end == nullptr || *end != '\0') {
+        return false;
+    }
+    time = timegm(&date);
+    text = line.substr(kPrefixLength);
+    return true;
+}
+
+FlowLogReader::FlowLogReader(std::string path) : path_(std::move(path)) {}
+
+FlowLogReader::~FlowLogReader() {
+    if (fd_ >= 0) {
+        close(fd_);
+    }
+}
+
+bool FlowLogReader::follow(int fd) {
+    struct stat about {};
+    if (fd < 0 || fstat(fd, &about) != 0) {
+        return false;
+    }
+    if (fd_ >= 0) {
+        close(fd_);
+    }
+    fd_ = fd;
+    inode_ = static_cast<std::uint64_t>(about.st_ino);
+    offset_ = 0;
+    partial_.clear();
+    generations_.push_back(inode_);
+    return true;
+}
+
+// With `final` set nothing more will come, and a line without its end counts as one.
+void FlowLogReader::read_rest(std::vector<LogLine>& lines, bool final) {
+    std::array<char, 16384> block{};
+    ssize_t got = 0;
+    while ((got = pread(fd_, block.data(), block.size(), static_cast<off_t>(offset_))) > 0) {
+        partial_.append(block.data(), static_cast<size_t>(got));
+        offset_ += static_cast<std::uint64_t>(got);
+    }
+    size_t from = 0;
+    while (from < partial_.size()) {
+        const size_t end = partial_.find('\n', from);
+        if (end == std::string::npos && !final) {
+            break;
+        }
+        LogLine line;
+        line.text = partial_.substr(from, end - from);
+        line.inode = inode_;
+        line.at = offset_ - (partial_.size() - from);
+        const std::string whole = line.text;
+        log_line_split(whole, line.time, line.text);
+        lines.push_back(line);
+        from = end == std::string::npos ? partial_.size() : end + 1;
+    }
+    partial_.erase(0, from);
+}
+
+std::vector<LogLine> FlowLogReader::read_new() {
+    std::vector<LogLine> lines;
+    const std::uint64_t live = inode_of(path_);
+    if (fd_ >= 0) {
+        read_rest(lines, live != inode_);
+    }
+    if (live == 0 || (fd_ >= 0 && live == inode_)) {
+        return lines;
+    }
+    const std::uint64_t older = inode_of(path_ + ".1");
+    if (fd_ >= 0 && older != 0 && older != inode_ &&
+        std::find(generations_.begin(), generations_.end(), older) == generations_.end()) {
+        // A whole generation came and went; the one before it may be gone for good.
+        ++lost_;
+        if (follow(open((path_ + ".1").c_str(), O_RDONLY | O_CLOEXEC))) {
+            read_rest(lines, true);
+        }
+    }
+    if (follow(open(path_.c_str(), O_RDONLY | O_CLOEXEC))) {
+        read_rest(lines, false);
+    }
+    return lines;
+}
+
+}  // namespace lab

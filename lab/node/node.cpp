@@ -1,0 +1,130 @@
+#include "lab/node/node.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <utility>
+
+#include "lab/clock/clock_control.h"
+#include "lab/node/spawn.h"
+#include "lab/sandbox/layout.h"
+
+namespace lab {
+namespace {
+
+constexpr std::array<const char*, 4> kNamespaces = {"pid", "mnt", "net", "ipc"};
+
+// Names of cables are per test process, which has "lab-switch" to itself.
+std::string next_cable() {
+    static unsigned count = 0;
+    return "lab" + std::to_string(++count);
+}
+
+SandboxOptions sandbox_options(const NodeOptions& options) {
+    SandboxOptions sandbox;
+    sandbox.programs = options.programs;
+    sandbox.daemon = options.daemon;
+    sandbox.keep = options.keep;
+    sandbox.network.address = options.address;
+    sandbox.network.gateway = options.gateway;
+    sandbox.network.radios = options.radios;
+    return sandbox;
+}
+
+}  // namespace
+
+Node::Node(NodeOptions options) : options_(std::move(options)) {}
+
+std::unique_ptr<Node> Node::make(const NodeOptions& options, std::string& error) {
+    std::unique_ptr<Node> node(new Node(options));
+    node->init_ = sandbox_start(sandbox_options(options), error);
+    if (node->init_ < 0) {
+        return nullptr;
+    }
+    node->root_ = "/proc/" + std::to_string(node->init_) + "/root";
+    const ClockMode mode = options.real_time ? CLOCK_REAL : CLOCK_HELD;
+    if (node->open_namespaces(error) != 0 ||
+        clock_page_create(node->at(kLabClock), mode, options.start_time, error) != 0) {
+        return nullptr;
+    }
+    if (options.on_switch && node->attach_to_switch(error) != 0) {
+        return nullptr;
+    }
+    return node;
+}
+
+Node::~Node() {
+    if (init_ > 0) {
+        kill(init_, SIGKILL);
+        waitpid(init_, nullptr, 0);
+    }
+    for (const int fd : namespaces_) {
+        if (fd >= 0) {
+            close(fd);
+        }
+    }
+    if (own_pid_namespace_ >= 0) {
+        close(own_pid_namespace_);
+    }
+}
+
+int Node::open_namespaces(std::string& error) {
+    own_pid_namespace_ = open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC);
+    for (size_t at = 0; at < kNamespaces.size(); ++at) {
+        const std::string path = "/proc/" + std::to_string(init_) + "/ns/" + kNamespaces[at];
+        namespaces_[at] = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (namespaces_[at] < 0) {
+            error = "cannot open " + path + ": " + strerror(errno);
+            return -1;
+        }
+    }
+    return 0;
+}
+
+int Node::attach_to_switch(std::string& error) {
+    cable_ = next_cable();
+    const std::string outside = "link add " + cable_ + " type veth peer name lan0 netns " +
+                                std::to_string(init_) + "\nlink set " + cable_ +
+                                " master lab-switch\nlink set " + cable_ + " up\n";
+    if (run_program({"ip", "-batch", "-"}, outside, error) != 0) {
+        return -1;
+    }
+    SpawnPlan inside;
+    inside.words = {"ip", "link", "set", "lan0", "master", "br-lan", "up"};
+    inside.moved_clock = false;
+    const int code = run(inside, error);
+    if (code != 0) {
+        error = "cannot plug the node's end of its cable (" + std::to_string(code) + ") " + error;
+        return -1;
+    }
+    return 0;
+}
+
+int Node::cable(bool plugged, std::string& error) const {
+    return run_program({"ip", "link", "set", cable_, plugged ? "up" : "down"}, "", error);
+}
+
+std::string Node::ip() const {
+    return options_.address.substr(0, options_.address.find('/'));
+}
+
+pid_t Node::spawn(const SpawnPlan& plan, std::string& error) const {
+    return spawn_inside(plan, namespaces_, own_pid_namespace_, error);
+}
+
+int Node::run(const SpawnPlan& plan, std::string& error) const {
+    const pid_t child = spawn(plan, error);
+    if (child < 0) {
+        return -1;
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+}  // namespace lab

@@ -1,0 +1,95 @@
+// A stand-in router: private namespaces with the firmware's stand-in tools, "br-lan", radio
+// interfaces, its own files and its own moved time, in which an unmodified daemon runs.
+//
+// Used by process tests and the lab, on one thread, from inside a sandbox of their own (nodes then
+// meet on that sandbox's bridge "lab-switch" and end with it). A node's files are reached from
+// outside below root(). Numbers of processes are the caller's unless said otherwise. Functions
+// return 0 (or a pid) or -1; on -1 `error` holds a sentence.
+#pragma once
+
+#include <sys/types.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "lab/sandbox/sandbox.h"
+
+namespace lab {
+
+// 2023-11-14 22:13:20 UTC: where a node's time starts unless told otherwise.
+inline constexpr std::uint32_t kNodeStartTime = 1'700'000'000;
+
+struct NodeOptions {
+    std::string name = "node";                // for messages and evidence
+    std::string programs;                     // folder of lab_tool, lab_sh and liblab_clock.so
+    std::string daemon;                       // the daemon's program
+    std::vector<std::string> keep;            // folders that must stay visible (profiling data)
+    std::string address = "192.168.1.20/24";  // of "br-lan"; empty: none
+    std::string gateway = "192.168.1.1";      // empty: no default route
+    std::vector<std::string> radios = {"ath0", "ath1", "ath10", "ath11", "ath14", "ath20"};
+    bool on_switch = true;   // a cable from "br-lan" to "lab-switch"
+    bool real_time = false;  // the clock is not moved
+    std::uint32_t start_time = kNodeStartTime;
+};
+
+// What to run inside a node.
+struct SpawnPlan {
+    std::vector<std::string> words;        // program (a path, or a name on PATH) and arguments
+    std::vector<std::string> environment;  // "NAME=VALUE", beyond those of every node process
+    std::string in = "/dev/null";          // files inside the node
+    std::string out = "/dev/null";         // grown at its end
+    std::string err;                       // empty: as `out`
+    bool moved_clock = true;               // preload the clock
+};
+
+class Node {
+public:
+    // Makes a node and returns when it is ready; nullptr and `error` when it cannot.
+    static std::unique_ptr<Node> make(const NodeOptions& options, std::string& error);
+    ~Node();
+    Node(const Node&) = delete;
+    Node& operator=(const Node&) = delete;
+
+    const NodeOptions& options() const {
+        return options_;
+    }
+    // Process 1 of the node; everything inside ends with it.
+    pid_t init() const {
+        return init_;
+    }
+    // Prefix that turns a path inside the node into one for the caller.
+    const std::string& root() const {
+        return root_;
+    }
+    std::string at(const std::string& path) const {
+        return root_ + path;
+    }
+    // Address of "br-lan" without its length.
+    std::string ip() const;
+
+    // Starts a program inside the node as a child of the caller, who has to wait for it.
+    pid_t spawn(const SpawnPlan& plan, std::string& error) const;
+
+    // Runs a program inside the node to its end. Returns its exit code, 128 + signal, or -1.
+    int run(const SpawnPlan& plan, std::string& error) const;
+
+    // Pulls or plugs the cable to "lab-switch".
+    int cable(bool plugged, std::string& error) const;
+
+private:
+    explicit Node(NodeOptions options);
+    int open_namespaces(std::string& error);
+    int attach_to_switch(std::string& error);
+
+    NodeOptions options_;
+    pid_t init_ = -1;
+    std::string root_;
+    std::string cable_;
+    std::array<int, 4> namespaces_{-1, -1, -1, -1};  // pid, mnt, net, ipc
+    int own_pid_namespace_ = -1;
+};
+
+}  // namespace lab
