@@ -15,8 +15,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <initializer_list>
+#include <span>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -195,48 +196,67 @@ TEST(LinkLoss, compares_the_signed_count_with_the_unsigned_limit_as_integers) {
     EXPECT_EQ(link_loss_choose(BACKHAUL_READY, -1, 255), link_loss_action::reconnect);
 }
 
-intf_record record_make(int32_t type, int32_t state, uint16_t priority) {
-    intf_record record;
-    record.type = type;
-    record.state = state;
-    record.priority = priority;
-    return record;
-}
+struct record_values {
+    int32_t type;
+    int32_t state;
+    uint16_t priority;
+};
+
+/// A table of up to five records.
+class Table {
+public:
+    Table(std::initializer_list<record_values> rows) : count_(rows.size()) {
+        size_t at = 0;
+        for (const record_values& row : rows) {
+            records_.at(at).type = row.type;
+            records_.at(at).state = row.state;
+            records_.at(at).priority = row.priority;
+            ++at;
+        }
+    }
+    intf_record& operator[](size_t at) {
+        return records_.at(at);
+    }
+    std::span<intf_record> all() {
+        return {records_.data(), count_};
+    }
+
+private:
+    std::array<intf_record, 5> records_;
+    size_t count_;
+};
 
 TEST(BackupSearch, takes_the_idle_station_of_highest_priority_and_the_first_on_a_tie) {
-    std::vector<intf_record> table = {
-        record_make(BACKHAUL_STA, INIT, 9), record_make(MAIN_SERVICE_AP, INIT, 99),
-        record_make(BACKHAUL_STA, INIT, 5), record_make(BACKHAUL_STA, INIT, 7),
-        record_make(BACKHAUL_STA, INIT, 7),
-    };
-    EXPECT_EQ(backup_station_choose(table, &table[0]), &table[3]);
-    EXPECT_EQ(backup_station_choose(table, &table[3]), &table[0]);
+    Table table{{BACKHAUL_STA, INIT, 9},
+                {MAIN_SERVICE_AP, INIT, 99},
+                {BACKHAUL_STA, INIT, 5},
+                {BACKHAUL_STA, INIT, 7},
+                {BACKHAUL_STA, INIT, 7}};
+    EXPECT_EQ(backup_station_choose(table.all(), &table[0]), &table[3]);
+    EXPECT_EQ(backup_station_choose(table.all(), &table[3]), &table[0]);
 }
 
 TEST(BackupSearch, never_takes_a_station_that_is_not_idle) {
     for (int32_t state = 1; state < 17; ++state) {
-        std::vector<intf_record> table = {record_make(BACKHAUL_STA, INIT, 9),
-                                          record_make(BACKHAUL_STA, state, 5)};
-        EXPECT_EQ(backup_station_choose(table, &table[0]), nullptr) << state;
+        Table table{{BACKHAUL_STA, INIT, 9}, {BACKHAUL_STA, state, 5}};
+        EXPECT_EQ(backup_station_choose(table.all(), &table[0]), nullptr) << state;
     }
 }
 
 TEST(BackupSearch, takes_a_station_of_priority_0) {
-    std::vector<intf_record> table = {record_make(BACKHAUL_STA, INIT, 9),
-                                      record_make(BACKHAUL_STA, INIT, 0)};
-    EXPECT_EQ(backup_station_choose(table, &table[0]), &table[1]);
+    Table table{{BACKHAUL_STA, INIT, 9}, {BACKHAUL_STA, INIT, 0}};
+    EXPECT_EQ(backup_station_choose(table.all(), &table[0]), &table[1]);
 }
 
 TEST(PreferredStation, is_the_one_of_highest_priority_and_the_first_on_a_tie) {
-    std::vector<intf_record> table = {
-        record_make(BACKHAUL_AP, INIT, 99), record_make(BACKHAUL_STA, INIT, 4),
-        record_make(BACKHAUL_STA, INIT, 6), record_make(BACKHAUL_STA, INIT, 6)};
-    EXPECT_EQ(preferred_station_choose(table), &table[2]);
-    table[2].priority = 0;
-    table[3].priority = 0;
-    table[1].priority = 0;
-    EXPECT_EQ(preferred_station_choose(table), &table[1]);
-    EXPECT_EQ(preferred_station_choose(std::span<intf_record>(table).first(1)), nullptr);
+    Table table{{BACKHAUL_AP, INIT, 99},
+                {BACKHAUL_STA, INIT, 4},
+                {BACKHAUL_STA, INIT, 6},
+                {BACKHAUL_STA, INIT, 6}};
+    EXPECT_EQ(preferred_station_choose(table.all()), &table[2]);
+    Table equal{{BACKHAUL_STA, INIT, 0}, {BACKHAUL_STA, INIT, 0}};
+    EXPECT_EQ(preferred_station_choose(equal.all()), &equal[0]);
+    EXPECT_EQ(preferred_station_choose(table.all().first(1)), nullptr);
 }
 
 TEST(ReadyDecay, forgives_one_loss_after_five_ready_periods) {
