@@ -11,14 +11,13 @@
 #include <cstdio>
 #include <cstring>
 
+constinit frequency_list dfs_channel_cache;
+
 namespace {
 
 static_assert(CHANNEL_LIST_SIZE == 20464);
 static_assert(NOL_SIZE == 4 + NOL_ENTRY_SIZE * DFS_CHANNELS_MAX);
 static_assert(IOCTL_GETCHANINFO == SIOCIWFIRSTPRIV + 7);
-
-/// The channels of the first interface that was asked; kept for the life of the worker.
-constinit frequency_list channel_cache;
 
 bool frequency_listed(const frequency_list& list, uint16_t frequency) {
     const auto* end = list.frequency.begin() + list.count;
@@ -90,9 +89,9 @@ void device_wifi_nol_get(frequency_list& nol) {
 
 int device_dfs_channel_available(const intf_record* record) {
     static frequency_list nol;
-    if (channel_cache.count == 0) {
-        device_wifi_get_channel_list(record->name.data(), channel_cache);
+    if (dfs_channel_cache.count == 0) {
+        device_wifi_get_channel_list(record->name.data(), dfs_channel_cache);
     }
     device_wifi_nol_get(nol);
-    return dfs_channel_free(channel_cache, nol);
+    return dfs_channel_free(dfs_channel_cache, nol);
 }

@@ -27,6 +27,10 @@ struct frequency_list {
     std::array<uint16_t, DFS_CHANNELS_MAX> frequency{};
 };
 
+/// The channels of the first interface that was asked, kept for the life of the worker once there
+/// are any. Timer thread only.
+extern frequency_list dfs_channel_cache;
+
 /// Reads a count and entries of `entry_size` bytes, of each the 16-bit frequency at its start;
 /// the count is bounded by `bytes` and by the room in `out`.
 void frequency_list_read(std::span<const uint8_t> bytes, size_t entry_size, frequency_list& out);
