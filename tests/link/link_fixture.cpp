@@ -24,6 +24,7 @@ void LinkTest::SetUp() {
     }
     for (const char* name : {"ath10", "ath11", "ath14"}) {
         uci_put(std::string(name) + ".disabled", "0");
+        ASSERT_TRUE(lab::wifi_mode_set("", name, "Master"));
     }
     ASSERT_TRUE(lab::supplicant_pid_file_set("", 1));
     ASSERT_TRUE(lab::hyd_running_set("", true));

@@ -1,0 +1,171 @@
+// Changing states, arming timeouts and the status file, in a sandbox.
+
+#include "link/link_state.h"
+
+#include "link/backhaul_status.h"
+#include "link/link_timer.h"
+#include "runtime/runtime_block.h"
+#include "tests/link/link_fixture.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <thread>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+class LinkState : public LinkTest {};
+
+TEST_F(LinkState, logs_a_dropped_request_and_leaves_state_and_timer_alone) {
+    backhaul_intf_state_change(ath0, CONNECT_WITH_BACKHAUL_AP);
+    EXPECT_THAT(journal_take(),
+                ElementsAre("backhaul_intf_state_change : change ath0 state from 0 to 4"));
+    EXPECT_EQ(ath0->state, INIT);
+    EXPECT_EQ(ath0->timer_type, 0);
+    EXPECT_EQ(ath0->timer_start, 0U);
+    EXPECT_EQ(runtime.active_timer_count, 0);
+}
+
+TEST_F(LinkState, restarts_the_timeout_when_init_is_requested_in_init) {
+    enter(ath0, INIT);
+    harness::clock_advance(4);
+    backhaul_intf_state_change(ath0, INIT);
+    EXPECT_EQ(ath0->state, INIT);
+    EXPECT_EQ(ath0->timer_start, START_TIME + 4);
+    EXPECT_EQ(runtime.active_timer_count, 1);
+}
+
+TEST_F(LinkState, clears_the_timeout_of_a_ready_station_that_is_parked) {
+    enter(ath0, BACKHAUL_READY);
+    enter(ath1, CONNECTING_BACKHAUL_AP);
+    ASSERT_EQ(runtime.active_timer_count, 2);
+    backhaul_intf_state_change(ath0, CONNECT_PENDING);
+    EXPECT_EQ(ath0->state, CONNECT_PENDING);
+    EXPECT_EQ(ath0->timer_type, 0);
+    EXPECT_EQ(ath0->timer_start, 0U);
+    EXPECT_EQ(runtime.active_timer_count, 1);
+}
+
+/// The whole table once more, through the function that applies it.
+TEST_F(LinkState, applies_the_table_to_every_pair) {
+    for (int32_t from = 0; from < LINK_STATE_COUNT; ++from) {
+        for (int32_t to = 0; to < LINK_STATE_COUNT; ++to) {
+            enter(ath0, from);
+            harness::clock_advance(1);
+            backhaul_intf_state_change(ath0, to);
+            EXPECT_THAT(journal_take(), ElementsAreArray(change("ath0", from, to)));
+            const link_transition* const row = link_transition_find(from, to);
+            const bool armed = row == nullptr || row->timer == link_timer_action::arm;
+            EXPECT_EQ(ath0->state, row == nullptr ? from : to);
+            EXPECT_EQ(ath0->timer_type, armed ? 1 : 0);
+            const uint32_t start = row == nullptr ? harness::clock_now() - 1
+                                   : armed        ? harness::clock_now()
+                                                  : 0;
+            EXPECT_EQ(ath0->timer_start, start) << from << " to " << to;
+            intf_timer_set(ath0, 0);
+            EXPECT_EQ(runtime.active_timer_count, 0);
+        }
+    }
+}
+
+TEST_F(LinkState, counts_each_record_once_however_often_it_is_armed_or_cleared) {
+    intf_timer_set(ath0, 1);
+    intf_timer_set(ath0, 1);
+    EXPECT_EQ(runtime.active_timer_count, 1);
+    intf_timer_set(ath1, 2);
+    EXPECT_EQ(ath1->timer_type, 2);
+    EXPECT_EQ(runtime.active_timer_count, 2);
+    intf_timer_set(ath0, 0);
+    intf_timer_set(ath0, 0);
+    EXPECT_EQ(runtime.active_timer_count, 1);
+    intf_timer_set(ath1, 0);
+    EXPECT_EQ(runtime.active_timer_count, 0);
+}
+
+/// A thread in intf_timer_wait, and how often it has come back.
+class Waiter {
+public:
+    Waiter() : thread_([this] { run(); }) {}
+    ~Waiter() {
+        stop_ = true;
+        release();
+        thread_.join();
+        runtime.active_timer_count = 0;
+    }
+    int wakes() const {
+        return wakes_;
+    }
+    void go_on() {
+        ++allowed_;
+    }
+
+private:
+    void run() {
+        while (!stop_) {
+            intf_timer_wait();
+            ++wakes_;
+            while (!stop_ && wakes_ > allowed_) {
+                harness::short_pause();
+            }
+        }
+    }
+    static void release() {
+        pthread_mutex_lock(&runtime.timer_mutex);
+        runtime.active_timer_count = 1;
+        pthread_cond_broadcast(&runtime.timer_cond);
+        pthread_mutex_unlock(&runtime.timer_mutex);
+    }
+    std::atomic<bool> stop_{false};
+    std::atomic<int> wakes_{0};
+    std::atomic<int> allowed_{0};
+    std::thread thread_;
+};
+
+TEST_F(LinkState, wakes_the_timer_thread_with_the_first_timeout) {
+    Waiter waiter;
+    harness::clock_settle();
+    EXPECT_EQ(waiter.wakes(), 0);
+    intf_timer_set(ath0, 1);
+    EXPECT_TRUE(harness::wait_until([&] { return waiter.wakes() == 1; })) << waiter.wakes();
+}
+
+TEST_F(LinkState, never_loses_the_wake_up_when_two_threads_arm_at_once) {
+    for (int round = 0; round < 200; ++round) {
+        Waiter waiter;
+        std::thread one([&] { intf_timer_set(ath0, 1); });
+        std::thread two([&] { intf_timer_set(ath1, 1); });
+        one.join();
+        two.join();
+        EXPECT_EQ(runtime.active_timer_count, 2);
+        ASSERT_TRUE(harness::wait_until([&] { return waiter.wakes() >= 1; })) << round;
+        intf_timer_set(ath0, 0);
+        intf_timer_set(ath1, 0);
+    }
+}
+
+TEST_F(LinkState, writes_exactly_one_of_three_texts_to_the_status_file) {
+    backhaul_status_write(CONNECT_WITH_BACKHAUL_AP);
+    EXPECT_EQ(status_file(), "connected\n");
+    backhaul_status_write(INIT);
+    EXPECT_EQ(status_file(), "not ready\n");
+    backhaul_status_write(BACKHAUL_READY);
+    EXPECT_EQ(status_file(), "ready\n");
+    for (int32_t other : {3, 5, 15, 16, -1}) {
+        backhaul_status_write(other);
+        EXPECT_EQ(status_file(), "not ready\n") << other;
+    }
+    EXPECT_THAT(journal_take(), IsEmpty());
+}
+
+TEST_F(LinkState, logs_a_line_without_a_function_name_when_the_status_file_cannot_be_opened) {
+    ASSERT_EQ(mkdir("/tmp/backhaul_status", 0755), 0);
+    backhaul_status_write(BACKHAUL_READY);
+    EXPECT_THAT(journal_take(), ElementsAre("can't open /tmp/backhaul_status"));
+}
+
+}  // namespace
