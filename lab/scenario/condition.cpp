@@ -1,0 +1,246 @@
+#include "lab/scenario/condition.h"
+
+#include <array>
+#include <vector>
+
+#include "lab/scenario/words.h"
+#include "link/link_state.h"
+
+namespace lab {
+namespace {
+
+constexpr std::array CONDITIONS = {
+    ConditionRow{ConditionKind::STATUS, "status", "NODE status ready|connected|not-ready",
+                 "What the status file says."},
+    ConditionRow{ConditionKind::STATE, "state", "NODE state [INTERFACE] STATE",
+                 "Link state by number or name, of one interface or of any uplink."},
+    ConditionRow{ConditionKind::UPLINK, "uplink", "NODE uplink INTERFACE|none",
+                 "The interface that carries the traffic."},
+    ConditionRow{ConditionKind::PARENT, "parent", "NODE parent NODE|none", "The node above."},
+    ConditionRow{ConditionKind::HOPS, "hops", "NODE hops N", "The distance to the root."},
+    ConditionRow{ConditionKind::PARKED, "parked", "NODE parked STATION",
+                 "The station is in CONNECT_PENDING."},
+    ConditionRow{ConditionKind::SERVICE_APS, "service-aps", "NODE service-aps up|down",
+                 "Whether clients get service from it."},
+    ConditionRow{ConditionKind::LED, "led", "NODE led PATTERN", "The last pattern shown."},
+    ConditionRow{ConditionKind::ROLE, "role", "NODE role root|extender",
+                 "The role of the running worker."},
+    ConditionRow{ConditionKind::FILE, "file", "NODE file PATH TEXT",
+                 "The file on the node holds the text."},
+    ConditionRow{ConditionKind::LOG, "log", "NODE log TEXT",
+                 "Since the last verb the flow log got a line with the text."},
+    ConditionRow{ConditionKind::NO_LOG, "no-log", "NODE no-log TEXT", "It got no such line."},
+    ConditionRow{ConditionKind::RAN, "ran", "NODE ran TEXT",
+                 "Since the last verb the daemon ran a line with the text."},
+    ConditionRow{ConditionKind::NOT_RAN, "not-ran", "NODE not-ran TEXT", "It ran no such line."},
+    ConditionRow{ConditionKind::OUTAGE, "outage", "NODE outage below SECONDS",
+                 "Every outage so far was shorter."},
+    ConditionRow{ConditionKind::OUTAGES, "outages", "NODE outages at-most N",
+                 "The node was without backhaul no more often."},
+    ConditionRow{ConditionKind::RULE, "rule", "rule NAME clean|known",
+                 "The rule was never broken, or only in ways that are known."},
+};
+
+constexpr bool every_condition_is_at_its_place() {
+    for (std::size_t at = 0; at < CONDITIONS.size(); ++at) {
+        if (static_cast<std::size_t>(CONDITIONS[at].kind) != at) {
+            return false;
+        }
+    }
+    return CONDITIONS.size() == static_cast<std::size_t>(ConditionKind::RULE) + 1;
+}
+static_assert(every_condition_is_at_its_place());
+
+using Words = std::span<const std::string>;
+constexpr int MOST_HOPS = 255;
+constexpr int MOST_COUNT = 1000000;
+
+bool text_among(Words rest, const std::vector<std::string>& known, std::string_view what,
+                Condition* condition, std::string* error) {
+    if (rest.size() != 1) {
+        return false;
+    }
+    for (const std::string& candidate : known) {
+        if (candidate == rest[0]) {
+            condition->text = candidate;
+            return true;
+        }
+    }
+    *error = unknown_word(rest[0], what, known);
+    return false;
+}
+
+bool state_number(const std::string& word, std::int64_t* number, std::string* error) {
+    if (word_number(word, std::int64_t{0}, std::int64_t{LINK_STATE_COUNT} - 1, number)) {
+        return true;
+    }
+    std::vector<std::string> names;
+    for (std::int32_t state = 0; state < LINK_STATE_COUNT; ++state) {
+        if (word == link_state_name(state) && word != "-") {
+            *number = state;
+            return true;
+        }
+        names.emplace_back(link_state_name(state));
+    }
+    *error = unknown_word(word, "link state", names);
+    return false;
+}
+
+bool state_parse(Words rest, Condition* condition, std::string* error) {
+    if (rest.empty() || rest.size() > 2) {
+        return false;
+    }
+    if (rest.size() == 2) {
+        condition->interface = rest[0];
+    }
+    return state_number(rest.back(), &condition->number, error);
+}
+
+bool file_parse(Words rest, Condition* condition, std::string* error) {
+    if (rest.size() != 2) {
+        return false;
+    }
+    condition->interface = rest[0];
+    condition->text = rest[1];
+    if (!rest[0].starts_with('/')) {
+        *error = "`" + rest[0] + "` is no path: it must begin with /";
+        return false;
+    }
+    return true;
+}
+
+bool count_parse(Words rest, std::string_view before, int most, Condition* condition) {
+    if (!before.empty()) {
+        if (rest.empty() || rest[0] != before) {
+            return false;
+        }
+        rest = rest.subspan(1);
+    }
+    return rest.size() == 1 && word_number(rest[0], std::int64_t{0}, most, &condition->number);
+}
+
+bool one_word(Words rest, std::string* word) {
+    if (rest.size() == 1) {
+        *word = rest[0];
+    }
+    return rest.size() == 1 && !rest[0].empty();
+}
+
+bool rest_parse(Words rest, Condition* condition, std::string* error) {
+    switch (condition->kind) {
+        case ConditionKind::STATUS:
+            return text_among(rest, {"ready", "connected", "not-ready"}, "status", condition,
+                              error);
+        case ConditionKind::STATE:
+            return state_parse(rest, condition, error);
+        case ConditionKind::UPLINK:
+        case ConditionKind::PARKED:
+            return one_word(rest, &condition->interface);
+        case ConditionKind::HOPS:
+            return count_parse(rest, "", MOST_HOPS, condition);
+        case ConditionKind::SERVICE_APS:
+            return text_among(rest, {"up", "down"}, "answer", condition, error);
+        case ConditionKind::ROLE:
+            return text_among(rest, {"root", "extender"}, "role", condition, error);
+        case ConditionKind::FILE:
+            return file_parse(rest, condition, error);
+        case ConditionKind::PARENT:
+        case ConditionKind::LED:
+        case ConditionKind::LOG:
+        case ConditionKind::NO_LOG:
+        case ConditionKind::RAN:
+        case ConditionKind::NOT_RAN:
+            return one_word(rest, &condition->text);
+        case ConditionKind::OUTAGE:
+            return count_parse(rest, "below", MOST_COUNT, condition);
+        case ConditionKind::OUTAGES:
+            return count_parse(rest, "at-most", MOST_COUNT, condition);
+        case ConditionKind::RULE:
+            return text_among(rest, {"clean", "known"}, "answer", condition, error);
+    }
+    return false;
+}
+
+const ConditionRow* row_find(std::string_view name) {
+    for (const ConditionRow& row : CONDITIONS) {
+        if (row.name == name) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
+void append_word(std::string* text, std::string_view word) {
+    text->append(text->empty() ? "" : " ").append(word_quoted(word));
+}
+
+bool has_number(ConditionKind kind) {
+    return kind == ConditionKind::STATE || kind == ConditionKind::HOPS ||
+           kind == ConditionKind::OUTAGE || kind == ConditionKind::OUTAGES;
+}
+
+}  // namespace
+
+std::span<const ConditionRow> condition_table() {
+    return CONDITIONS;
+}
+
+bool condition_parse(std::span<const std::string> words, Condition* condition, std::string* error) {
+    error->clear();
+    if (words.size() < 2) {
+        *error = "say a node and what is expected of it, such as `e1 status ready`";
+        return false;
+    }
+    const bool is_rule = words[0] == "rule";
+    const ConditionRow* const row = row_find(is_rule ? words[0] : words[1]);
+    if (row == nullptr || (!is_rule && row->kind == ConditionKind::RULE)) {
+        std::vector<std::string> names;
+        for (const ConditionRow& known : CONDITIONS) {
+            names.emplace_back(known.name);
+        }
+        *error = unknown_word(words[1], "condition", names);
+        return false;
+    }
+    *condition = {};
+    condition->kind = row->kind;
+    condition->node = words[is_rule ? 1 : 0];
+    if (rest_parse(words.subspan(2), condition, error)) {
+        return true;
+    }
+    if (error->empty()) {
+        *error = "say `" + std::string(row->usage) + "`";
+    }
+    return false;
+}
+
+std::string condition_print(const Condition& condition) {
+    const ConditionRow& row = CONDITIONS[static_cast<std::size_t>(condition.kind)];
+    std::string text;
+    if (condition.kind == ConditionKind::RULE) {
+        append_word(&text, row.name);
+        append_word(&text, condition.node);
+    } else {
+        append_word(&text, condition.node);
+        append_word(&text, row.name);
+    }
+    if (!condition.interface.empty()) {
+        append_word(&text, condition.interface);
+    }
+    if (condition.kind == ConditionKind::OUTAGE) {
+        append_word(&text, "below");
+    } else if (condition.kind == ConditionKind::OUTAGES) {
+        append_word(&text, "at-most");
+    }
+    if (condition.kind == ConditionKind::STATE) {
+        const char* const name = link_state_name(static_cast<std::int32_t>(condition.number));
+        append_word(&text, name[0] == '-' ? std::to_string(condition.number) : name);
+    } else if (has_number(condition.kind)) {
+        append_word(&text, std::to_string(condition.number));
+    }
+    if (!condition.text.empty() || condition.kind == ConditionKind::FILE) {
+        append_word(&text, condition.text);
+    }
+    return text;
+}
+
+}  // namespace lab

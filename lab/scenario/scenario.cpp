@@ -1,0 +1,42 @@
+#include "lab/scenario/scenario.h"
+
+#include <algorithm>
+
+namespace lab {
+namespace {
+
+template <typename Item, typename List>
+Item* named_find(List& list, std::string_view name) {
+    const auto found = std::find_if(list.begin(), list.end(),
+                                    [name](const auto& item) { return item.name == name; });
+    return found == list.end() ? nullptr : &*found;
+}
+
+}  // namespace
+
+bool ScenarioStep::operator==(const ScenarioStep& other) const {
+    return kind == other.kind && after == other.after && within == other.within &&
+           verb == other.verb && condition == other.condition;
+}
+
+const ScenarioNode* scenario_node_find(const Scenario& scenario, std::string_view name) {
+    return named_find<const ScenarioNode>(scenario.nodes, name);
+}
+
+ScenarioNode* scenario_node_find(Scenario* scenario, std::string_view name) {
+    return named_find<ScenarioNode>(scenario->nodes, name);
+}
+
+const ScenarioInterface* scenario_interface_find(const ScenarioNode& node, std::string_view name) {
+    return named_find<const ScenarioInterface>(node.interfaces, name);
+}
+
+int scenario_longest_seconds(const Scenario& scenario) {
+    int seconds = 0;
+    for (const ScenarioStep& step : scenario.steps) {
+        seconds += step.after + step.within;
+    }
+    return seconds;
+}
+
+}  // namespace lab

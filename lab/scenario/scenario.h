@@ -1,0 +1,108 @@
+// A scenario: a mesh of stand-in routers, what happens to it, and what is expected of it.
+//
+// Plain values. scenario_parse reads them from a small text file, scenario_print writes them as
+// one, the generators of scenario_generate.h make them, and the lab plays them: the nodes and who
+// hears whom first, then the steps one after the other. Nothing here knows of files or processes.
+//
+// Seconds are those of the mesh's own (moved or real) clock. Signals are dBm at 5 GHz. The text
+// form is described in docs/lab.md.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "lab/scenario/condition.h"
+#include "lab/scenario/verb.h"
+
+namespace lab {
+
+enum class NodeRole {
+    ROOT,
+    EXTENDER,
+};
+
+// One line of a node's interface profile.
+struct ScenarioInterface {
+    std::string name;
+    std::string type;  // as the profile has it: "BACKHAUL_STA"
+    std::string band;  // "2", "5", "5h", "5l", or "-" for an interface without a radio
+    int priority = 0;  // 0..65535
+    int follow = 0;    // 0..255
+
+    bool operator==(const ScenarioInterface&) const = default;
+};
+
+struct ScenarioNode {
+    std::string name;
+    NodeRole role = NodeRole::EXTENDER;
+    std::vector<std::string> options;           // daemon options besides -m
+    std::vector<ScenarioInterface> interfaces;  // in the order of the profile
+    bool approved = true;                       // on the root's approval list from the start
+    std::vector<std::string> unconfigured;      // stations without SSID and key at the start
+    std::vector<std::pair<std::string, std::string>> uci;  // further or other store entries
+
+    bool operator==(const ScenarioNode&) const = default;
+};
+
+// Both nodes hear each other. `band` is empty for all bands, else "2", "5h" or "5l".
+struct ScenarioHearing {
+    std::string a;
+    std::string b;
+    int signal = 0;
+    std::string band;
+
+    bool operator==(const ScenarioHearing&) const = default;
+};
+
+enum class StepKind {
+    VERB,        // do it
+    WAIT,        // let `after` seconds pass
+    WAIT_UNTIL,  // let time pass until the condition holds; when it never does, the run ends
+    EXPECT,      // the same, but a condition that fails is reported and the run goes on
+};
+
+struct ScenarioStep {
+    StepKind kind = StepKind::VERB;
+    int after = 0;        // seconds to let pass first
+    int within = 0;       // how long a condition may take; 0: it holds at once
+    Verb verb;            // of VERB
+    Condition condition;  // of WAIT_UNTIL and EXPECT
+    int line = 0;         // in the file it came from, 0: none
+
+    // Where it was written makes no difference.
+    bool operator==(const ScenarioStep& other) const;
+};
+
+inline constexpr int DEFAULT_ASSOCIATION_SECONDS = 2;
+inline constexpr int DEFAULT_BOOT_SECONDS = 20;
+inline constexpr int DEFAULT_WAIT_SECONDS = 300;  // of a wait-until without "within"
+inline constexpr int MOST_NODES = 200;            // the mesh is one /24 network
+
+struct Scenario {
+    std::string title;
+    std::string ssid = "lab-backhaul";
+    std::string key = "twelve-frogs-sing";
+    std::uint32_t seed = 1;
+    int association_seconds = DEFAULT_ASSOCIATION_SECONDS;  // from searching to associated
+    int boot_seconds = DEFAULT_BOOT_SECONDS;                // from power to the daemon's start
+    std::vector<int> channels = {100, 116, 132, 140};       // of the upper 5 GHz radio
+    std::vector<ScenarioNode> nodes;
+    std::vector<ScenarioHearing> hearings;
+    std::vector<std::pair<std::string, std::string>> cables;  // plugged in from the start
+    std::vector<ScenarioStep> steps;
+
+    bool operator==(const Scenario&) const = default;
+};
+
+// The node or interface of that name, or null.
+const ScenarioNode* scenario_node_find(const Scenario& scenario, std::string_view name);
+ScenarioNode* scenario_node_find(Scenario* scenario, std::string_view name);
+const ScenarioInterface* scenario_interface_find(const ScenarioNode& node, std::string_view name);
+
+// Number of seconds that the steps take at most.
+int scenario_longest_seconds(const Scenario& scenario);
+
+}  // namespace lab

@@ -1,0 +1,27 @@
+// Whether the names that a verb or a condition uses are there.
+//
+// Called by the parser for every step and by `backhaul_lab do` for what somebody typed. Functions
+// of values; false with one sentence in `error`, a guess at what was meant included.
+#pragma once
+
+#include <string>
+
+#include "lab/scenario/scenario.h"
+
+namespace lab {
+
+bool scenario_verb_check(const Scenario& scenario, const Verb& verb, std::string* error);
+
+bool scenario_condition_check(const Scenario& scenario, const Condition& condition,
+                              std::string* error);
+
+// The node exists.
+bool scenario_node_check(const Scenario& scenario, const std::string& name, std::string* error);
+
+// The interface is one of the node's; with `type_fits` it is also of a fitting type, which `what`
+// names ("station").
+bool scenario_interface_check(const ScenarioNode& node, const std::string& name,
+                              bool (*type_fits)(std::string_view), const std::string& what,
+                              std::string* error);
+
+}  // namespace lab

@@ -1,0 +1,42 @@
+// From the text of a scenario file to a scenario, and back.
+//
+// The file is read line by line; each line is one statement, "#" begins a comment. A statement may
+// use only nodes that stand above it. Reading goes on behind a line with an error, so that all
+// errors are told at once. Functions of values: whoever calls reads and writes the file.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lab/scenario/scenario.h"
+
+namespace lab {
+
+struct ScenarioError {
+    int line = 0;
+    std::string text;  // one sentence without a full stop
+
+    bool operator==(const ScenarioError&) const = default;
+};
+
+struct StatementRow {
+    std::string_view name;
+    std::string_view usage;  // "node NAME root|extender"
+    std::string_view help;
+};
+
+// Statements that make the mesh, in the order in which a page would explain them.
+std::span<const StatementRow> statement_table();
+
+// Reads the whole text. False when there are errors; the scenario then holds what was good.
+bool scenario_parse(std::string_view text, Scenario* scenario, std::vector<ScenarioError>* errors);
+
+// "FILE:12: `dauth` is no verb (did you mean `deauth`?)", one line for each error.
+std::string scenario_errors_text(std::string_view file, const std::vector<ScenarioError>& errors);
+
+// A text that scenario_parse reads as the same scenario.
+std::string scenario_print(const Scenario& scenario);
+
+}  // namespace lab

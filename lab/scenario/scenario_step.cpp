@@ -1,0 +1,129 @@
+#include "lab/scenario/scenario_step.h"
+
+#include <array>
+
+#include "lab/scenario/scenario_check.h"
+#include "lab/scenario/scenario_parse.h"
+#include "lab/scenario/words.h"
+
+namespace lab {
+namespace {
+
+using Words = std::span<const std::string>;
+
+constexpr int MOST_SECONDS = 1000000;
+
+constexpr std::array STEPS = {
+    StepRow{"after", "after SECONDS STEP", "Lets so much time pass before the step."},
+    StepRow{"wait", "wait SECONDS", "Lets time pass."},
+    StepRow{"wait-until", "wait-until CONDITION [within SECONDS]",
+            "Lets time pass until it holds; the run ends when it does not (300 s)."},
+    StepRow{"expect", "expect CONDITION [within SECONDS]",
+            "Reports when it does not hold, at once or within the time."},
+};
+
+bool seconds_parse(const std::string& word, int* seconds, std::string* error) {
+    if (word_number(word, 0, MOST_SECONDS, seconds)) {
+        return true;
+    }
+    *error = "`" + word + "` is no number of seconds";
+    return false;
+}
+
+bool condition_step_parse(Words words, const Scenario& scenario, ScenarioStep* step,
+                          std::string* error) {
+    step->within = step->kind == StepKind::WAIT_UNTIL ? DEFAULT_WAIT_SECONDS : 0;
+    if (words.size() >= 2 && words[words.size() - 2] == "within") {
+        if (!seconds_parse(words.back(), &step->within, error)) {
+            return false;
+        }
+        words = words.first(words.size() - 2);
+    }
+    return condition_parse(words, &step->condition, error) &&
+           scenario_condition_check(scenario, step->condition, error);
+}
+
+bool is_verb(const std::string& word) {
+    for (const VerbRow& row : verb_table()) {
+        if (row.name == word) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Everything that may begin a line.
+std::vector<std::string> first_words() {
+    std::vector<std::string> words;
+    for (const StatementRow& row : statement_table()) {
+        words.emplace_back(row.name);
+    }
+    for (const StepRow& row : STEPS) {
+        words.emplace_back(row.name);
+    }
+    for (const VerbRow& row : verb_table()) {
+        words.emplace_back(row.name);
+    }
+    return words;
+}
+
+}  // namespace
+
+std::span<const StepRow> step_table() {
+    return STEPS;
+}
+
+bool step_parse(std::span<const std::string> words, const Scenario& scenario, ScenarioStep* step,
+                std::string* error) {
+    if (words[0] == "after") {
+        if (words.size() < 3) {
+            *error = "say `after SECONDS STEP`";
+            return false;
+        }
+        if (!seconds_parse(words[1], &step->after, error)) {
+            return false;
+        }
+        words = words.subspan(2);
+    }
+    if (words[0] == "wait") {
+        int seconds = 0;
+        if (words.size() != 2) {
+            *error = "say `wait SECONDS`";
+            return false;
+        }
+        step->kind = StepKind::WAIT;
+        const bool good = seconds_parse(words[1], &seconds, error);
+        step->after += seconds;
+        return good;
+    }
+    if (words[0] == "wait-until" || words[0] == "expect") {
+        step->kind = words[0] == "expect" ? StepKind::EXPECT : StepKind::WAIT_UNTIL;
+        return condition_step_parse(words.subspan(1), scenario, step, error);
+    }
+    step->kind = StepKind::VERB;
+    if (!is_verb(words[0])) {
+        *error = unknown_word(words[0], "statement or verb", first_words());
+        return false;
+    }
+    return verb_parse(words, &step->verb, error) &&
+           scenario_verb_check(scenario, step->verb, error);
+}
+
+std::string step_print(const ScenarioStep& step) {
+    if (step.kind == StepKind::WAIT) {
+        return "wait " + std::to_string(step.after);
+    }
+    std::string text = step.after == 0 ? "" : "after " + std::to_string(step.after) + " ";
+    if (step.kind == StepKind::VERB) {
+        return text + verb_print(step.verb);
+    }
+    text += step.kind == StepKind::EXPECT ? "expect " : "wait-until ";
+    text += condition_print(step.condition);
+    const int usual = step.kind == StepKind::WAIT_UNTIL ? DEFAULT_WAIT_SECONDS : 0;
+    if (step.within != usual) {
+        text += " within " + std::to_string(step.within);
+    }
+    return text;
+}
+
+}  // namespace lab

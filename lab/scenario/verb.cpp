@@ -1,0 +1,281 @@
+#include "lab/scenario/verb.h"
+
+#include <array>
+
+#include "lab/scenario/words.h"
+
+namespace lab {
+namespace {
+
+constexpr int WEAKEST_SIGNAL = -127;
+constexpr int LAST_SIGNAL_NUMBER = 64;
+constexpr int KILL = 9;
+constexpr int MOST_TIMES = 1000;
+constexpr int MOST_SECONDS = 1000000;
+
+constexpr std::array VERBS = {
+    VerbRow{VerbKind::DEAUTH, "deauth", "deauth NODE [STATION]",
+            "The station (the one in use) loses its AP and may look for one again."},
+    VerbRow{VerbKind::AP_OFF, "ap-off", "ap-off NODE [AP]",
+            "The backhaul AP (all of the node) falls silent, whatever the daemon wants."},
+    VerbRow{VerbKind::AP_ON, "ap-on", "ap-on NODE [AP]", "The AP is heard again."},
+    VerbRow{VerbKind::FADE, "fade", "fade NODE PEER SIGNAL [BAND]",
+            "Both nodes now hear each other with this many dBm."},
+    VerbRow{VerbKind::MOVE, "move", "move NODE PEER SIGNAL [PEER SIGNAL ...]",
+            "The node now hears these nodes and no others."},
+    VerbRow{VerbKind::CABLE_IN, "cable-in", "cable-in NODE [PEER]",
+            "A cable leads from the node up to the peer (the root); its agent says so."},
+    VerbRow{VerbKind::CABLE_OUT, "cable-out", "cable-out NODE [PEER]",
+            "The cable is pulled; the node's agent says so."},
+    VerbRow{VerbKind::RADAR, "radar", "radar NODE [TIMES|all]",
+            "Radar strikes the channel of the upper 5 GHz radio, or every channel."},
+    VerbRow{VerbKind::CLEAR_RADAR, "clear-radar", "clear-radar NODE",
+            "The node's non-occupancy list is empty again."},
+    VerbRow{VerbKind::REBOOT, "reboot", "reboot NODE",
+            "The node loses its power and boots; what was committed is kept."},
+    VerbRow{VerbKind::POWER_OFF, "power-off", "power-off NODE", "The node goes away."},
+    VerbRow{VerbKind::POWER_ON, "power-on", "power-on NODE", "The node boots."},
+    VerbRow{VerbKind::KILL_WORKER, "kill-worker", "kill-worker NODE [SIGNAL]",
+            "The daemon's worker gets a signal (9)."},
+    VerbRow{VerbKind::KILL_TOOL, "kill-tool", "kill-tool NODE TOOL [times N|for SECONDS]",
+            "Of hyd, supplicant or agent: it ends, or fails N times or so long."},
+    VerbRow{VerbKind::DROP_MESSAGES, "drop-messages", "drop-messages NODE [for SECONDS]",
+            "Messages between daemons neither leave nor reach the node."},
+    VerbRow{VerbKind::APPROVE, "approve", "approve NODE",
+            "The node is on the root's approval list."},
+    VerbRow{VerbKind::REVOKE, "revoke", "revoke NODE", "The node is no longer approved."},
+    VerbRow{VerbKind::CONFIGURE, "configure", "configure NODE [STATION]",
+            "The station (every one) gets the mesh's SSID and key."},
+    VerbRow{VerbKind::ROLE, "role", "role NODE root|extender",
+            "The node is told over its FIFO to change its role."},
+    VerbRow{VerbKind::COMMAND, "command", "command NODE WORD",
+            "A word for the daemon's FIFO, such as uplink_scan or network_reload."},
+};
+
+constexpr bool every_verb_is_at_its_place() {
+    for (std::size_t at = 0; at < VERBS.size(); ++at) {
+        if (static_cast<std::size_t>(VERBS[at].kind) != at) {
+            return false;
+        }
+    }
+    return VERBS.size() == static_cast<std::size_t>(VerbKind::COMMAND) + 1;
+}
+static_assert(every_verb_is_at_its_place());
+
+using Words = std::span<const std::string>;
+
+bool one_of(std::string_view word, std::string_view what, const std::vector<std::string>& known,
+            std::string* error) {
+    for (const std::string& candidate : known) {
+        if (candidate == word) {
+            return true;
+        }
+    }
+    *error = unknown_word(word, what, known);
+    return false;
+}
+
+bool signal_parse(const std::string& word, int* signal, std::string* error) {
+    if (word_number(word, WEAKEST_SIGNAL, 0, signal)) {
+        return true;
+    }
+    *error = "`" + word + "` is no signal in dBm: say a number such as -60";
+    return false;
+}
+
+bool fade_parse(Words rest, Verb* verb, std::string* error) {
+    if (rest.size() < 2 || rest.size() > 3) {
+        return false;
+    }
+    verb->peer = rest[0];
+    if (!signal_parse(rest[1], &verb->number, error)) {
+        return false;
+    }
+    if (rest.size() == 3) {
+        verb->word = rest[2];
+        return one_of(verb->word, "band", {"2", "5h", "5l"}, error);
+    }
+    return true;
+}
+
+bool move_parse(Words rest, Verb* verb, std::string* error) {
+    if (rest.empty() || rest.size() % 2 != 0) {
+        return false;
+    }
+    for (std::size_t at = 0; at < rest.size(); at += 2) {
+        int signal = 0;
+        if (!signal_parse(rest[at + 1], &signal, error)) {
+            return false;
+        }
+        verb->hears.emplace_back(rest[at], signal);
+    }
+    return true;
+}
+
+bool radar_parse(Words rest, Verb* verb) {
+    verb->number = 1;
+    if (rest.size() == 1 && rest[0] == "all") {
+        verb->all = true;
+        return true;
+    }
+    return rest.empty() || (rest.size() == 1 && word_number(rest[0], 1, MOST_TIMES, &verb->number));
+}
+
+// "for SECONDS", and with `times` also "times N".
+bool limit_parse(Words rest, bool times, Verb* verb) {
+    if (rest.empty()) {
+        return true;
+    }
+    if (rest.size() != 2) {
+        return false;
+    }
+    if (rest[0] == "for") {
+        return word_number(rest[1], 1, MOST_SECONDS, &verb->seconds);
+    }
+    return times && rest[0] == "times" && word_number(rest[1], 1, MOST_TIMES, &verb->times);
+}
+
+bool kill_tool_parse(Words rest, Verb* verb, std::string* error) {
+    if (rest.empty()) {
+        return false;
+    }
+    verb->word = rest[0];
+    return one_of(verb->word, "tool that can be killed",
+                  {std::string(TOOL_HYD), std::string(TOOL_SUPPLICANT), std::string(TOOL_AGENT)},
+                  error) &&
+           limit_parse(rest.subspan(1), true, verb);
+}
+
+bool worker_parse(Words rest, Verb* verb) {
+    verb->number = KILL;
+    return rest.empty() ||
+           (rest.size() == 1 && word_number(rest[0], 1, LAST_SIGNAL_NUMBER, &verb->number));
+}
+
+bool optional_word(Words rest, std::string* word) {
+    if (rest.size() == 1) {
+        *word = rest[0];
+    }
+    return rest.size() <= 1;
+}
+
+// What stands behind the node's name. False also leaves `error` empty: the usage tells enough.
+bool rest_parse(Words rest, Verb* verb, std::string* error) {
+    switch (verb->kind) {
+        case VerbKind::DEAUTH:
+        case VerbKind::AP_OFF:
+        case VerbKind::AP_ON:
+        case VerbKind::CONFIGURE:
+            return optional_word(rest, &verb->interface);
+        case VerbKind::CABLE_IN:
+        case VerbKind::CABLE_OUT:
+            return optional_word(rest, &verb->peer);
+        case VerbKind::FADE:
+            return fade_parse(rest, verb, error);
+        case VerbKind::MOVE:
+            return move_parse(rest, verb, error);
+        case VerbKind::RADAR:
+            return radar_parse(rest, verb);
+        case VerbKind::KILL_WORKER:
+            return worker_parse(rest, verb);
+        case VerbKind::KILL_TOOL:
+            return kill_tool_parse(rest, verb, error);
+        case VerbKind::DROP_MESSAGES:
+            return limit_parse(rest, false, verb);
+        case VerbKind::ROLE:
+            return rest.size() == 1 && optional_word(rest, &verb->word) &&
+                   one_of(verb->word, "role", {"root", "extender"}, error);
+        case VerbKind::COMMAND:
+            return rest.size() == 1 && optional_word(rest, &verb->word);
+        case VerbKind::CLEAR_RADAR:
+        case VerbKind::REBOOT:
+        case VerbKind::POWER_OFF:
+        case VerbKind::POWER_ON:
+        case VerbKind::APPROVE:
+        case VerbKind::REVOKE:
+            return rest.empty();
+    }
+    return false;
+}
+
+void append_word(std::string* text, std::string_view word) {
+    if (!word.empty()) {
+        text->append(" ").append(word_quoted(word));
+    }
+}
+
+void append_number(std::string* text, std::string_view before, int number) {
+    text->append(" ").append(before).append(before.empty() ? "" : " ");
+    text->append(std::to_string(number));
+}
+
+}  // namespace
+
+std::span<const VerbRow> verb_table() {
+    return VERBS;
+}
+
+const VerbRow& verb_row(VerbKind kind) {
+    return VERBS[static_cast<std::size_t>(kind)];
+}
+
+bool verb_parse(std::span<const std::string> words, Verb* verb, std::string* error) {
+    std::vector<std::string> names;
+    for (const VerbRow& row : VERBS) {
+        names.emplace_back(row.name);
+    }
+    error->clear();
+    if (words.empty()) {
+        *error = "a verb is missing";
+        return false;
+    }
+    for (const VerbRow& row : VERBS) {
+        if (row.name != words[0]) {
+            continue;
+        }
+        *verb = {};
+        verb->kind = row.kind;
+        if (words.size() > 1) {
+            verb->node = words[1];
+            if (rest_parse(words.subspan(2), verb, error)) {
+                return true;
+            }
+        }
+        if (error->empty()) {
+            *error = "say `" + std::string(row.usage) + "`";
+        }
+        return false;
+    }
+    *error = unknown_word(words[0], "verb", names);
+    return false;
+}
+
+std::string verb_print(const Verb& verb) {
+    std::string text(verb_row(verb.kind).name);
+    append_word(&text, verb.node);
+    append_word(&text, verb.peer);
+    append_word(&text, verb.interface);
+    for (const auto& [peer, signal] : verb.hears) {
+        append_word(&text, peer);
+        append_number(&text, "", signal);
+    }
+    const bool number_is_usual = (verb.kind == VerbKind::KILL_WORKER && verb.number == KILL) ||
+                                 (verb.kind == VerbKind::RADAR && verb.number == 1) ||
+                                 (verb.kind != VerbKind::FADE && verb.number == 0);
+    if (!number_is_usual) {
+        append_number(&text, "", verb.number);
+    }
+    append_word(&text, verb.word);
+    if (verb.all) {
+        append_word(&text, "all");
+    }
+    if (verb.times != 0) {
+        append_number(&text, "times", verb.times);
+    }
+    if (verb.seconds != 0) {
+        append_number(&text, "for", verb.seconds);
+    }
+    return text;
+}
+
+}  // namespace lab

@@ -1,0 +1,76 @@
+// What can be done to a mesh, in words of the field: "deauth e1 ath0", "cable-in e2".
+//
+// The same verbs stand in scenario files, behind `backhaul_lab do`, behind the keys of the live
+// view and in random runs. A verb names nodes and interfaces; whether they exist is for the caller
+// to check (scenario_verb_check), what it does is for the model of the air. Functions of values.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace lab {
+
+enum class VerbKind {
+    DEAUTH,
+    AP_OFF,
+    AP_ON,
+    FADE,
+    MOVE,
+    CABLE_IN,
+    CABLE_OUT,
+    RADAR,
+    CLEAR_RADAR,
+    REBOOT,
+    POWER_OFF,
+    POWER_ON,
+    KILL_WORKER,
+    KILL_TOOL,
+    DROP_MESSAGES,
+    APPROVE,
+    REVOKE,
+    CONFIGURE,
+    ROLE,
+    COMMAND,
+};
+
+// Tools that kill-tool knows.
+inline constexpr std::string_view TOOL_HYD = "hyd";
+inline constexpr std::string_view TOOL_SUPPLICANT = "supplicant";
+inline constexpr std::string_view TOOL_AGENT = "agent";
+
+struct Verb {
+    VerbKind kind = VerbKind::DEAUTH;
+    std::string node;
+    std::string interface;  // deauth, ap-off, ap-on, configure; empty: the verb's usual choice
+    std::string peer;       // fade, cable-in, cable-out; empty: the verb's usual choice
+    std::string word;       // tool, role, command, band of a fade
+    int number = 0;    // signal of a fade (dBm), of kill-worker (signal number), times of a radar
+    int times = 0;     // kill-tool: how many calls fail; 0: until it is started again
+    int seconds = 0;   // kill-tool, drop-messages: how long; 0: until the node restarts
+    bool all = false;  // radar: every channel
+    std::vector<std::pair<std::string, int>> hears;  // move: peers and signals
+
+    bool operator==(const Verb&) const = default;
+};
+
+struct VerbRow {
+    VerbKind kind;
+    std::string_view name;
+    std::string_view usage;  // "deauth NODE [STATION]"
+    std::string_view help;   // one sentence
+};
+
+// Every verb once, in the order of VerbKind.
+std::span<const VerbRow> verb_table();
+const VerbRow& verb_row(VerbKind kind);
+
+// Reads a verb from its words. False with one sentence in `error`.
+bool verb_parse(std::span<const std::string> words, Verb* verb, std::string* error);
+
+// The words of the verb, as verb_parse reads them.
+std::string verb_print(const Verb& verb);
+
+}  // namespace lab

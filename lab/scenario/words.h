@@ -1,0 +1,37 @@
+// Words of a scenario line: cutting, quoting, numbers, and guessing what was meant.
+//
+// Functions of values.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace lab {
+
+// Cuts a line at blanks and tabs. "#" outside quotes begins a comment. Double quotes hold a word
+// with blanks together; in quotes \" and \\ stand for themselves. False with a sentence in `error`
+// when a quote is not closed.
+bool line_words(std::string_view line, std::vector<std::string>* words, std::string* error);
+
+// The word as line_words reads it, in quotes where it needs them.
+std::string word_quoted(std::string_view word);
+
+// A decimal number within limits. False when the word is no number or lies outside.
+bool word_number(std::string_view word, std::int64_t least, std::int64_t most,
+                 std::int64_t* number);
+bool word_number(std::string_view word, int least, int most, int* number);
+
+// The candidate that needs the fewest changed letters, or empty when none is near.
+std::string nearest_word(std::string_view word, std::span<const std::string> candidates);
+
+// " (did you mean `deauth`?)", or empty when no candidate is near.
+std::string did_you_mean(std::string_view word, std::span<const std::string> candidates);
+
+// "`dauth` is no verb (did you mean `deauth`?)"
+std::string unknown_word(std::string_view word, std::string_view what,
+                         std::span<const std::string> candidates);
+
+}  // namespace lab
