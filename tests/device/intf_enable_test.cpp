@@ -10,7 +10,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 
 class IntfEnable : public DeviceTest {
 protected:
