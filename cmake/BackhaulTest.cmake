@@ -17,8 +17,10 @@ endfunction()
 # backhaul_test(<name> LABEL unit|process|lab|fuzz SOURCES <file>... [LIBS <target>...]
 #               [TIMEOUT <seconds>])
 # The program <build>/tests/<name>; each of its tests is known to CTest as <name>.<suite>.<test>.
-# Sources see BACKHAUL_BUILD_DIR and BACKHAUL_SOURCE_DIR as texts. A main() from LIBS comes before
-# GoogleTest's own. Tests other than unit tests also bring the daemon and the lab up to date.
+# Sources see BACKHAUL_BUILD_DIR and BACKHAUL_SOURCE_DIR as texts. Without a main() among LIBS
+# GoogleTest's own is taken; a library that brings one does so as an object, because an archive
+# that comes in through another library would lose against GoogleTest's. Tests other than unit
+# tests also bring the daemon and the lab up to date.
 function(backhaul_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL;TIMEOUT" "SOURCES;LIBS")
     if(NOT arg_LABEL MATCHES "^(unit|process|lab|fuzz)$")
