@@ -7,12 +7,12 @@
 #include <cerrno>
 #include <cstring>
 
+#include "lab/node/inside.h"
+
 namespace lab {
 namespace {
 
-std::string database_path(const Node& node) {
-    return node.at("/tmp/netprobe.db");
-}
+constexpr char kDatabase[] = "/tmp/netprobe.db";
 
 int run(sqlite3* handle, const std::string& sql, std::string& error) {
     char* said = nullptr;
@@ -27,24 +27,29 @@ int run(sqlite3* handle, const std::string& sql, std::string& error) {
 }  // namespace
 
 int database_run(const Node& node, const std::string& sql, std::string& error) {
-    sqlite3* handle = nullptr;
     int result = -1;
-    if (sqlite3_open(database_path(node).c_str(), &handle) == SQLITE_OK) {
-        sqlite3_busy_timeout(handle, 2000);
-        result = run(handle, sql, error);
-    } else {
-        error = "cannot open " + database_path(node);
-    }
-    sqlite3_close(handle);
-    return result;
+    const auto work = [&] {
+        sqlite3* handle = nullptr;
+        if (sqlite3_open(kDatabase, &handle) == SQLITE_OK) {
+            sqlite3_busy_timeout(handle, 2000);
+            result = run(handle, sql, error);
+        } else {
+            error = std::string("cannot open ") + kDatabase;
+        }
+        sqlite3_close(handle);
+    };
+    return with_files_of(node, work, error) == 0 ? result : -1;
 }
 
 DatabaseLock::DatabaseLock(const Node& node) {
-    sqlite3* handle = nullptr;
     std::string error;
-    ok_ = sqlite3_open(database_path(node).c_str(), &handle) == SQLITE_OK &&
-          run(handle, "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE;", error) == 0;
-    handle_ = handle;
+    const auto work = [this, &error] {
+        sqlite3* handle = nullptr;
+        ok_ = sqlite3_open(kDatabase, &handle) == SQLITE_OK &&
+              run(handle, "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE;", error) == 0;
+        handle_ = handle;
+    };
+    with_files_of(node, work, error);
 }
 
 DatabaseLock::~DatabaseLock() {

@@ -108,6 +108,11 @@ int Node::cable(bool plugged, std::string& error) const {
     return run_program({"ip", "link", "set", cable_, plugged ? "up" : "down"}, "", error);
 }
 
+std::string Node::at(const std::string& path) const {
+    // /var/run is an absolute link to /run, which from outside would lead to the caller's own.
+    return root_ + (path.rfind("/var/run/", 0) == 0 ? path.substr(4) : path);
+}
+
 std::string Node::ip() const {
     return options_.address.substr(0, options_.address.find('/'));
 }

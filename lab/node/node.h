@@ -64,9 +64,7 @@ public:
     const std::string& root() const {
         return root_;
     }
-    std::string at(const std::string& path) const {
-        return root_ + path;
-    }
+    std::string at(const std::string& path) const;
     // Address of "br-lan" without its length.
     std::string ip() const;
 

@@ -1,6 +1,7 @@
 #include "lab/node/spawn.h"
 
 #include <fcntl.h>
+#include <linux/close_range.h>
 #include <sched.h>
 #include <sys/personality.h>
 #include <sys/syscall.h>
@@ -87,6 +88,8 @@ int stream(const char* path, int flags, int as) {
         stream(plan.in, O_RDONLY, STDIN_FILENO) == 0 &&
         stream(plan.out, append, STDOUT_FILENO) == 0 &&
         stream(plan.err, append, STDERR_FILENO) == 0) {
+        // Nothing that the caller has open may be mistaken for a descriptor that the daemon leaks.
+        close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
         sigprocmask(SIG_SETMASK, &none, nullptr);
         execvpe(plan.argv[0], plan.argv.data(), plan.envp.data());
     }

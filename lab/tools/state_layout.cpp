@@ -177,12 +177,18 @@ SupplicantBoot supplicant_boot(const std::string& root) {
                              : SupplicantBoot::INIT_PID;
 }
 
+// From outside a node its /var/run, an absolute link to /run, would lead to the caller's own.
+static std::string supplicant_pid_path(const std::string& root) {
+    const bool outside = root.rfind("/proc/", 0) == 0;
+    return root + (outside ? "/run" : "/var/run") + "/wpa_supplicant-global.pid";
+}
+
 bool supplicant_pid_file_set(const std::string& root, unsigned pid) {
-    return file_write(root + "/var/run/wpa_supplicant-global.pid", std::to_string(pid) + "\n");
+    return file_write(supplicant_pid_path(root), std::to_string(pid) + "\n");
 }
 
 bool supplicant_pid_file_remove(const std::string& root) {
-    return file_remove(root + "/var/run/wpa_supplicant-global.pid");
+    return file_remove(supplicant_pid_path(root));
 }
 
 bool hyd_running_set(const std::string& root, bool running) {

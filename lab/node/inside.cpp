@@ -1,0 +1,36 @@
+#include "lab/node/inside.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <thread>
+
+namespace lab {
+
+int with_files_of(const Node& node, const std::function<void()>& work, std::string& error) {
+    const std::string path = "/proc/" + std::to_string(node.init()) + "/ns/mnt";
+    const int inside = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    int reason = inside < 0 ? errno : 0;
+    if (inside >= 0) {
+        // A thread may change its mount namespace once it shares no working directory.
+        std::thread worker([inside, &reason, &work] {
+            if (unshare(CLONE_FS) != 0 || setns(inside, CLONE_NEWNS) != 0) {
+                reason = errno;
+                return;
+            }
+            work();
+        });
+        worker.join();
+        close(inside);
+    }
+    if (reason != 0) {
+        error = "cannot enter the files of " + node.options().name + ": " + strerror(reason);
+        return -1;
+    }
+    return 0;
+}
+
+}  // namespace lab

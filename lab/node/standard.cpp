@@ -1,0 +1,71 @@
+#include "lab/node/standard.h"
+
+#include <array>
+#include <cstdio>
+
+#include "lab/node/database.h"
+#include "lab/tools/small_file.h"
+#include "lab/tools/state_layout.h"
+
+namespace lab {
+namespace {
+
+void configure(const Node& node, const std::string& section) {
+    const std::string prefix = "wireless." + section + ".";
+    uci_store_set(node.root(), prefix + "ssid", kMeshName);
+    uci_store_set(node.root(), prefix + "auth", "WPA2PSK");
+    uci_store_set(node.root(), prefix + "WPAPSKkey", kMeshKey);
+    uci_store_set(node.root(), prefix + "disabled", "0");
+}
+
+std::string standard_rows(const Node& node) {
+    std::string rows = std::string("INSERT INTO Device VALUES ('") + kRootAlMac +
+                       "', 1, 0, 'Router', 'Root', '192.168.1.1');" +
+                       "INSERT INTO Device VALUES ('" + kExtenderAlMac +
+                       "', 1, 0, 'L2Device', 'Extender', '" + node.ip() + "');";
+    for (unsigned number = 1; number <= 4; ++number) {
+        rows += "INSERT INTO ExtenderWiFiLink VALUES ('" + ap_address(number) + "', '" +
+                kRootAlMac + "', '', 0);";
+    }
+    return rows;
+}
+
+int furnish(const Node& node, const char* profile, std::string& error) {
+    if (!file_write(node.at("/tmp/wifi_if_profile"), profile)) {
+        error = "cannot write the interface profile";
+        return -1;
+    }
+    hyd_running_set(node.root(), true);
+    supplicant_pid_file_set(node.root(), 1);
+    agent_mode_set(node.root(), AgentMode::AT_ONCE);
+    agent_reload_value_set(node.root(), "0");
+    return database_run(
+        node, std::string("PRAGMA synchronous=OFF;") + kDatabaseSchema + standard_rows(node),
+        error);
+}
+
+}  // namespace
+
+std::string ap_address(unsigned number) {
+    std::array<char, 24> text{};
+    snprintf(text.data(), text.size(), "02:00:00:00:01:%02x", number & 0xFF);
+    return text.data();
+}
+
+int standard_extender(const Node& node, std::string& error) {
+    for (const char* section : {"ath0", "ath1", "ath10", "ath11", "ath20"}) {
+        configure(node, section);
+    }
+    iwpriv_value_set(node.root(), "ath0", "whc_dist", "1");
+    iwpriv_value_set(node.root(), "ath1", "whc_dist", "1");
+    return furnish(node, kExtenderProfile, error);
+}
+
+int standard_root(const Node& node, std::string& error) {
+    for (const char* section : {"ath10", "ath11", "ath20", "ath22", "ath23"}) {
+        configure(node, section);
+    }
+    return furnish(node, kRootProfile, error);
+}
+
+}  // namespace lab

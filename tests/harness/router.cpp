@@ -1,0 +1,286 @@
+#include "tests/harness/router.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <utility>
+
+#include "lab/node/database.h"
+#include "lab/tools/small_file.h"
+#include "lab/tools/state_layout.h"
+
+namespace harness {
+namespace {
+
+lab::MacAddress address_of(const std::string& text) {
+    lab::MacAddress address{};
+    sscanf(text.c_str(), "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &address[0], &address[1], &address[2],
+           &address[3], &address[4], &address[5]);
+    return address;
+}
+
+Lines from(const Lines& all, size_t cursor) {
+    return {all.begin() + static_cast<std::ptrdiff_t>(std::min(cursor, all.size())), all.end()};
+}
+
+}  // namespace
+
+Driver::Driver(lab::Node& node) : node_(node) {}
+
+lab::DriverSender& Driver::sender() {
+    if (sender_.fd < 0 && lab::driver_open(&sender_, node_.init()) != 0) {
+        ADD_FAILURE() << sender_.error;
+    }
+    return sender_;
+}
+
+void Driver::check(int result, const char* file, int line) {
+    if (result != 0) {
+        ADD_FAILURE_AT(file, line) << sender_.error;
+    }
+}
+
+void Driver::associated(const std::string& station, const std::string& ap, const char* file,
+                        int line) {
+    associated_silently(station, ap);
+    check(lab::driver_associated(&sender(), station, address_of(ap)), file, line);
+}
+
+void Driver::lost(const std::string& station, const char* file, int line) {
+    lost_silently(station);
+    check(lab::driver_disassociated(&sender(), station), file, line);
+}
+
+void Driver::associated_silently(const std::string& station, const std::string& ap) {
+    lab::wifi_associated_set(node_.root(), station, ap);
+}
+
+void Driver::lost_silently(const std::string& station) {
+    lab::wifi_not_associated_set(node_.root(), station);
+}
+
+void Driver::client_joined(const std::string& interface, const std::string& client,
+                           const char* file, int line) {
+    check(lab::driver_client_joined(&sender(), interface, address_of(client)), file, line);
+}
+
+void Driver::client_left(const std::string& interface, const std::string& client, const char* file,
+                         int line) {
+    check(lab::driver_client_left(&sender(), interface, address_of(client)), file, line);
+}
+
+void Driver::channel(const std::string& interface, unsigned channel, const char* file, int line) {
+    check(lab::driver_channel_changed(&sender(), interface, static_cast<std::uint8_t>(channel)),
+          file, line);
+}
+
+void Driver::leave_reason(const std::string& interface, unsigned number, const std::string& client,
+                          unsigned reason, const char* file, int line) {
+    check(lab::driver_leave_reason(&sender(), interface, static_cast<std::uint16_t>(number),
+                                   address_of(client), reason),
+          file, line);
+}
+
+Router::Router(std::unique_ptr<lab::Node> node, std::function<void()> settle)
+    : node_(std::move(node)),
+      settle_(std::move(settle)),
+      daemon_(*node_),
+      journal_(*node_),
+      driver_(*node_) {}
+
+void Router::start(const std::vector<std::string>& arguments,
+                   const std::vector<std::string>& environment, const char* file, int line) {
+    std::string error;
+    if (daemon_.start({arguments, environment}, error) != 0) {
+        ADD_FAILURE_AT(file, line) << error;
+    }
+    settle_();
+}
+
+std::string Router::file(const std::string& path) const {
+    std::string text;
+    lab::file_read(node_->at(path), &text);
+    return text;
+}
+
+bool Router::has_file(const std::string& path) const {
+    return access(node_->at(path).c_str(), F_OK) == 0;
+}
+
+void Router::put_file(const std::string& path, const std::string& text) {
+    EXPECT_TRUE(lab::file_write(node_->at(path), text)) << path;
+}
+
+void Router::remove_file(const std::string& path) {
+    EXPECT_TRUE(lab::file_remove(node_->at(path))) << path;
+}
+
+void Router::sql(const std::string& statements, const char* file, int line) {
+    std::string error;
+    if (lab::database_run(*node_, statements, error) != 0) {
+        ADD_FAILURE_AT(file, line) << error;
+    }
+}
+
+void Router::uci(const std::string& key, const std::string& value) {
+    EXPECT_TRUE(lab::uci_store_set(root(), key, value)) << key;
+}
+
+void Router::command(const std::string& bytes, const char* file, int line) {
+    std::string error;
+    if (lab::fifo_command(*node_, bytes, error) != 0) {
+        ADD_FAILURE_AT(file, line) << error;
+    }
+}
+
+void Router::update() {
+    settle_();
+    journal_.update();
+    if (journal_.lost() > 0) {
+        ADD_FAILURE() << "the flow log rotated twice between two expectations";
+    }
+}
+
+void Router::expect(const std::string& kind, const Lines& expected, const Lines& all,
+                    size_t& cursor, const char* file, int line) {
+    const std::string difference = lines_differ(expected, from(all, cursor));
+    cursor = all.size();
+    if (!difference.empty()) {
+        ADD_FAILURE_AT(file, line)
+            << node_->options().name << ": " << kind << " (- missing, + unexpected):\n"
+            << difference;
+    }
+}
+
+void Router::expect_log(const Lines& lines, const char* file, int line) {
+    expect("flow log", lines, log(), cursors_.log, file, line);
+}
+
+void Router::expect_shell(const Lines& lines, const char* file, int line) {
+    expect("shell lines", lines, shell(), cursors_.shell, file, line);
+}
+
+void Router::expect_calls(const Lines& lines, const char* file, int line) {
+    expect("tool calls", lines, calls(), cursors_.calls, file, line);
+}
+
+void Router::expect_out(const Lines& lines, const char* file, int line) {
+    update();
+    expect("standard output", lines, journal_.out(), cursors_.out, file, line);
+}
+
+void Router::expect_err(const Lines& lines, const char* file, int line) {
+    update();
+    expect("standard error", lines, journal_.err(), cursors_.err, file, line);
+}
+
+void Router::expect_journal(const Lines& lines, const char* file, int line) {
+    expect("journal", lines, journal(), cursors_.journal, file, line);
+}
+
+void Router::expect_status(const std::string& text, const char* file, int line) {
+    expect_file("/tmp/backhaul_status", text, file, line);
+}
+
+void Router::expect_file(const std::string& path, const std::string& text, const char* file,
+                         int line) {
+    settle_();
+    const std::string found = this->file(path);
+    if (found != text || !has_file(path)) {
+        ADD_FAILURE_AT(file, line) << path << (has_file(path) ? " holds " : " is missing, not ")
+                                   << testing::PrintToString(has_file(path) ? found : text)
+                                   << " expected " << testing::PrintToString(text);
+    }
+}
+
+void Router::expect_no_file(const std::string& path, const char* file, int line) {
+    settle_();
+    if (has_file(path)) {
+        ADD_FAILURE_AT(file, line) << path << " should not be there; it holds "
+                                   << testing::PrintToString(this->file(path));
+    }
+}
+
+void Router::expect_state(const std::string& interface, int state, const char* file, int line) {
+    const int found = state_after(log(), interface);
+    if (found != state) {
+        ADD_FAILURE_AT(file, line) << interface << " is in state " << found << ", not " << state;
+    }
+}
+
+void Router::skip() {
+    update();
+    cursors_.log = log().size();
+    cursors_.shell = shell().size();
+    cursors_.calls = calls().size();
+    cursors_.journal = journal_.entries().size();
+    cursors_.out = journal_.out().size();
+    cursors_.err = journal_.err().size();
+}
+
+Lines Router::log() {
+    Lines lines;
+    for (const lab::JournalEntry& entry : entries()) {
+        if (entry.kind == lab::EntryKind::LOG) {
+            lines.push_back(entry.text);
+        }
+    }
+    return lines;
+}
+
+Lines Router::shell() {
+    Lines lines;
+    for (const lab::JournalEntry& entry : entries()) {
+        if (entry.kind == lab::EntryKind::SHELL) {
+            lines.push_back(entry.text);
+        }
+    }
+    return lines;
+}
+
+Lines Router::calls() {
+    update();
+    Lines lines;
+    for (const lab::CallRecord& call : journal_.calls()) {
+        lines.push_back(lab::call_text(call));
+    }
+    return lines;
+}
+
+Lines Router::journal() {
+    Lines lines;
+    for (const lab::JournalEntry& entry : entries()) {
+        lines.push_back(lab::journal_text(entry));
+    }
+    return lines;
+}
+
+Lines Router::new_log() {
+    return from(log(), cursors_.log);
+}
+
+Lines Router::new_shell() {
+    return from(shell(), cursors_.shell);
+}
+
+Lines Router::new_journal() {
+    return from(journal(), cursors_.journal);
+}
+
+const std::vector<lab::JournalEntry>& Router::entries() {
+    update();
+    return journal_.entries();
+}
+
+std::int64_t Router::time_of_log(const std::string& text) {
+    std::int64_t time = -1;
+    for (const lab::JournalEntry& entry : entries()) {
+        if (entry.kind == lab::EntryKind::LOG && entry.text == text) {
+            time = entry.time;
+        }
+    }
+    return time;
+}
+
+}  // namespace harness
