@@ -1,0 +1,233 @@
+// The socket thread: which descriptors it waits for, and in which order it serves them.
+//
+// The thread never ends, so each test runs it in a child process of its own.
+
+#include "intake/sock_handle.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <utility>
+
+#include "intake/control_fifo.h"
+#include "intake/netlink_intake.h"
+#include "lab/driver/netlink_sender.h"
+#include "lab/tools/answer.h"
+#include "lab/tools/record.h"
+#include "runtime/runtime_block.h"
+#include "runtime/worker.h"
+#include "tests/harness/table_fixture.h"
+
+namespace {
+
+using harness::file_text;
+using harness::wait_until;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr lab::MacAddress CLIENT = {0x02, 0xcc, 0x00, 0x00, 0x00, 0x07};
+
+class SockHandle : public harness::TableTest {
+protected:
+    void SetUp() override {
+        TableTest::SetUp();
+        harness::put_file("/tmp/eth_backhaul_fifo", "");
+        ASSERT_EQ(lab::driver_open(&driver_, 0), 0) << driver_.error;
+    }
+
+    void TearDown() override {
+        if (child_ > 0) {
+            // With the tools that it may be running.
+            kill(-child_, SIGKILL);
+            waitpid(child_, nullptr, 0);
+            EXPECT_TRUE(wait_until([this] { return kill(-child_, 0) != 0; }));
+        }
+        for (int* const fd : {&runtime.netlink_fd, &runtime.fifo_fd, &runtime.msg_fd}) {
+            if (*fd != -1) {
+                close(*fd);
+            }
+            *fd = -1;
+        }
+        runtime.max_fd = 0;
+        TableTest::TearDown();
+    }
+
+    void sources_open() {
+        ASSERT_EQ(netlink_open(), 0);
+        control_fifo_create();
+        msg_socket_open();
+    }
+
+    /// Serves the open descriptors in a child, with its standard output in /tmp/out.
+    void serve() {
+        child_ = fork();
+        setpgid(child_, child_);
+        if (child_ == 0) {
+            const int fd = open("/tmp/out", O_WRONLY | O_CREAT | O_TRUNC, 0600);
+            dup2(fd, STDOUT_FILENO);
+            std::setvbuf(stdout, nullptr, _IOLBF, 0);
+            backhaul_sock_handle(nullptr);
+        }
+    }
+
+    void driver_event(const char* name) {
+        EXPECT_EQ(lab::driver_client_left(&driver_, name, CLIENT), 0) << driver_.error;
+    }
+
+    static void fifo_command(const std::string& bytes) {
+        const int writer = open("/tmp/backhaul_fifo", O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        ASSERT_GE(writer, 0);
+        EXPECT_EQ(write(writer, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        close(writer);
+    }
+
+    /// A datagram that does not decipher; the attempt shows that it was read.
+    static void node_message() {
+        const int sock = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        sockaddr_in to{};
+        to.sin_family = AF_INET;
+        to.sin_port = htons(36003);
+        to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(sendto(sock, "x", 1, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to), 1);
+        close(sock);
+    }
+
+    /// Waits until an entry of the journal contains `text`; the journal from the last call on.
+    harness::Journal journal_until(const std::string& text) {
+        const bool seen = wait_until([&] {
+            for (const std::string& entry : journal_take()) {
+                seen_.push_back(entry);
+            }
+            for (const std::string& entry : seen_) {
+                if (entry.find(text) != std::string::npos) {
+                    return true;
+                }
+            }
+            return false;
+        });
+        EXPECT_TRUE(seen) << "no `" << text << "` in " << testing::PrintToString(seen_);
+        return std::exchange(seen_, {});
+    }
+
+    lab::DriverSender driver_;
+    pid_t child_ = -1;
+
+private:
+    harness::Journal seen_;
+};
+
+/// Place of the first entry that contains `text`, or the size when there is none.
+size_t place(const harness::Journal& journal, const std::string& text) {
+    size_t at = 0;
+    while (at < journal.size() && journal[at].find(text) == std::string::npos) {
+        ++at;
+    }
+    return at;
+}
+
+TEST_F(SockHandle, serves_driver_events_then_commands_then_node_messages) {
+    sources_open();
+    // All three are readable before the thread first looks.
+    node_message();
+    fifo_command("eth_lost\n");
+    driver_event("ath0");
+    serve();
+    const harness::Journal journal = journal_until("openssl");
+    const size_t event = place(journal, "STA_DISASSOC_WITH_AP(ath0)");
+    const size_t command = place(journal, "recv event eth_lost");
+    const size_t message = place(journal, "openssl");
+    EXPECT_LT(event, command) << testing::PrintToString(journal);
+    EXPECT_LT(command, message) << testing::PrintToString(journal);
+}
+
+TEST_F(SockHandle, lets_a_node_message_wait_until_a_command_is_done) {
+    sources_open();
+    intf_add("ath0", BACKHAUL_STA, BAND_5G);
+    runtime.backhaul_valid = 1;
+    lab::answer_hold("", "uci", "gate");
+    serve();
+    fifo_command("network_reload\n");
+    // The command is inside a tool now.
+    ASSERT_TRUE(wait_until([] { return !harness::recorded_calls().empty(); }));
+    node_message();
+    driver_event("ath1");
+    lab::gate_open("", "gate");
+    const harness::Journal journal = journal_until("STA_DISASSOC_WITH_AP(ath1)");
+    EXPECT_LT(place(journal, "NETWORKRELOAD"), place(journal, "STA_DISASSOC_WITH_AP(ath1)"))
+        << testing::PrintToString(journal);
+}
+
+TEST_F(SockHandle, works_without_the_fifo) {
+    ASSERT_EQ(netlink_open(), 0);
+    msg_socket_open();
+    serve();
+    driver_event("ath0");
+    journal_until("STA_DISASSOC_WITH_AP(ath0)");
+    node_message();
+    journal_until("openssl");
+}
+
+TEST_F(SockHandle, works_without_driver_events) {
+    control_fifo_create();
+    msg_socket_open();
+    serve();
+    fifo_command("eth_lost\n");
+    journal_until("recv event eth_lost");
+    node_message();
+    journal_until("openssl");
+}
+
+TEST_F(SockHandle, goes_on_without_a_pause_when_select_fails) {
+    control_fifo_create();
+    // A descriptor that is not there: every select fails.
+    runtime.msg_fd = 200;
+    serve();
+    EXPECT_TRUE(wait_until([] {
+        return file_text("/tmp/out")
+                   .rfind("select error: Bad file descriptor\nselect error: Bad file descriptor\n",
+                          0) == 0;
+    })) << file_text("/tmp/out").substr(0, 200);
+    runtime.msg_fd = -1;
+}
+
+TEST_F(SockHandle, goes_on_when_a_signal_interrupts_it) {
+    control_fifo_create();
+    struct sigaction handler {};
+    struct sigaction before {};
+    handler.sa_handler = [](int) {
+    };
+    sigaction(SIGUSR2, &handler, &before);
+    serve();
+    sigaction(SIGUSR2, &before, nullptr);
+    EXPECT_TRUE(wait_until([this] {
+        kill(child_, SIGUSR2);
+        return file_text("/tmp/out").rfind("select error: Interrupted system call\n", 0) == 0;
+    })) << file_text("/tmp/out");
+    fifo_command("eth_lost\n");
+    journal_until("recv event eth_lost");
+}
+
+TEST_F(SockHandle, raises_the_highest_descriptor_and_never_lowers_it) {
+    control_fifo_create();
+    const pid_t child = fork();
+    if (child == 0) {
+        runtime.max_fd = 300;
+        thread_start(backhaul_sock_handle, nullptr);
+        fifo_command("eth_lost\n");
+        const bool served = wait_until([] { return !harness::recorded_lines().empty(); });
+        _exit(served && runtime.max_fd == 300 ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+}  // namespace
