@@ -64,7 +64,7 @@ extern "C" int sqlite3_db_config(sqlite3* db, int option, ...) {
     const int slots = va_arg(arguments, int);
     va_end(arguments);
     EXPECT_EQ(option, SQLITE_DBCONFIG_LOOKASIDE);
-    sqlite_asked().memory_given = memory != nullptr;
+    sqlite_asked().memory.push_back(memory);
     sqlite_asked().slot_size = slot_size;
     sqlite_asked().slots = slots;
     if (sqlite_asked().refuse) {
@@ -88,6 +88,9 @@ void RootTest::TearDown() {
     lists_clear();
     sqlite3_close(runtime.db);
     runtime.db = nullptr;
+    for (void* const memory : sqlite_asked().memory) {
+        std::free(memory);
+    }
     harness::TableTest::TearDown();
 }
 

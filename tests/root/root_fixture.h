@@ -57,7 +57,7 @@ void trace_start();
 /// What the opening of the database asked SQLite for, and whether the memory is to be refused.
 struct sqlite_setup {
     int busy_timeout = -1;
-    bool memory_given = false;
+    std::vector<void*> memory;
     int slot_size = -1;
     int slots = -1;
     bool refuse = false;

@@ -75,11 +75,10 @@ TEST_F(TopologyDb, is_not_there_yet_and_is_not_created) {
 
 TEST_F(TopologyDb, opens_with_a_busy_timeout_and_memory_of_its_own) {
     sql("CREATE TABLE t (a);");
-    sqlite_asked() = {};
     EXPECT_EQ(opening_prints(0), "");
     EXPECT_NE(runtime.db, nullptr);
     EXPECT_EQ(sqlite_asked().busy_timeout, 2000);
-    EXPECT_TRUE(sqlite_asked().memory_given);
+    EXPECT_THAT(sqlite_asked().memory, ElementsAre(testing::NotNull()));
     EXPECT_EQ(sqlite_asked().slot_size, 1024);
     EXPECT_EQ(sqlite_asked().slots, 400);
 }
