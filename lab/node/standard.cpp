@@ -18,10 +18,15 @@ void configure(const Node& node, const std::string& section) {
     uci_store_set(node.root(), prefix + "disabled", "0");
 }
 
+std::string extender_al_mac(const Node& node) {
+    const std::string ip = node.ip();
+    return "02:00:00:00:00:" + (ip.size() < 2 ? "20" : ip.substr(ip.size() - 2));
+}
+
 std::string standard_rows(const Node& node) {
     std::string rows = std::string("INSERT INTO Device VALUES ('") + kRootAlMac +
                        "', 1, 0, 'Router', 'Root', '192.168.1.1');" +
-                       "INSERT INTO Device VALUES ('" + kExtenderAlMac +
+                       "INSERT INTO Device VALUES ('" + extender_al_mac(node) +
                        "', 1, 0, 'L2Device', 'Extender', '" + node.ip() + "');";
     for (unsigned number = 1; number <= 4; ++number) {
         rows += "INSERT INTO ExtenderWiFiLink VALUES ('" + ap_address(number) + "', '" +
@@ -58,6 +63,10 @@ int standard_extender(const Node& node, std::string& error) {
     }
     iwpriv_value_set(node.root(), "ath0", "whc_dist", "1");
     iwpriv_value_set(node.root(), "ath1", "whc_dist", "1");
+    if (!file_write(node.at("/tmp/FirstMAC"), extender_al_mac(node) + "\n")) {
+        error = "cannot write the first MAC address";
+        return -1;
+    }
     return furnish(node, kExtenderProfile, error);
 }
 

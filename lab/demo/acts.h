@@ -1,0 +1,14 @@
+// The acts of the demonstration, each on the stage that the act before has left.
+#pragma once
+
+#include "lab/demo/stage.h"
+
+namespace lab {
+
+// An extender's own life: up, lost and back, upstream AP gone and the backup, third loss.
+void act_backhaul_up(Stage& stage, Actor& extender);
+void act_loss_and_return(Stage& stage, Actor& extender);
+void act_backup_takes_over(Stage& stage, Actor& extender);
+void act_third_loss(Stage& stage, Actor& extender);
+
+}  // namespace lab
