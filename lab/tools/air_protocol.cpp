@@ -1,5 +1,6 @@
 #include "lab/tools/air_protocol.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -167,6 +168,11 @@ bool air_serve_one(int listener, const std::function<AirReply(const AirRequest&)
                       send_all(descriptor, air_reply_encode(handler(request)));
     close(descriptor);
     return good;
+}
+
+bool air_is_pending(int listener) {
+    pollfd readable{listener, POLLIN, 0};
+    return poll(&readable, 1, 0) == 1 && (readable.revents & POLLIN) != 0;
 }
 
 }  // namespace lab

@@ -55,4 +55,7 @@ int air_listen(const std::string& root);
 // or the request was not well formed; nothing is replied then.
 bool air_serve_one(int listener, const std::function<AirReply(const AirRequest&)>& handler);
 
+// True when a tool waits to be served. A node at rest with nothing pending is truly at rest.
+bool air_is_pending(int listener);
+
 }  // namespace lab

@@ -133,6 +133,20 @@ TEST_F(AirTest, answers_itself_when_the_server_closes_without_a_reply) {
     close(listener);
 }
 
+TEST_F(AirTest, tells_whether_a_tool_waits_to_be_served) {
+    const int listener = lab::air_listen(root);
+    ASSERT_GE(listener, 0);
+    EXPECT_FALSE(lab::air_is_pending(listener));
+    std::thread tool([&] { run("iwconfig", {"ath0"}); });
+    while (!lab::air_is_pending(listener)) {
+        std::this_thread::yield();
+    }
+    EXPECT_TRUE(lab::air_serve_one(listener, [](const lab::AirRequest&) { return saying("x"); }));
+    EXPECT_FALSE(lab::air_is_pending(listener));
+    tool.join();
+    close(listener);
+}
+
 TEST_F(AirTest, carries_an_answer_of_any_length) {
     const std::string large(300000, 'x');
     with_server(

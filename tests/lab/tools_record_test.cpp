@@ -88,6 +88,7 @@ TEST_F(RecordTest, hands_out_only_new_and_whole_records) {
     lab::line_record_append(root, "first");
     lab::line_record_append(root, "second");
     EXPECT_EQ(lab::line_records_read(root, &offset, &records), 2);
+    EXPECT_EQ(offset, lab::file_size(lab::lines_path(root)));
     lab::file_append(lab::lines_path(root), "1\t2\t3\t4\t5:6\t\thal");
     EXPECT_EQ(lab::line_records_read(root, &offset, &records), 0) << "a half line is not given out";
     lab::file_append(lab::lines_path(root), "f\n");
