@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 #include <linux/futex.h>
+#include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -117,6 +119,8 @@ int MovedClock::add_node(const std::string& root, std::string& error, std::vecto
         error = "no clock page at " + root + kLabClock + ": " + strerror(errno);
         return -1;
     }
+    // The waits for quiet are shorter than what the kernel adds to a sleep by default.
+    prctl(PR_SET_TIMERSLACK, 1000UL);
     node->watch = std::make_unique<QuietWatch>(root + "/proc", std::move(except));
     nodes_.push_back(std::move(node));
     return 0;
@@ -274,7 +278,7 @@ int MovedClock::settle(std::string& error) {
 
 int MovedClock::wait_quiet(std::string& error) {
     const auto end = RealClock::now() + patience;
-    useconds_t pause = 20;
+    useconds_t pause = 0;
     for (;;) {
         const bool quiet = std::all_of(nodes_.begin(), nodes_.end(),
                                        [](const auto& node) { return node->watch->is_quiet(); });
@@ -286,8 +290,8 @@ int MovedClock::wait_quiet(std::string& error) {
                     std::to_string(now()) + "\n" + describe();
             return -1;
         }
-        usleep(pause);
-        pause = std::min<useconds_t>(pause * 2, 1000);
+        pause == 0 ? sched_yield() : usleep(pause);
+        pause = std::min<useconds_t>(pause * 2 + 10, 1000);
     }
 }
 
