@@ -99,7 +99,8 @@ void QuietWatch::watch_process(pid_t pid, std::vector<WatchedThread>& found) {
         thread.pid = pid;
         thread.tid = tid;
         if (known != threads_.end()) {
-            thread.fd = std::exchange(known->fd, -1);
+            thread = *known;
+            known->fd = -1;
         } else {
             const std::string status = tasks + "/" + std::to_string(tid) + "/status";
             thread.fd = open(status.c_str(), O_RDONLY | O_CLOEXEC);
@@ -110,6 +111,23 @@ void QuietWatch::watch_process(pid_t pid, std::vector<WatchedThread>& found) {
     }
 }
 
+bool QuietWatch::list_threads() {
+    const size_t before = threads_.size();
+    std::vector<WatchedThread> found;
+    for (const pid_t pid : numbered_entries(proc_)) {
+        watch_process(pid, found);
+    }
+    size_t kept = before;
+    for (const WatchedThread& gone : threads_) {
+        if (gone.fd >= 0) {
+            close(gone.fd);
+            --kept;
+        }
+    }
+    threads_ = std::move(found);
+    return kept == before && threads_.size() == before;
+}
+
 void QuietWatch::refresh() {
     const std::uint64_t newest = newest_pid();
     if (!stale_ && newest == refreshed_at_) {
@@ -117,16 +135,7 @@ void QuietWatch::refresh() {
     }
     stale_ = false;
     refreshed_at_ = newest;
-    std::vector<WatchedThread> found;
-    for (const pid_t pid : numbered_entries(proc_)) {
-        watch_process(pid, found);
-    }
-    for (const WatchedThread& gone : threads_) {
-        if (gone.fd >= 0) {
-            close(gone.fd);
-        }
-    }
-    threads_ = std::move(found);
+    list_threads();
 }
 
 bool QuietWatch::look(bool compare) {
@@ -144,9 +153,30 @@ bool QuietWatch::look(bool compare) {
     return true;
 }
 
+// The state of a thread that is about to wait reads as blocked while it still runs (one that
+// collects an ended child for as long as that takes). This file waits until the thread has left
+// its processor and says "running" when it has not come to rest.
+bool QuietWatch::is_at_rest(const WatchedThread& thread) const {
+    const std::string task =
+        proc_ + "/" + std::to_string(thread.pid) + "/task/" + std::to_string(thread.tid);
+    return strchr("ZX", thread.state) != nullptr || first_line(task + "/syscall") != "running";
+}
+
 bool QuietWatch::is_quiet() {
     refresh();
-    return look(false) && look(true) && newest_pid() == refreshed_at_;
+    if (!look(false)) {
+        return false;
+    }
+    // A new process has its number before it can be listed, so the list may lack one whose parent
+    // has come to rest since. That parent does not run again between the two looks: what is listed
+    // now is everything.
+    if (!list_threads()) {
+        stale_ = true;
+        return false;
+    }
+    return std::all_of(threads_.begin(), threads_.end(),
+                       [this](const WatchedThread& thread) { return is_at_rest(thread); }) &&
+           look(true) && newest_pid() == refreshed_at_;
 }
 
 bool QuietWatch::thread_exists(pid_t pid, pid_t tid) const {

@@ -31,7 +31,7 @@ public:
     QuietWatch(const QuietWatch&) = delete;
     QuietWatch& operator=(const QuietWatch&) = delete;
 
-    // Two looks, without waiting.
+    // Two looks and what lies between them, without waiting for anything but a processor.
     bool is_quiet();
 
     bool thread_exists(pid_t pid, pid_t tid) const;
@@ -42,6 +42,9 @@ public:
 
 private:
     bool look(bool compare);
+    bool is_at_rest(const WatchedThread& thread) const;
+    // Lists all threads anew; whether they are the ones known before.
+    bool list_threads();
     void refresh();
     void watch_process(pid_t pid, std::vector<WatchedThread>& found);
     std::uint64_t newest_pid() const;
