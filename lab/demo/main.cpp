@@ -29,6 +29,13 @@ void play(lab::Stage& stage) {
     lab::act_loss_and_return(stage, extender);
     lab::act_backup_takes_over(stage, extender);
     lab::act_third_loss(stage, extender);
+    lab::act_better_ap(stage, extender);
+    lab::act_cable(stage, extender);
+    lab::act_radar(stage, extender);
+    lab::Actor& root = stage.add_root("root", "192.168.1.1/24");
+    lab::act_admission(stage, root, extender);
+    lab::Actor& second = stage.add_extender("second", "192.168.1.21/24");
+    lab::act_mesh_list(stage, root, second);
 }
 
 }  // namespace
