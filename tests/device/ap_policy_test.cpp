@@ -251,6 +251,12 @@ TEST_F(ApPolicy, restarts_hyd_when_its_line_has_no_process_id) {
     EXPECT_EQ(harness::flow_log_lines(), std::vector<std::string>{"restart hyd"});
 }
 
+TEST_F(ApPolicy, restarts_hyd_when_its_process_id_is_zero) {
+    lab::answer_always("", "ps", "0 root hyd\n");
+    hyd_alive_check();
+    EXPECT_EQ(harness::flow_log_lines(), std::vector<std::string>{"restart hyd"});
+}
+
 TEST_F(ApPolicy, leaves_hyd_alone_when_the_process_list_cannot_be_read) {
     ASSERT_EQ(symlink("/tmp/no/such/folder/file", "/tmp/hyd_alive"), 0);
     hyd_alive_check();

@@ -192,6 +192,17 @@ TEST_P(WifiConfigCheck, carries_an_enabled_reference_to_the_companion_at_the_nex
     EXPECT_EQ(int{enabled().get()}, 1);
 }
 
+TEST_P(WifiConfigCheck, carries_what_the_last_call_saw_although_the_reference_changed_again) {
+    reload() = 1;
+    enabled() = 1;
+    uci_put(std::string(with().reference) + ".disabled", "1");
+    device_wifi_config_check(with().index);
+    EXPECT_THAT(journal(),
+                ElementsAre("$ " + get_line(), reload_line(1), "$ " + set_line(0), COMMIT, APPLY));
+    EXPECT_EQ(int{reload()}, 1);
+    EXPECT_EQ(int{enabled().get()}, 0);
+}
+
 TEST_P(WifiConfigCheck, keeps_the_reload_pending_while_the_table_lacks_the_companion) {
     runtime.intf_num = 0;
     reload() = 1;
