@@ -53,6 +53,7 @@ function(backhaul_test name)
     endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST
+        NO_PRETTY_VALUES
         DISCOVERY_TIMEOUT 60
         TEST_PREFIX "${name}."
         PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
