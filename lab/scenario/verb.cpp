@@ -143,7 +143,7 @@ bool kill_tool_parse(Words rest, Verb* verb, std::string* error) {
     return one_of(verb->word, "tool that can be killed",
                   {std::string(TOOL_HYD), std::string(TOOL_SUPPLICANT), std::string(TOOL_AGENT)},
                   error) &&
-           limit_parse(rest.subspan(1), true, verb);
+           limit_parse(rest.subspan(1), true, verb) && (verb->word != TOOL_HYD || rest.size() == 1);
 }
 
 bool worker_parse(Words rest, Verb* verb) {
