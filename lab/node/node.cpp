@@ -18,11 +18,15 @@ namespace {
 
 constexpr std::array<const char*, 4> kNamespaces = {"pid", "mnt", "net", "ipc"};
 
-// Names of cables are per test process, which has "lab-switch" to itself.
-std::string next_cable() {
+// Numbers of cables are per test process, which has "lab-switch" to itself.
+unsigned next_cable() {
     static unsigned count = 0;
-    return "lab" + std::to_string(++count);
+    return ++count;
 }
+
+// Link numbers of cables begin behind every number inside a node. With the same number on both ends
+// the kernel takes an end for no pair, and takes up to a second to open the switch's port.
+constexpr unsigned kFirstCableIndex = 1000;
 
 SandboxOptions sandbox_options(const NodeOptions& options) {
     SandboxOptions sandbox;
@@ -86,10 +90,12 @@ int Node::open_namespaces(std::string& error) {
 }
 
 int Node::attach_to_switch(std::string& error) {
-    cable_ = next_cable();
-    const std::string outside = "link add " + cable_ + " type veth peer name lan0 netns " +
-                                std::to_string(init_) + "\nlink set " + cable_ +
-                                " master lab-switch\nlink set " + cable_ + " up\n";
+    const unsigned number = next_cable();
+    cable_ = "lab" + std::to_string(number);
+    const std::string outside =
+        "link add " + cable_ + " index " + std::to_string(kFirstCableIndex + number) +
+        " type veth peer name lan0 netns " + std::to_string(init_) + "\nlink set " + cable_ +
+        " master lab-switch\nlink set " + cable_ + " up\n";
     if (run_program({"ip", "-batch", "-"}, outside, error) != 0) {
         return -1;
     }
