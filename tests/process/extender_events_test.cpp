@@ -1,0 +1,264 @@
+// Driver events as they come from the kernel: order, unknown interfaces, both layouts, broken
+// lengths, and the events that are no links.
+
+#include <cstring>
+
+#include "lab/driver/netlink_sender.h"
+#include "lab/driver/wireless_event.h"
+#include "tests/process/extender_story.h"
+
+namespace {
+
+using lab::Bytes;
+using lab::EventLayout;
+
+constexpr EventLayout PACKED = EventLayout::PACKED;
+constexpr EventLayout PADDED = EventLayout::PADDED;
+
+constexpr char CLIENT_TEXT[] = "02:cc:00:00:00:07";
+const lab::MacAddress CLIENT = lab::mac_from_text(CLIENT_TEXT);
+
+class ExtenderEvents : public ExtenderStory {
+protected:
+    /// In the pause of the start: the dispatcher only takes note of events.
+    void start_idle() {
+        start_extender();
+        skip();
+    }
+
+    void send_stream(const std::string& interface, const Bytes& stream, HARNESS_HERE) {
+        if (lab::driver_send_stream(&driver().sender(), interface, stream) != 0) {
+            ADD_FAILURE_AT(file, line) << driver().sender().error;
+        }
+    }
+
+    void send(const Bytes& datagram, HARNESS_HERE) {
+        if (lab::driver_send(&driver().sender(), datagram) != 0) {
+            ADD_FAILURE_AT(file, line) << driver().sender().error;
+        }
+    }
+
+    int index_of(const std::string& interface) {
+        return lab::driver_interface_index(driver().sender(), interface);
+    }
+
+    static Lines client_left(const std::string& interface) {
+        return {"STA_DISASSOC_WITH_AP(" + interface + ")", std::string("STA mac : ") + CLIENT_TEXT};
+    }
+
+    static Lines client_joined(const std::string& interface) {
+        return {"STA_ASSOC_WITH_AP(" + interface + ")", std::string("STA mac : ") + CLIENT_TEXT,
+                std::string("device_kick_wifi_client : request to clear ") + CLIENT_TEXT +
+                    " from wifi list",
+                std::string("$ vl1905App 33 00:00:00:00:00:00 ") + CLIENT_TEXT};
+    }
+
+    static Bytes left_event(EventLayout layout = PACKED) {
+        return lab::address_event(layout, lab::EVENT_EXPIRED, CLIENT);
+    }
+
+    static Lines ignored_loss(const std::string& station) {
+        return joined({driver_down(station, "00:00:00:00:00:00"), state_line("INIT")});
+    }
+};
+
+TEST_F(ExtenderEvents, handles_several_events_of_one_attribute_in_their_order) {
+    start_idle();
+    send_stream(
+        "ath20",
+        lab::joined(
+            {lab::custom_event(PACKED, lab::CUSTOM_CHANNEL_CHANGE, lab::channel_payload(52)),
+             lab::address_event(PACKED, lab::EVENT_REGISTERED, CLIENT), left_event(),
+             lab::custom_event(PACKED, lab::CUSTOM_CHANNEL_CHANGE, lab::channel_payload(100))}));
+    expect_journal(joined({{"CHANNEL_CHANGE(ath20)", "$ wifi_channel_monitor once",
+                            "backhaul_dfs_check : intf->channel 0 channel 52"},
+                           client_joined("ath20"),
+                           client_left("ath20"),
+                           {"CHANNEL_CHANGE(ath20)", "$ wifi_channel_monitor once",
+                            "backhaul_dfs_check : intf->channel 52 channel 100",
+                            "backhaul_dfs_check : dfs_count 1 state 0"}}));
+}
+
+TEST_F(ExtenderEvents, handles_every_message_of_a_batch_and_every_wireless_attribute) {
+    start_idle();
+    const Bytes twice =
+        lab::joined({lab::route_attribute(lab::ATTRIBUTE_WIRELESS, left_event()),
+                     lab::route_attribute(lab::ATTRIBUTE_NAME, Bytes{'a', 't', 'h', '9', 0}),
+                     lab::route_attribute(lab::ATTRIBUTE_WIRELESS, left_event())});
+    send(lab::joined({lab::link_message(lab::MESSAGE_NEW_LINK, index_of("ath10"), twice),
+                      lab::link_message(lab::MESSAGE_DEL_LINK, index_of("ath11"), twice),
+                      lab::wireless_message(index_of("ath20"), "ath20", left_event())}));
+    expect_journal(joined({client_left("ath10"), client_left("ath10"), client_left("ath20")}));
+}
+
+TEST_F(ExtenderEvents, ends_the_attribute_at_an_association_of_an_unknown_interface) {
+    start_idle();
+    send_stream("ath14", lab::joined({lab::associated_event(PACKED, CLIENT), left_event()}));
+    expect_journal({"STA_CONNECTION_UP"});
+}
+
+TEST_F(ExtenderEvents, goes_on_after_a_loss_of_an_unknown_interface) {
+    start_idle();
+    send_stream("ath14", lab::joined({lab::disassociated_event(PACKED), left_event()}));
+    expect_journal(joined({{"STA_CONNECTION_DOWN"}, client_left("ath14")}));
+}
+
+TEST_F(ExtenderEvents, ends_the_attribute_at_a_channel_change_of_an_unknown_interface) {
+    start_idle();
+    send_stream("ath14", lab::joined({lab::custom_event(PACKED, lab::CUSTOM_CHANNEL_CHANGE,
+                                                        lab::channel_payload(36)),
+                                      left_event()}));
+    expect_journal({"CHANNEL_CHANGE(ath14)"});
+}
+
+TEST_F(ExtenderEvents, clears_new_clients_of_an_unknown_interface_too) {
+    start_idle();
+    driver().client_joined("ath14", CLIENT_TEXT);
+    expect_journal(client_joined("ath14"));
+}
+
+TEST_F(ExtenderEvents, understands_the_padded_layout_of_a_64_bit_kernel) {
+    start_extender();
+    advance(10);
+    driver().sender().layout = PADDED;
+    skip();
+    driver().associated("ath0", ap(1));
+    expect_journal(first_link("ath0", ap(1)));
+    driver().channel("ath10", 149);
+    expect_journal({"CHANNEL_CHANGE(ath10)", "$ wifi_channel_monitor once"});
+    driver().leave_reason("ath10", lab::CUSTOM_DEAUTH_IND_AP, CLIENT_TEXT, 8);
+    expect_journal(
+        {"STA 02:cc:00:00:00:07 disassociated(IEEE80211_EV_DEAUTH_IND_AP), reason "
+         "code 8"});
+    send_stream("ath20", lab::joined({lab::address_event(PADDED, lab::EVENT_REGISTERED, CLIENT),
+                                      lab::custom_event(PADDED, lab::CUSTOM_CLIENT_JOINED,
+                                                        lab::client_payload(CLIENT)),
+                                      left_event(PADDED)}));
+    expect_journal(joined({client_joined("ath20"), client_joined("ath20"), client_left("ath20")}));
+    driver().lost("ath0");
+    expect_journal({"STA_CONNECTION_DOWN", "Disconnect with : " + ap(1), "..."});
+}
+
+TEST_F(ExtenderEvents, logs_why_a_client_left) {
+    start_idle();
+    driver().leave_reason("ath10", lab::CUSTOM_DISASSOC_IND_AP, CLIENT_TEXT, 3);
+    driver().leave_reason("ath10", lab::CUSTOM_DEAUTH_IND_AP, CLIENT_TEXT, 8);
+    driver().leave_reason("ath10", lab::CUSTOM_DISASSOC_COMPLETE_AP, CLIENT_TEXT, 65535);
+    driver().leave_reason("ath0", lab::CUSTOM_DISASSOC_COMPLETE_STA, CLIENT_TEXT, 0xFFFFFFFF);
+    const std::string client = std::string("STA ") + CLIENT_TEXT;
+    expect_journal({client + " disassociated(IEEE80211_EV_DISASSOC_IND_AP), reason code 3",
+                    client + " disassociated(IEEE80211_EV_DEAUTH_IND_AP), reason code 8",
+                    client + " disassociated(IEEE80211_EV_DISASSOC_COMPLETE_AP), reason code 65535",
+                    client + " disassociated(IEEE80211_EV_DISASSOC_COMPLETE_STA), reason code -1"});
+}
+
+TEST_F(ExtenderEvents, clears_a_client_from_the_list_of_every_node_when_it_joins) {
+    start_idle();
+    for (const std::uint16_t number : {lab::CUSTOM_CLIENT_AUTHORISED, lab::CUSTOM_CLIENT_JOINED}) {
+        send_stream("ath10", lab::custom_event(PACKED, number, lab::client_payload(CLIENT)));
+        expect_journal(client_joined("ath10"));
+    }
+    driver().client_joined("ath20", CLIENT_TEXT);
+    expect_journal(client_joined("ath20"));
+    driver().client_left("ath20", CLIENT_TEXT);
+    expect_journal(client_left("ath20"));
+}
+
+TEST_F(ExtenderEvents, checks_for_radar_on_the_backhaul_ap_only) {
+    start_idle();
+    driver().channel("ath10", 36);
+    driver().channel("ath10", 40);
+    driver().channel("ath0", 44);
+    expect_journal({"CHANNEL_CHANGE(ath10)", "$ wifi_channel_monitor once", "CHANNEL_CHANGE(ath10)",
+                    "$ wifi_channel_monitor once", "CHANNEL_CHANGE(ath0)",
+                    "$ wifi_channel_monitor once"});
+    driver().channel("ath20", 100);
+    driver().channel("ath20", 100);
+    driver().channel("ath20", 116);
+    expect_journal({"CHANNEL_CHANGE(ath20)", "$ wifi_channel_monitor once",
+                    "backhaul_dfs_check : intf->channel 0 channel 100", "CHANNEL_CHANGE(ath20)",
+                    "$ wifi_channel_monitor once",
+                    "backhaul_dfs_check : intf->channel 100 channel 100", "CHANNEL_CHANGE(ath20)",
+                    "$ wifi_channel_monitor once",
+                    "backhaul_dfs_check : intf->channel 100 channel 116",
+                    "backhaul_dfs_check : dfs_count 1 state 0"});
+}
+
+TEST_F(ExtenderEvents, logs_an_index_without_a_name_and_nothing_else) {
+    start_idle();
+    send(lab::wireless_message(4711, "ath0", left_event()));
+    expect_journal({"netlink_msg_process : ifname is emplty, ignore this event"});
+}
+
+TEST_F(ExtenderEvents, neither_spins_nor_dies_on_broken_records) {
+    start_idle();
+    const pid_t worker = router().daemon().worker();
+    const Bytes event = left_event();
+    for (const unsigned length : {0, 1, 3, 4, 5, 7, 8, 11, 19, 21, 24, 0x7FFF, 0xFFFF}) {
+        send_stream("ath10",
+                    lab::joined({lab::with_length(event, static_cast<std::uint16_t>(length)),
+                                 left_event()}));
+    }
+    for (size_t size = 0; size < event.size(); ++size) {
+        send_stream("ath10", lab::cut_to(event, size));
+    }
+    const Bytes custom = lab::custom_event(PACKED, lab::CUSTOM_DEAUTH_IND_AP, Bytes(3000, 0xEE));
+    send_stream("ath10", custom);
+    send_stream("ath10", lab::cut_to(custom, 100));
+    skip();
+    driver().client_left("ath10", CLIENT_TEXT);
+    expect_journal(client_left("ath10"));
+    EXPECT_EQ(router().daemon().worker(), worker);
+}
+
+TEST_F(ExtenderEvents, stops_at_a_record_that_does_not_advance_or_does_not_fit) {
+    start_idle();
+    for (const unsigned length : {0, 4, 41, 0xFFFF}) {
+        send_stream("ath10",
+                    lab::joined({left_event(),
+                                 lab::with_length(left_event(), static_cast<std::uint16_t>(length)),
+                                 left_event()}));
+        expect_journal(client_left("ath10"));
+    }
+}
+
+TEST_F(ExtenderEvents, neither_spins_nor_dies_on_broken_messages_and_attributes) {
+    start_idle();
+    const pid_t worker = router().daemon().worker();
+    const int index = index_of("ath10");
+    const Bytes whole = lab::wireless_message(index, "ath10", left_event());
+    const auto saying = [&whole](std::uint32_t length) {
+        Bytes message = whole;
+        std::memcpy(message.data(), &length, sizeof length);
+        return message;
+    };
+    for (const std::uint32_t length :
+         {0U, 1U, 15U, 16U, 20U, 31U, 32U, 33U, 36U, 1000U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+        send(saying(length));
+    }
+    for (size_t size = 1; size < whole.size(); ++size) {
+        send(lab::cut_to(whole, size));
+    }
+    for (const unsigned length : {0, 1, 3, 4, 5, 23, 25, 28, 0x7FFF, 0xFFFF}) {
+        send(lab::link_message(lab::MESSAGE_NEW_LINK, index,
+                               lab::route_attribute_saying(static_cast<std::uint16_t>(length),
+                                                           lab::ATTRIBUTE_WIRELESS, left_event())));
+    }
+    skip();
+    driver().client_left("ath10", CLIENT_TEXT);
+    expect_journal(client_left("ath10"));
+    EXPECT_EQ(router().daemon().worker(), worker);
+}
+
+TEST_F(ExtenderEvents, takes_note_of_a_link_event_of_any_known_interface) {
+    start_idle();
+    driver().associated("ath10", ap(3));
+    expect_journal(joined({driver_up("ath10", ap(3)), state_line("INIT")}));
+    // The AP that it was on, as told last.
+    driver().lost("ath10");
+    expect_journal(joined({driver_down("ath10", ap(3)), state_line("INIT")}));
+    driver().lost("ath1");
+    expect_journal(ignored_loss("ath1"));
+}
+
+}  // namespace
