@@ -11,6 +11,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <ostream>
 #include <span>
 #include <thread>
 
@@ -154,6 +155,10 @@ struct Status {
     uint8_t band;
     const char* path;
 };
+
+void PrintTo(const Status& status, std::ostream* out) {
+    *out << "band " << int{status.band};
+}
 
 class ApStatus : public ApPolicy, public testing::WithParamInterface<Status> {};
 

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include <ostream>
 #include <span>
 
 namespace {
@@ -129,6 +130,10 @@ struct Companion {
     const char* companion;
     size_t flag;
 };
+
+void PrintTo(const Companion& companion, std::ostream* out) {
+    *out << companion.companion;
+}
 
 class WifiConfigCheck : public CompanionAp, public testing::WithParamInterface<Companion> {
 protected:

@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include <ostream>
 namespace {
 
 using testing::ElementsAre;
@@ -69,6 +70,10 @@ struct Reference {
     const char* name;
     std::array<int, 3> flags;
 };
+
+void PrintTo(const Reference& reference, std::ostream* out) {
+    *out << "type " << reference.type;
+}
 
 const std::array<Reference, 3> REFERENCES = {{
     {MAIN_SERVICE_AP, "ath10", {1, 0, 0}},

@@ -11,6 +11,7 @@
 #include <pthread.h>
 #include <sys/stat.h>
 
+#include <ostream>
 #include <thread>
 
 namespace {
@@ -24,6 +25,10 @@ struct Row {
     const char* radio;
     const char* apply_path;
 };
+
+void PrintTo(const Row& row, std::ostream* out) {
+    *out << "band " << int{row.band};
+}
 
 class WirelessApply : public DeviceTest {};
 class WirelessApplyBand : public DeviceTest, public testing::WithParamInterface<Row> {};
