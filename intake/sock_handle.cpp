@@ -17,7 +17,7 @@ namespace {
 void watch(fd_set& set, int fd) {
     if (fd != -1) {
         FD_SET(fd, &set);
-        runtime.max_fd = std::max(runtime.max_fd, fd);
+        runtime.max_fd = std::max(runtime.max_fd.get(), fd);
     }
 }
 

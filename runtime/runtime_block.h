@@ -58,8 +58,8 @@ struct runtime_block {
     uint8_t backhaul_ap_enable = 0;
     /// Option b, a heap copy handed to `loop_slave_handle`. Written by the supervisor only.
     char* b_arg = nullptr;
-    /// Highest descriptor of the socket loop; socket thread only.
-    int max_fd = 0;
+    /// Highest descriptor of the socket loop; written by the socket thread only.
+    Relaxed<int> max_fd{0};
     /// Set by the socket thread (approval list command) and by the root's start; cleared by the
     /// root loop.
     Relaxed<uint8_t> approval_changed{0};
