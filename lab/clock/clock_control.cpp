@@ -122,6 +122,9 @@ int MovedClock::add_node(const std::string& root, std::string& error, std::vecto
     // The waits for quiet are shorter than what the kernel adds to a sleep by default.
     prctl(PR_SET_TIMERSLACK, 1000UL);
     node->watch = std::make_unique<QuietWatch>(root + "/proc", std::move(except));
+    if (!nodes_.empty() && node->page->mode.load() != CLOCK_REAL) {
+        node->page->now.store(now());
+    }
     nodes_.push_back(std::move(node));
     return 0;
 }

@@ -59,6 +59,22 @@ bool read_status(WatchedThread& thread) {
     return true;
 }
 
+// The state of a thread that is about to wait reads as blocked while it still runs (one that
+// collects an ended child for as long as that takes). This file waits until the thread has left
+// its processor and says "running" when it has not come to rest.
+bool has_left_its_processor(const WatchedThread& thread) {
+    std::array<char, 256> text{};
+    const ssize_t got = pread(thread.call_fd, text.data(), text.size() - 1, 0);
+    return strchr("ZX", thread.state) != nullptr || got <= 0 || text[0] != 'r';
+}
+
+void forget(const WatchedThread& thread) {
+    if (thread.fd >= 0) {
+        close(thread.fd);
+        close(thread.call_fd);
+    }
+}
+
 // Running, or in a wait so short that the thread counts as running (disk, vfork).
 bool may_run(char state) {
     return strchr("SITtZX", state) == nullptr;
@@ -73,7 +89,7 @@ QuietWatch::QuietWatch(std::string proc, std::vector<pid_t> except)
 
 QuietWatch::~QuietWatch() {
     for (const WatchedThread& thread : threads_) {
-        close(thread.fd);
+        forget(thread);
     }
     close(loadavg_);
 }
@@ -87,63 +103,59 @@ std::uint64_t QuietWatch::newest_pid() const {
     return last == nullptr ? 0 : strtoull(last, nullptr, 10);
 }
 
-void QuietWatch::watch_process(pid_t pid, std::vector<WatchedThread>& found) {
+// Adds the threads of a process; true when one of them was not known before.
+bool QuietWatch::watch_process(pid_t pid, std::vector<WatchedThread>& found) {
     const std::string tasks = proc_ + "/" + std::to_string(pid) + "/task";
+    bool news = false;
     for (const pid_t tid : numbered_entries(tasks)) {
         if (std::find(except_.begin(), except_.end(), tid) != except_.end()) {
             continue;
         }
-        const auto known = std::find_if(threads_.begin(), threads_.end(),
-                                        [tid](const WatchedThread& one) { return one.tid == tid; });
+        const auto known = std::find_if(threads_.begin(), threads_.end(), [tid](const auto& one) {
+            return one.tid == tid && one.fd >= 0;
+        });
         WatchedThread thread;
-        thread.pid = pid;
-        thread.tid = tid;
         if (known != threads_.end()) {
             thread = *known;
             known->fd = -1;
         } else {
-            const std::string status = tasks + "/" + std::to_string(tid) + "/status";
-            thread.fd = open(status.c_str(), O_RDONLY | O_CLOEXEC);
+            const std::string task = tasks + "/" + std::to_string(tid);
+            thread.pid = pid;
+            thread.tid = tid;
+            thread.fd = open((task + "/status").c_str(), O_RDONLY | O_CLOEXEC);
+            thread.call_fd = open((task + "/syscall").c_str(), O_RDONLY | O_CLOEXEC);
+            news = true;
         }
         if (thread.fd >= 0) {
             found.push_back(thread);
         }
     }
+    return news;
 }
 
+// Lists all threads anew; true when one of them was not known before.
 bool QuietWatch::list_threads() {
-    const size_t before = threads_.size();
     std::vector<WatchedThread> found;
+    bool news = false;
     for (const pid_t pid : numbered_entries(proc_)) {
-        watch_process(pid, found);
+        news = watch_process(pid, found) || news;
     }
-    size_t kept = before;
     for (const WatchedThread& gone : threads_) {
-        if (gone.fd >= 0) {
-            close(gone.fd);
-            --kept;
-        }
+        forget(gone);
     }
     threads_ = std::move(found);
-    return kept == before && threads_.size() == before;
-}
-
-void QuietWatch::refresh() {
-    const std::uint64_t newest = newest_pid();
-    if (!stale_ && newest == refreshed_at_) {
-        return;
-    }
-    stale_ = false;
-    refreshed_at_ = newest;
-    list_threads();
+    return news;
 }
 
 bool QuietWatch::look(bool compare) {
     for (WatchedThread& thread : threads_) {
         const std::uint64_t before = thread.switches;
         if (!read_status(thread)) {
-            // Its number may be in use again, by a thread that is not watched yet.
-            stale_ = true;
+            // It is gone. Its number may be in use again, by a thread that is not known.
+            forget(thread);
+            thread.fd = -1;
+            std::erase_if(threads_, [](const WatchedThread& one) { return one.fd < 0; });
+            complete_at_ = 0;
             return false;
         }
         if (may_run(thread.state) || (compare && thread.switches != before)) {
@@ -153,30 +165,25 @@ bool QuietWatch::look(bool compare) {
     return true;
 }
 
-// The state of a thread that is about to wait reads as blocked while it still runs (one that
-// collects an ended child for as long as that takes). This file waits until the thread has left
-// its processor and says "running" when it has not come to rest.
-bool QuietWatch::is_at_rest(const WatchedThread& thread) const {
-    const std::string task =
-        proc_ + "/" + std::to_string(thread.pid) + "/task/" + std::to_string(thread.tid);
-    return strchr("ZX", thread.state) != nullptr || first_line(task + "/syscall") != "running";
-}
-
 bool QuietWatch::is_quiet() {
-    refresh();
+    const std::uint64_t newest = newest_pid();
+    if (newest != complete_at_) {
+        complete_at_ = 0;
+        list_threads();
+    }
     if (!look(false)) {
         return false;
     }
-    // A new process has its number before it can be listed, so the list may lack one whose parent
-    // has come to rest since. That parent does not run again between the two looks: what is listed
-    // now is everything.
-    if (!list_threads()) {
-        stale_ = true;
+    if (complete_at_ == 0 && list_threads()) {
         return false;
     }
-    return std::all_of(threads_.begin(), threads_.end(),
-                       [this](const WatchedThread& thread) { return is_at_rest(thread); }) &&
-           look(true) && newest_pid() == refreshed_at_;
+    // Nobody that has come to rest runs again between the two looks, so the list is complete now.
+    if (!std::all_of(threads_.begin(), threads_.end(), has_left_its_processor) || !look(true) ||
+        newest_pid() != newest) {
+        return false;
+    }
+    complete_at_ = newest;
+    return true;
 }
 
 bool QuietWatch::thread_exists(pid_t pid, pid_t tid) const {

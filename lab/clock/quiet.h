@@ -2,8 +2,10 @@
 // for something that only the outside or the clock can bring.
 //
 // Used by the clock's owner on one thread; each instance watches one node. A look reads the state
-// and the context-switch counts of all threads; a node is quiet when two looks in a row find all of
-// them blocked and none of them has run in between. Nothing is changed in the node.
+// and the context-switch counts of all known threads; a node is quiet when two looks in a row find
+// all of them blocked and none of them has run in between. That all threads are known is certain
+// only if they were listed between two such looks: a thread that is being created by one that runs
+// is in no list yet. Nothing is changed in the node.
 #pragma once
 
 #include <sys/types.h>
@@ -17,7 +19,8 @@ namespace lab {
 struct WatchedThread {
     pid_t pid = 0;
     pid_t tid = 0;
-    int fd = -1;  // its status file, kept open
+    int fd = -1;       // its status file, kept open
+    int call_fd = -1;  // its syscall file, kept open
     char state = '?';
     std::uint64_t switches = 0;  // voluntary and other context switches together
 };
@@ -42,18 +45,15 @@ public:
 
 private:
     bool look(bool compare);
-    bool is_at_rest(const WatchedThread& thread) const;
-    // Lists all threads anew; whether they are the ones known before.
     bool list_threads();
-    void refresh();
-    void watch_process(pid_t pid, std::vector<WatchedThread>& found);
+    bool watch_process(pid_t pid, std::vector<WatchedThread>& found);
     std::uint64_t newest_pid() const;
 
     std::string proc_;
     std::vector<pid_t> except_;
     std::vector<WatchedThread> threads_;
-    std::uint64_t refreshed_at_ = 0;
-    bool stale_ = true;
+    // The newest pid when threads_ was known to be all there is; 0: not known.
+    std::uint64_t complete_at_ = 0;
     int loadavg_ = -1;
 };
 

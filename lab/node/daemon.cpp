@@ -122,6 +122,13 @@ long Daemon::worker_resident_kb() const {
     return 0;
 }
 
+std::vector<std::string> environment_for_crashes() {
+    const std::string options =
+        "handle_segv=0:handle_sigbus=0:handle_abort=0:handle_sigfpe=0:"
+        "handle_sigill=0:log_path=/run/lab/out/sanitizer";
+    return {"ASAN_OPTIONS=" + options, "TSAN_OPTIONS=" + options, "UBSAN_OPTIONS=" + options};
+}
+
 std::vector<std::string> sanitizer_reports(const Node& node) {
     std::vector<std::string> reports;
     const std::string folder = node.at(kLabOut);

@@ -19,6 +19,10 @@ struct DaemonOptions {
     std::vector<std::string> environment;  // "NAME=VALUE", beyond the node's own
 };
 
+// Environment of a daemon that is meant to be killed with SIGSEGV and its like: sanitizers leave
+// those signals alone and report everything else.
+std::vector<std::string> environment_for_crashes();
+
 inline constexpr char kDaemonOut[] = "/run/lab/out/stdout";
 inline constexpr char kDaemonErr[] = "/run/lab/out/stderr";
 

@@ -88,6 +88,20 @@ void FlowLogReader::read_rest(std::vector<LogLine>& lines, bool final) {
     partial_.erase(0, from);
 }
 
+// A whole generation that came and went unseen; those before it may be gone for good.
+void FlowLogReader::read_missed(const std::string& path, std::vector<LogLine>& lines) {
+    const std::uint64_t inode = inode_of(path);
+    const bool known =
+        std::find(generations_.begin(), generations_.end(), inode) != generations_.end();
+    if (generations_.empty() || inode == 0 || known) {
+        return;
+    }
+    ++lost_;
+    if (follow(open(path.c_str(), O_RDONLY | O_CLOEXEC))) {
+        read_rest(lines, true);
+    }
+}
+
 std::vector<LogLine> FlowLogReader::read_new() {
     std::vector<LogLine> lines;
     const std::uint64_t live = inode_of(path_);
@@ -97,14 +111,8 @@ std::vector<LogLine> FlowLogReader::read_new() {
     if (live == 0 || (fd_ >= 0 && live == inode_)) {
         return lines;
     }
-    const std::uint64_t older = inode_of(path_ + ".1");
-    if (fd_ >= 0 && older != 0 && older != inode_ &&
-        std::find(generations_.begin(), generations_.end(), older) == generations_.end()) {
-        // A whole generation came and went; the one before it may be gone for good.
-        ++lost_;
-        if (follow(open((path_ + ".1").c_str(), O_RDONLY | O_CLOEXEC))) {
-            read_rest(lines, true);
-        }
+    for (const char* suffix : {".crash", ".1"}) {
+        read_missed(path_ + suffix, lines);
     }
     if (follow(open(path_.c_str(), O_RDONLY | O_CLOEXEC))) {
         read_rest(lines, false);

@@ -1,8 +1,8 @@
 // Follows a node's flow log across rotations and crashes. One thread; opens the files from outside.
 //
 // Every line is read once. The reader keeps the live file open, so that its rest is still read
-// after it was renamed to ".1" or ".crash", or removed. Two rotations between two reads lose the
-// lines in between: `lost` then counts the gaps.
+// after it was renamed to ".1" or ".crash", or removed. Two rotations or crashes between two reads
+// may lose lines in between: `lost` then counts the gaps.
 #pragma once
 
 #include <sys/types.h>
@@ -44,6 +44,7 @@ public:
 
 private:
     void read_rest(std::vector<LogLine>& lines, bool final);
+    void read_missed(const std::string& path, std::vector<LogLine>& lines);
     bool follow(int fd);
 
     std::string path_;

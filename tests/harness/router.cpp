@@ -95,7 +95,17 @@ void Router::start(const std::vector<std::string>& arguments,
     if (daemon_.start({arguments, environment}, error) != 0) {
         ADD_FAILURE_AT(file, line) << error;
     }
-    settle_();
+    // Only a log that was seen can be followed when it is renamed.
+    update();
+}
+
+void Router::kill_worker(int signal, const char* file, int line) {
+    std::string error;
+    update();
+    if (daemon_.kill_worker(signal, error) != 0) {
+        ADD_FAILURE_AT(file, line) << error;
+    }
+    update();
 }
 
 std::string Router::file(const std::string& path) const {
@@ -138,7 +148,7 @@ void Router::update() {
     settle_();
     journal_.update();
     if (journal_.lost() > 0) {
-        ADD_FAILURE() << "the flow log rotated twice between two expectations";
+        ADD_FAILURE() << "the flow log was replaced twice between two looks";
     }
 }
 

@@ -69,6 +69,9 @@ public:
     void start(const std::vector<std::string>& arguments = {},
                const std::vector<std::string>& environment = {}, HARNESS_HERE);
 
+    // Ends the worker with a signal; one second later the supervisor starts the next one.
+    void kill_worker(int signal, HARNESS_HERE);
+
     // Files of the router, by their own names.
     std::string file(const std::string& path) const;
     bool has_file(const std::string& path) const;

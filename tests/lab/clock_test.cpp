@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstring>
 #include <ctime>
+#include <mutex>
 #include <thread>
 
 #include "lab/sandbox/layout.h"
@@ -25,6 +26,7 @@ using harness::clock_advance;
 using harness::clock_now;
 using harness::clock_settle;
 using harness::clock_start;
+using harness::put_file;
 
 constexpr std::uint32_t kStart = 1'700'000'000;
 
@@ -83,20 +85,22 @@ TEST_F(MovedClock, wakes_a_sleeper_in_its_second_and_not_before) {
 
 TEST_F(MovedClock, wakes_sleepers_of_one_second_in_the_order_in_which_they_lay_down) {
     clock_start(kStart, lab::CLOCK_HELD);
+    std::mutex guard;
     std::string order;
     std::vector<std::thread> sleepers;
     for (const char name : {'a', 'b', 'c', 'd'}) {
-        sleepers.emplace_back([&order, name] {
+        sleepers.emplace_back([&order, &guard, name] {
             sleep(5);
+            const std::lock_guard<std::mutex> held(guard);
             order += name;
         });
         clock_settle();
     }
     clock_advance(5);
-    EXPECT_EQ(order, "abcd");
     for (std::thread& one : sleepers) {
         one.join();
     }
+    EXPECT_EQ(order, "abcd");
 }
 
 TEST_F(MovedClock, counts_every_second_of_a_loop_that_sleeps_one_second) {
@@ -137,6 +141,19 @@ TEST_F(MovedClock, waits_for_a_child_process_that_works_before_the_next_second) 
     worker.join();
     EXPECT_EQ(lines, (std::vector<std::string>{"1700000000 2000\n", "1700000001 2000\n",
                                                "1700000002 2000\n"}));
+}
+
+TEST_F(MovedClock, never_misses_a_chain_of_processes_that_start_one_another) {
+    clock_start(kStart, lab::CLOCK_HELD);
+    for (int round = 0; round < 200; ++round) {
+        put_file("/tmp/end", "");
+        std::thread worker([] {
+            EXPECT_EQ(system("true | (true; (sh -c 'true; sh -c \"echo end > /tmp/end\"')) &"), 0);
+        });
+        worker.join();
+        clock_settle();
+        ASSERT_EQ(harness::file_text("/tmp/end"), "end\n") << "in round " << round;
+    }
 }
 
 TEST_F(MovedClock, fails_with_the_name_of_the_thread_that_never_rests) {
