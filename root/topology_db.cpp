@@ -30,10 +30,9 @@ int backhaul_db_open() {
         return -1;
     }
     sqlite3_busy_timeout(runtime.db, DB_BUSY_TIMEOUT_MS);
-    // Never freed, as the connection is never closed. When there is no memory to be had, SQLite is
-    // given null and finds its own.
-    void* const memory = std::malloc(DB_LOOKASIDE_SIZE);
-    const int result = sqlite3_db_config(runtime.db, SQLITE_DBCONFIG_LOOKASIDE, memory,
+    // When there is no memory to be had, SQLite is given null and finds its own.
+    lookaside_memory = std::malloc(DB_LOOKASIDE_SIZE);
+    const int result = sqlite3_db_config(runtime.db, SQLITE_DBCONFIG_LOOKASIDE, lookaside_memory,
                                          DB_LOOKASIDE_SLOT_SIZE, DB_LOOKASIDE_SLOTS);
     if (result != SQLITE_OK) {
         std::printf("lookaside configuration filed: %d", result);

@@ -1,40 +1,27 @@
 #pragma once
 
 // Fixture of the tests of the acting device operations: a sandbox with an interface table of its
-// own, and the journal, in which shell lines and flow-log entries stand in the order in which they
-// came.
+// own, and the journal of everything that happened since the test began.
 
-#include "intf/intf_record.h"
-#include "tests/harness/sandbox.h"
+#include "tests/harness/table_fixture.h"
 
-#include <array>
-#include <cstdint>
 #include <string>
-#include <vector>
 
-class DeviceTest : public harness::SandboxTest {
+class DeviceTest : public harness::TableTest {
 protected:
-    /// Starts with an empty table, the options' defaults and the clock at START_TIME, on which a
-    /// sleep of the code under test moves on by itself.
+    /// Starts with the device layer's own memory as a new worker has it.
     void SetUp() override;
-    void TearDown() override;
 
     /// Appends an interface to the table.
     intf_record* intf_add(const char* name, int32_t type, uint8_t band, uint8_t follow_primary = 0);
 
-    /// Stores "wireless.`key`" ("ath0.ssid").
-    void uci_put(const std::string& key, const std::string& value);
-    std::string uci_value(const std::string& key);
-
-    static constexpr uint32_t START_TIME = 1000000;
-
-private:
-    std::array<intf_record, 12> table_;
+    /// Committed value of "wireless.`key`".
+    static std::string uci_value(const std::string& key);
 };
 
 /// What happened so far, oldest first: "$ LINE" for each shell line, the text without its date for
 /// each flow-log entry.
-std::vector<std::string> journal();
+harness::Journal journal();
 
 /// The shell lines of one wireless apply, in a journal.
 inline constexpr char APPLY[] = "$ /etc/init.d/wireless restart";

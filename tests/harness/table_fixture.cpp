@@ -37,6 +37,8 @@ void runtime_fresh(std::array<intf_record, 16>& table) {
     }
 }
 
+}  // namespace
+
 Journal journal_all() {
     const std::string log = file_text("/var/log/backhaul_flow_log");
     Journal entries;
@@ -55,8 +57,6 @@ Journal journal_all() {
     log_until(log.size());
     return entries;
 }
-
-}  // namespace
 
 Journal joined(std::initializer_list<Journal> parts) {
     Journal all;

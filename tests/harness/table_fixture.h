@@ -18,6 +18,9 @@ namespace harness {
 /// flow-log entry.
 using Journal = std::vector<std::string>;
 
+/// The journal since the test began.
+Journal journal_all();
+
 /// Pieces joined in order, for expectations built from named parts.
 Journal joined(std::initializer_list<Journal> parts);
 
