@@ -51,6 +51,13 @@ protected:
     void expect_journal(std::initializer_list<Journal> parts) {
         EXPECT_THAT(journal_take(), ElementsAreArray(joined(parts)));
     }
+    /// write() calls of this process so far.
+    static long write_calls() {
+        const std::string text = file_text("/proc/self/io");
+        const size_t at = text.find("syscw: ");
+        EXPECT_NE(at, std::string::npos);
+        return std::stol(text.substr(at + 7));
+    }
     static std::string read_at_once(const char* path) {
         std::string text(8192, '\0');
         const int fd = open(path, O_RDONLY | O_CLOEXEC);
@@ -266,6 +273,17 @@ TEST_F(ApList, says_so_when_its_file_cannot_be_written_and_keeps_the_change) {
     EXPECT_EQ(printed([] { backhaul_ap_node_del("a"); }),
               "backhaul_ap_list_update : can not open file\n");
     EXPECT_THAT(list_now(), ElementsAre());
+}
+
+TEST_F(ApList, is_written_in_one_go) {
+    runtime.ap_count = 5;  // no tools for the power
+    for (int i = 0; i < 300; ++i) {
+        backhaul_ap_node_add("02:00:00:00:00:01", 1);
+    }
+    const long before = write_calls();
+    backhaul_ap_list_update();
+    EXPECT_EQ(write_calls() - before, 1);
+    EXPECT_EQ(file_text(LIST).size(), 5400u);
 }
 
 TEST_F(ApList, never_shows_half_a_line_to_a_reader) {
