@@ -52,7 +52,8 @@ int topo_walk(const char* ap_almac, const char* own_almac, char** table, int row
     const char* parent = nullptr;
     // No step limit: the database is acyclic apart from the link being tested.
     while (backhaul_db_wifi_loop_check(current, &parent, table, rows) == TOPO_STEP_PARENT) {
-        // A node that does not know its own address never meets itself, not even in an empty column.
+        // A node that does not know its own address never meets itself, not even in an empty
+        // column.
         if (own_almac[0] != '\0' && std::strcmp(parent, own_almac) == 0) {
             return TOPO_LOOP;
         }
