@@ -16,7 +16,8 @@
 namespace lab {
 namespace {
 
-constexpr std::array<const char*, 4> kNamespaces = {"pid", "mnt", "net", "ipc"};
+// The last is no namespace: entering a mount namespace forgets a changed root.
+constexpr std::array<const char*, 5> kNamespaces = {"ns/pid", "ns/mnt", "ns/net", "ns/ipc", "root"};
 
 // Numbers of cables are per test process, which has "lab-switch" to itself.
 unsigned next_cable() {
@@ -79,7 +80,7 @@ Node::~Node() {
 int Node::open_namespaces(std::string& error) {
     own_pid_namespace_ = open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC);
     for (size_t at = 0; at < kNamespaces.size(); ++at) {
-        const std::string path = "/proc/" + std::to_string(init_) + "/ns/" + kNamespaces[at];
+        const std::string path = "/proc/" + std::to_string(init_) + "/" + kNamespaces[at];
         namespaces_[at] = open(path.c_str(), O_RDONLY | O_CLOEXEC);
         if (namespaces_[at] < 0) {
             error = "cannot open " + path + ": " + strerror(errno);

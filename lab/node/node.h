@@ -86,7 +86,7 @@ private:
     pid_t init_ = -1;
     std::string root_;
     std::string cable_;
-    std::array<int, 4> namespaces_{-1, -1, -1, -1};  // pid, mnt, net, ipc
+    std::array<int, 5> namespaces_{-1, -1, -1, -1, -1};  // pid, mnt, net, ipc; its root
     int own_pid_namespace_ = -1;
 };
 

@@ -63,7 +63,7 @@ struct Prepared {
     const char* in;
     const char* out;
     const char* err;
-    std::array<int, 4> inside;
+    std::array<int, 5> inside;
     int report;
 };
 
@@ -85,7 +85,8 @@ int stream(const char* path, int flags, int as) {
     // A thread sanitizer of an older compiler cannot live with widely scattered addresses.
     personality(ADDR_NO_RANDOMIZE);
     if (setns(plan.inside[2], CLONE_NEWNET) == 0 && setns(plan.inside[3], CLONE_NEWIPC) == 0 &&
-        setns(plan.inside[1], CLONE_NEWNS) == 0 && chdir("/") == 0 && setsid() >= 0 &&
+        setns(plan.inside[1], CLONE_NEWNS) == 0 && fchdir(plan.inside[4]) == 0 &&
+        chroot(".") == 0 && chdir("/") == 0 && setsid() >= 0 &&
         stream(plan.in, O_RDONLY, STDIN_FILENO) == 0 &&
         stream(plan.out, append, STDOUT_FILENO) == 0 &&
         stream(plan.err, append, STDERR_FILENO) == 0) {
@@ -119,7 +120,7 @@ pid_t fork_into(const Prepared& plan, int own_pid) {
 
 }  // namespace
 
-pid_t spawn_inside(const SpawnPlan& plan, const std::array<int, 4>& inside, int own_pid,
+pid_t spawn_inside(const SpawnPlan& plan, const std::array<int, 5>& inside, int own_pid,
                    std::string& error) {
     std::array<int, 2> report{-1, -1};
     if (plan.words.empty() || pipe2(report.data(), O_CLOEXEC) != 0) {

@@ -9,9 +9,10 @@
 
 namespace lab {
 
-// `inside` holds open namespaces (pid, mnt, net, ipc), `own_pid` the caller's pid namespace. The
-// new process is a child of the caller. Returns its pid, or -1 when it could not be started.
-pid_t spawn_inside(const SpawnPlan& plan, const std::array<int, 4>& inside, int own_pid,
+// `inside` holds open namespaces (pid, mnt, net, ipc) and the root folder, `own_pid` the caller's
+// pid namespace. The new process is a child of the caller. Returns its pid, or -1 when it could not
+// be started.
+pid_t spawn_inside(const SpawnPlan& plan, const std::array<int, 5>& inside, int own_pid,
                    std::string& error);
 
 }  // namespace lab

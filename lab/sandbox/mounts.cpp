@@ -269,13 +269,18 @@ int mounts_make_private(std::string& error) {
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0) {
         return 0;
     }
-    // In a change-rooted folder "/" is no mount point. What the folder's file system shares with
-    // the outside cannot be cut from here, so the mount points inside are cut one by one.
     if (errno != EINVAL) {
         return fail(error, "cannot make mounts private");
     }
-    for (const char* place : {"/proc", "/sys", "/dev", "/tmp", "/run", "/var/log"}) {
-        mount(nullptr, place, nullptr, MS_REC | MS_PRIVATE, nullptr);
+    // In a change-rooted folder "/" is no mount point, and what its file system shares with the
+    // outside cannot be cut off from in here. So the whole tree is shown once more below a mount
+    // that can be cut off, and becomes the root from there.
+    constexpr char kStage[] = "/proc/fs";
+    if (mount(nullptr, "/proc", nullptr, MS_PRIVATE, nullptr) != 0 ||
+        mount("/", kStage, nullptr, MS_BIND | MS_REC, nullptr) != 0 ||
+        mount(nullptr, kStage, nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 || chroot(kStage) != 0 ||
+        chdir("/") != 0) {
+        return fail(error, "cannot make the mounts of a changed root private (is /proc mounted?)");
     }
     return 0;
 }

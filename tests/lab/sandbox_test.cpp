@@ -126,8 +126,8 @@ TEST_F(Sandbox, has_room_for_another_sandbox_inside_with_the_same_shell_and_tool
     const std::string root = "/proc/" + std::to_string(inner) + "/root";
     EXPECT_TRUE(harness::file_is_there(root + "/run/lab/bin/uci"));
     EXPECT_EQ(file_text(root + "/proc/1/comm"), "lab_init\n");
-    ASSERT_EQ(lab::run_program({"nsenter", "-t", std::to_string(inner), "-m", "-p", "-n", "sh",
-                                "-c", "uci get a.b.c; ip link show br-lan"},
+    ASSERT_EQ(lab::run_program({"nsenter", "-t", std::to_string(inner), "-m", "-r", "-p", "-n",
+                                "sh", "-c", "uci get a.b.c; ip link show br-lan"},
                                "", error),
               0)
         << error;
