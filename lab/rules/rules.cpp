@@ -1,0 +1,125 @@
+#include "lab/rules/rules.h"
+
+#include <algorithm>
+#include <array>
+
+#include "lab/rules/rule_checks.h"
+
+namespace lab {
+namespace {
+
+constexpr std::array RULES = {
+    RuleRow{RULE_STATUS_TEXT, "the status file holds one of its three texts"},
+    RuleRow{RULE_ONE_UPLINK, "at most one uplink of a node carries traffic"},
+    RuleRow{RULE_SERVICE_APS, "service APs are down while no uplink carries traffic"},
+    RuleRow{RULE_NO_LOOP, "a marked broadcast reaches no node twice"},
+    RuleRow{RULE_WORKER, "the worker's pid changes only when something ended it"},
+    RuleRow{RULE_TRANSITIONS, "every state change follows from the transition table"},
+    RuleRow{RULE_TIME_LIMITS, "no state with a time limit is older than that limit"},
+    RuleRow{RULE_STATUS_STATE, "the status file says ready exactly while a record is ready"},
+    RuleRow{RULE_PARKED, "a parked station stays parked until the restore releases it"},
+    RuleRow{RULE_CABLE, "a cable that carries traffic is taken as the backhaul"},
+};
+
+constexpr bool every_rule_is_at_its_place() {
+    for (std::size_t at = 0; at < RULE_NAMES.size(); ++at) {
+        if (RULES[at].name != RULE_NAMES[at]) {
+            return false;
+        }
+    }
+    return RULES.size() == RULE_NAMES.size();
+}
+static_assert(every_rule_is_at_its_place());
+
+constexpr std::int64_t SUPPLICANT_RETRY_SECONDS = 3;
+
+void node_check(const Look& look) {
+    TrackerNews news;
+    if (look.node.log_lines_lost) {
+        link_tracker_forget(&look.memory.tracker);
+    }
+    for (const LogEntry& entry : look.node.log) {
+        link_tracker_feed(&look.memory.tracker, entry, &news);
+    }
+    rule_worker(look);
+    if (look.node.is_root) {
+        return;
+    }
+    rule_transitions(look, news);
+    rule_parked(look, news);
+    rule_time_limits(look);
+    rule_status_text(look);
+    rule_status_state(look);
+    rule_one_uplink(look);
+    rule_service_aps(look);
+    rule_cable(look);
+}
+
+}  // namespace
+
+std::span<const RuleRow> rule_table() {
+    return RULES;
+}
+
+bool episode_is_due(const Look& look, const std::string& what, bool holds, std::int64_t patience) {
+    if (!holds) {
+        look.memory.episodes.erase(what);
+        return false;
+    }
+    Episode& episode = look.memory.episodes.try_emplace(what, Episode{look.time}).first->second;
+    if (episode.told || look.time - episode.since <= patience) {
+        return false;
+    }
+    episode.told = true;
+    return true;
+}
+
+void violation_add(const Look& look, std::string_view rule, std::string text, std::string known) {
+    look.violations->push_back(
+        {std::string(rule), look.node.name, look.time, std::move(text), std::move(known)});
+}
+
+bool supplicant_is_failing(const Look& look) {
+    const std::int64_t failed_at = look.memory.tracker.supplicant_failed_at;
+    return failed_at >= 0 && look.time - failed_at <= SUPPLICANT_RETRY_SECONDS;
+}
+
+std::vector<Violation> rules_check(RulesMemory* memory, const Observation& observation) {
+    std::vector<Violation> violations;
+    for (const NodeObservation& node : observation.nodes) {
+        NodeMemory& of_node = memory->nodes[node.name];
+        const bool starts_anew = of_node.is_new || node.rebooted || !node.powered;
+        if (starts_anew) {
+            of_node = {};
+            of_node.is_new = !node.powered;
+            of_node.tracker = link_tracker_make(node.interfaces);
+        }
+        const Look look{node, of_node, observation.time, &violations};
+        if (node.powered) {
+            node_check(look);
+            rule_no_loop(look);
+        }
+    }
+    return violations;
+}
+
+const LinkTracker* rules_tracker(const RulesMemory& memory, const std::string& node) {
+    const auto found = memory.nodes.find(node);
+    return found == memory.nodes.end() ? nullptr : &found->second.tracker;
+}
+
+std::vector<RuleCount> rules_count(const std::vector<Violation>& violations) {
+    std::vector<RuleCount> counts;
+    for (const std::string_view name : RULE_NAMES) {
+        RuleCount count{name};
+        for (const Violation& violation : violations) {
+            if (violation.rule == name) {
+                ++(violation.known.empty() ? count.unknown : count.known);
+            }
+        }
+        counts.push_back(count);
+    }
+    return counts;
+}
+
+}  // namespace lab

@@ -1,0 +1,85 @@
+// The rules that every run of the lab is held against, by name.
+//
+//   status-text   the status file holds one of its three texts
+//   one-uplink    at most one uplink of a node carries traffic
+//   service-aps   service APs are down while no uplink carries traffic
+//   no-loop       a marked broadcast reaches no node twice
+//   worker        the worker's pid changes only when something ended it
+//   transitions   every state change in a flow log follows from the transition table
+//   time-limits   no state with a time limit is older than that limit
+//   status-state  the status file says "ready" exactly while a record is ready
+//   parked        a parked station stays parked until the restore releases it
+//   cable         a cable that carries traffic is taken as the node's backhaul
+//
+// Some of what the daemon has to do breaks a rule. Such a breach is told like any other, with the
+// reason by which it is known. One that lasts is told once, when it has lasted longer than the
+// rule's patience; it is told again after it was over in between.
+//
+// Functions of values: rules_check is called with one Observation after another, in the order of
+// their times, and keeps what it needs in RulesMemory.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lab/rules/link_tracker.h"
+#include "lab/rules/observation.h"
+#include "lab/rules/rule_names.h"
+
+namespace lab {
+
+struct Violation {
+    std::string rule;
+    std::string node;
+    std::int64_t time = 0;
+    std::string text;
+    std::string known;  // why the daemon's required behaviour leads to it; empty: not known
+
+    bool operator==(const Violation&) const = default;
+};
+
+// Something that is the case for a while.
+struct Episode {
+    std::int64_t since = 0;
+    bool told = false;
+};
+
+struct NodeMemory {
+    bool is_new = true;
+    LinkTracker tracker;
+    std::map<std::string, Episode> episodes;  // by what is the case
+    int worker_pid = 0;
+    bool status_seen = false;
+};
+
+struct RulesMemory {
+    std::map<std::string, NodeMemory> nodes;  // by name
+};
+
+struct RuleRow {
+    std::string_view name;
+    std::string_view help;
+};
+
+// Every rule once, in the order of RULE_NAMES.
+std::span<const RuleRow> rule_table();
+
+// Looks at every node and returns what was found, node by node.
+std::vector<Violation> rules_check(RulesMemory* memory, const Observation& observation);
+
+// What the rules know of a node's link states, or null before the first look.
+const LinkTracker* rules_tracker(const RulesMemory& memory, const std::string& node);
+
+// Numbers for a summary.
+struct RuleCount {
+    std::string_view rule;
+    int known = 0;
+    int unknown = 0;
+};
+std::vector<RuleCount> rules_count(const std::vector<Violation>& violations);
+
+}  // namespace lab

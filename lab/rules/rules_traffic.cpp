@@ -1,0 +1,130 @@
+// Rules about files, traffic and processes.
+#include <algorithm>
+
+#include "lab/rules/rule_checks.h"
+#include "link/link_state.h"
+
+namespace lab {
+namespace {
+
+constexpr std::int64_t UPLINK_PATIENCE = 5;
+constexpr std::int64_t SERVICE_PATIENCE = 10;
+constexpr std::int64_t START_SECONDS = 30;  // in which a new worker turns service APs off
+
+std::string joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
+// A station that carries traffic while its record rests in a state without a link.
+bool is_left_over(const LinkTracker& tracker, const std::string& uplink) {
+    const TrackedLink* const link = link_tracker_find(tracker, uplink);
+    return link != nullptr && link->is_known && link->type == "BACKHAUL_STA" && link->state == INIT;
+}
+
+std::string uplinks_reason(const Look& look) {
+    const LinkTracker& tracker = look.memory.tracker;
+    if (tracker.unknown_status) {
+        return "a second association that fits no case is logged and left as it is";
+    }
+    if (supplicant_is_failing(look)) {
+        return KNOWN_SUPPLICANT;
+    }
+    const bool left_over = std::any_of(
+        look.node.uplinks.begin(), look.node.uplinks.end(),
+        [&tracker](const std::string& uplink) { return is_left_over(tracker, uplink); });
+    return left_over ? "a new worker starts one station and leaves the others as they are" : "";
+}
+
+std::string service_reason(const Look& look) {
+    const LinkTracker& tracker = look.memory.tracker;
+    if (link_tracker_has(tracker, CONNECTING_TARGET_BACKHAUL_AP)) {
+        return "a loss during a switch is ignored until the switch times out";
+    }
+    if (tracker.count_is_off || tracker.unknown_status) {
+        return KNOWN_COUNT;
+    }
+    return supplicant_is_failing(look) ? KNOWN_SUPPLICANT : "";
+}
+
+std::string quoted(const std::string& text) {
+    std::string quoted = "\"";
+    for (const char letter : text) {
+        if (letter == '\n') {
+            quoted += "\\n";
+        } else {
+            quoted.push_back(letter);
+        }
+    }
+    return quoted + "\"";
+}
+
+}  // namespace
+
+void rule_status_text(const Look& look) {
+    const std::string& text = look.node.status_text;
+    look.memory.status_seen = look.memory.status_seen || look.node.status_exists;
+    if (episode_is_due(look, "gone", look.memory.status_seen && !look.node.status_exists, 0)) {
+        violation_add(look, RULE_STATUS_TEXT, "the status file is gone", "");
+    }
+    const bool wrong = look.node.status_exists && text != "ready\n" && text != "connected\n" &&
+                       text != "not ready\n";
+    if (wrong && episode_is_due(look, "status " + text, true, -1)) {
+        violation_add(look, RULE_STATUS_TEXT, "the status file holds " + quoted(text),
+                      text.empty() ? "the file is emptied before it is written" : "");
+    }
+    if (!wrong) {
+        std::erase_if(look.memory.episodes,
+                      [](const auto& entry) { return entry.first.starts_with("status "); });
+    }
+}
+
+void rule_one_uplink(const Look& look) {
+    if (episode_is_due(look, "uplinks", look.node.uplinks.size() > 1, UPLINK_PATIENCE)) {
+        violation_add(look, RULE_ONE_UPLINK, joined(look.node.uplinks) + " carry traffic at once",
+                      uplinks_reason(look));
+    }
+}
+
+void rule_service_aps(const Look& look) {
+    const bool starts =
+        look.node.worker_pid == 0 || look.time - look.memory.tracker.worker_since <= START_SECONDS;
+    const bool open = !starts && look.node.uplinks.empty() && !look.node.service_aps_up.empty();
+    if (episode_is_due(look, "service", open, SERVICE_PATIENCE)) {
+        violation_add(look, RULE_SERVICE_APS,
+                      joined(look.node.service_aps_up) + " up without a backhaul",
+                      service_reason(look));
+    }
+}
+
+void rule_no_loop(const Look& look) {
+    for (const ObservedBroadcast& broadcast : look.node.broadcasts) {
+        if (episode_is_due(look, "seen " + broadcast.mark, broadcast.seen > 1, -1)) {
+            violation_add(look, RULE_NO_LOOP,
+                          "broadcast " + broadcast.mark + " came " +
+                              std::to_string(broadcast.seen) + " times",
+                          look.node.uplinks.size() > 1 ? uplinks_reason(look) : "");
+        }
+    }
+}
+
+void rule_worker(const Look& look) {
+    const int before = look.memory.worker_pid;
+    const int now = look.node.worker_pid;
+    look.memory.worker_pid = now;
+    if (before == 0 || before == now || look.node.worker_end_expected) {
+        return;
+    }
+    const bool no_wire =
+        std::any_of(look.node.log.begin(), look.node.log.end(), [](const LogEntry& entry) {
+            return entry.text == "loop_slave_handle : Can not get ethernet interface";
+        });
+    violation_add(look, RULE_WORKER,
+                  "worker " + std::to_string(before) + " ended and nothing had ended it",
+                  no_wire ? "an extender without an eth record ends its worker" : "");
+}
+
+}  // namespace lab
