@@ -16,7 +16,6 @@ uint8_t mode_role(const char* word, uint8_t current) {
 }
 
 int mode_file_read(std::array<char, MODE_WORD_SIZE>& word) {
-    word.fill('\0');
     const File file(MODE_FILE_PATH, "r");
     if (!file) {
         return -1;

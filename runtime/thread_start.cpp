@@ -9,14 +9,8 @@ namespace {
 constexpr size_t KIB = 1024;
 // The largest frames hold 20 KiB; small C libraries give a thread as little as 80. Sanitizers
 // multiply what a frame needs.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef BACKHAUL_SANITIZED
 constexpr size_t THREAD_STACK_SIZE = 8 * KIB * KIB;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr size_t THREAD_STACK_SIZE = 8 * KIB * KIB;
-#else
-constexpr size_t THREAD_STACK_SIZE = 512 * KIB;
-#endif
 #else
 constexpr size_t THREAD_STACK_SIZE = 512 * KIB;
 #endif

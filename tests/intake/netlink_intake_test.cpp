@@ -179,6 +179,20 @@ TEST_F(DriverMessage, is_handled_with_all_others_of_its_batch_in_order) {
                             "STA_DISASSOC_WITH_AP(ath0)", "STA mac : 02:cc:00:00:00:07"));
 }
 
+TEST_F(DriverMessage, is_handled_as_far_as_it_fits_8192_bytes) {
+    const auto event = lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT);
+    const lab::Bytes one = lab::wireless_message(index_, "ath0", event);
+    lab::Bytes batch;
+    while (batch.size() + one.size() <= 9000) {
+        batch = lab::joined({batch, one});
+    }
+    sent(lab::driver_send(&driver_, batch));
+    netlink_recv();
+    EXPECT_EQ(journal_take().size(), 8192 / one.size() * 2);
+    netlink_recv();
+    EXPECT_THAT(journal_take(), IsEmpty()) << "the rest of the datagram is gone";
+}
+
 TEST_F(DriverMessage, of_another_type_is_passed_over) {
     const auto event = lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT);
     const auto attribute = lab::route_attribute(lab::ATTRIBUTE_WIRELESS, event);

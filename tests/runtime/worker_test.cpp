@@ -178,6 +178,12 @@ void* stack_measure(void* argument) {
 }
 
 TEST(ThreadStart, runs_the_entry_with_its_argument_on_at_least_512_kib) {
+    // Not the size that the C library happens to choose.
+    pthread_attr_t larger;
+    pthread_attr_init(&larger);
+    pthread_attr_setstacksize(&larger, size_t{32} * 1024 * 1024);
+    ASSERT_EQ(pthread_setattr_default_np(&larger), 0);
+    pthread_attr_destroy(&larger);
     static thread_seen seen;
     ASSERT_EQ(thread_start(stack_measure, &seen), 0);
     EXPECT_TRUE(harness::wait_until([] { return seen.stack != 0; }));
