@@ -210,6 +210,30 @@ TEST_F(Tracked, tells_when_a_parked_station_is_tried_for_no_reason) {
     EXPECT_FALSE(news.releases[0].without_backup);
 }
 
+TEST_F(Tracked, blames_no_missing_backup_when_another_reaction_searched) {
+    start();
+    bring_up("ath0");
+    event("ath0", 2);
+    change("ath0", 7, 6);
+    event("ath1", 5);
+    feed("find_backup_backhaul_link : finding backup backhaul link");
+    change("ath0", 6, 3);
+    ASSERT_EQ(news.releases.size(), 1U);
+    EXPECT_FALSE(news.releases[0].without_backup);
+}
+
+TEST_F(Tracked, blames_no_missing_backup_when_an_earlier_reaction_searched) {
+    start();
+    bring_up("ath0");
+    event("ath0", 2);
+    change("ath0", 7, 6);
+    feed("find_backup_backhaul_link : finding backup backhaul link");
+    event("ath0", 1);
+    change("ath0", 6, 3);
+    ASSERT_EQ(news.releases.size(), 1U);
+    EXPECT_FALSE(news.releases[0].without_backup);
+}
+
 TEST_F(Tracked, lets_the_restore_release_parked_stations) {
     start();
     bring_up("ath0");

@@ -164,9 +164,9 @@ TEST_F(Rules, service_aps_tells_clients_that_are_served_without_a_backhaul) {
 TEST_F(Rules, service_aps_gives_a_new_worker_time_to_turn_them_off) {
     node.service_aps_up = {"ath10"};
     look({"<-- backhaul_monitor start -->"});
-    pass(30);
+    pass(30 + 11);
     EXPECT_EQ(taken(), Texts{});
-    pass(12);
+    pass(1);
     EXPECT_EQ(taken().size(), 1U);
 }
 

@@ -1,0 +1,26 @@
+// Random trouble for a mesh, as a scenario like any other: printed, it runs again exactly.
+//
+// Disturbances come at random times, each with its own end (an AP that fell silent is heard again,
+// a cable is pulled again), so that a mesh can always recover. The same seed gives the same steps
+// on every machine. A function of values.
+#pragma once
+
+#include <cstdint>
+
+#include "lab/scenario/scenario.h"
+
+namespace lab {
+
+struct ChaosOptions {
+    std::uint32_t seed = 1;
+    int seconds = 3600;         // from the first disturbance to the end of the run
+    int settle = 300;           // before the first one and after the last end
+    int mean_pause = 300;       // between the beginnings of two disturbances
+    int longest_trouble = 600;  // from a disturbance to its end
+};
+
+// The scenario's nodes with random steps in the place of its own, and the seed noted. The last
+// step expects every extender to be ready again.
+Scenario scenario_chaos(Scenario scenario, const ChaosOptions& options);
+
+}  // namespace lab

@@ -1,0 +1,107 @@
+// Random trouble.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+
+#include "lab/scenario/scenario_chaos.h"
+#include "lab/scenario/scenario_generate.h"
+#include "lab/scenario/scenario_parse.h"
+
+namespace lab {
+namespace {
+
+constexpr int DAY = 24 * 3600;
+
+Scenario day_of_chaos(std::uint32_t seed) {
+    return scenario_chaos(scenario_star(8), {.seed = seed, .seconds = DAY});
+}
+
+std::map<VerbKind, int> verb_counts(const Scenario& scenario) {
+    std::map<VerbKind, int> counts;
+    for (const ScenarioStep& step : scenario.steps) {
+        counts[step.verb.kind] += step.kind == StepKind::VERB ? 1 : 0;
+    }
+    return counts;
+}
+
+TEST(ScenarioChaos, is_the_same_for_the_same_seed_and_another_for_another) {
+    EXPECT_EQ(day_of_chaos(7), day_of_chaos(7));
+    EXPECT_NE(day_of_chaos(7).steps, day_of_chaos(8).steps);
+    EXPECT_EQ(day_of_chaos(7).seed, 7U);
+}
+
+TEST(ScenarioChaos, runs_again_from_its_text) {
+    const Scenario scenario = day_of_chaos(3);
+    Scenario again;
+    std::vector<ScenarioError> errors;
+    ASSERT_TRUE(scenario_parse(scenario_print(scenario), &again, &errors))
+        << scenario_errors_text("chaos", errors);
+    EXPECT_EQ(again, scenario);
+}
+
+TEST(ScenarioChaos, ends_what_it_begins) {
+    for (std::uint32_t seed = 1; seed <= 20; ++seed) {
+        std::map<VerbKind, int> counts = verb_counts(day_of_chaos(seed));
+        EXPECT_EQ(counts[VerbKind::AP_OFF], counts[VerbKind::AP_ON]) << seed;
+        EXPECT_EQ(counts[VerbKind::CABLE_IN], counts[VerbKind::CABLE_OUT]) << seed;
+        EXPECT_EQ(counts[VerbKind::POWER_OFF], counts[VerbKind::POWER_ON]) << seed;
+        EXPECT_EQ(counts[VerbKind::RADAR], counts[VerbKind::CLEAR_RADAR]) << seed;
+        EXPECT_EQ(counts[VerbKind::REVOKE], counts[VerbKind::APPROVE]) << seed;
+        EXPECT_EQ(counts[VerbKind::FADE] % 2, 0) << seed;
+    }
+}
+
+TEST(ScenarioChaos, begins_nothing_twice_on_a_node_before_it_has_ended) {
+    for (std::uint32_t seed = 1; seed <= 20; ++seed) {
+        std::set<std::string> off;
+        for (const ScenarioStep& step : day_of_chaos(seed).steps) {
+            if (step.verb.kind == VerbKind::POWER_OFF) {
+                EXPECT_TRUE(off.insert(step.verb.node).second) << seed;
+            } else if (step.verb.kind == VerbKind::POWER_ON) {
+                EXPECT_EQ(off.erase(step.verb.node), 1U) << seed;
+            }
+        }
+    }
+}
+
+TEST(ScenarioChaos, takes_about_the_time_that_it_was_given) {
+    const Scenario scenario = day_of_chaos(5);
+    int seconds = 0;
+    for (const ScenarioStep& step : scenario.steps) {
+        seconds += step.after;
+    }
+    EXPECT_GE(seconds, DAY + 600);
+    EXPECT_LE(seconds, DAY + 600 + 600);
+    EXPECT_EQ(scenario.steps.front().kind, StepKind::VERB);
+    EXPECT_GE(scenario.steps.front().after, 300);
+    EXPECT_EQ(scenario.steps.back().kind, StepKind::EXPECT);
+    EXPECT_EQ(scenario.steps.back().condition.node, "all");
+}
+
+TEST(ScenarioChaos, uses_every_kind_of_trouble) {
+    std::map<VerbKind, int> counts;
+    for (std::uint32_t seed = 1; seed <= 5; ++seed) {
+        for (const auto& [kind, count] : verb_counts(day_of_chaos(seed))) {
+            counts[kind] += count;
+        }
+    }
+    for (const VerbKind kind :
+         {VerbKind::DEAUTH, VerbKind::AP_OFF, VerbKind::FADE, VerbKind::CABLE_IN, VerbKind::RADAR,
+          VerbKind::REBOOT, VerbKind::POWER_OFF, VerbKind::KILL_WORKER, VerbKind::KILL_TOOL,
+          VerbKind::DROP_MESSAGES, VerbKind::REVOKE, VerbKind::COMMAND}) {
+        EXPECT_GT(counts[kind], 0) << verb_row(kind).name;
+    }
+}
+
+TEST(ScenarioChaos, takes_no_cable_and_no_approval_from_a_root) {
+    for (const ScenarioStep& step : day_of_chaos(9).steps) {
+        const bool only_extenders = step.verb.kind == VerbKind::CABLE_IN ||
+                                    step.verb.kind == VerbKind::REVOKE ||
+                                    step.verb.kind == VerbKind::DEAUTH;
+        EXPECT_FALSE(step.kind == StepKind::VERB && only_extenders && step.verb.node == "root");
+    }
+}
+
+}  // namespace
+}  // namespace lab
