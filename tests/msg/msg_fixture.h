@@ -1,0 +1,66 @@
+#pragma once
+
+// Fixture of the message tests: a sandbox whose "br-lan" (192.168.1.10) has a cable to a second
+// network namespace, the neighbour (192.168.1.20 and 192.168.1.21), and sockets whose calls can be
+// made to fail.
+
+#include "lab/node/udp_peer.h"
+#include "tests/harness/table_fixture.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+using harness::joined;
+using harness::Journal;
+
+class MsgTest : public harness::TableTest {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    /// Sets the SSID of "ath20", which is the pass phrase.
+    static void ssid_is(const std::string& ssid);
+
+    /// A socket of the neighbour, bound to `port` (and to one of its addresses).
+    static std::unique_ptr<lab::UdpPeer> neighbour(uint16_t port, const std::string& address = "");
+
+    /// Runs `ip` with the lines of `commands` in the sandbox.
+    static void network(const std::string& commands);
+
+    void expect_journal(std::initializer_list<Journal> parts);
+};
+
+/// What `peer` hears within a few seconds; fails the test when it stays silent.
+lab::Datagram heard_by(lab::UdpPeer& peer);
+
+/// What `action` writes to standard output, and to standard error.
+std::string printed_out(const std::function<void()>& action);
+std::string printed_err(const std::function<void()>& action);
+
+/// What ends a process of its own in which `action` runs: its exit status.
+int status_of(const std::function<void()>& action);
+
+/// How the socket calls of the code under test go, and what they asked for.
+struct socket_script {
+    int fail_sockets = 0;  ///< the next ones fail with EMFILE
+    bool fail_options = false;
+    struct option {
+        int level;
+        int name;
+        std::string value;
+        bool operator==(const option&) const = default;
+    };
+    std::vector<option> options;
+    std::function<void(const option&)> on_option;
+};
+socket_script& sockets();
+
+/// Lines of one enciphering and of one deciphering under the pass phrase `phrase`.
+Journal enciphered(const std::string& word, const std::string& phrase = "mesh");
+Journal deciphered(const std::string& phrase = "mesh");
+
+/// Lines of a flush of this node's forwarding tables.
+Journal flushed();
