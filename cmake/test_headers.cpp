@@ -1,0 +1,3 @@
+// Owner of the headers that tests share; never run.
+
+int main() {}
