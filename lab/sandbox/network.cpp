@@ -1,7 +1,13 @@
 #include "lab/sandbox/network.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
 
 namespace lab {
 namespace {
@@ -19,13 +25,30 @@ void disable_ipv6() {
     }
 }
 
+// A hardware address that belongs to the IP address for good: neighbours remember it when the next
+// router takes the place of this one. Empty when there is no IP address.
+std::string hardware_address(const std::string& address) {
+    in_addr ip{};
+    if (inet_pton(AF_INET, address.substr(0, address.find('/')).c_str(), &ip) != 1) {
+        return "";
+    }
+    std::array<std::uint8_t, sizeof ip> bytes{};
+    std::memcpy(bytes.data(), &ip, bytes.size());
+    std::array<char, 24> text{};
+    snprintf(text.data(), text.size(), "02:00:%02x:%02x:%02x:%02x", bytes[0], bytes[1], bytes[2],
+             bytes[3]);
+    return text.data();
+}
+
 }  // namespace
 
 std::string network_commands(const NetworkPlan& plan) {
     std::string commands = "link set lo up\n";
     const std::string bridge = plan.switch_bridge ? "lab-switch" : "br-lan";
     if (plan.bridge || plan.switch_bridge) {
-        commands += "link add " + bridge + " type bridge\n";
+        const std::string hardware = hardware_address(plan.address);
+        commands += "link add " + bridge + (hardware.empty() ? "" : " address " + hardware) +
+                    " type bridge\n";
         if (!plan.address.empty()) {
             commands += "addr add " + plan.address + " brd + dev " + bridge + "\n";
         }

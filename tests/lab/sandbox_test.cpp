@@ -2,6 +2,7 @@
 #include <arpa/inet.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -136,6 +137,25 @@ TEST_F(Sandbox, has_room_for_another_sandbox_inside_with_the_same_shell_and_tool
     kill(inner, SIGKILL);
 }
 
+TEST_F(Sandbox, makes_the_folders_that_a_bare_machine_lacks_for_its_scripts) {
+    ASSERT_EQ(mount("bare", "/etc", "tmpfs", 0, nullptr), 0);
+    put_file("/etc/hosts", "127.0.0.1 localhost\n");
+    lab::SandboxOptions options;
+    options.programs = BACKHAUL_BUILD_DIR "/lab";
+    std::string error;
+    const pid_t inner = lab::sandbox_start(options, error);
+    umount2("/etc", MNT_DETACH);
+    ASSERT_GT(inner, 0) << error;
+    ASSERT_EQ(lab::run_program({"nsenter", "-t", std::to_string(inner), "-m", "-r", "-p", "-n",
+                                "sh", "-c", "/etc/init.d/hyd stop && cat /etc/hosts > /tmp/hosts"},
+                               "", error),
+              0)
+        << error;
+    EXPECT_EQ(file_text("/proc/" + std::to_string(inner) + "/root/tmp/hosts"),
+              "127.0.0.1 localhost\n");
+    kill(inner, SIGKILL);
+}
+
 TEST_F(Sandbox, says_what_is_missing_when_the_programs_were_not_built) {
     lab::SandboxOptions options;
     options.programs = "/nowhere";
@@ -165,6 +185,19 @@ TEST(Doctor, names_the_programs_that_were_not_built) {
     ASSERT_EQ(lacks.size(), 3U);
     EXPECT_EQ(lacks[0].what, "/nowhere/lab_tool is missing");
     EXPECT_EQ(lacks[0].remedy, "build backhaul_lab");
+}
+
+TEST(NetworkCommands, give_every_router_at_an_address_the_same_hardware_address) {
+    lab::NetworkPlan plan;
+    plan.address = "192.168.1.20/24";
+    plan.gateway = "192.168.1.1";
+    plan.radios = {};
+    EXPECT_EQ(lab::network_commands(plan),
+              "link set lo up\n"
+              "link add br-lan address 02:00:c0:a8:01:14 type bridge\n"
+              "addr add 192.168.1.20/24 brd + dev br-lan\n"
+              "link set br-lan up\n"
+              "route add default via 192.168.1.1 dev br-lan\n");
 }
 
 TEST(NetworkCommands, leave_out_address_and_route_when_asked) {
