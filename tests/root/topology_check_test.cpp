@@ -95,6 +95,13 @@ TEST_F(TopoCheck, never_finds_this_node_without_its_address_file) {
     EXPECT_EQ(backhaul_db_topo_check(AP), 1);
 }
 
+TEST_F(TopoCheck, does_not_take_an_empty_parent_for_a_node_without_an_address) {
+    std::filesystem::remove("/tmp/FirstMAC");
+    link_add(AP, almac("01"), "", 1);
+    EXPECT_EQ(backhaul_db_topo_check(AP), 1);
+    EXPECT_THAT(journal_take(), ElementsAre());
+}
+
 TEST_F(TopoCheck, never_finds_this_node_in_upper_case) {
     put_file("/tmp/FirstMAC", "02:00:00:00:00:AB\n");
     link_add(AP, almac("01"), "02:00:00:00:00:AB", 1);
