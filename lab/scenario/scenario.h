@@ -4,8 +4,8 @@
 // one, the generators of scenario_generate.h make them, and the lab plays them: the nodes and who
 // hears whom first, then the steps one after the other. Nothing here knows of files or processes.
 //
-// Seconds are those of the mesh's own (moved or real) clock. Signals are dBm at 5 GHz. The text
-// form is described in docs/lab.md.
+// Seconds are those of the mesh's own (moved or real) clock. Signals are dBm at 5 GHz. What a text
+// may say is listed by statement_table, step_table, verb_table and condition_table.
 #pragma once
 
 #include <cstdint>
