@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"
 #include "tests/process/extender_story.h"
 
@@ -27,6 +28,18 @@ TEST_F(ExtenderLife, writes_connected_when_the_driver_reports_the_association) {
     expect_status("connected\n");
     expect_file("/tmp/rootdistance", "1\n");
     expect_state("ath0", 4);
+}
+
+TEST_F(ExtenderLife, reports_connected_after_it_has_read_its_distance_and_before_it_shuts_the_aps) {
+    start_connecting();
+    lab::answer_hold(router().root(), "iwpriv.ath0.get_whc_dist", "distance");
+    lab::answer_hold(router().root(), "uci.set", "store");
+    driver().associated("ath0", ap(1));
+    expect_status("not ready\n");
+    lab::gate_open(router().root(), "distance");
+    expect_status("connected\n");
+    expect_shell({"hyctl setifbcast br-lan ath0 enable", "iwpriv ath0 get_whc_dist > /tmp/ath_dist",
+                  "uci set wireless.ath10.disabled=1"});
 }
 
 TEST_F(ExtenderLife, asks_the_agent_for_service_aps_only_after_fifteen_seconds) {
@@ -106,6 +119,19 @@ TEST_F(ExtenderLife, tells_the_mesh_to_scan_once_it_is_admitted) {
     expect_status("ready\n");
 }
 
+TEST_F(ExtenderLife, reports_ready_only_after_it_has_told_the_mesh) {
+    start_connecting();
+    driver().associated("ath0", ap(1));
+    advance(16);
+    lab::answer_hold(router().root(), "uci.get.wireless.ath20.ssid", "message");
+    skip();
+    advance(1);
+    expect_shell({"...", "uci get wireless.ath20.ssid"});
+    expect_status("connected\n");
+    lab::gate_open(router().root(), "message");
+    expect_status("ready\n");
+}
+
 TEST_F(ExtenderLife, asks_the_root_for_admission_in_place_of_its_messages) {
     start_connecting();
     announce_root();
@@ -142,6 +168,14 @@ TEST_F(ExtenderLife, shuts_everything_and_tries_again_when_the_ready_link_is_los
                 tries_again("ath0", 7, 1)}));
     expect_status("not ready\n");
     EXPECT_THAT(heard(), IsEmpty());
+}
+
+TEST_F(ExtenderLife, reports_not_ready_before_it_does_anything_about_the_loss) {
+    start_ready_extender();
+    lab::answer_hold(router().root(), "hyctl", "bridge");
+    driver().lost("ath0");
+    expect_status("not ready\n");
+    expect_shell({"hyctl setifbcast br-lan ath0 disable"});
 }
 
 TEST_F(ExtenderLife, becomes_ready_again_with_another_ap) {

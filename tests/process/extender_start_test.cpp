@@ -1,5 +1,6 @@
 // The first ten seconds of an extender: service APs, the choice of the station, its configuration.
 
+#include "lab/tools/answer.h"
 #include "tests/process/extender_story.h"
 
 namespace {
@@ -28,6 +29,25 @@ TEST_F(ExtenderStart, shuts_the_aps_and_starts_the_preferred_station_after_ten_s
     expect_status("not ready\n");
     advance(180);
     expect_journal({});
+}
+
+TEST_F(ExtenderStart, reports_not_ready_before_it_shuts_the_aps) {
+    add_extender().put_file("/tmp/backhaul_status", "ready\n");
+    lab::answer_hold(router().root(), "uci", "store");
+    router().start();
+    expect_shell({"uci get wireless.ath10.disabled"});
+    expect_status("not ready\n");
+}
+
+TEST_F(ExtenderStart, writes_the_type_before_it_enables_the_station) {
+    start_extender();
+    lab::answer_hold(router().root(), "uci.set", "store");
+    skip();
+    advance(10);
+    expect_shell({"uci get wireless.ath0.ssid", "uci get wireless.ath0.WPAPSKkey",
+                  "/sbin/velmor_led_ctrl BackhaulDisConnect &",
+                  "uci set wireless.ath0.disabled=0"});
+    expect_file("/tmp/backhaul_type", "wifi\n");
 }
 
 TEST_F(ExtenderStart, leaves_a_service_ap_alone_that_is_shut_already) {

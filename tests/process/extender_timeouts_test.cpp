@@ -221,6 +221,24 @@ TEST_F(ExtenderTimeouts, switches_to_a_better_ap) {
     EXPECT_THAT(heard(), IsEmpty());
 }
 
+TEST_F(ExtenderTimeouts, reports_not_ready_before_the_switch_begins_and_ready_after_it) {
+    start_ready_extender();
+    better_ap(ap(2));
+    advance(61);
+    lab::answer_hold(router().root(), "wpa_cli.disable_network", "supplicant");
+    lab::answer_hold(router().root(), "iwpriv.ath20", "distance");
+    expect_status("ready\n");
+    advance(2);
+    expect_status("not ready\n");
+    expect_shell({"...", "wpa_cli -p /var/run/wpa_supplicant-ath0 disable_network 0"});
+    lab::gate_open(router().root(), "supplicant");
+    driver().associated("ath0", ap(2));
+    expect_shell({"...", "iwpriv ath20 set_whc_dist 1"});
+    expect_status("not ready\n");
+    lab::gate_open(router().root(), "distance");
+    expect_status("ready\n");
+}
+
 TEST_F(ExtenderTimeouts, gives_a_better_ap_up_after_121_seconds) {
     start_switching();
     advance(2);
