@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "lab/clock/clock_control.h"
 #include "lab/node/spawn.h"
 #include "lab/sandbox/layout.h"
+#include "lab/tools/small_file.h"
 
 namespace lab {
 namespace {
@@ -28,6 +30,16 @@ unsigned next_cable() {
 // Link numbers of cables begin behind every number inside a node. With the same number on both ends
 // the kernel takes an end for no pair, and takes up to a second to open the switch's port.
 constexpr unsigned kFirstCableIndex = 1000;
+
+// States of a bridge's port, and how long one may take to get there.
+constexpr char kPortForwards = '3';
+constexpr char kPortDisabled = '0';
+constexpr std::chrono::seconds kPortPatience{10};
+
+char first_byte(const std::string& path) {
+    std::string text;
+    return file_read(path, &text) && !text.empty() ? text[0] : '?';
+}
 
 SandboxOptions sandbox_options(const NodeOptions& options) {
     SandboxOptions sandbox;
@@ -108,11 +120,32 @@ int Node::attach_to_switch(std::string& error) {
         error = "cannot plug the node's end of its cable (" + std::to_string(code) + ") " + error;
         return -1;
     }
-    return 0;
+    return await_ports(kPortForwards, error);
 }
 
 int Node::cable(bool plugged, std::string& error) const {
-    return run_program({"ip", "link", "set", cable_, plugged ? "up" : "down"}, "", error);
+    if (run_program({"ip", "link", "set", cable_, plugged ? "up" : "down"}, "", error) != 0) {
+        return -1;
+    }
+    return await_ports(plugged ? kPortForwards : kPortDisabled, error);
+}
+
+// The kernel opens and shuts the ports at both ends some time after the links have changed.
+int Node::await_ports(char state, std::string& error) const {
+    const std::string outside = "/sys/class/net/" + cable_ + "/brport/state";
+    const std::string inside = at("/sys/class/net/lan0/brport/state");
+    const std::string bridge = at("/sys/class/net/br-lan/operstate");
+    const auto end = std::chrono::steady_clock::now() + kPortPatience;
+    while (first_byte(outside) != state || first_byte(inside) != state ||
+           (state == kPortForwards && first_byte(bridge) != 'u')) {
+        if (std::chrono::steady_clock::now() > end) {
+            error = std::string("the cable's ports are in the states ") + first_byte(outside) +
+                    " and " + first_byte(inside) + ", not " + state;
+            return -1;
+        }
+        usleep(200);
+    }
+    return 0;
 }
 
 std::string Node::at(const std::string& path) const {

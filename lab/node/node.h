@@ -74,13 +74,14 @@ public:
     // Runs a program inside the node to its end. Returns its exit code, 128 + signal, or -1.
     int run(const SpawnPlan& plan, std::string& error) const;
 
-    // Pulls or plugs the cable to "lab-switch".
+    // Pulls or plugs the cable to "lab-switch"; frames pass or no longer pass on return.
     int cable(bool plugged, std::string& error) const;
 
 private:
     explicit Node(NodeOptions options);
     int open_namespaces(std::string& error);
     int attach_to_switch(std::string& error);
+    int await_ports(char state, std::string& error) const;
 
     NodeOptions options_;
     pid_t init_ = -1;

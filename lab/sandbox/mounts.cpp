@@ -42,10 +42,14 @@ bool lies_under(const std::string& path, const std::string& folder) {
     return path == folder || path.rfind(folder + "/", 0) == 0;
 }
 
-void make_folders(const std::string& path) {
+void make_folders_above(const std::string& path) {
     for (size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1)) {
         mkdir(path.substr(0, at).c_str(), 0755);
     }
+}
+
+void make_folders(const std::string& path) {
+    make_folders_above(path);
     mkdir(path.c_str(), 0755);
 }
 
@@ -86,20 +90,35 @@ private:
 // not take the outer stand-ins for the real things.
 std::string original_of(const std::string& place) {
     const std::string kept = std::string(kLabReal) + place;
-    return exists(kept) ? kept : place;
+    struct stat about {};
+    struct stat above {};
+    // A folder that only leads to something kept is still on the outer sandbox's own file system.
+    const bool is_kept = stat(kept.c_str(), &about) == 0 && stat(kLabReal, &above) == 0 &&
+                         about.st_dev != above.st_dev;
+    return is_kept ? kept : place;
 }
 
 struct Cover {
     std::string folder;              // real place of a folder
-    std::vector<std::string> added;  // names that become the stand-in tool
+    std::vector<std::string> added;  // names in it that become the stand-in tool
 };
+
+// Splits a path into the folder that is there, all links followed, and the rest.
+void split_at_existing(const std::string& path, std::string& folder, std::string& rest) {
+    size_t slash = path.rfind('/');
+    while (slash > 0 && !is_directory(path.substr(0, slash))) {
+        slash = path.rfind('/', slash - 1);
+    }
+    folder = real_place(path.substr(0, slash));
+    rest = path.substr(slash + 1);
+}
 
 std::vector<Cover> covers_for_tool_places() {
     std::vector<Cover> covers;
     for (const std::string_view place : kToolPlaces) {
-        const size_t slash = place.rfind('/');
-        const std::string folder = real_place(std::string(place.substr(0, slash)));
-        const std::string name(place.substr(slash + 1));
+        std::string folder;
+        std::string name;
+        split_at_existing(std::string(place), folder, name);
         size_t at = 0;
         while (at < covers.size() && covers[at].folder != folder) {
             ++at;
@@ -117,6 +136,7 @@ std::vector<Cover> covers_for_tool_places() {
 void fill_cover(const std::string& real, const std::string& over,
                 const std::vector<std::string>& added) {
     for (const std::string& name : added) {
+        make_folders_above(over + "/" + name);
         [[maybe_unused]] const int linked = symlink(kLabTool, (over + "/" + name).c_str());
     }
     DIR* folder = opendir(real.c_str());

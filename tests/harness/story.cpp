@@ -32,6 +32,7 @@ Router& Story::add_router(lab::NodeOptions options, const char* file, int line) 
         fprintf(stderr, "FAILED: %s\n", error.c_str());
         abort();
     }
+    peer();  // hears from now on
     routers_.push_back(std::make_unique<Router>(std::move(node), [this] { settle(); }));
     return *routers_.back();
 }

@@ -88,19 +88,25 @@ TEST_F(MovedClock, wakes_sleepers_of_one_second_in_the_order_in_which_they_lay_d
     std::mutex guard;
     std::string order;
     std::vector<std::thread> sleepers;
-    for (const char name : {'a', 'b', 'c', 'd'}) {
-        sleepers.emplace_back([&order, &guard, name] {
-            sleep(5);
+    const auto lie_down = [&](char name, unsigned seconds) {
+        sleepers.emplace_back([&order, &guard, name, seconds] {
+            sleep(seconds);
             const std::lock_guard<std::mutex> held(guard);
             order += name;
         });
         clock_settle();
-    }
-    clock_advance(5);
+    };
+    lie_down('x', 1);
+    lie_down('a', 5);
+    lie_down('b', 5);
+    clock_advance(1);
+    lie_down('c', 4);  // in the place that x has left
+    lie_down('d', 4);
+    clock_advance(4);
     for (std::thread& one : sleepers) {
         one.join();
     }
-    EXPECT_EQ(order, "abcd");
+    EXPECT_EQ(order, "xabcd");
 }
 
 TEST_F(MovedClock, counts_every_second_of_a_loop_that_sleeps_one_second) {

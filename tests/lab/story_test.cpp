@@ -76,6 +76,20 @@ TEST_F(StoryBed, starts_a_test_with_a_ready_extender) {
     expect_status("not ready\n");
 }
 
+TEST_F(StoryBed, tells_log_and_shell_lines_in_the_order_in_which_they_came) {
+    start_ready_extender();
+    driver().lost("ath0");
+    expect_journal(
+        {"STA_CONNECTION_DOWN", "Disconnect with : 02:00:00:00:01:01",
+         "wifi_slave_event_process : ifname ath0 event 2",
+         "wifi_slave_event_process : BACKHAUL_READY", "wifi_slave_event_process : AP_DISASSOC",
+         "hyd_bcast_reset : disable bcast in ath0", "$ hyctl setifbcast br-lan ath0 disable",
+         "$ wpa_cli -i ath0 -p /var/run/wpa_supplicant-ath0 disconnect",
+         "backhaul_disconnected : No backhaul link, disassociate all sta in backhaul ap", "...",
+         "backhaul_disconnected : No backhaul link, disable all service AP",
+         "dev_intf_enable_set : disable ath10", "$ uci get wireless.ath10.disabled", "..."});
+}
+
 TEST_F(StoryBed, stamps_log_lines_and_shell_lines_with_the_moved_second) {
     start_extender();
     advance(10);
