@@ -100,16 +100,13 @@ public:
     int wakes() const {
         return wakes_;
     }
-    void go_on() {
-        ++allowed_;
-    }
 
 private:
     void run() {
         while (!stop_) {
             intf_timer_wait();
             ++wakes_;
-            while (!stop_ && wakes_ > allowed_) {
+            while (!stop_) {
                 harness::short_pause();
             }
         }
@@ -122,7 +119,6 @@ private:
     }
     std::atomic<bool> stop_{false};
     std::atomic<int> wakes_{0};
-    std::atomic<int> allowed_{0};
     std::thread thread_;
 };
 
@@ -132,6 +128,53 @@ TEST_F(LinkState, wakes_the_timer_thread_with_the_first_timeout) {
     EXPECT_EQ(waiter.wakes(), 0);
     intf_timer_set(ath0, 1);
     EXPECT_TRUE(harness::wait_until([&] { return waiter.wakes() == 1; })) << waiter.wakes();
+}
+
+/// A thread that waits for the signal itself, whatever the count is.
+class SignalCounter {
+public:
+    SignalCounter() : thread_([this] { run(); }) {}
+    ~SignalCounter() {
+        pthread_mutex_lock(&runtime.timer_mutex);
+        stop_ = true;
+        pthread_cond_signal(&runtime.timer_cond);
+        pthread_mutex_unlock(&runtime.timer_mutex);
+        thread_.join();
+    }
+    /// Signals so far, once every one of them has been taken.
+    int signals() const {
+        harness::clock_settle();
+        return signals_;
+    }
+
+private:
+    void run() {
+        pthread_mutex_lock(&runtime.timer_mutex);
+        while (!stop_) {
+            pthread_cond_wait(&runtime.timer_cond, &runtime.timer_mutex);
+            ++signals_;
+        }
+        pthread_mutex_unlock(&runtime.timer_mutex);
+    }
+    std::atomic<bool> stop_{false};
+    std::atomic<int> signals_{0};
+    std::thread thread_;
+};
+
+TEST_F(LinkState, signals_only_when_exactly_one_timeout_is_pending_afterwards) {
+    const SignalCounter counter;
+    EXPECT_EQ(counter.signals(), 0);
+    intf_timer_set(ath0, 1);
+    EXPECT_EQ(counter.signals(), 1);
+    intf_timer_set(ath1, 1);
+    EXPECT_EQ(counter.signals(), 1) << "the thread runs already";
+    intf_timer_set(eth, 1);
+    intf_timer_set(eth, 0);
+    EXPECT_EQ(counter.signals(), 1);
+    intf_timer_set(ath1, 0);
+    EXPECT_EQ(counter.signals(), 2) << "also when the count falls to one";
+    intf_timer_set(ath0, 0);
+    EXPECT_EQ(counter.signals(), 2);
 }
 
 TEST_F(LinkState, never_loses_the_wake_up_when_two_threads_arm_at_once) {
