@@ -2,9 +2,11 @@
 
 #include "link/link_connect.h"
 
+#include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"
 #include "link/backup_link.h"
 #include "link/link_disconnect.h"
+#include "link/link_recovery.h"
 #include "link/link_tools.h"
 #include "root/topology_db.h"
 #include "runtime/runtime_block.h"
@@ -146,6 +148,14 @@ TEST_F(LinkConnect, parks_the_preferred_station_and_keeps_the_backup_when_it_wou
     EXPECT_EQ(ath1->state, BACKHAUL_READY);
     EXPECT_EQ(runtime.backup_backhaul_sta.get(), ath1);
     EXPECT_EQ(runtime.backhaul_sta_num, 1);
+}
+
+TEST_F(LinkConnect, takes_the_imposed_count_of_a_loop_modulo_256_into_the_signed_one) {
+    runtime.loop_disconnect = 200;
+    enter(ath0, CONNECTING_BACKHAUL_AP);
+    backhaul_slave_wifi_loop_handle(ath0);
+    EXPECT_EQ(ath0->disconnect_count, -56);
+    EXPECT_EQ(ath0->state, CONNECT_PENDING);
 }
 
 TEST_F(LinkConnect, only_logs_a_second_link_of_unknown_origin_and_keeps_counting_it) {
@@ -445,6 +455,36 @@ TEST_F(LinkTools, takes_an_empty_answer_for_distance_0) {
     ASSERT_TRUE(lab::wifi_missing_set("", "ath0"));
     EXPECT_EQ(qca_dist_get(ath0), 0);
     EXPECT_EQ(harness::file_text("/tmp/rootdistance"), "0\n");
+}
+
+TEST_F(LinkTools, takes_the_distance_from_the_first_63_characters_of_the_first_line) {
+    // The driver's own line end is the 64th character, then the 65th.
+    const std::string blanks(60, ' ');
+    lab::answer_push("", "iwpriv", blanks + "a:5");
+    EXPECT_EQ(qca_dist_get(ath0), 5);
+    lab::answer_push("", "iwpriv", blanks + "a:57");
+    EXPECT_EQ(qca_dist_get(ath0), 5);
+    lab::answer_push("", "iwpriv", "no distance\nath0 get_whc_dist:4");
+    EXPECT_EQ(qca_dist_get(ath0), 0);
+}
+
+TEST_F(LinkTools, knows_the_distance_even_when_its_file_cannot_be_written) {
+    ASSERT_EQ(mkdir("/tmp/rootdistance", 0755), 0);
+    EXPECT_EQ(qca_dist_get(ath0), 2);
+    EXPECT_THAT(journal_take(), ElementsAreArray(distance("ath0", 2)));
+}
+
+TEST_F(LinkTools, runs_whole_lines_for_an_interface_name_of_15_characters) {
+    const intf_record* const record = intf_add("a-name-of-15-ch", BACKHAUL_STA, BAND_5G);
+    qca_dist_get(record);
+    hyd_bcast_reset(record, 1);
+    hyd_bcast_reset(record, 0);
+    EXPECT_EQ(backhaul_sta_is_associated(record), 0) << "there is no such device";
+    EXPECT_THAT(harness::recorded_lines(),
+                ElementsAre("iwpriv a-name-of-15-ch get_whc_dist > /tmp/ath_dist",
+                            "hyctl setifbcast br-lan a-name-of-15-ch enable",
+                            "hyctl setifbcast br-lan a-name-of-15-ch disable",
+                            "iwconfig a-name-of-15-ch | grep Not-Associated > /tmp/iw_result"));
 }
 
 TEST_F(LinkTools, tells_hyd_nothing_about_a_record_that_is_no_station) {

@@ -134,7 +134,8 @@ TEST_F(EthSwitch, keeps_the_configuration_of_a_ready_station) {
 TEST_F(EthSwitch, configures_over_the_cable_for_each_station_that_was_connecting) {
     enter(ath0, CONNECTING_BACKHAUL_AP);
     enter(ath1, CONNECT_WITH_BACKHAUL_AP);
-    runtime.backhaul_sta_num = 1;
+    // Counted down to 0 before the LED is asked: with 2 links it would not show the cable.
+    runtime.backhaul_sta_num = 2;
     wifi_slave_eth_detect();
     EXPECT_THAT(journal_take(), ElementsAreArray(joined({{"wifi_slave_eth_detect : Enter"},
                                                          agent_reload(),
@@ -158,6 +159,23 @@ TEST_F(EthSwitch, leaves_the_cable_down_while_the_stations_are_idle_and_ends_the
     EXPECT_EQ(eth->state, ETH_BACKHAUL_DOWN);
     EXPECT_EQ(ath0->state, INIT);
     EXPECT_EQ(ath0->timer_type, 0);
+}
+
+TEST_F(EthSwitch, only_switches_stations_off_that_are_neither_connecting_nor_linked) {
+    for (int32_t state :
+         {INIT, CONNECTING_TARGET_BACKHAUL_AP, CONNECT_PENDING, ETH_BACKHAUL_STANDBY}) {
+        enter(ath0, state);
+        wifi_slave_eth_detect();
+        EXPECT_THAT(journal_take(), ElementsAreArray(joined({{"wifi_slave_eth_detect : Enter"},
+                                                             station_off("ath0"),
+                                                             bcast("ath0", "disable"),
+                                                             station_off("ath1"),
+                                                             bcast("ath1", "disable")})))
+            << state;
+        EXPECT_EQ(ath0->state, state);
+        EXPECT_EQ(ath0->timer_type, 0);
+        EXPECT_EQ(eth->state, ETH_BACKHAUL_DOWN);
+    }
 }
 
 TEST_F(EthSwitch, flags_the_cable_even_without_a_record_for_it) {
