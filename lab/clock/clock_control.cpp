@@ -222,7 +222,7 @@ int MovedClock::call_sleeper(const Due& due, std::string& error) {
 int MovedClock::fire_timers(std::string& error) {
     bool fired = false;
     for (const auto& node : nodes_) {
-        node->page->gate.store(1);
+        node->page->gate.fetch_add(1);
         for (std::uint32_t number = 0; number < kTimerSlots; ++number) {
             TimerSlot& timer = node->page->timers[number];
             const std::uint32_t due = timer.due.load();
@@ -236,7 +236,7 @@ int MovedClock::fire_timers(std::string& error) {
                 timer.taken.store(0);
             }
         }
-        node->page->gate.store(0);
+        node->page->gate.fetch_add(1);
         futex_wake(node->page->gate);
     }
     return fired ? wait_quiet(error) : 0;

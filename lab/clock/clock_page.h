@@ -53,7 +53,7 @@ struct ClockPage {
     std::atomic<std::uint32_t> magic;
     std::atomic<std::uint32_t> mode;     // ClockMode
     std::atomic<std::uint32_t> now;      // seconds since 1970, valid unless the mode is CLOCK_REAL
-    std::atomic<std::uint32_t> gate;     // 1 while due timers are being fired; a futex
+    std::atomic<std::uint32_t> gate;     // odd while due timers are being fired; a futex
     std::atomic<std::uint32_t> changes;  // bumped when a sleeper lies down or leaves; a futex
     std::atomic<std::uint32_t> orders;   // source of the two `order` fields
     std::atomic<std::uint32_t> slept;    // seconds passed by sleeps in CLOCK_EAGER

@@ -116,10 +116,14 @@ timeval real_now() {
 }
 
 // Due timers are fired one after the other; nobody may see the first before the last is there.
-void pass_gate() {
-    while (page->gate.load() != 0) {
-        futex_wait(page->gate, 1);
+// Returns what the gate says when it is open.
+std::uint32_t pass_gate() {
+    std::uint32_t gate = page->gate.load();
+    while (gate % 2 != 0) {
+        futex_wait(page->gate, gate);
+        gate = page->gate.load();
     }
+    return gate;
 }
 
 long select_once(int count, fd_set* in, fd_set* out, fd_set* odd, timeval* limit) {
@@ -210,13 +214,14 @@ LAB_EXPORT int select(int count, fd_set* in, fd_set* out, fd_set* odd, timeval* 
     copy(in, in_wanted);
     copy(out, out_wanted);
     copy(odd, odd_wanted);
+    const std::uint32_t gate = pass_gate();
     const long first = select_once(count, in, out, odd, limit);
     const int reason = errno;
-    if (first <= 0 || page->gate.load() == 0) {
+    if (first <= 0 || pass_gate() == gate) {
         errno = reason;
         return static_cast<int>(first);
     }
-    pass_gate();
+    // Timers were fired meanwhile, and not all of them may have been seen.
     copy(&in_wanted, *(in == nullptr ? &in_wanted : in));
     copy(&out_wanted, *(out == nullptr ? &out_wanted : out));
     copy(&odd_wanted, *(odd == nullptr ? &odd_wanted : odd));
