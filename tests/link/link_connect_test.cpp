@@ -175,9 +175,11 @@ TEST_F(LinkConnect, only_logs_a_second_link_of_unknown_origin_and_keeps_counting
 }
 
 TEST_F(LinkConnect, switches_another_station_off_while_the_preferred_one_is_up) {
+    intf_record* const third = intf_add("ath2", BACKHAUL_STA, BAND_24G, 5);
     for (int32_t state : {CONNECT_WITH_BACKHAUL_AP, BACKHAUL_READY}) {
         runtime.backhaul_sta_num = 1;
-        runtime.backup_backhaul_sta = ath1;
+        // Whichever station is the backup, its place is free afterwards.
+        runtime.backup_backhaul_sta = state == BACKHAUL_READY ? third : ath1;
         enter(ath0, state);
         enter(ath1, CONNECTING_BACKHAUL_AP);
         backhaul_connected(ath1);
