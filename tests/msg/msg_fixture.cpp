@@ -77,7 +77,9 @@ socket_script& sockets() {
 
 extern "C" int __real_socket(int domain, int type, int protocol);
 extern "C" int __wrap_socket(int domain, int type, int protocol) {
-    if (sockets().fail_sockets > 0) {
+    if (sockets().pass_sockets > 0) {
+        --sockets().pass_sockets;
+    } else if (sockets().fail_sockets > 0) {
         --sockets().fail_sockets;
         errno = EMFILE;
         return -1;

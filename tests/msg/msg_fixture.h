@@ -7,6 +7,7 @@
 #include "lab/node/udp_peer.h"
 #include "tests/harness/table_fixture.h"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -45,7 +46,8 @@ int status_of(const std::function<void()>& action);
 
 /// How the socket calls of the code under test go, and what they asked for.
 struct socket_script {
-    int fail_sockets = 0;  ///< the next ones fail with EMFILE
+    int pass_sockets = 0;  ///< so many succeed first
+    int fail_sockets = 0;  ///< then so many fail with EMFILE
     bool fail_options = false;
     struct option {
         int level;
@@ -57,6 +59,27 @@ struct socket_script {
     std::function<void(const option&)> on_option;
 };
 socket_script& sockets();
+
+/// A pass phrase as it is configured, and what the two command lines make of it.
+struct phrase_row {
+    const char* configured;
+    const char* sealing;
+    const char* opening;
+};
+
+inline constexpr std::array<phrase_row, 10> PHRASES{{
+    {"mesh", "mesh", "mesh"},
+    {"", "", ""},
+    {"my mesh", "my", "my"},
+    {"0123456789abcdef0123456789abcdef", "0123456789abcdef0123456789abcdef",
+     "0123456789abcdef0123456789abcdef"},
+    {"a$none_such", "a$none_such", "a"},
+    {"a`echo_none`b", "a`echo_none`b", "ab"},
+    {"a'b'c", "abc", "a'b'c"},
+    {"a\"b\"c", "a\"b\"c", "abc"},
+    {"a\\$b", "a\\$b", "a$b"},
+    {"#*?!&;|<>()~", "#*?!&;|<>()~", "#*?!&;|<>()~"},
+}};
 
 /// Lines of one enciphering and of one deciphering under the pass phrase `phrase`.
 Journal enciphered(const std::string& word, const std::string& phrase = "mesh");

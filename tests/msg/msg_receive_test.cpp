@@ -265,6 +265,18 @@ TEST_F(MsgReceive, obeys_a_node_that_shares_an_empty_pass_phrase) {
     expect_journal({deciphered(""), received("CHECK_VALID_REPLY")});
 }
 
+TEST_F(MsgReceive, obeys_its_neighbour_under_every_kind_of_pass_phrase) {
+    for (const phrase_row& row : PHRASES) {
+        ssid_is(row.configured);
+        runtime.backhaul_valid = 0;
+        deliver(message_seal("CHECK_VALID_REPLY", row.opening));
+        EXPECT_EQ(runtime.backhaul_valid, 1) << row.configured;
+        backhaul_send_unicast_msg("CHECK_VALID", 36003, "192.168.1.20");
+        EXPECT_EQ(message_open(heard_by(*port_).bytes, row.sealing), "CHECK_VALID")
+            << row.configured;
+    }
+}
+
 TEST_F(MsgReceive, reads_the_pass_phrase_for_each_datagram) {
     deliver_word("CHECK_VALID_REPLY");
     ssid_is("changed");

@@ -210,6 +210,14 @@ TEST_F(MsgSend, sends_when_the_second_look_finds_the_address) {
     expect_journal({enciphered("UPLINKSCAN")});
 }
 
+TEST_F(MsgSend, loses_the_message_when_there_is_no_socket_to_ask_for_the_address) {
+    sockets().pass_sockets = 1;
+    sockets().fail_sockets = 1;
+    EXPECT_EQ(printed_err([] { backhaul_send_msg("UPLINKSCAN", 36003); }),
+              "socket: Too many open files\n");
+    expect_journal({{"backhaul_send_msg : get broadcast address fail"}});
+}
+
 TEST_F(MsgSend, does_not_wait_for_a_bridge_that_is_not_there) {
     sockaddr_in address{};
     int result = 0;
