@@ -194,7 +194,7 @@ TEST_F(ExtenderEvents, neither_spins_nor_dies_on_broken_records) {
     start_idle();
     const pid_t worker = router().daemon().worker();
     const Bytes event = left_event();
-    for (const unsigned length : {0, 1, 3, 4, 5, 7, 8, 11, 19, 21, 24, 0x7FFF, 0xFFFF}) {
+    for (const int length : {0, 1, 3, 4, 5, 7, 8, 11, 19, 21, 24, 0x7FFF, 0xFFFF}) {
         send_stream("ath10",
                     lab::joined({lab::with_length(event, static_cast<std::uint16_t>(length)),
                                  left_event()}));
@@ -213,7 +213,7 @@ TEST_F(ExtenderEvents, neither_spins_nor_dies_on_broken_records) {
 
 TEST_F(ExtenderEvents, stops_at_a_record_that_does_not_advance_or_does_not_fit) {
     start_idle();
-    for (const unsigned length : {0, 4, 41, 0xFFFF}) {
+    for (const int length : {0, 4, 41, 0xFFFF}) {
         send_stream("ath10",
                     lab::joined({left_event(),
                                  lab::with_length(left_event(), static_cast<std::uint16_t>(length)),
@@ -239,7 +239,7 @@ TEST_F(ExtenderEvents, neither_spins_nor_dies_on_broken_messages_and_attributes)
     for (size_t size = 1; size < whole.size(); ++size) {
         send(lab::cut_to(whole, size));
     }
-    for (const unsigned length : {0, 1, 3, 4, 5, 23, 25, 28, 0x7FFF, 0xFFFF}) {
+    for (const int length : {0, 1, 3, 4, 5, 23, 25, 28, 0x7FFF, 0xFFFF}) {
         send(lab::link_message(lab::MESSAGE_NEW_LINK, index,
                                lab::route_attribute_saying(static_cast<std::uint16_t>(length),
                                                            lab::ATTRIBUTE_WIRELESS, left_event())));
