@@ -1,8 +1,8 @@
 // Ways to the root, the driver's preference, and what the prober writes.
-#include "air_story.h"
 #include "lab/air/air_prober.h"
 #include "lab/air/air_radio.h"
 #include "lab/air/air_station.h"
+#include "tests/lab_model/air_story.h"
 
 namespace lab {
 namespace {

@@ -1,6 +1,6 @@
 // Which station joins which access point, when, and what both ends are told.
-#include "air_story.h"
 #include "lab/air/network_block.h"
+#include "tests/lab_model/air_story.h"
 
 namespace lab {
 namespace {

@@ -1,5 +1,5 @@
 // What tool calls do to the air and what it answers.
-#include "air_story.h"
+#include "tests/lab_model/air_story.h"
 
 namespace lab {
 namespace {

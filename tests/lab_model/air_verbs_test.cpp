@@ -1,6 +1,6 @@
 // What the verbs do to the mesh.
-#include "air_story.h"
 #include "lab/air/air_prober.h"
+#include "tests/lab_model/air_story.h"
 
 namespace lab {
 namespace {
