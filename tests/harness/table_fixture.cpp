@@ -58,14 +58,6 @@ Journal journal_all() {
     return entries;
 }
 
-Journal joined(std::initializer_list<Journal> parts) {
-    Journal all;
-    for (const Journal& part : parts) {
-        all.insert(all.end(), part.begin(), part.end());
-    }
-    return all;
-}
-
 void TableTest::SetUp() {
     SandboxTest::SetUp();
     unlink("/var/run/wpa_supplicant-global.pid");

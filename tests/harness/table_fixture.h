@@ -5,6 +5,7 @@
 // flow-log entries stand in the order in which they came.
 
 #include "intf/intf_record.h"
+#include "tests/harness/operation_lines.h"
 #include "tests/harness/sandbox.h"
 
 #include <array>
@@ -16,13 +17,10 @@ namespace harness {
 
 /// What happened, oldest first: "$ LINE" for each shell line, the text without its date for each
 /// flow-log entry.
-using Journal = std::vector<std::string>;
+using Journal = Lines;
 
 /// The journal since the test began.
 Journal journal_all();
-
-/// Pieces joined in order, for expectations built from named parts.
-Journal joined(std::initializer_list<Journal> parts);
 
 class TableTest : public SandboxTest {
 protected:

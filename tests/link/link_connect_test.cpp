@@ -346,7 +346,7 @@ class BackupLink : public LinkConnect {};
 
 TEST_F(BackupLink, makes_the_failed_backup_idle_and_takes_the_next_station) {
     intf_record* const ath2 = intf_add("ath2", BACKHAUL_STA, BAND_24G, 5);
-    uci_put("ath2.ssid", "mesh");
+    uci_put("ath2.ssid", "mesh-backhaul");
     runtime.backup_backhaul_sta = ath1;
     enter(ath0, CONNECTING_BACKHAUL_AP);
     enter(ath1, CONNECTING_BACKHAUL_AP);

@@ -18,7 +18,7 @@ void LinkTest::SetUp() {
     runtime.best_backhaul_sta = ath0;
     runtime.backhaul_valid = 1;
     for (const char* name : {"ath0", "ath1", "ath20"}) {
-        uci_put(std::string(name) + ".ssid", "mesh");
+        uci_put(std::string(name) + ".ssid", "mesh-backhaul");
         uci_put(std::string(name) + ".auth", "WPA2PSK");
         uci_put(std::string(name) + ".WPAPSKkey", "secret00");
     }
@@ -43,94 +43,9 @@ std::string status_file() {
     return harness::file_text("/tmp/backhaul_status");
 }
 
-Journal event(const std::string& name, int number) {
-    return {"wifi_slave_event_process : ifname " + name + " event " + std::to_string(number)};
-}
-
-Journal change(const std::string& name, int from, int to) {
-    return {"backhaul_intf_state_change : change " + name + " state from " + std::to_string(from) +
-            " to " + std::to_string(to)};
-}
-
-Journal station_on(const std::string& name) {
-    return {
-        "dev_intf_enable_set : enable " + name,
-        "$ uci set wireless." + name + ".disabled=0",
-        "$ uci commit wireless",
-        "$ /etc/init.d/wireless restart",
-        "$ uci get wireless." + name + ".ssid",
-        "$ iwconfig " + name + " essid on",
-        "device_sta_intf_ssid_set : iwconfig " + name + " essid mesh",
-        "$ iwconfig " + name + " essid mesh",
-        "$ uci get wireless." + name + ".ssid",
-        "$ uci get wireless." + name + ".auth",
-        "$ uci get wireless." + name + ".WPAPSKkey",
-        "$ wpa_cli -g /var/run/wpa_supplicantglobal interface_add " + name +
-            " /tmp/wpa_supplicant-" + name + ".conf athr /var/run/wpa_supplicant-" + name +
-            " \"\" br-lan > /tmp/wpa_result",
-        "$ wpa_cli -i " + name + " -p /var/run/wpa_supplicant-" + name +
-            " status > /tmp/wpa_cli_status",
-    };
-}
-
-Journal station_off(const std::string& name) {
-    return {
-        "dev_intf_enable_set : disable " + name,
-        "$ wpa_cli -g /var/run/wpa_supplicantglobal  interface_remove " + name,
-        "$ uci set wireless." + name + ".disabled=1",
-        "$ uci commit wireless",
-        "$ /etc/init.d/wireless restart",
-    };
-}
-
-Journal station_disconnect(const std::string& name) {
-    return {"$ wpa_cli -i " + name + " -p /var/run/wpa_supplicant-" + name + " disconnect"};
-}
-
-Journal station_reconnect(const std::string& name) {
-    return {
-        "$ ifconfig " + name + " down",
-        "$ ifconfig " + name + " up",
-        "$ wpa_cli -i " + name + " -p /var/run/wpa_supplicant-" + name + " reconnect",
-    };
-}
-
-Journal ap_off(const std::string& name) {
-    return {
-        "dev_intf_enable_set : disable " + name,
-        "$ uci get wireless." + name + ".disabled",
-        "$ uci set wireless." + name + ".disabled=1",
-        "$ uci commit wireless",
-        "$ /etc/init.d/wireless restart",
-    };
-}
-
-Journal ap_off_already(const std::string& name) {
-    return {"dev_intf_enable_set : disable " + name, "$ uci get wireless." + name + ".disabled"};
-}
-
-Journal led(const std::string& pattern) {
-    return {"$ /sbin/velmor_led_ctrl " + pattern + " &",
-            "device_led_control : /sbin/velmor_led_ctrl " + pattern};
-}
-
-Journal bcast(const std::string& name, const std::string& word) {
-    return {"hyd_bcast_reset : " + word + " bcast in " + name,
-            "$ hyctl setifbcast br-lan " + name + " " + word};
-}
-
-Journal hyd_check() {
-    return {"$ ps | grep hyd | grep -v grep > /tmp/hyd_alive"};
-}
-
 Journal distance(const std::string& name, int value) {
     return {"$ iwpriv " + name + " get_whc_dist > /tmp/ath_dist",
             "qca_dist_get : dist " + std::to_string(value)};
-}
-
-Journal agent_reload() {
-    return {"$ /usr/sbin/vl1905App 18 1 0",
-            "$ cat /tmp/vl1905.json | grep AP-autoconfig_WiFiReload > /tmp/wifi_reload_flag"};
 }
 
 Journal agent_start_all() {
@@ -166,20 +81,9 @@ Journal settings_reload() {
     });
 }
 
-Journal txpower_decrease() {
-    return {"device_24g_txpower_decrease : decrease WiFi 2.4G Tx power",
-            "$ iwconfig ath0 txpower 23", "$ iwpriv wifi0 cca_threshold -65",
-            "$ iwpriv wifi1 cca_threshold -65"};
-}
-
-Journal broadcast_sent(const std::string& word) {
-    return {"$ uci get wireless.ath20.ssid",
-            "$ echo -n '" + word + "' | openssl aes-128-cbc -e -k 'mesh' > /tmp/ssl_output"};
-}
-
 Journal admission_asked() {
     return {"$ uci get wireless.ath20.ssid",
-            "$ echo -n 'CHECK_VALID' | openssl aes-128-cbc -e -k 'mesh' > /tmp/ssl_output",
+            "$ echo -n 'CHECK_VALID' | openssl aes-128-cbc -e -k 'mesh-backhaul' > /tmp/ssl_output",
             "backhaul_send_unicast_msg : sendto error 13 ''"};
 }
 

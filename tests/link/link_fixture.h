@@ -9,8 +9,22 @@
 #include <cstdint>
 #include <string>
 
+using harness::agent_reload;
+using harness::ap_off;
+using harness::ap_off_already;
+using harness::bcast;
+using harness::change;
+using harness::event;
+using harness::hyd_check;
 using harness::joined;
 using harness::Journal;
+using harness::led;
+using harness::message_sent;
+using harness::station_disconnect;
+using harness::station_off;
+using harness::station_on;
+using harness::station_reconnect;
+using harness::txpower_decrease;
 
 class LinkTest : public harness::TableTest {
 protected:
@@ -39,23 +53,9 @@ protected:
 std::string status_file();
 
 // Journal pieces, each the whole of one operation.
-Journal event(const std::string& name, int number);
-Journal change(const std::string& name, int from, int to);
-Journal station_on(const std::string& name);
-Journal station_off(const std::string& name);
-Journal station_disconnect(const std::string& name);
-Journal station_reconnect(const std::string& name);
-Journal ap_off(const std::string& name);
-Journal ap_off_already(const std::string& name);
-Journal led(const std::string& pattern);
-Journal bcast(const std::string& name, const std::string& word);
-Journal hyd_check();
 Journal distance(const std::string& name, int value);
-Journal agent_reload();
 Journal agent_start_all();
 Journal uci_disable_all();
 Journal settings_reload();
-Journal txpower_decrease();
-Journal broadcast_sent(const std::string& word);
 Journal admission_asked();
 Journal search_finding();

@@ -76,7 +76,7 @@ TEST_F(SlaveEvent, retries_an_unconfigured_station_and_leaves_the_led_alone_once
         expect_timer(ath0, 1);
     }
     EXPECT_EQ(runtime.sta_unconfigured, 1);
-    uci_put("ath0.ssid", "mesh");
+    uci_put("ath0.ssid", "mesh-backhaul");
     expect_reaction(
         ath0, START, "INIT",
         joined({{"$ uci get wireless.ath0.ssid", "$ uci get wireless.ath0.WPAPSKkey",
@@ -186,7 +186,7 @@ TEST_F(SlaveEvent, makes_the_backhaul_ready_when_the_agent_succeeds) {
                             settings_reload(),
                             txpower_decrease(),
                             bcast("ath0", "enable"),
-                            broadcast_sent("UPLINKSCAN"),
+                            message_sent("UPLINKSCAN"),
                             change("ath0", 4, 7)}));
     EXPECT_EQ(ath0->state, BACKHAUL_READY);
     expect_timer(ath0, 1);
@@ -218,7 +218,7 @@ TEST_F(SlaveEvent, asks_the_agent_again_when_configuration_takes_too_long) {
                  "again"},
                 hyd_check(),
                 bcast("ath0", "enable"),
-                broadcast_sent("FLUSHFORWARDING"),
+                message_sent("FLUSHFORWARDING"),
                 agent_start_all(),
                 change("ath0", 4, 4)}));
     EXPECT_EQ(ath0->state, CONNECT_WITH_BACKHAUL_AP);
@@ -328,7 +328,7 @@ TEST_F(SlaveEvent, repeats_the_wired_configuration_without_touching_the_timer) {
         eth, TIMEOUT, "",
         joined({{"wifi_slave_event_process(eth) : try to sync Service AP settings again"},
                 hyd_check(),
-                broadcast_sent("FLUSHFORWARDING"),
+                message_sent("FLUSHFORWARDING"),
                 agent_start_all()}));
     EXPECT_EQ(eth->state, ETH_BACKHAUL_CONNECTED);
     EXPECT_EQ(eth->timer_type, 1);

@@ -1,88 +1,5 @@
 #include "tests/process/extender_lines.h"
 
-Lines joined(std::initializer_list<Lines> parts) {
-    Lines all;
-    for (const Lines& part : parts) {
-        all.insert(all.end(), part.begin(), part.end());
-    }
-    return all;
-}
-
-Lines event(const std::string& name, int number) {
-    return {"wifi_slave_event_process : ifname " + name + " event " + std::to_string(number)};
-}
-
-Lines state_line(const std::string& state) {
-    return {"wifi_slave_event_process : " + state};
-}
-
-Lines change(const std::string& name, int from, int to) {
-    return {"backhaul_intf_state_change : change " + name + " state from " + std::to_string(from) +
-            " to " + std::to_string(to)};
-}
-
-Lines station_on(const std::string& name) {
-    return {
-        "dev_intf_enable_set : enable " + name,
-        "$ uci set wireless." + name + ".disabled=0",
-        "$ uci commit wireless",
-        "$ /etc/init.d/wireless restart",
-        "$ uci get wireless." + name + ".ssid",
-        "$ iwconfig " + name + " essid on",
-        "device_sta_intf_ssid_set : iwconfig " + name + " essid mesh-backhaul",
-        "$ iwconfig " + name + " essid mesh-backhaul",
-        "$ uci get wireless." + name + ".ssid",
-        "$ uci get wireless." + name + ".auth",
-        "$ uci get wireless." + name + ".WPAPSKkey",
-        "$ wpa_cli -g /var/run/wpa_supplicantglobal interface_add " + name +
-            " /tmp/wpa_supplicant-" + name + ".conf athr /var/run/wpa_supplicant-" + name +
-            " \"\" br-lan > /tmp/wpa_result",
-        "$ wpa_cli -i " + name + " -p /var/run/wpa_supplicant-" + name +
-            " status > /tmp/wpa_cli_status",
-    };
-}
-
-Lines station_off(const std::string& name) {
-    return {
-        "dev_intf_enable_set : disable " + name,
-        "$ wpa_cli -g /var/run/wpa_supplicantglobal  interface_remove " + name,
-        "$ uci set wireless." + name + ".disabled=1",
-        "$ uci commit wireless",
-        "$ /etc/init.d/wireless restart",
-    };
-}
-
-Lines station_disconnect(const std::string& name) {
-    return {"$ wpa_cli -i " + name + " -p /var/run/wpa_supplicant-" + name + " disconnect"};
-}
-
-Lines station_reconnect(const std::string& name) {
-    return {
-        "$ ifconfig " + name + " down",
-        "$ ifconfig " + name + " up",
-        "$ wpa_cli -i " + name + " -p /var/run/wpa_supplicant-" + name + " reconnect",
-    };
-}
-
-Lines ap_off(const std::string& name) {
-    return {
-        "dev_intf_enable_set : disable " + name,
-        "$ uci get wireless." + name + ".disabled",
-        "$ uci set wireless." + name + ".disabled=1",
-        "$ uci commit wireless",
-        "$ /etc/init.d/wireless restart",
-    };
-}
-
-Lines ap_off_already(const std::string& name) {
-    return {"dev_intf_enable_set : disable " + name, "$ uci get wireless." + name + ".disabled"};
-}
-
-Lines backhaul_ap_off() {
-    return {"dev_intf_enable_set : disable ath20", "$ uci set wireless.ath20.disabled=1",
-            "$ uci commit wireless", "$ /etc/init.d/wireless restart"};
-}
-
 Lines aps_disabled_in_store() {
     Lines all;
     for (const char* name : {"ath10", "ath11", "ath20"}) {
@@ -92,27 +9,8 @@ Lines aps_disabled_in_store() {
     return all;
 }
 
-Lines led(const std::string& pattern) {
-    return {"$ /sbin/velmor_led_ctrl " + pattern + " &",
-            "device_led_control : /sbin/velmor_led_ctrl " + pattern};
-}
-
-Lines bcast(const std::string& name, const std::string& word) {
-    return {"hyd_bcast_reset : " + word + " bcast in " + name,
-            "$ hyctl setifbcast br-lan " + name + " " + word};
-}
-
-Lines hyd_check() {
-    return {"$ ps | grep hyd | grep -v grep > /tmp/hyd_alive"};
-}
-
 Lines distance(const std::string& name) {
     return {"$ iwpriv " + name + " get_whc_dist > /tmp/ath_dist", "qca_dist_get : dist 1"};
-}
-
-Lines agent_reload() {
-    return {"$ /usr/sbin/vl1905App 18 1 0",
-            "$ cat /tmp/vl1905.json | grep AP-autoconfig_WiFiReload > /tmp/wifi_reload_flag"};
 }
 
 Lines agent_start() {
@@ -134,18 +32,6 @@ Lines settings_reload() {
         led("BackhaulFinish"),
         {"$ /usr/sbin/vl1905App 18 1 1"},
     });
-}
-
-Lines txpower_decrease() {
-    return {"device_24g_txpower_decrease : decrease WiFi 2.4G Tx power",
-            "$ iwconfig ath0 txpower 23", "$ iwpriv wifi0 cca_threshold -65",
-            "$ iwpriv wifi1 cca_threshold -65"};
-}
-
-Lines message_sent(const std::string& word) {
-    return {
-        "$ uci get wireless.ath20.ssid",
-        "$ echo -n '" + word + "' | openssl aes-128-cbc -e -k 'mesh-backhaul' > /tmp/ssl_output"};
 }
 
 Lines admission_asked_in_vain() {

@@ -4,41 +4,34 @@
 // shell line as "$ LINE". Each function gives the whole of one operation on the standard extender
 // (lab/node/standard.h), so that a test states a reaction as the list of its operations.
 
-#include "tests/harness/line_match.h"
+#include "tests/harness/operation_lines.h"
 
-#include <initializer_list>
 #include <string>
 
+using harness::agent_reload;
+using harness::ap_off;
+using harness::ap_off_already;
+using harness::backhaul_ap_off;
+using harness::bcast;
+using harness::change;
+using harness::event;
+using harness::hyd_check;
+using harness::joined;
+using harness::led;
 using harness::Lines;
+using harness::message_sent;
+using harness::state_line;
+using harness::station_disconnect;
+using harness::station_off;
+using harness::station_on;
+using harness::station_reconnect;
+using harness::txpower_decrease;
 
-/// Pieces one behind the other.
-Lines joined(std::initializer_list<Lines> parts);
-
-// The dispatcher and the states.
-Lines event(const std::string& name, int number);
-Lines state_line(const std::string& state);
-Lines change(const std::string& name, int from, int to);
-
-// Stations and access points.
-Lines station_on(const std::string& name);
-Lines station_off(const std::string& name);
-Lines station_disconnect(const std::string& name);
-Lines station_reconnect(const std::string& name);
-Lines ap_off(const std::string& name);
-Lines ap_off_already(const std::string& name);
-Lines backhaul_ap_off();
+// Single operations on the standard extender.
 Lines aps_disabled_in_store();
-
-// Small tools.
-Lines led(const std::string& pattern);
-Lines bcast(const std::string& name, const std::string& word);
-Lines hyd_check();
 Lines distance(const std::string& name);
-Lines agent_reload();
 Lines agent_start();
 Lines settings_reload();
-Lines txpower_decrease();
-Lines message_sent(const std::string& word);
 /// The node is not admitted yet and knows no root: what it sends instead of any message.
 Lines admission_asked_in_vain();
 
