@@ -43,7 +43,7 @@ void Stage::fail(const std::string& text) {
     }
     good_ = false;
     printf("          %s %s\n", paint(kRed, "NOT SEEN").c_str(), text.c_str());
-    const std::string folder = evidence_folder("demonstration", "/var/tmp/backhaul_lab");
+    const std::string folder = evidence_folder("demonstration", options_.programs + "/../evidence");
     for (const auto& actor : actors_) {
         evidence_collect(actor->node(), folder);
     }
