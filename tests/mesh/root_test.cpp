@@ -1,4 +1,5 @@
-// A root from its start on: its interfaces, and its eight timers to the second.
+// A root from its start on: its interfaces, its eight timers to the second, and what becomes of
+// them while one of their handlers hangs in a tool.
 
 #include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"
@@ -231,6 +232,36 @@ TEST_F(RootTimers, run_their_handlers_to_the_second_and_in_the_order_of_the_tabl
         "295 announce", "300 list alive announce monitor approval",
     };
     EXPECT_EQ(harness::lines_differ(expected, traces_since(1)), "");
+}
+
+TEST_F(RootTimers, wait_for_a_handler_that_hangs_and_none_is_lost) {
+    start_with_traces();
+    lab::answer_hold(router().root(), "vlog", "slow");
+    advance(125);
+    EXPECT_EQ(traces_since(6), Lines{"10 list"});
+    turn_extender();
+    lab::gate_open(router().root(), "slow");
+    // What was due with the slow one, then everything that came meanwhile, once each.
+    EXPECT_EQ(traces_since(11), Lines{"125 announce list alive monitor approval config0"});
+    advance(15);
+    // The old seconds hold, as if nothing had been.
+    EXPECT_EQ(traces_since(126),
+              (Lines{"130 announce approval config1", "135 announce", "140 announce approval"}));
+}
+
+TEST_F(RootTimers, wait_for_a_handler_in_the_middle_of_the_table_as_well) {
+    start_with_traces();
+    advance(59);
+    lab::answer_hold(router().root(), "iwconfig.ath20", "slow");
+    turn_extender();
+    advance(31);
+    EXPECT_EQ(traces_since(60), Lines{"60 list alive"});
+    turn_extender();
+    lab::gate_open(router().root(), "slow");
+    // Those behind it in the table come first, then those before it.
+    EXPECT_EQ(traces_since(61), Lines{"90 announce approval list alive"});
+    advance(5);
+    EXPECT_EQ(traces_since(91), Lines{"95 announce"});
 }
 
 TEST_F(RootTimers, do_not_hold_up_commands_while_one_of_them_hangs) {
