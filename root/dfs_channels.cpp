@@ -77,7 +77,9 @@ void device_wifi_get_channel_list(const char* intf_name, frequency_list& channel
 void device_wifi_nol_get(frequency_list& nol) {
     static std::array<uint8_t, NOL_SIZE> bytes;
     nol = frequency_list{};
-    // Whatever the interface, the list of this radio is asked for. An older file is not removed.
+    // A run that fails must leave no list, not an older one.
+    std::remove(NOL_PATH);
+    // Whatever the interface, the list of this radio is asked for.
     command_run("radartool -i wifi2 getnol /tmp/nol_list");
     const File file(NOL_PATH, "rb");
     if (!file) {
