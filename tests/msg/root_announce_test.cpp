@@ -3,6 +3,7 @@
 #include "msg/root_announce.h"
 
 #include "runtime/runtime_block.h"
+#include "runtime/worker.h"
 #include "tests/msg/msg_fixture.h"
 
 #include <arpa/inet.h>
@@ -24,6 +25,14 @@ using lab::message_seal;
 constexpr char FILE_PATH[] = "/tmp/rootap_ip";
 constexpr char HERE[] = "192.168.1.10";
 const Journal ENTERED = {"loop_slave_handle : Enter"};
+
+/// The listener as a worker runs it: a thread of its own, which only the end of the process stops.
+[[noreturn]] void listener_run() {
+    thread_start(loop_slave_handle, nullptr);
+    for (;;) {
+        pause();
+    }
+}
 
 class RootAnnounce : public MsgTest {
 protected:
@@ -53,8 +62,7 @@ protected:
         intf_add("eth", ETHERNET, BAND_NONE);
         listener_ = fork();
         if (listener_ == 0) {
-            loop_slave_handle(nullptr);
-            _exit(99);
+            listener_run();
         }
         ASSERT_TRUE(harness::wait_until([] { return port_is_taken(); }));
         expect_journal({ENTERED});
@@ -185,7 +193,7 @@ TEST_F(RootAnnounce, waits_30_seconds_at_a_time) {
             const std::string bytes(reinterpret_cast<const char*>(&limit), sizeof(limit));
             _exit(option == socket_script::option{SOL_SOCKET, SO_RCVTIMEO, bytes} ? 7 : 8);
         };
-        loop_slave_handle(nullptr);
+        listener_run();
     });
     EXPECT_EQ(status, 7);
 }
@@ -194,7 +202,7 @@ TEST_F(RootAnnounce, says_so_and_goes_on_when_the_waiting_time_is_refused) {
     const std::string err = printed_err([] {
         EXPECT_EQ(status_of([] {
                       sockets().fail_options = true;
-                      loop_slave_handle(nullptr);
+                      listener_run();
                   }),
                   1);
     });
@@ -204,7 +212,7 @@ TEST_F(RootAnnounce, says_so_and_goes_on_when_the_waiting_time_is_refused) {
 
 TEST_F(RootAnnounce, ends_the_worker_without_a_wired_interface) {
     intf_add("eth0", ETHERNET, BAND_NONE);
-    EXPECT_EQ(status_of([] { loop_slave_handle(nullptr); }), 1);
+    EXPECT_EQ(status_of([] { listener_run(); }), 1);
     expect_journal({ENTERED, {"loop_slave_handle : Can not get ethernet interface"}});
 }
 
@@ -214,8 +222,7 @@ TEST_F(RootAnnounce, ends_the_worker_when_its_port_is_taken_before_it_looks_for_
     address.sin_family = AF_INET;
     address.sin_port = htons(36002);
     ASSERT_EQ(bind(other, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    const std::string err =
-        printed_err([] { EXPECT_EQ(status_of([] { loop_slave_handle(nullptr); }), 1); });
+    const std::string err = printed_err([] { EXPECT_EQ(status_of([] { listener_run(); }), 1); });
     close(other);
     EXPECT_EQ(err, "bind: Address already in use\n");
     expect_journal({ENTERED});
@@ -225,7 +232,7 @@ TEST_F(RootAnnounce, tries_every_second_for_a_socket_and_says_so_each_time) {
     const std::string err = printed_err([] {
         EXPECT_EQ(status_of([] {
                       sockets().fail_sockets = 3;
-                      loop_slave_handle(nullptr);
+                      listener_run();
                   }),
                   1);
     });
