@@ -135,7 +135,7 @@ TEST_F(StoryBed, shows_threads_descriptors_and_memory_of_the_worker) {
     const Lines open = router().daemon().worker_descriptors();
     EXPECT_EQ(std::count_if(open.begin(), open.end(),
                             [](const std::string& one) {
-                                return one.find("=/tmp/backhaul_fifo") != std::string::npos;
+                                return one.find("/tmp/backhaul_fifo") != std::string::npos;
                             }),
               1);
     EXPECT_GT(router().daemon().worker_resident_kb(), 500);
@@ -263,7 +263,7 @@ TEST_F(StoryBed, collects_what_is_needed_to_understand_a_failure) {
     EXPECT_TRUE(lab::file_read(folder + "/extender/journal", &text));
     EXPECT_NE(text.find("1700000010 $ /etc/init.d/wireless restart\n"), std::string::npos);
     EXPECT_TRUE(lab::file_read(folder + "/extender/processes", &text));
-    EXPECT_NE(text.find("=/tmp/backhaul_fifo\n"), std::string::npos);
+    EXPECT_NE(text.find("/tmp/backhaul_fifo\n"), std::string::npos);
     for (const char* name : {"/tmp/netprobe.db", "/tmp/wifi_if_profile", "/run/lab/record/lines",
                              "/var/log/backhaul_flow_log", "/run/lab/out/stdout"}) {
         EXPECT_EQ(access((folder + "/extender" + name).c_str(), R_OK), 0) << name;
