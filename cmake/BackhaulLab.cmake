@@ -2,7 +2,7 @@
 # the daemon's process, and the stand-in tools run by the hundred in each test.
 
 # Everything that the lab runs.
-add_custom_target(backhaul_lab)
+add_custom_target(lab_programs)
 
 # backhaul_plain_library(<name> SOURCES <file>... [LIBS <target>...])
 # The static library <name>, fit for plain programs, plain modules and tests.
@@ -21,7 +21,7 @@ function(backhaul_plain_executable name)
     backhaul_common(${name})
     target_link_libraries(${name} PRIVATE ${arg_LIBS} Threads::Threads)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lab)
-    add_dependencies(backhaul_lab ${name})
+    add_dependencies(lab_programs ${name})
 endfunction()
 
 # backhaul_plain_module(<name> SOURCES <file>... [LIBS <target>...])
@@ -33,5 +33,5 @@ function(backhaul_plain_module name)
     target_compile_options(${name} PRIVATE -fno-exceptions -fno-rtti)
     target_link_libraries(${name} PRIVATE ${arg_LIBS} ${CMAKE_DL_LIBS})
     set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lab)
-    add_dependencies(backhaul_lab ${name})
+    add_dependencies(lab_programs ${name})
 endfunction()

@@ -69,7 +69,7 @@ function(backhaul_test name)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
     backhaul_test_headers_use(${name})
     if(NOT arg_LABEL STREQUAL "unit")
-        add_dependencies(${name} backhaul_monitor backhaul_lab)
+        add_dependencies(${name} backhaul_monitor lab_programs)
     endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST

@@ -39,7 +39,7 @@ std::vector<Lack> doctor_look(const std::string& programs) {
     }
     for (const char* name : {"lab_tool", "lab_sh", "liblab_clock.so"}) {
         if (access((programs + "/" + name).c_str(), R_OK) != 0) {
-            lacks.push_back({programs + "/" + name + " is missing", "build backhaul_lab"});
+            lacks.push_back({programs + "/" + name + " is missing", "build lab_programs"});
         }
     }
     if (!lacks.empty()) {

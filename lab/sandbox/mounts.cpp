@@ -200,7 +200,7 @@ int mount_empty_places(std::string& error) {
 int show_file(const Held& file, const std::string& name, const std::string& place,
               std::string& error) {
     if (file.open_failed()) {
-        error = name + " is missing: build the target backhaul_lab";
+        error = name + " is missing: build the target lab_programs";
         return -1;
     }
     make_file(place);

@@ -162,7 +162,7 @@ TEST_F(Sandbox, says_what_is_missing_when_the_programs_were_not_built) {
     std::string error;
     EXPECT_EQ(lab::sandbox_start(options, error), -1);
     EXPECT_EQ(error,
-              "no sandbox: /nowhere/liblab_clock.so is missing: build the target backhaul_lab");
+              "no sandbox: /nowhere/liblab_clock.so is missing: build the target lab_programs");
 }
 
 TEST_F(Sandbox, says_what_failed_when_the_network_cannot_be_made) {
@@ -184,7 +184,7 @@ TEST(Doctor, names_the_programs_that_were_not_built) {
     const std::vector<lab::Lack> lacks = lab::doctor_look("/nowhere");
     ASSERT_EQ(lacks.size(), 3U);
     EXPECT_EQ(lacks[0].what, "/nowhere/lab_tool is missing");
-    EXPECT_EQ(lacks[0].remedy, "build backhaul_lab");
+    EXPECT_EQ(lacks[0].remedy, "build lab_programs");
 }
 
 TEST(NetworkCommands, give_every_router_at_an_address_the_same_hardware_address) {
