@@ -1,6 +1,6 @@
 #include "intake/netlink_walk.h"
 
-#include <cstring>
+#include "intake/native_read.h"
 
 namespace {
 
@@ -8,13 +8,6 @@ constexpr size_t ALIGNMENT = 4;
 /// Offset of the interface index in the link message's own header.
 constexpr size_t LINK_INDEX_OFFSET = 4;
 constexpr size_t ATTRIBUTE_HEADER_SIZE = 4;
-
-template <typename T>
-T native_read(std::span<const uint8_t> bytes, size_t offset) {
-    T value{};
-    std::memcpy(&value, bytes.data() + offset, sizeof value);
-    return value;
-}
 
 /// Drops `length` bytes and the padding after them; the last element may lack its padding.
 std::span<const uint8_t> aligned_rest(std::span<const uint8_t> bytes, size_t length) {

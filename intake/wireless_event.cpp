@@ -1,7 +1,8 @@
 #include "intake/wireless_event.h"
 
+#include "intake/native_read.h"
+
 #include <algorithm>
-#include <cstring>
 
 namespace {
 
@@ -53,16 +54,6 @@ constexpr size_t PADDED_POINT_LENGTH_OFFSET = 8;
 constexpr size_t PADDED_POINT_FLAGS_OFFSET = 10;
 constexpr size_t PADDED_POINT_PAYLOAD_OFFSET = 16;
 constexpr uint16_t FAMILY_ETHER = 1;
-
-/// A number in native order; bytes past the end of `bytes` count as 0.
-template <typename T>
-T native_read(std::span<const uint8_t> bytes, size_t offset) {
-    T value{};
-    if (offset < bytes.size()) {
-        std::memcpy(&value, bytes.data() + offset, std::min(sizeof value, bytes.size() - offset));
-    }
-    return value;
-}
 
 bool padding_is_zero(std::span<const uint8_t> record) {
     return native_read<uint32_t>(record, HEADER_SIZE) == 0;
