@@ -138,6 +138,8 @@ void node_write(const NodeStatus& node, JsonWriter* json) {
     json->key("cpu_ms").value(node.cpu_ms);
     json->key("resident_kb").value(node.resident_kb);
     json->key("messages_dropped").value(node.messages_dropped);
+    json->key("aps_silenced").value(node.aps_silenced);
+    json->key("has_cable").value(node.has_cable);
     json->object_end();
 }
 

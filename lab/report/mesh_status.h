@@ -53,6 +53,8 @@ struct NodeStatus {
     std::int64_t cpu_ms = 0;       // processor time of its processes
     std::int64_t resident_kb = 0;  // memory of the worker
     bool messages_dropped = false;  // by the verb drop-messages
+    bool aps_silenced = false;      // by the verb ap-off: at least one
+    bool has_cable = false;         // one is plugged in as its uplink
 };
 
 struct MeshStatus {
