@@ -14,15 +14,20 @@
 
 namespace {
 
+/// A descriptor that is not open, or that select cannot hold, is not waited for.
+bool is_watchable(int fd) {
+    return fd >= 0 && fd < FD_SETSIZE;
+}
+
 void watch(fd_set& set, int fd) {
-    if (fd != -1) {
+    if (is_watchable(fd)) {
         FD_SET(fd, &set);
         runtime.max_fd = std::max(runtime.max_fd.get(), fd);
     }
 }
 
 bool is_ready(const fd_set& set, int fd) {
-    return fd != -1 && FD_ISSET(fd, &set);
+    return is_watchable(fd) && FD_ISSET(fd, &set);
 }
 
 /// Driver events before commands before node messages.

@@ -8,10 +8,13 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -193,6 +196,23 @@ TEST_F(SockHandle, works_without_driver_events) {
     journal_until("recv event eth_lost");
     node_message();
     journal_until("openssl");
+}
+
+TEST_F(SockHandle, leaves_out_a_descriptor_that_select_cannot_hold) {
+    control_fifo_create();
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit enough{std::max(before.rlim_cur, rlim_t{2 * FD_SETSIZE}),
+                        std::max(before.rlim_max, rlim_t{2 * FD_SETSIZE})};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &enough), 0);
+    ASSERT_EQ(netlink_open(), 0);
+    const int high = fcntl(runtime.netlink_fd, F_DUPFD_CLOEXEC, FD_SETSIZE);
+    ASSERT_GE(high, FD_SETSIZE);
+    close(std::exchange(runtime.netlink_fd, high));
+    setrlimit(RLIMIT_NOFILE, &before);
+    serve();
+    fifo_command("eth_lost\n");
+    journal_until("recv event eth_lost");
 }
 
 TEST_F(SockHandle, goes_on_without_a_pause_when_select_fails) {
