@@ -258,6 +258,23 @@ TEST_F(RootTimers, say_so_when_there_is_no_descriptor_left) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "timerfd_create() failed\n");
 }
 
+TEST_F(RootTimers, leave_out_the_one_that_got_descriptor_0_and_do_the_others) {
+    mode = settime_mode::milliseconds;
+    const std::array<root_timer, 2> table{{{1, 1, run_a}, {1, 1, run_b}}};
+    const int input = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
+    ASSERT_GE(input, 3);
+    close(STDIN_FILENO);
+    open_table(table);
+    EXPECT_EQ(set_.fds[0], 0);
+    EXPECT_FALSE(FD_ISSET(0, &set_.watched));
+    EXPECT_EQ(set_.max_fd, set_.fds[1]);
+    wait_all_due(table.size());
+    root_timers_step(table, set_);
+    EXPECT_EQ(ran, (std::vector<std::string>{"b"}));
+    dup2(input, STDIN_FILENO);
+    close(input);
+}
+
 TEST_F(RootTimers, leave_out_the_one_that_could_not_be_made_and_do_the_others) {
     mode = settime_mode::fail;
     const std::array<root_timer, 2> table{{{1, 1, run_a}, {1, 1, run_b}}};
