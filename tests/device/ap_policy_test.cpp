@@ -151,6 +151,34 @@ TEST_F(ApPolicy, never_applies_an_ap_that_is_disabled_on_purpose) {
     EXPECT_THAT(journal(), ElementsAre("$ uci get wireless.ath10.disabled"));
 }
 
+TEST_F(ApPolicy, applies_an_ap_that_stays_dead_again_at_each_check) {
+    intf_add("ath10", MAIN_SERVICE_AP, BAND_5G);
+    harness::Journal expected;
+    for (int check = 0; check < 3; ++check) {
+        // The restart before did not help.
+        bss_down("ath10");
+        ap_alive_chk(check == 1 ? 1 : 0);
+        expected.insert(expected.end(), {"$ uci get wireless.ath10.disabled",
+                                         "$ iwconfig ath10 | grep Not-Associated",
+                                         "ap_alive_chk(not alive) : reload ath10", APPLY});
+        EXPECT_EQ(journal(), expected);
+    }
+}
+
+TEST_F(ApPolicy, looks_at_the_radio_and_the_association_of_an_ap_whose_disabled_is_empty) {
+    const intf_record* const ap = intf_add("ath10", MAIN_SERVICE_AP, BAND_5G);
+    bss_down("ath10");
+    ASSERT_EQ(uci_value("ath10.disabled"), "");
+    harness::put_file("/tmp/wifi5G_Status", "isSetting\n");
+    EXPECT_EQ(ap_intf_alive(ap), 1);
+    EXPECT_THAT(journal(), ElementsAre("$ uci get wireless.ath10.disabled"));
+    harness::put_file("/tmp/wifi5G_Status", "done\n");
+    EXPECT_EQ(ap_intf_alive(ap), 0);
+    EXPECT_THAT(journal(), ElementsAre("$ uci get wireless.ath10.disabled",
+                                       "$ uci get wireless.ath10.disabled",
+                                       "$ iwconfig ath10 | grep Not-Associated"));
+}
+
 struct Status {
     uint8_t band;
     const char* path;

@@ -45,6 +45,16 @@ TEST_F(StationInfo, writes_zeros_for_what_does_not_scan_as_a_first_mac) {
     EXPECT_EQ(first_mac(), "00:00:00:00:00:00");
 }
 
+TEST_F(StationInfo, looks_only_at_the_first_31_characters_of_a_first_mac) {
+    harness::put_file(FIRST_MAC, "02:1a:ff:00:07:b0" + std::string(3000, 'z'));
+    EXPECT_EQ(first_mac(), "02:1a:ff:00:07:b0");
+    // The last digit is the 31st character, then the 32nd.
+    harness::put_file(FIRST_MAC, std::string(14, '0') + "02:1a:ff:00:07:b0\n");
+    EXPECT_EQ(first_mac(), "02:1a:ff:00:07:b0");
+    harness::put_file(FIRST_MAC, std::string(15, '0') + "02:1a:ff:00:07:b0\n");
+    EXPECT_EQ(first_mac(), "02:1a:ff:00:07:0b");
+}
+
 TEST_F(StationInfo, reads_the_ap_of_an_associated_station_and_removes_the_file) {
     lab::wifi_mode_set("", "ath0", "Managed");
     lab::wifi_associated_set("", "ath0", "02:1a:ff:00:07:b0");
@@ -96,6 +106,11 @@ TEST_F(StationInfo, misses_an_interface_of_which_iwconfig_prints_nothing) {
     EXPECT_EQ(wifi_intf_present(intf_add("ath10", MAIN_SERVICE_AP, BAND_5G)), 0);
     lab::answer_push("", "iwconfig", "\n");
     EXPECT_EQ(wifi_intf_present(intf_add("ath10", MAIN_SERVICE_AP, BAND_5G)), 0);
+}
+
+TEST_F(StationInfo, sees_an_interface_of_which_iwconfig_prints_a_word_of_any_length) {
+    lab::answer_push("", "iwconfig", std::string(3000, 'a') + "\n");
+    EXPECT_EQ(wifi_intf_present(intf_add("ath10", MAIN_SERVICE_AP, BAND_5G)), 1);
 }
 
 TEST_F(StationInfo, takes_an_interface_for_present_when_the_answer_cannot_be_read) {

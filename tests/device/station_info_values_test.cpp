@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace {
 
 constexpr mac_address OLD = {1, 2, 3, 4, 5, 6};
@@ -36,6 +38,16 @@ TEST(AccessPointLine, keeps_the_address_when_the_line_has_fewer_words) {
 TEST(AccessPointLine, takes_only_the_bytes_that_scan) {
     const mac_address expected = {0xaa, 0xbb, 3, 4, 5, 6};
     EXPECT_EQ(scanned("a b c d Point: aa:bb:xx\n"), expected);
+}
+
+TEST(AccessPointLine, takes_only_the_first_31_characters_of_the_address) {
+    const mac_address expected = {0x02, 0x1a, 0xff, 0x00, 0x07, 0xb0};
+    const std::string before = "a b c d Point: ";
+    EXPECT_EQ(scanned((before + "02:1a:ff:00:07:b0" + std::string(3000, 'z')).c_str()), expected);
+    // The last digit is the 31st character, then the 32nd.
+    EXPECT_EQ(scanned((before + std::string(14, '0') + "02:1a:ff:00:07:b0").c_str()), expected);
+    const mac_address cut = {0x02, 0x1a, 0xff, 0x00, 0x07, 0x0b};
+    EXPECT_EQ(scanned((before + std::string(15, '0') + "02:1a:ff:00:07:b0").c_str()), cut);
 }
 
 TEST(IntfExistence, always_probes_main_and_guest_and_backhaul_interfaces) {
