@@ -3,13 +3,24 @@
 #include "intf/intf_table.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "runtime/runtime_block.h"
 #include "tests/harness/sandbox.h"
+
+namespace {
+bool memory_is_gone = false;
+}
+
+/// The loader asks for its table this way; nothing else in this program does.
+void* operator new[](size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return memory_is_gone ? nullptr : ::operator new[](size);
+}
 
 namespace {
 
@@ -148,6 +159,21 @@ TEST_F(IntfTable, is_empty_when_there_is_no_file) {
     EXPECT_EQ(intf_table_load(), -1);
     EXPECT_EQ(intf_table_count(), 0);
     EXPECT_EQ(intf_table_get(), nullptr);
+}
+
+TEST_F(IntfTable, is_empty_when_there_is_no_memory_for_it) {
+    harness::put_file(PROFILE, "ath0 BACKHAUL_STA 5 1 0\n");
+    const int next = dup(STDIN_FILENO);
+    close(next);
+    memory_is_gone = true;
+    EXPECT_EQ(intf_table_load(), -1);
+    memory_is_gone = false;
+    EXPECT_EQ(intf_table_count(), 0);
+    EXPECT_EQ(intf_table_get(), nullptr);
+    EXPECT_THAT(names(), testing::IsEmpty());
+    const int again = dup(STDIN_FILENO);
+    close(again);
+    EXPECT_EQ(again, next) << "the profile was left open";
 }
 
 TEST_F(IntfTable, finds_the_first_record_with_exactly_that_name) {

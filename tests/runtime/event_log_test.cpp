@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <new>
 #include <string>
 #include <thread>
 
@@ -14,6 +15,15 @@
 #include "root/topology_db.h"
 #include "runtime/runtime_block.h"
 #include "tests/harness/sandbox.h"
+
+namespace {
+bool memory_is_gone = false;
+}
+
+/// The history asks for its entries this way.
+void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return memory_is_gone ? nullptr : ::operator new(size);
+}
 
 namespace {
 
@@ -121,6 +131,20 @@ TEST_F(EventLog, keeps_the_list_when_the_file_cannot_be_opened) {
     EXPECT_EQ(runtime.event_log_num, 1);
     event_log("2", 2);
     EXPECT_EQ(file_text(LOG), "(1) join\n(2) leave\n");
+}
+
+TEST_F(EventLog, tells_the_system_log_of_an_entry_for_which_there_is_no_memory) {
+    event_log("1", 1);
+    memory_is_gone = true;
+    event_log("2", 1);
+    memory_is_gone = false;
+    EXPECT_EQ(runtime.event_log_num, 1);
+    EXPECT_EQ(file_text(LOG), "(1) join\n");
+    event_log("3", 2);
+    EXPECT_EQ(file_text(LOG), "(1) join\n(3) leave\n");
+    EXPECT_THAT(
+        harness::recorded_lines(),
+        ElementsAre("vlog 0 0 \"(1) join\"", "vlog 0 0 \"(2) join\"", "vlog 0 0 \"(3) leave\""));
 }
 
 TEST_F(EventLog, tells_the_system_log_before_the_list_and_the_file_change) {
