@@ -476,6 +476,14 @@ TEST_F(LinkTools, knows_the_distance_even_when_its_file_cannot_be_written) {
     EXPECT_THAT(journal_take(), ElementsAreArray(distance("ath0", 2)));
 }
 
+TEST_F(LinkTools, tells_hyd_of_the_given_station_alone) {
+    const intf_record* const namesake = intf_add("ath0", BACKHAUL_STA, BAND_24G);
+    hyd_bcast_reset(namesake, 1);
+    hyd_bcast_reset(ath0, 0);
+    EXPECT_THAT(journal_take(),
+                ElementsAreArray(joined({bcast("ath0", "enable"), bcast("ath0", "disable")})));
+}
+
 TEST_F(LinkTools, runs_whole_lines_for_an_interface_name_of_15_characters) {
     const intf_record* const record = intf_add("a-name-of-15-ch", BACKHAUL_STA, BAND_5G);
     qca_dist_get(record);

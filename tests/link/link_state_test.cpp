@@ -71,6 +71,7 @@ TEST_F(LinkState, applies_the_table_to_every_pair) {
             EXPECT_EQ(runtime.active_timer_count, 0);
         }
     }
+    EXPECT_FALSE(harness::file_is_there("/tmp/backhaul_status")) << "only callers write it";
 }
 
 TEST_F(LinkState, counts_each_record_once_however_often_it_is_armed_or_cleared) {
@@ -127,6 +128,12 @@ TEST_F(LinkState, wakes_the_timer_thread_with_the_first_timeout) {
     harness::clock_settle();
     EXPECT_EQ(waiter.wakes(), 0);
     intf_timer_set(ath0, 1);
+    EXPECT_TRUE(harness::wait_until([&] { return waiter.wakes() == 1; })) << waiter.wakes();
+}
+
+TEST_F(LinkState, does_not_wait_while_the_count_of_timeouts_is_negative) {
+    runtime.active_timer_count = -1;
+    const Waiter waiter;
     EXPECT_TRUE(harness::wait_until([&] { return waiter.wakes() == 1; })) << waiter.wakes();
 }
 
