@@ -134,6 +134,28 @@ TEST_F(ControlFifo, makes_a_root_an_extender_by_ending_the_worker) {
     EXPECT_EQ(file_text(ROLE), "slave\n");
 }
 
+TEST_F(ControlFifo, says_the_new_role_before_it_writes_it) {
+    // Opening the role file waits for a reader.
+    ASSERT_EQ(mkfifo(ROLE, 0600), 0);
+    control_fifo_create();
+    const pid_t child = fork();
+    if (child == 0) {
+        const int fd = open("/tmp/out", O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        dup2(fd, STDOUT_FILENO);
+        std::setvbuf(stdout, nullptr, _IOLBF, 0);
+        command("master\n");
+        _exit(99);
+    }
+    EXPECT_TRUE(harness::wait_until([] {
+        return file_text("/tmp/out") == "backhaul_fifo_recv : mode change to master\n";
+    })) << file_text("/tmp/out");
+    EXPECT_EQ(waitpid(child, nullptr, WNOHANG), 0) << "it ended before the role was written";
+    EXPECT_EQ(file_text(ROLE), "master\n");
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(ControlFifo, ends_the_worker_even_when_the_role_file_cannot_be_written) {
     mkdir(ROLE, 0755);
     control_fifo_create();

@@ -134,6 +134,13 @@ TEST_F(MsgReceive, is_admitted_by_a_reply_from_anybody) {
     expect_journal({deciphered(), received("CHECK_VALID_REPLY")});
 }
 
+TEST_F(MsgReceive, stays_admitted_by_a_reply_to_a_root) {
+    runtime.master = 1;
+    deliver_word("CHECK_VALID_REPLY");
+    EXPECT_EQ(runtime.backhaul_valid, 1);
+    expect_journal({deciphered(), received("CHECK_VALID_REPLY")});
+}
+
 class MsgAdmission : public MsgReceive {
 protected:
     void SetUp() override {

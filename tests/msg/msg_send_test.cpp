@@ -230,6 +230,15 @@ TEST_F(MsgSend, does_not_wait_for_a_bridge_that_is_not_there) {
     EXPECT_EQ(harness::clock_now(), START_TIME);
 }
 
+TEST_F(MsgSend, cuts_the_name_of_the_bridge_at_15_characters) {
+    network(
+        "link add abcdefghijklmno type bridge\n"
+        "addr add 10.7.0.1/24 brd + dev abcdefghijklmno\n");
+    sockaddr_in address{};
+    EXPECT_EQ(get_intf_bcast_address("abcdefghijklmnopqrstuvwxyz", &address), 0);
+    EXPECT_STREQ(ip_text_get(address.sin_addr).data(), "10.7.0.255");
+}
+
 TEST_F(MsgSend, finds_the_broadcast_address_and_the_own_one) {
     sockaddr_in address{};
     EXPECT_EQ(get_intf_bcast_address("br-lan", &address), 0);
@@ -261,6 +270,16 @@ TEST_F(MsgSend, sets_two_options_for_a_broadcast_and_none_for_a_unicast) {
     sockets().options.clear();
     backhaul_send_unicast_msg("UPLINKSCAN", 36003, "192.168.1.20");
     EXPECT_TRUE(sockets().options.empty());
+}
+
+TEST_F(MsgSend, has_set_the_options_before_it_enciphers) {
+    std::vector<size_t> lines_run;
+    sockets().on_option = [&](const socket_script::option& /*option*/) {
+        lines_run.push_back(harness::recorded_lines().size());
+    };
+    backhaul_send_msg("UPLINKSCAN", 36003);
+    EXPECT_THAT(lines_run, ElementsAre(0, 0));
+    expect_journal({enciphered("UPLINKSCAN")});
 }
 
 TEST_F(MsgSend, says_so_and_goes_on_when_the_options_are_refused) {

@@ -9,6 +9,7 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
@@ -184,6 +185,21 @@ TEST_F(RootAnnounce, only_waits_again_after_a_time_without_announcements) {
     root_announce_recv(-1);
     expect_journal({});
     EXPECT_FALSE(file_is_there(FILE_PATH));
+}
+
+TEST_F(RootAnnounce, detaches_the_thread_that_it_runs_on) {
+    intf_add("eth", ETHERNET, BAND_NONE);
+    const int status = status_of([] {
+        pthread_t thread{};
+        pthread_create(&thread, nullptr, loop_slave_handle, nullptr);
+        const bool listening = harness::wait_until([] { return port_is_taken(); });
+        pthread_attr_t attributes{};
+        int state = -1;
+        pthread_getattr_np(thread, &attributes);
+        pthread_attr_getdetachstate(&attributes, &state);
+        _exit(listening && state == PTHREAD_CREATE_DETACHED ? 7 : 8);
+    });
+    EXPECT_EQ(status, 7);
 }
 
 TEST_F(RootAnnounce, waits_30_seconds_at_a_time) {

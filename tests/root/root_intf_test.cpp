@@ -2,10 +2,12 @@
 
 #include "root/root_intf.h"
 
+#include "lab/tools/answer.h"
 #include "runtime/runtime_block.h"
 #include "tests/root/root_fixture.h"
 
 #include <gmock/gmock.h>
+#include <thread>
 
 namespace {
 
@@ -77,6 +79,19 @@ TEST_F(RootIntf, enables_the_independent_and_disables_the_following_when_a_node_
                     enabled_independent("ath22"), disabled("ath23"), enabled_backhaul("ath20"),
                     enabled_backhaul("ath21")});
     EXPECT_EQ(runtime.approval_changed, 1);
+}
+
+TEST_F(RootIntf, counts_the_approved_nodes_once_before_the_first_interface) {
+    put_file("/tmp/ApplicationData/Approvelist", APPROVED);
+    add("ath15", MAIN_SERVICE_AP, 1);
+    add("ath16", GUEST_SERVICE_AP, 1);
+    lab::answer_hold("", "uci", "first");
+    std::thread start(backhaul_root_intf_init);
+    EXPECT_TRUE(harness::wait_until([] { return !harness::recorded_calls().empty(); }));
+    put_file("/tmp/ApplicationData/Approvelist", REFUSED);
+    lab::gate_open("", "first");
+    start.join();
+    expect_journal({disabled("ath15"), disabled("ath16")});
 }
 
 TEST_F(RootIntf, enables_the_following_as_well_when_no_node_is_approved) {

@@ -157,6 +157,12 @@ TEST_F(Admission, is_refused_for_a_device_without_an_al_mac) {
     EXPECT_EQ(backhaul_db_device_valid_check("192.168.1.20"), 1);
 }
 
+TEST_F(Admission, is_refused_for_an_al_mac_of_300_characters) {
+    list_is("02:00:00:00:00:0a 1 MRX70\n");
+    sql("UPDATE Device SET ALMac='02:00:00:00:00:0a" + std::string(283, 'z') + "';");
+    EXPECT_EQ(backhaul_db_device_valid_check("192.168.1.20"), 1);
+}
+
 TEST_F(Admission, is_refused_without_a_list) {
     EXPECT_EQ(backhaul_db_device_valid_check("192.168.1.20"), 1);
     list_is("");
