@@ -37,7 +37,7 @@ namespace lab {
 inline constexpr int NOBODY = -1;
 inline constexpr int SIGNAL_NONE = -127;  // not heard at all
 inline constexpr int SIGNAL_USABLE = -88;
-inline constexpr std::int64_t NEVER = -1;
+inline constexpr std::int64_t AT_NO_TIME = -1;
 inline constexpr std::int64_t FOR_EVER = INT64_MAX;
 
 enum class AirBand {
@@ -87,7 +87,7 @@ struct AirNode {
     bool is_root = false;
     bool approved = true;
     bool powered = false;
-    std::int64_t boots_at = NEVER;  // when its files are made and its daemon starts
+    std::int64_t boots_at = AT_NO_TIME;  // when its files are made and its daemon starts
     std::vector<AirAp> aps;
     std::vector<AirStation> stations;
     std::set<int> struck_channels;            // non-occupancy list

@@ -13,8 +13,8 @@ int node_count(const Air& air) {
 void nodes_boot(Air* air, Effects* effects) {
     for (int node = 0; node < node_count(*air); ++node) {
         AirNode& booting = air->nodes[air_index(node)];
-        if (!booting.powered && booting.boots_at != NEVER && booting.boots_at <= air->now) {
-            booting.boots_at = NEVER;
+        if (!booting.powered && booting.boots_at != AT_NO_TIME && booting.boots_at <= air->now) {
+            booting.boots_at = AT_NO_TIME;
             effects->push_back(effect_on(EffectKind::NODE_START, node));
         }
     }
@@ -100,7 +100,7 @@ Effects air_node_prepare(Air* air, int node, const NodeReader& reader) {
     Effects effects;
     AirNode& prepared = air->nodes[air_index(node)];
     prepared.powered = true;
-    prepared.boots_at = NEVER;
+    prepared.boots_at = AT_NO_TIME;
     for (std::size_t at = 0; at < prepared.aps.size(); ++at) {
         air_interface_apply(air, node, prepared.aps[at].interface, reader);
     }

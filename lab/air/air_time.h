@@ -28,7 +28,7 @@ Effects air_node_prepare(Air* air, int node, const NodeReader& reader);
 // the cable carries nothing.
 void air_ethernet_answered(Air* air, int node);
 
-// Power off. `boots_at` may be NEVER.
+// Power off. `boots_at` may be AT_NO_TIME.
 void air_power_off(Air* air, int node, std::int64_t boots_at, Effects* effects);
 
 // What a service AP, backhaul AP or station is to be after the wireless service has read the

@@ -220,7 +220,7 @@ void role(const Deed& deed) {
 }
 
 void power_on(const Deed& deed) {
-    if (node_of(deed).powered || node_of(deed).boots_at != NEVER) {
+    if (node_of(deed).powered || node_of(deed).boots_at != AT_NO_TIME) {
         *deed.note = deed.verb.node + " has power already";
         return;
     }
@@ -268,7 +268,7 @@ void act(const Deed& deed) {
             return air_power_off(deed.air, deed.node, deed.air->now + deed.air->boot_seconds,
                                  deed.effects);
         case VerbKind::POWER_OFF:
-            return air_power_off(deed.air, deed.node, NEVER, deed.effects);
+            return air_power_off(deed.air, deed.node, AT_NO_TIME, deed.effects);
         case VerbKind::POWER_ON:
             return power_on(deed);
         case VerbKind::KILL_WORKER:

@@ -192,6 +192,25 @@ std::vector<MovedClock::Due> MovedClock::due_sleepers() {
     return due;
 }
 
+// Who is called before the next wait for quiet: one sleeper, or one of every node.
+std::vector<std::vector<MovedClock::Due>> MovedClock::rounds_of(const std::vector<Due>& due,
+                                                                bool together) {
+    std::vector<std::vector<Due>> rounds;
+    for (const Due& one : due) {
+        const auto place = std::find_if(rounds.begin(), rounds.end(), [&](const auto& round) {
+            return together && std::none_of(round.begin(), round.end(), [&](const Due& other) {
+                       return other.node == one.node;
+                   });
+        });
+        if (place == rounds.end()) {
+            rounds.push_back({one});
+        } else {
+            place->push_back(one);
+        }
+    }
+    return rounds;
+}
+
 int MovedClock::call_sleeper(const Due& due, std::string& error) {
     SleeperSlot& slot = *due.slot;
     const pid_t pid = static_cast<pid_t>(slot.pid.load());
@@ -216,7 +235,7 @@ int MovedClock::call_sleeper(const Due& due, std::string& error) {
             return -1;
         }
     }
-    return wait_quiet(error);
+    return 0;
 }
 
 int MovedClock::fire_timers(std::string& error) {
@@ -246,8 +265,13 @@ int MovedClock::move_to(std::uint32_t second, std::string& error) {
     for (const auto& node : nodes_) {
         node->page->now.store(second);
     }
-    for (const Due& due : due_sleepers()) {
-        if (call_sleeper(due, error) != 0) {
+    for (const std::vector<Due>& round : rounds_of(due_sleepers(), nodes_together)) {
+        for (const Due& due : round) {
+            if (call_sleeper(due, error) != 0) {
+                return -1;
+            }
+        }
+        if (wait_quiet(error) != 0) {
             return -1;
         }
     }
@@ -286,7 +310,11 @@ int MovedClock::wait_quiet(std::string& error) {
         const bool quiet = std::all_of(nodes_.begin(), nodes_.end(),
                                        [](const auto& node) { return node->watch->is_quiet(); });
         if (quiet) {
-            return 0;
+            if (!at_rest || !at_rest()) {
+                return 0;
+            }
+            pause = 0;
+            continue;
         }
         if (RealClock::now() > end) {
             error = "not quiet after " + std::to_string(patience.count()) + " ms at second " +

@@ -73,6 +73,15 @@ public:
     // Seconds passed by sleeps in CLOCK_EAGER.
     std::uint32_t slept() const;
 
+    // Called whenever all nodes are quiet. Returns true when it made somebody go on; the wait for
+    // quiet then begins again. For who serves requests that nodes wait for.
+    std::function<bool()> at_rest;
+
+    // Calls the first due sleeper of every node at once, then the second ones, and so on. Many
+    // nodes take less time; what one node sends another may then arrive before or after the
+    // other's own sleeper ran.
+    bool nodes_together = false;
+
     // Real time after which a node that is not quiet is an error.
     std::chrono::milliseconds patience{20000};
 
@@ -89,6 +98,7 @@ private:
 
     std::uint32_t next_event() const;
     std::vector<Due> due_sleepers();
+    static std::vector<std::vector<Due>> rounds_of(const std::vector<Due>& due, bool together);
     int call_sleeper(const Due& due, std::string& error);
     int fire_timers(std::string& error);
     int move_to(std::uint32_t second, std::string& error);

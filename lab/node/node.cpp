@@ -108,7 +108,7 @@ int Node::attach_to_switch(std::string& error) {
     const std::string outside =
         "link add " + cable_ + " index " + std::to_string(kFirstCableIndex + number) +
         " type veth peer name lan0 netns " + std::to_string(init_) + "\nlink set " + cable_ +
-        " master lab-switch\nlink set " + cable_ + " up\n";
+        " master " + options_.switch_name + "\nlink set " + cable_ + " up\n";
     if (run_program({"ip", "-batch", "-"}, outside, error) != 0) {
         return -1;
     }

@@ -2,9 +2,9 @@
 // interfaces, its own files and its own moved time, in which an unmodified daemon runs.
 //
 // Used by process tests and the lab, on one thread, from inside a sandbox of their own (nodes then
-// meet on that sandbox's bridge "lab-switch" and end with it). A node's files are reached from
-// outside below root(). Numbers of processes are the caller's unless said otherwise. Functions
-// return 0 (or a pid) or -1; on -1 `error` holds a sentence.
+// meet on that sandbox's bridge "lab-switch", or on one that they are told, and end with it). A
+// node's files are reached from outside below root(). Numbers of processes are the caller's unless
+// said otherwise. Functions return 0 (or a pid) or -1; on -1 `error` holds a sentence.
 #pragma once
 
 #include <sys/types.h>
@@ -30,8 +30,9 @@ struct NodeOptions {
     std::string address = "192.168.1.20/24";  // of "br-lan"; empty: none
     std::string gateway = "192.168.1.1";      // empty: no default route
     std::vector<std::string> radios = {"ath0", "ath1", "ath10", "ath11", "ath14", "ath20"};
-    bool on_switch = true;   // a cable from "br-lan" to "lab-switch"
-    bool real_time = false;  // the clock is not moved
+    bool on_switch = true;                   // a cable from "br-lan" to the switch below
+    std::string switch_name = "lab-switch";  // bridge in the caller's network
+    bool real_time = false;                  // the clock is not moved
     std::uint32_t start_time = kNodeStartTime;
 };
 
@@ -73,6 +74,11 @@ public:
 
     // Runs a program inside the node to its end. Returns its exit code, 128 + signal, or -1.
     int run(const SpawnPlan& plan, std::string& error) const;
+
+    // The end of the node's cable in the caller's network, a port of the switch.
+    const std::string& switch_port() const {
+        return cable_;
+    }
 
     // Pulls or plugs the cable to "lab-switch"; frames pass or no longer pass on return.
     int cable(bool plugged, std::string& error) const;

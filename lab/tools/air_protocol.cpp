@@ -17,8 +17,9 @@
 namespace lab {
 namespace {
 
-constexpr std::array<std::string_view, 8> ASKING_TOOLS = {
-    "iwconfig", "iwpriv", "wpa_cli", "ifconfig", "wifi", "wireless", "radartool", "vl1905App"};
+constexpr std::array<std::string_view, 9> ASKING_TOOLS = {"iwconfig",  "iwpriv",    "wpa_cli",
+                                                          "ifconfig",  "wifi",      "wireless",
+                                                          "radartool", "vl1905App", "hyctl"};
 constexpr std::string_view LOCAL = "local\n";
 constexpr std::size_t LONGEST_REQUEST = 64 * 1024;
 constexpr int BACKLOG = 64;

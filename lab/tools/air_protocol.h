@@ -12,7 +12,7 @@
 // events before it replies: the tool waits in the kernel. A server that is gone, that closes
 // without a reply or that replies anything else counts as "local".
 //
-// Asked are iwconfig, iwpriv, wpa_cli, ifconfig, wifi, wireless, radartool and vl1905App.
+// Asked are iwconfig, iwpriv, wpa_cli, ifconfig, wifi, wireless, radartool, vl1905App and hyctl.
 #pragma once
 
 #include <functional>

@@ -1,0 +1,87 @@
+#include "lab/mesh/mesh.h"
+
+#include "lab/air/air_time.h"
+#include "lab/air/air_verbs.h"
+
+namespace lab {
+namespace {
+
+bool ends_worker(const Verb& verb) {
+    return verb.kind == VerbKind::KILL_WORKER || verb.kind == VerbKind::ROLE ||
+           (verb.kind == VerbKind::COMMAND && (verb.word == "master" || verb.word == "slave"));
+}
+
+}  // namespace
+
+Mesh::Mesh(Scenario scenario, MeshOptions options)
+    : scenario_(std::move(scenario)),
+      options_(std::move(options)),
+      air_(air_from_scenario(scenario_, kNodeStartTime)),
+      started_(kNodeStartTime) {}
+
+std::unique_ptr<Mesh> Mesh::make(const Scenario& scenario, const MeshOptions& options,
+                                 std::string& error) {
+    std::unique_ptr<Mesh> mesh(new Mesh(scenario, options));
+    return mesh->nodes_make(error) == 0 ? std::move(mesh) : nullptr;
+}
+
+int Mesh::nodes_make(std::string& error) {
+    for (int index = 0; index < static_cast<int>(scenario_.nodes.size()); ++index) {
+        if (MeshNetwork::switch_make(index, error) != 0) {
+            return -1;
+        }
+        std::unique_ptr<MeshNode> node =
+            MeshNode::make(scenario_, index, options_, static_cast<std::uint32_t>(started_), error);
+        if (node == nullptr || clock_.add_node(node->node().root(), error) != 0 ||
+            probe_.node_add(node->node().init(), error) != 0) {
+            return -1;
+        }
+        network_.node_port_set(index, node->node().switch_port());
+        nodes_.push_back(std::move(node));
+    }
+    places_.resize(nodes_.size());
+    clock_.nodes_together = options_.together;
+    clock_.at_rest = [this] {
+        return air_serve();
+    };
+    return 0;
+}
+
+int Mesh::second(std::string& error) {
+    if (clock_.advance(1, error) != 0 || !failure_.empty()) {
+        error = failure_.empty() ? error : failure_;
+        return -1;
+    }
+    if (carry_out(air_advance(&air_, clock_.now()), error) != 0 || rest(error) != 0) {
+        return -1;
+    }
+    return look(error);
+}
+
+int Mesh::verb(const Verb& verb, std::string* note, std::string& error) {
+    for (std::size_t index = 0; index < nodes_.size(); ++index) {
+        places_[index] = {nodes_[index]->log_end(), nodes_[index]->shell_end()};
+    }
+    event_add(verb.node, verb_print(verb));
+    if (ends_worker(verb)) {
+        worker_end_expected_.insert(air_node_find(air_, verb.node));
+    }
+    if (carry_out(air_verb(&air_, verb, note), error) != 0) {
+        return -1;
+    }
+    return rest(error);
+}
+
+void Mesh::event_add(const std::string& node, const std::string& text) {
+    events_.push_back({passed(), node, text});
+}
+
+int Mesh::rest(std::string& error) {
+    if (clock_.settle(error) != 0) {
+        return -1;
+    }
+    error = failure_;
+    return failure_.empty() ? 0 : -1;
+}
+
+}  // namespace lab

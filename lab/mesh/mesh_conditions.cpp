@@ -1,0 +1,217 @@
+#include "lab/mesh/mesh_conditions.h"
+
+#include <algorithm>
+
+#include "lab/air/air_paths.h"
+#include "lab/tools/small_file.h"
+#include "lab/tools/state_layout.h"
+#include "link/link_state.h"
+#include "runtime/mode_file.h"
+
+namespace lab {
+namespace {
+
+constexpr std::size_t LONGEST_FOUND = 200;
+
+struct Question {
+    const Mesh& mesh;
+    const Condition& condition;
+    int index;
+    std::string* found;
+};
+
+const std::string& root_of(const Question& question) {
+    return question.mesh.node(question.index).node().root();
+}
+
+// The node as it was at the end of the last second; powerless before the first.
+NodeObservation seen_of(const Question& question) {
+    const auto& nodes = question.mesh.observation().nodes;
+    const std::size_t index = air_index(question.index);
+    return index < nodes.size() ? nodes[index] : NodeObservation{};
+}
+
+bool answer(const Question& question, const std::string& what, const std::string& is,
+            const std::string& wanted) {
+    *question.found = what + " is " + (is.empty() ? "nothing" : is);
+    return is == wanted;
+}
+
+std::string first_of(const std::vector<std::string>& names) {
+    return names.empty() ? "none" : names.front();
+}
+
+bool status_holds(const Question& question) {
+    std::string text;
+    file_read(question.mesh.node(question.index).node().at("/tmp/backhaul_status"), &text);
+    text = without_line_end(text);
+    std::replace(text.begin(), text.end(), ' ', '-');
+    return answer(question, "status", text, question.condition.text);
+}
+
+bool is_in_state(const Question& question, std::int64_t state) {
+    const LinkTracker* tracker = question.mesh.tracker(seen_of(question).name);
+    std::string states;
+    bool holds = false;
+    for (const TrackedLink& link : tracker == nullptr ? LinkTracker{}.links : tracker->links) {
+        const bool asked = question.condition.interface.empty()
+                               ? link.type == "BACKHAUL_STA" || link.type == "ETHERNET"
+                               : link.interface == question.condition.interface;
+        if (asked) {
+            states += (states.empty() ? "" : ", ") + link.interface + " " +
+                      (link.is_known ? std::string(link_state_name(link.state)) : "unknown");
+            holds = holds || (link.is_known && link.state == state);
+        }
+    }
+    *question.found = "state is " + (states.empty() ? "unknown" : states);
+    return holds;
+}
+
+bool parent_holds(const Question& question) {
+    const AirPaths paths = air_paths(question.mesh.air());
+    const int parent = paths.parent[air_index(question.index)];
+    return answer(question, "parent",
+                  parent == NOBODY ? "none" : question.mesh.air().nodes[air_index(parent)].name,
+                  question.condition.text);
+}
+
+bool hops_hold(const Question& question) {
+    const int hops = air_paths(question.mesh.air()).hops[air_index(question.index)];
+    return answer(question, "hops", hops == NOBODY ? "none" : std::to_string(hops),
+                  std::to_string(question.condition.number));
+}
+
+// As the worker decides it at its start: by the mode file, else by its command line.
+bool role_holds(const Question& question) {
+    const MeshNode& node = question.mesh.node(question.index);
+    std::string word;
+    file_read(node.node().at(MODE_FILE_PATH), &word);
+    word = without_line_end(word);
+    const bool as_root = word == MODE_MASTER || (word != MODE_SLAVE && node.started_as_root());
+    const bool runs = seen_of(question).worker_pid != 0;
+    return answer(question, "role",
+                  !runs     ? ""
+                  : as_root ? "root"
+                            : "extender",
+                  question.condition.text);
+}
+
+bool file_holds(const Question& question) {
+    std::string text;
+    file_read(question.mesh.node(question.index).node().at(question.condition.interface), &text);
+    *question.found =
+        question.condition.interface + " holds \"" + text.substr(0, LONGEST_FOUND) + "\"";
+    return text.find(question.condition.text) != std::string::npos;
+}
+
+bool log_has(const Question& question) {
+    const MeshNode& node = question.mesh.node(question.index);
+    const std::uint64_t from = question.mesh.place_of_last_verb(question.index).log;
+    std::uint64_t number = node.log_first();
+    for (const LogEntry& entry : node.log()) {
+        if (number++ >= from && entry.text.find(question.condition.text) != std::string::npos) {
+            *question.found = "the log has \"" + entry.text + "\"";
+            return true;
+        }
+    }
+    *question.found = "the log has no such line";
+    return false;
+}
+
+bool shell_has(const Question& question) {
+    const MeshNode& node = question.mesh.node(question.index);
+    for (const std::string& line :
+         node.shell_since(question.mesh.place_of_last_verb(question.index).shell)) {
+        if (line.find(question.condition.text) != std::string::npos) {
+            *question.found = "it ran `" + line.substr(0, LONGEST_FOUND) + "`";
+            return true;
+        }
+    }
+    *question.found = "it ran no such line";
+    return false;
+}
+
+bool outages_hold(const Question& question) {
+    const OutageSummary summary = outage_summary(question.mesh.outages(), question.condition.node,
+                                                 question.mesh.observation().time);
+    *question.found =
+        std::to_string(summary.count) + " outages, the longest " + duration_text(summary.worst);
+    return question.condition.kind == ConditionKind::OUTAGE
+               ? summary.worst < question.condition.number
+               : summary.count <= question.condition.number;
+}
+
+bool holds_at(const Question& question) {
+    const NodeObservation seen = seen_of(question);
+    switch (question.condition.kind) {
+        case ConditionKind::STATUS:
+            return status_holds(question);
+        case ConditionKind::STATE:
+            return is_in_state(question, question.condition.number);
+        case ConditionKind::UPLINK:
+            return answer(question, "uplink", first_of(seen.uplinks), question.condition.interface);
+        case ConditionKind::PARENT:
+            return parent_holds(question);
+        case ConditionKind::HOPS:
+            return hops_hold(question);
+        case ConditionKind::PARKED:
+            return is_in_state(question, CONNECT_PENDING);
+        case ConditionKind::SERVICE_APS:
+            return answer(question, "service-aps", seen.service_aps_up.empty() ? "down" : "up",
+                          question.condition.text);
+        case ConditionKind::LED:
+            return answer(question, "led", led_pattern(root_of(question)), question.condition.text);
+        case ConditionKind::ROLE:
+            return role_holds(question);
+        case ConditionKind::FILE:
+            return file_holds(question);
+        case ConditionKind::LOG:
+            return log_has(question);
+        case ConditionKind::NO_LOG:
+            return !log_has(question);
+        case ConditionKind::RAN:
+            return shell_has(question);
+        case ConditionKind::NOT_RAN:
+            return !shell_has(question);
+        case ConditionKind::OUTAGE:
+        case ConditionKind::OUTAGES:
+            return outages_hold(question);
+        case ConditionKind::RULE:
+            break;
+    }
+    return false;
+}
+
+bool rule_holds(const Mesh& mesh, const Condition& condition, std::string* found) {
+    for (const RuleCount& count : rules_count(mesh.violations())) {
+        if (count.rule == condition.node) {
+            *found = "broken " + std::to_string(count.unknown) + " times, and " +
+                     std::to_string(count.known) + " times in a known way";
+            return count.unknown == 0 && (condition.text == "known" || count.known == 0);
+        }
+    }
+    *found = "there is no such rule";
+    return false;
+}
+
+}  // namespace
+
+bool mesh_condition_holds(const Mesh& mesh, const Condition& condition, std::string* found) {
+    if (condition.kind == ConditionKind::RULE) {
+        return rule_holds(mesh, condition, found);
+    }
+    for (int index = 0; index < mesh.node_count(); ++index) {
+        const AirNode& node = mesh.air().nodes[air_index(index)];
+        const bool asked =
+            condition.node == ALL_NODES ? !node.is_root : condition.node == node.name;
+        Condition of_node = condition;
+        of_node.node = node.name;
+        if (asked && !holds_at({mesh, of_node, index, found})) {
+            *found = node.name + " " + *found;
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace lab

@@ -1,0 +1,204 @@
+// What the air asks for, done to real nodes.
+#include <poll.h>
+#include <sys/stat.h>
+
+#include <csignal>
+
+#include "lab/air/air_time.h"
+#include "lab/air/air_tools.h"
+#include "lab/mesh/mesh.h"
+#include "lab/node/database.h"
+#include "lab/tools/small_file.h"
+#include "lab/tools/state_layout.h"
+
+namespace lab {
+namespace {
+
+// A pid that no node reaches: what a supplicant that died leaves in its file.
+constexpr unsigned DEAD_PID = 4000000;
+constexpr std::size_t EFFECTS_KEPT = 5000;
+
+bool is_cut(const AirRequest& request) {
+    return request.tool == "hyctl" && request.words.size() == 4 && request.words[0] == "setifbcast";
+}
+
+}  // namespace
+
+int Mesh::carry_out(const Effects& effects, std::string& error) {
+    for (const Effect& effect : effects) {
+        if (effect.kind != EffectKind::FILE && effect.kind != EffectKind::DATABASE) {
+            effect_texts_.push_back(std::to_string(passed()) + " " + effect_text(air_, effect));
+        }
+        if (carry_out_one(effect, error) != 0) {
+            return -1;
+        }
+    }
+    if (effect_texts_.size() > 2 * EFFECTS_KEPT) {
+        effect_texts_.erase(effect_texts_.begin(), effect_texts_.end() - EFFECTS_KEPT);
+    }
+    return 0;
+}
+
+int Mesh::carry_out_one(const Effect& effect, std::string& error) {
+    switch (effect.kind) {
+        case EffectKind::LINK_UP:
+        case EffectKind::LINK_DOWN:
+        case EffectKind::MESSAGES_OFF:
+        case EffectKind::MESSAGES_ON:
+            return link_effect(effect, error);
+        case EffectKind::STATION_JOINED:
+        case EffectKind::STATION_LOST:
+        case EffectKind::CLIENT_JOINED:
+        case EffectKind::CLIENT_LEFT:
+        case EffectKind::CHANNEL:
+        case EffectKind::AP_UP:
+        case EffectKind::AP_DOWN:
+            wireless_effect(effect);
+            return 0;
+        case EffectKind::NOL:
+        case EffectKind::FILE:
+        case EffectKind::DATABASE:
+        case EffectKind::FIFO:
+        case EffectKind::UCI:
+            return state_effect(effect, error);
+        case EffectKind::NODE_STOP:
+        case EffectKind::NODE_START:
+        case EffectKind::WORKER_SIGNAL:
+        case EffectKind::HYD_END:
+        case EffectKind::SUPPLICANT_END:
+            return process_effect(effect, error);
+    }
+    return 0;
+}
+
+int Mesh::link_effect(const Effect& effect, std::string& error) {
+    if (effect.kind == EffectKind::LINK_UP) {
+        return network_.link_up(effect.node, effect.interface, effect.peer, error);
+    }
+    if (effect.kind == EffectKind::LINK_DOWN) {
+        return network_.link_down(effect.node, effect.interface, error);
+    }
+    return network_.messages_set(effect.node, effect.kind == EffectKind::MESSAGES_ON, error);
+}
+
+// An event that nobody hears is lost, as on a router whose daemon does not run.
+void Mesh::wireless_effect(const Effect& effect) {
+    MeshNode& node = *nodes_[air_index(effect.node)];
+    const std::string& root = node.node().root();
+    if (effect.kind == EffectKind::STATION_JOINED) {
+        wifi_associated_set(root, effect.interface, effect.mac);
+        driver_associated(&node.driver(), effect.interface, mac_from_text(effect.mac));
+    } else if (effect.kind == EffectKind::STATION_LOST) {
+        wifi_not_associated_set(root, effect.interface);
+        driver_disassociated(&node.driver(), effect.interface);
+    } else if (effect.kind == EffectKind::CLIENT_JOINED) {
+        driver_client_joined(&node.driver(), effect.interface, mac_from_text(effect.mac));
+    } else if (effect.kind == EffectKind::CLIENT_LEFT) {
+        driver_client_left(&node.driver(), effect.interface, mac_from_text(effect.mac));
+    } else if (effect.kind == EffectKind::CHANNEL) {
+        driver_channel_changed(&node.driver(), effect.interface,
+                               static_cast<std::uint8_t>(effect.number));
+    } else {
+        wifi_bss_up_set(root, effect.interface, effect.kind == EffectKind::AP_UP);
+    }
+}
+
+int Mesh::state_effect(const Effect& effect, std::string& error) {
+    const MeshNode& node = *nodes_[air_index(effect.node)];
+    const std::string& root = node.node().root();
+    std::string nobody;
+    if (effect.kind == EffectKind::NOL) {
+        nol_set(root, {effect.numbers.begin(), effect.numbers.end()});
+    } else if (effect.kind == EffectKind::FILE) {
+        file_write(node.node().at(effect.path), effect.text);
+    } else if (effect.kind == EffectKind::FIFO) {
+        // Nobody reads it while the daemon starts: the word is lost, as on a router.
+        fifo_command(node.node(), effect.text + "\n", nobody);
+    } else if (effect.kind == EffectKind::UCI) {
+        uci_store_set(root, effect.path, effect.text);
+    } else if (database_run(node.node(), "PRAGMA synchronous=OFF;" + effect.text, error) != 0) {
+        error = "the database of " + node.plan().name + ": " + error;
+        return -1;
+    }
+    return 0;
+}
+
+int Mesh::process_effect(const Effect& effect, std::string& error) {
+    MeshNode& node = *nodes_[air_index(effect.node)];
+    if (effect.kind == EffectKind::NODE_START) {
+        return node_start(effect.node, error);
+    }
+    if (effect.kind == EffectKind::NODE_STOP) {
+        return node_stop(effect.node, error);
+    }
+    if (effect.kind == EffectKind::WORKER_SIGNAL) {
+        const int worker = node.worker();
+        if (worker > 0) {
+            kill(worker, effect.number);
+        }
+    } else if (effect.kind == EffectKind::HYD_END) {
+        hyd_running_set(node.node().root(), false);
+    } else {
+        supplicant_pid_file_set(node.node().root(), DEAD_PID);
+    }
+    return 0;
+}
+
+int Mesh::node_start(int index, std::string& error) {
+    MeshNode& node = *nodes_[air_index(index)];
+    if (node.furnish(error) != 0 ||
+        carry_out(air_node_prepare(&air_, index, node.reader()), error) != 0) {
+        return -1;
+    }
+    event_add(node.plan().name, "starts");
+    return node.daemon_start(air_.nodes[air_index(index)].is_root, error);
+}
+
+int Mesh::node_stop(int index, std::string& error) {
+    MeshNode& node = *nodes_[air_index(index)];
+    node.power_off();
+    rebooted_.insert(index);
+    worker_end_expected_.insert(index);
+    event_add(node.plan().name, "loses its power");
+    return network_.broadcast_reset(index, error);
+}
+
+AirReply Mesh::tool_call(int index, const AirRequest& request) {
+    MeshNode& node = *nodes_[air_index(index)];
+    std::string error;
+    AirReply reply;
+    Effects effects;
+    if (is_cut(request)) {
+        // The tool keeps the setting itself, too.
+        if (network_.broadcast_set(index, request.words[2], request.words[3] == "enable", error)) {
+            failure_ = error;
+        }
+        return reply;
+    }
+    reply = air_tool_call(&air_, index, request, node.reader(), &effects);
+    if (carry_out(effects, error) != 0) {
+        failure_ = error;
+    }
+    return reply;
+}
+
+// Serves the first node whose tool waits. The order of nodes, not of arrival, makes runs repeat.
+bool Mesh::air_serve() {
+    std::vector<pollfd> sockets;
+    for (const auto& node : nodes_) {
+        sockets.push_back({node->air_socket(), POLLIN, 0});
+    }
+    if (!failure_.empty() || poll(sockets.data(), sockets.size(), 0) <= 0) {
+        return false;
+    }
+    for (int index = 0; index < node_count(); ++index) {
+        if ((sockets[air_index(index)].revents & POLLIN) != 0) {
+            air_serve_one(sockets[air_index(index)].fd, [this, index](const AirRequest& request) {
+                return tool_call(index, request);
+            });
+        }
+    }
+    return true;
+}
+
+}  // namespace lab

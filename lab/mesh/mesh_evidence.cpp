@@ -1,0 +1,55 @@
+#include "lab/mesh/mesh_evidence.h"
+
+#include "lab/mesh/mesh_report.h"
+#include "lab/node/evidence.h"
+#include "lab/scenario/scenario_parse.h"
+#include "lab/tools/small_file.h"
+
+namespace lab {
+namespace {
+
+std::string effects_text(const Mesh& mesh) {
+    std::string text;
+    for (const std::string& effect : mesh.effects()) {
+        text += effect + "\n";
+    }
+    return text;
+}
+
+// The log of all boots, whose own files ended with their power.
+std::string log_text(const Mesh& mesh, const MeshNode& node) {
+    std::string text;
+    for (const LogEntry& entry : node.log()) {
+        text += std::to_string(entry.time - mesh.started()) + " " + entry.text + "\n";
+    }
+    return text;
+}
+
+}  // namespace
+
+bool mesh_evidence_write(const Mesh& mesh, const std::string& folder) {
+    bool good = file_write(folder + "/scenario.scn", scenario_print(mesh.scenario())) &&
+                file_write(folder + "/events", events_text(mesh)) &&
+                file_write(folder + "/violations", violations_text(mesh)) &&
+                file_write(folder + "/effects", effects_text(mesh));
+    for (int index = 0; index < mesh.node_count(); ++index) {
+        const MeshNode& node = mesh.node(index);
+        evidence_collect(node.node(), folder);
+        good = file_write(folder + "/" + node.plan().name + "/flow_log_of_all_boots",
+                          log_text(mesh, node)) &&
+               good;
+    }
+    return good;
+}
+
+std::vector<std::string> mesh_sanitizer_reports(const Mesh& mesh) {
+    std::vector<std::string> reports;
+    for (int index = 0; index < mesh.node_count(); ++index) {
+        for (const std::string& report : sanitizer_reports(mesh.node(index).node())) {
+            reports.push_back(mesh.node(index).plan().name + ": " + report);
+        }
+    }
+    return reports;
+}
+
+}  // namespace lab

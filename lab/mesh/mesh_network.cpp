@@ -1,0 +1,158 @@
+#include "lab/mesh/mesh_network.h"
+
+#include <unistd.h>
+
+#include <chrono>
+
+#include "lab/sandbox/sandbox.h"
+#include "lab/tools/small_file.h"
+
+namespace lab {
+namespace {
+
+constexpr int NOWHERE = -1;
+constexpr char PORT_FORWARDS = '3';
+constexpr std::chrono::seconds PORT_PATIENCE{10};
+constexpr useconds_t PORT_PAUSE = 100;
+
+int ip_batch(const std::string& commands, std::string& error) {
+    return run_program({"ip", "-batch", "-"}, commands, error);
+}
+
+// The kernel opens a port some time after it was added to a bridge.
+int await_open_port(const std::string& port, std::string& error) {
+    const std::string path = "/sys/class/net/" + port + "/brport/state";
+    const auto end = std::chrono::steady_clock::now() + PORT_PATIENCE;
+    std::string state;
+    while (!file_read(path, &state) || state.empty() || state[0] != PORT_FORWARDS) {
+        if (std::chrono::steady_clock::now() > end) {
+            error = "the port " + port + " does not open";
+            return -1;
+        }
+        usleep(PORT_PAUSE);
+    }
+    return 0;
+}
+
+}  // namespace
+
+std::string MeshNetwork::switch_name(int node) {
+    return "sw" + std::to_string(node);
+}
+
+int MeshNetwork::switch_make(int node, std::string& error) {
+    const std::string name = switch_name(node);
+    // With an ageing time of 0 nothing is learnt. A switch would else send a moved node's frames
+    // the old way for minutes of the machine's time, hours of the mesh's.
+    return ip_batch("link add name " + name +
+                        " type bridge ageing_time 0 mcast_snooping 0\nlink set " + name + " up\n",
+                    error);
+}
+
+void MeshNetwork::node_port_set(int node, const std::string& port) {
+    node_ports_[node] = port;
+}
+
+int MeshNetwork::wire_make(int node, Wire* wire, std::string& error) {
+    const std::string name = "w" + std::to_string(made_++);
+    wire->lower = name + "l";
+    wire->upper = name + "u";
+    const std::string commands = "link add name " + wire->lower + " type veth peer name " +
+                                 wire->upper + "\nlink set " + wire->lower + " master " +
+                                 switch_name(node) + " up\nlink set " + wire->upper + " up\n";
+    return ip_batch(commands, error) == 0 ? await_open_port(wire->lower, error) : -1;
+}
+
+int MeshNetwork::plug(Wire* wire, int peer, std::string& error) {
+    const std::string where = peer == NOWHERE ? "nomaster" : "master " + switch_name(peer);
+    if (ip_batch("link set " + wire->upper + " " + where + "\n", error) != 0) {
+        return -1;
+    }
+    wire->plugged_to = peer;
+    ++changes_;
+    return peer == NOWHERE ? 0 : await_open_port(wire->upper, error);
+}
+
+int MeshNetwork::settle(const Key& key, std::string& error) {
+    const auto found = wires_.find(key);
+    if (found == wires_.end()) {
+        return 0;
+    }
+    Wire& wire = found->second;
+    const int wanted = cut_off_.count(key) != 0 ? NOWHERE : wire.peer;
+    if (wire.plugged_to == wanted) {
+        return 0;
+    }
+    if (wire.plugged_to != NOWHERE && wanted != NOWHERE && plug(&wire, NOWHERE, error) != 0) {
+        return -1;
+    }
+    return plug(&wire, wanted, error);
+}
+
+int MeshNetwork::link_up(int node, const std::string& interface, int peer, std::string& error) {
+    Wire& wire = wires_[{node, interface}];
+    if (wire.lower.empty() && wire_make(node, &wire, error) != 0) {
+        return -1;
+    }
+    wire.peer = peer;
+    return settle({node, interface}, error);
+}
+
+int MeshNetwork::link_down(int node, const std::string& interface, std::string& error) {
+    const auto found = wires_.find({node, interface});
+    if (found == wires_.end()) {
+        return 0;
+    }
+    found->second.peer = NOWHERE;
+    return settle(found->first, error);
+}
+
+int MeshNetwork::broadcast_set(int node, const std::string& interface, bool enabled,
+                               std::string& error) {
+    if (enabled) {
+        cut_off_.erase({node, interface});
+    } else {
+        cut_off_.insert({node, interface});
+    }
+    return settle({node, interface}, error);
+}
+
+int MeshNetwork::broadcast_reset(int node, std::string& error) {
+    std::erase_if(cut_off_, [node](const Key& key) { return key.first == node; });
+    for (const auto& [key, wire] : wires_) {
+        if (key.first == node && settle(key, error) != 0) {
+            return -1;
+        }
+    }
+    return 0;
+}
+
+int MeshNetwork::messages_set(int node, bool pass, std::string& error) {
+    const std::string& port = node_ports_[node];
+    const std::string where = pass ? "master " + switch_name(node) : "nomaster";
+    if (ip_batch("link set " + port + " " + where + "\n", error) != 0) {
+        return -1;
+    }
+    return pass ? await_open_port(port, error) : 0;
+}
+
+bool MeshNetwork::carries(int node, const std::string& interface) const {
+    const auto found = wires_.find({node, interface});
+    return found != wires_.end() && found->second.plugged_to != NOWHERE;
+}
+
+int MeshNetwork::storm_break(std::string& error) {
+    for (auto& [key, wire] : wires_) {
+        if (wire.plugged_to != NOWHERE && plug(&wire, NOWHERE, error) != 0) {
+            return -1;
+        }
+    }
+    for (const auto& [key, wire] : wires_) {
+        if (settle(key, error) != 0) {
+            return -1;
+        }
+    }
+    return 0;
+}
+
+}  // namespace lab

@@ -1,0 +1,74 @@
+// The wires of a mesh: which nodes' frames reach which other nodes.
+//
+// Every node has a switch of its own in the outer sandbox, a bridge to which its "br-lan" leads
+// over a veth pair. A link of the air or a cable is one more veth pair between two switches: its
+// upper end is a port of the upper switch only while frames pass. Switches learn no addresses
+// (every frame goes everywhere), so a link that moves needs nothing but to be plugged elsewhere;
+// whether the links form a loop is shown by the frames themselves.
+//
+// A link carries frames while the air says that it is there and the node's hybrid-networking daemon
+// has not cut the station off. Used on the thread that owns the mesh. Functions return 0, or -1
+// with a sentence in `error`.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace lab {
+
+class MeshNetwork {
+public:
+    // Makes the switch of a node, which has to exist before the node does.
+    static int switch_make(int node, std::string& error);
+    static std::string switch_name(int node);
+
+    // The switch's end of the cable to the node's "br-lan".
+    void node_port_set(int node, const std::string& port);
+
+    // The air's word: the link of this station (or "eth") is there, up to the node `peer`, or not.
+    int link_up(int node, const std::string& interface, int peer, std::string& error);
+    int link_down(int node, const std::string& interface, std::string& error);
+
+    // The word of the node's hybrid-networking daemon, and a new one that has said nothing yet.
+    int broadcast_set(int node, const std::string& interface, bool enabled, std::string& error);
+    int broadcast_reset(int node, std::string& error);
+
+    // Frames from and to the node itself pass or are lost; what others send through it passes.
+    int messages_set(int node, bool pass, std::string& error);
+
+    // Frames pass over this link now.
+    bool carries(int node, const std::string& interface) const;
+
+    // Number of times that a link was plugged or pulled.
+    int changes() const {
+        return changes_;
+    }
+
+    // Ends a frame that circles, by pulling all links for a moment.
+    int storm_break(std::string& error);
+
+private:
+    using Key = std::pair<int, std::string>;  // node, interface
+
+    struct Wire {
+        std::string lower;  // at the node's switch
+        std::string upper;
+        int peer = -1;        // -1: the air knows no link
+        int plugged_to = -1;  // whose switch the upper end is a port of
+    };
+
+    int settle(const Key& key, std::string& error);
+    int wire_make(int node, Wire* wire, std::string& error);
+    int plug(Wire* wire, int peer, std::string& error);
+
+    std::map<Key, Wire> wires_;
+    std::set<Key> cut_off_;
+    std::map<int, std::string> node_ports_;
+    int made_ = 0;
+    int changes_ = 0;
+};
+
+}  // namespace lab
