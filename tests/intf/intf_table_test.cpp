@@ -17,9 +17,10 @@ namespace {
 bool memory_is_gone = false;
 }
 
-/// The loader asks for its table this way; nothing else in this program does.
-void* operator new[](size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    return memory_is_gone ? nullptr : ::operator new[](size);
+// The loader asks for its table with new[] (std::nothrow); nothing else in this program does.
+extern "C" void* __real__ZnamRKSt9nothrow_t(size_t size, const std::nothrow_t& tag);
+extern "C" void* __wrap__ZnamRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) {
+    return memory_is_gone ? nullptr : __real__ZnamRKSt9nothrow_t(size, tag);
 }
 
 namespace {

@@ -20,9 +20,10 @@ namespace {
 bool memory_is_gone = false;
 }
 
-/// The history asks for its entries this way.
-void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    return memory_is_gone ? nullptr : ::operator new(size);
+// The history asks for its entries with new (std::nothrow).
+extern "C" void* __real__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag);
+extern "C" void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) {
+    return memory_is_gone ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
 }
 
 namespace {
