@@ -283,6 +283,11 @@ TEST_F(LinkRecovery, never_counts_links_below_0) {
     EXPECT_EQ(runtime.backhaul_sta_num, 0);
 }
 
+TEST_F(LinkRecovery, takes_a_first_word_of_any_length_for_not_associated) {
+    lab::answer_push("", "iwconfig", std::string(3000, 'a') + "Not-Associated");
+    EXPECT_EQ(backhaul_sta_is_associated(ath0), 0);
+}
+
 TEST_F(LinkRecovery, counts_an_answer_that_cannot_be_opened_as_associated) {
     ASSERT_TRUE(lab::wifi_not_associated_set("", "ath0"));
     EXPECT_EQ(backhaul_sta_is_associated(ath0), 0);

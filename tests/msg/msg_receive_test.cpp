@@ -134,8 +134,9 @@ TEST_F(MsgReceive, is_admitted_by_a_reply_from_anybody) {
     expect_journal({deciphered(), received("CHECK_VALID_REPLY")});
 }
 
-TEST_F(MsgReceive, stays_admitted_by_a_reply_to_a_root) {
+TEST_F(MsgReceive, takes_a_reply_as_a_root_in_the_same_way) {
     runtime.master = 1;
+    runtime.backhaul_valid = 0;
     deliver_word("CHECK_VALID_REPLY");
     EXPECT_EQ(runtime.backhaul_valid, 1);
     expect_journal({deciphered(), received("CHECK_VALID_REPLY")});

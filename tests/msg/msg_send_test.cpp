@@ -236,6 +236,7 @@ TEST_F(MsgSend, cuts_the_name_of_the_bridge_at_15_characters) {
         "addr add 10.7.0.1/24 brd + dev abcdefghijklmno\n");
     sockaddr_in address{};
     EXPECT_EQ(get_intf_bcast_address("abcdefghijklmnopqrstuvwxyz", &address), 0);
+    network("link del abcdefghijklmno\n");
     EXPECT_STREQ(ip_text_get(address.sin_addr).data(), "10.7.0.255");
 }
 
