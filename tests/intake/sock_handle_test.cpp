@@ -11,6 +11,7 @@
 #include <sys/resource.h>
 #include <sys/select.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -18,6 +19,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -196,6 +198,25 @@ TEST_F(SockHandle, works_without_driver_events) {
     journal_until("recv event eth_lost");
     node_message();
     journal_until("openssl");
+}
+
+/// Whether process `pid` is inside select, and with no limit to its wait.
+bool waits_without_limit(pid_t pid) {
+    std::istringstream text(file_text("/proc/" + std::to_string(pid) + "/syscall"));
+    long number = -1;
+    std::array<unsigned long, 5> words{};
+    text >> number >> std::hex;
+    for (unsigned long& word : words) {
+        text >> word;
+    }
+    return text && number == SYS_pselect6 && words[1] != 0 && words[4] == 0;
+}
+
+TEST_F(SockHandle, waits_without_a_limit) {
+    sources_open();
+    serve();
+    EXPECT_TRUE(wait_until([this] { return waits_without_limit(child_); }))
+        << file_text("/proc/" + std::to_string(child_) + "/syscall");
 }
 
 TEST_F(SockHandle, leaves_out_a_descriptor_that_select_cannot_hold) {

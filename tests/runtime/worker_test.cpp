@@ -5,14 +5,21 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <netinet/in.h>
 #include <pthread.h>
+#include <sched.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
@@ -161,6 +168,43 @@ TEST_F(WorkerEnd, works_on_any_thread) {
     });
     EXPECT_EQ(status, 4 << 8);
     EXPECT_EQ(harness::file_text("/tmp/out"), "from a thread\n");
+}
+
+/// No thread can be started from here on; processes can.
+void threads_forbid() {
+    const sock_filter program[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone3, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[0])),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, CLONE_THREAD, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog whole{sizeof program / sizeof program[0], const_cast<sock_filter*>(program)};
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
+        prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &whole) != 0) {
+        _exit(98);
+    }
+}
+
+class WorkerThreads : public harness::SandboxTest {};
+
+TEST_F(WorkerThreads, are_missed_without_a_word_when_they_cannot_be_started) {
+    harness::put_file("/tmp/netprobe.db", "");
+    const int status = run_in_child([] {
+        dup2(open("/tmp/err", O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+        threads_forbid();
+        if (thread_start(read_for_ever, nullptr) <= 0) {
+            _exit(97);
+        }
+        // It goes on until it misses the profile.
+        backhaul_monitor();
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(harness::file_text("/tmp/out"), "Init WiFi interface table fail\n");
+    EXPECT_EQ(harness::file_text("/tmp/err"), "");
 }
 
 struct thread_seen {
