@@ -4,6 +4,7 @@
 
 #include "lab/tools/answer.h"
 #include "tests/device/device_fixture.h"
+#include "tests/harness/contract_record.h"
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>
@@ -65,7 +66,7 @@ TEST_F(Uci, prints_a_line_and_reads_nothing_when_there_is_no_pipe) {
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
     const std::string value = get<65>("ath0", "ssid");
     setrlimit(RLIMIT_NOFILE, &before);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "wireless_uci_get : can't open file\n");
+    EXPECT_EQ(harness::captured_stdout(), "wireless_uci_get : can't open file\n");
     EXPECT_EQ(value, "");
     EXPECT_THAT(journal(), IsEmpty());
 }

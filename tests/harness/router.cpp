@@ -9,6 +9,7 @@
 #include "lab/node/database.h"
 #include "lab/tools/small_file.h"
 #include "lab/tools/state_layout.h"
+#include "tests/harness/contract_record.h"
 
 namespace harness {
 namespace {
@@ -111,6 +112,7 @@ void Router::kill_worker(int signal, const char* file, int line) {
 std::string Router::file(const std::string& path) const {
     std::string text;
     lab::file_read(node_->at(path), &text);
+    contract_note_file(root(), path);
     return text;
 }
 
@@ -291,6 +293,20 @@ std::int64_t Router::time_of_log(const std::string& text) {
         }
     }
     return time;
+}
+
+void Router::note_contract() {
+    journal_.update();
+    for (const lab::JournalEntry& entry : journal_.entries()) {
+        if (entry.kind == lab::EntryKind::LOG) {
+            contract_note("flow_log", entry.text + "\n");
+        } else {
+            contract_note_commands({entry.text});
+        }
+    }
+    contract_note_lines("stdout", journal_.out());
+    contract_note_lines("stderr", journal_.err());
+    contract_note_files(root());
 }
 
 }  // namespace harness

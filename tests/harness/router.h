@@ -114,6 +114,9 @@ public:
     // Second of the newest log line that equals `text`; -1 without one.
     std::int64_t time_of_log(const std::string& text);
 
+    // Keeps what the daemon said, and its files as they are, for the contract's texts. Never waits.
+    void note_contract();
+
 private:
     struct Cursors {
         size_t log = 0;

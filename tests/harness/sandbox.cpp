@@ -12,6 +12,7 @@
 #include "lab/sandbox/layout.h"
 #include "lab/tools/record.h"
 #include "lab/tools/state_layout.h"
+#include "tests/harness/contract_record.h"
 
 namespace harness {
 namespace {
@@ -179,6 +180,13 @@ void SandboxTest::SetUp() {
 
 void SandboxTest::TearDown() {
     clock_stop();
+    contract_note_lines("flow_log", flow_log_lines());
+    contract_note_commands(recorded_lines());
+    // Where tests put the output of a child.
+    contract_note_stdout_file("/tmp/out");
+    contract_note_stdout_file("/tmp/root_out");
+    contract_note_files("");
+    contract_save();
 }
 
 }  // namespace harness

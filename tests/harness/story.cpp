@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "lab/node/evidence.h"
+#include "tests/harness/contract_record.h"
 
 namespace harness {
 namespace {
@@ -188,7 +189,9 @@ void Story::TearDown() {
                 ADD_FAILURE() << report;
             }
         }
+        one->note_contract();
     }
+    contract_save();
     if (HasFailure()) {
         keep_evidence();
     }

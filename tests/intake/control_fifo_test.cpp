@@ -14,6 +14,7 @@
 #include <string>
 
 #include "runtime/runtime_block.h"
+#include "tests/harness/contract_record.h"
 #include "tests/harness/table_fixture.h"
 
 namespace {
@@ -96,7 +97,7 @@ TEST_F(ControlFifo, stays_away_when_the_name_cannot_be_taken) {
     put_file(std::string(FIFO) + "/keeps", "it");
     testing::internal::CaptureStdout();
     control_fifo_create();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "mkfifo : error\n");
+    EXPECT_EQ(harness::captured_stdout(), "mkfifo : error\n");
     EXPECT_EQ(runtime.fifo_fd, -1);
 }
 
@@ -171,7 +172,7 @@ TEST_F(ControlFifo, changes_nothing_for_the_role_that_the_node_has) {
     command("slave\n");
     runtime.master = 1;
     command("master\n");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(harness::captured_stdout(), "");
     EXPECT_EQ(file_text(ROLE), "master\n");
     EXPECT_EQ(runtime.master, 1);
     EXPECT_THAT(journal_take(), IsEmpty());
@@ -185,7 +186,7 @@ TEST_F(ControlFifo, drops_unknown_commands_without_a_word) {
         command(bytes);
         EXPECT_THAT(journal_take(), IsEmpty()) << bytes;
     }
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(harness::captured_stdout(), "");
     EXPECT_FALSE(file_is_there(ROLE));
     EXPECT_EQ(runtime.approval_changed, 0) << "on an extender";
 }

@@ -3,6 +3,7 @@
 #include "lab/sandbox/sandbox.h"
 #include "lab/tools/state_layout.h"
 #include "runtime/runtime_block.h"
+#include "tests/harness/contract_record.h"
 
 #include <fcntl.h>
 #include <sched.h>
@@ -154,13 +155,13 @@ lab::Datagram heard_by(lab::UdpPeer& peer) {
 std::string printed_out(const std::function<void()>& action) {
     testing::internal::CaptureStdout();
     action();
-    return testing::internal::GetCapturedStdout();
+    return harness::captured_stdout();
 }
 
 std::string printed_err(const std::function<void()>& action) {
     testing::internal::CaptureStderr();
     action();
-    return testing::internal::GetCapturedStderr();
+    return harness::captured_stderr();
 }
 
 int status_of(const std::function<void()>& action) {

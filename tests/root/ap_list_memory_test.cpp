@@ -3,6 +3,7 @@
 #include "root/ap_list.h"
 
 #include "runtime/runtime_block.h"
+#include "tests/harness/contract_record.h"
 #include "tests/root/root_fixture.h"
 
 #include <gmock/gmock.h>
@@ -25,7 +26,7 @@ TEST_F(ApListMemory, says_so_and_changes_nothing_when_there_is_none) {
     memory_is_gone = true;
     backhaul_ap_node_add("02:00:00:00:00:01", 0);
     memory_is_gone = false;
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "backhaul_ap_node_add : malloc fail\n");
+    EXPECT_EQ(harness::captured_stdout(), "backhaul_ap_node_add : malloc fail\n");
     EXPECT_EQ(runtime.ap_list_head, nullptr);
     EXPECT_EQ(runtime.ap_count, 0);
     EXPECT_EQ(journal_take(), Journal{});

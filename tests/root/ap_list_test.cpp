@@ -4,6 +4,7 @@
 
 #include "lab/tools/answer.h"
 #include "runtime/runtime_block.h"
+#include "tests/harness/contract_record.h"
 #include "tests/root/root_fixture.h"
 
 #include <fcntl.h>
@@ -46,7 +47,7 @@ protected:
     static std::string printed(const std::function<void()>& action) {
         testing::internal::CaptureStdout();
         action();
-        return testing::internal::GetCapturedStdout();
+        return harness::captured_stdout();
     }
     void expect_journal(std::initializer_list<Journal> parts) {
         EXPECT_THAT(journal_take(), ElementsAreArray(joined(parts)));

@@ -7,6 +7,7 @@
 #include "link/link_state.h"
 #include "root/dfs_channels.h"
 #include "runtime/runtime_block.h"
+#include "tests/harness/contract_record.h"
 #include "tests/root/root_fixture.h"
 
 #include <gmock/gmock.h>
@@ -252,7 +253,7 @@ TEST_F(Dfs, asks_again_after_a_request_that_failed_and_counts_as_blocked_until_t
     testing::internal::CaptureStdout();
     EXPECT_EQ(device_dfs_channel_available(ath20_), 0);
     EXPECT_EQ(device_dfs_channel_available(ath20_), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+    EXPECT_EQ(harness::captured_stdout(),
               "device_wifi_get_channel_list : IEEE80211_IOCTL_GETCHANINFO failed\n"
               "device_wifi_get_channel_list : IEEE80211_IOCTL_GETCHANINFO failed\n");
     EXPECT_THAT(journal_take(), ElementsAre(RADARTOOL, RADARTOOL));
@@ -285,7 +286,7 @@ TEST_F(Dfs, says_so_when_no_socket_can_be_made) {
     frequency_list channels;
     device_wifi_get_channel_list("ath20", channels);
     setrlimit(RLIMIT_NOFILE, &limit);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+    EXPECT_EQ(harness::captured_stdout(),
               "device_wifi_get_channel_list : Socket error\n");
     EXPECT_EQ(channels.count, 0u);
 }

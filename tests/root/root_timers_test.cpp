@@ -6,6 +6,7 @@
 #include "device/companion_ap.h"
 #include "root/ap_list.h"
 #include "root/root_loop.h"
+#include "tests/harness/contract_record.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -226,7 +227,7 @@ TEST_F(RootTimers, print_why_when_the_wait_fails) {
     close(set_.fds[0]);
     root_timers_step(table, set_);
     root_timers_step(table, set_);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+    EXPECT_EQ(harness::captured_stdout(),
               "select error: Bad file descriptor\nselect error: Bad file descriptor\n");
     EXPECT_TRUE(ran.empty());
     set_.fds[0] = -1;
@@ -238,7 +239,7 @@ TEST_F(RootTimers, close_the_descriptor_that_could_not_be_armed) {
     close(next);
     testing::internal::CaptureStdout();
     EXPECT_EQ(backhaul_timerfd_create(1, 1), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "timerfd_settime() failed\n");
+    EXPECT_EQ(harness::captured_stdout(), "timerfd_settime() failed\n");
     const int again = dup(0);
     close(again);
     EXPECT_EQ(again, next) << "a descriptor was left open";
@@ -255,7 +256,7 @@ TEST_F(RootTimers, say_so_when_there_is_no_descriptor_left) {
     const int result = backhaul_timerfd_create(1, 1);
     setrlimit(RLIMIT_NOFILE, &limit);
     EXPECT_EQ(result, -1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "timerfd_create() failed\n");
+    EXPECT_EQ(harness::captured_stdout(), "timerfd_create() failed\n");
 }
 
 TEST_F(RootTimers, leave_out_the_one_that_got_descriptor_0_and_do_the_others) {
@@ -280,7 +281,7 @@ TEST_F(RootTimers, leave_out_the_one_that_could_not_be_made_and_do_the_others) {
     const std::array<root_timer, 2> table{{{1, 1, run_a}, {1, 1, run_b}}};
     testing::internal::CaptureStdout();
     open_table(table);
-    testing::internal::GetCapturedStdout();
+    harness::captured_stdout();
     EXPECT_EQ(set_.fds[0], -1);
     EXPECT_EQ(set_.fds[1], -1);
     EXPECT_EQ(set_.max_fd, 0);

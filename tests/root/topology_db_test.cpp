@@ -7,6 +7,7 @@
 #include "root/ap_list.h"
 #include "root/topology_check.h"
 #include "runtime/runtime_block.h"
+#include "tests/harness/contract_record.h"
 #include "tests/root/root_fixture.h"
 
 #include <gmock/gmock.h>
@@ -62,7 +63,7 @@ protected:
     static std::string opening_prints(int expected) {
         testing::internal::CaptureStdout();
         EXPECT_EQ(backhaul_db_open(), expected);
-        return testing::internal::GetCapturedStdout();
+        return harness::captured_stdout();
     }
 };
 
