@@ -1,0 +1,166 @@
+#include "lab/program/mesh_host.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+
+#include "lab/mesh/mesh_conditions.h"
+#include "lab/mesh/mesh_report.h"
+#include "lab/program/commands.h"
+#include "lab/program/shell.h"
+#include "lab/sandbox/sandbox.h"
+#include "lab/scenario/scenario_generate.h"
+#include "lab/scenario/scenario_parse.h"
+#include "lab/tools/small_file.h"
+
+namespace lab {
+namespace {
+
+constexpr std::size_t MANY_NODES = 12;  // from here on moving them together is faster
+
+int node_index(const Mesh& mesh, const std::string& name) {
+    return air_node_find(mesh.air(), name);
+}
+
+/// What the air knows and the rest of the mesh does not tell.
+void air_words_fill(const Air& air, NodeStatus* status) {
+    const int index = air_node_find(air, status->name);
+    if (index == NOBODY) {
+        return;
+    }
+    const AirNode& node = air.nodes[air_index(index)];
+    status->aps_silenced =
+        std::ranges::any_of(node.aps, [](const AirAp& ap) { return ap.silenced; });
+    status->has_cable = std::ranges::any_of(
+        air.cables, [index](const AirCable& cable) { return cable.from == index; });
+}
+
+}  // namespace
+
+bool scenario_load(const std::vector<std::string>& words, Scenario* scenario) {
+    std::string error;
+    if (words.size() > 1) {
+        const std::span<const std::string> numbers = words;
+        if (!scenario_generate(words[0], numbers.subspan(1), scenario, &error)) {
+            complain(error);
+            return false;
+        }
+        return true;
+    }
+    std::string text;
+    if (!file_read(words[0], &text)) {
+        complain("cannot read the scenario " + words[0]);
+        return false;
+    }
+    std::vector<ScenarioError> errors;
+    if (!scenario_parse(text, scenario, &errors)) {
+        fprintf(stderr, "%s", scenario_errors_text(words[0], errors).c_str());
+        return false;
+    }
+    return true;
+}
+
+ProgramPlace program_place() {
+    std::error_code failure;
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", failure);
+    const std::filesystem::path build = self.parent_path().parent_path();
+    return {self.parent_path(), build, build / "backhaul_monitor"};
+}
+
+int mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string>& keep,
+                       std::string& error) {
+    SandboxOptions options;
+    options.programs = place.programs;
+    options.keep = keep;
+    options.keep.push_back(place.build);
+    options.tools = false;
+    // Every node brings its own switch.
+    options.network.bridge = false;
+    options.network.address = "";
+    options.network.gateway = "";
+    return sandbox_enter(options, error);
+}
+
+MeshOptions mesh_options_of(const ProgramPlace& place, const Scenario& scenario) {
+    MeshOptions options;
+    options.programs = place.programs;
+    options.daemon = place.daemon;
+    options.keep = {place.programs};
+    options.together = scenario.nodes.size() >= MANY_NODES;
+    return options;
+}
+
+std::unique_ptr<HeldMesh> HeldMesh::make(const Scenario& scenario, const MeshOptions& options,
+                                         std::string& error) {
+    std::unique_ptr<Mesh> mesh = Mesh::make(scenario, options, error);
+    if (mesh == nullptr) {
+        return nullptr;
+    }
+    return std::unique_ptr<HeldMesh>(new HeldMesh(std::move(mesh)));
+}
+
+int HeldMesh::play(std::string* error) {
+    if (!plays_) {
+        return 0;
+    }
+    const PlayState state = player_.go_on(*error);
+    plays_ = state == PlayState::PLAYING;
+    return state == PlayState::STOPPED && !error->empty() ? -1 : 0;
+}
+
+int HeldMesh::second(std::string* error) {
+    // Steps that are due at the very beginning come before the first second.
+    return play(error) == 0 && mesh_->second(*error) == 0 ? play(error) : -1;
+}
+
+MeshStatus HeldMesh::status() const {
+    MeshStatus status = mesh_status(*mesh_, &player_);
+    for (NodeStatus& node : status.nodes) {
+        air_words_fill(mesh_->air(), &node);
+    }
+    return status;
+}
+
+std::vector<LogEntry> HeldMesh::log_new(const std::string& name) {
+    const int index = node_index(*mesh_, name);
+    if (index == NOBODY) {
+        return {};
+    }
+    const MeshNode& node = mesh_->node(index);
+    std::uint64_t& next = log_read_[name];
+    next = std::max(next, node.log_first());
+    const auto from = static_cast<std::ptrdiff_t>(next - node.log_first());
+    std::vector<LogEntry> lines(node.log().begin() + from, node.log().end());
+    next = node.log_end();
+    return lines;
+}
+
+MeshHandlers HeldMesh::handlers() {
+    MeshHandlers handlers;
+    handlers.second = [this](std::string* error) {
+        return second(error);
+    };
+    handlers.status = [this] {
+        return status();
+    };
+    handlers.steps_wait = [this] {
+        return plays_;
+    };
+    handlers.verb = [this](const Verb& verb, std::string* note, std::string* error) {
+        return mesh_->verb(verb, note, *error);
+    };
+    handlers.holds = [this](const Condition& condition, std::string* found) {
+        return mesh_condition_holds(*mesh_, condition, found);
+    };
+    handlers.log_new = [this](const std::string& name) {
+        return log_new(name);
+    };
+    handlers.enter = [this](const std::string& name, std::vector<int>* descriptors,
+                            std::string* error) {
+        const int index = node_index(*mesh_, name);
+        return shell_descriptors_open(mesh_->node(index).node().init(), descriptors, error);
+    };
+    return handlers;
+}
+
+}  // namespace lab

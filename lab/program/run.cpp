@@ -1,0 +1,225 @@
+#include "lab/program/run.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include "lab/mesh/mesh_evidence.h"
+#include "lab/mesh/mesh_report.h"
+#include "lab/node/evidence.h"
+#include "lab/program/commands.h"
+#include "lab/program/mesh_host.h"
+#include "lab/report/json.h"
+#include "lab/report/outage.h"
+#include "lab/scenario/scenario_step.h"
+
+namespace lab {
+namespace {
+
+constexpr std::int64_t PROGRESS_MS = 5000;
+
+std::int64_t now_ms() {
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+/// The folder above all evidence, made so that it can be kept visible in the sandbox.
+std::string evidence_base(const Arguments& arguments) {
+    const char* wanted = getenv("BACKHAUL_EVIDENCE");
+    const std::string base = !arguments.evidence.empty() ? arguments.evidence
+                             : wanted != nullptr && *wanted != '\0'
+                                 ? std::string(wanted)
+                                 : program_place().build + "/evidence";
+    std::error_code failure;
+    const std::filesystem::path folder = std::filesystem::absolute(base, failure);
+    std::filesystem::create_directories(folder, failure);
+    return folder;
+}
+
+void progress_show(const Run& run, std::int64_t* shown) {
+    const std::int64_t now = now_ms();
+    if (now - *shown < PROGRESS_MS) {
+        return;
+    }
+    *shown = now;
+    fprintf(stderr, "%s\n", status_headline(mesh_status(*run.mesh, run.player.get())).c_str());
+}
+
+int unknown_violations(const Run& run) {
+    int count = 0;
+    for (const Violation& violation : run.mesh->violations()) {
+        count += violation.known.empty() ? 1 : 0;
+    }
+    return count;
+}
+
+void steps_write(const Run& run, JsonWriter* json) {
+    json->key("steps").array_begin();
+    for (const PlayedStep& played : run.player->played()) {
+        const ScenarioStep& step = run.mesh->scenario().steps[played.step];
+        json->object_begin();
+        json->key("line").value(step.line);
+        json->key("step").value(step_print(step));
+        json->key("at").value(played.time);
+        json->key("waited").value(played.waited);
+        json->key("good").value(played.good);
+        json->key("text").value(played.text);
+        json->object_end();
+    }
+    json->array_end();
+}
+
+void violations_write(const Run& run, JsonWriter* json) {
+    json->key("violations").array_begin();
+    for (const Violation& violation : run.mesh->violations()) {
+        json->object_begin();
+        json->key("at").value(violation.time - run.mesh->started());
+        json->key("rule").value(violation.rule);
+        json->key("node").value(violation.node);
+        json->key("text").value(violation.text);
+        json->key("known").value(violation.known);
+        json->object_end();
+    }
+    json->array_end();
+}
+
+void outages_write(const Run& run, JsonWriter* json) {
+    const std::int64_t now = run.mesh->observation().time;
+    const OutageSummary all = outage_summary_of_all(run.mesh->outages(), now);
+    json->key("outages").object_begin();
+    json->key("count").value(all.count);
+    json->key("seconds").value(all.total);
+    json->key("worst").value(all.worst);
+    json->key("median").value(all.median);
+    json->object_end();
+}
+
+int switches_of(const Mesh& mesh) {
+    int count = 0;
+    for (const MeshEvent& event : mesh.events()) {
+        count += event.text.starts_with("uplink ") && event.text != "uplink none" ? 1 : 0;
+    }
+    return count;
+}
+
+}  // namespace
+
+bool run_is_good(const Run& run) {
+    return run.state == PlayState::DONE && run.failure.empty() && run.player->failures() == 0 &&
+           unknown_violations(run) == 0 && run.sanitizer_reports.empty();
+}
+
+bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_progress, Run* run) {
+    const ProgramPlace place = program_place();
+    std::string error;
+    if (mesh_sandbox_enter(place, {evidence_base(arguments)}, error) != 0) {
+        complain(error);
+        return false;
+    }
+    const std::int64_t begun = now_ms();
+    run->mesh = Mesh::make(scenario, mesh_options_of(place, scenario), error);
+    if (run->mesh == nullptr) {
+        complain(error);
+        return false;
+    }
+    run->player = std::make_unique<Player>(*run->mesh);
+    std::int64_t shown = begun;
+    while ((run->state = run->player->go_on(run->failure)) == PlayState::PLAYING) {
+        if (run->mesh->second(run->failure) != 0) {
+            run->state = PlayState::STOPPED;
+            break;
+        }
+        if (shows_progress) {
+            progress_show(*run, &shown);
+        }
+    }
+    run->sanitizer_reports = mesh_sanitizer_reports(*run->mesh);
+    run->real_ms = now_ms() - begun;
+    return true;
+}
+
+void run_leave_evidence(const Arguments& arguments, Run* run) {
+    if (run_is_good(*run)) {
+        return;
+    }
+    setenv("BACKHAUL_EVIDENCE", evidence_base(arguments).c_str(), 1);
+    const std::string name = std::filesystem::path(run->title).stem();
+    run->evidence = evidence_folder(name, "");
+    if (run->evidence.empty() || !mesh_evidence_write(*run->mesh, run->evidence)) {
+        complain("not everything could be written to " + evidence_base(arguments));
+    }
+}
+
+std::string run_differences(const Run& run) {
+    std::string text = differences_text(*run.mesh, *run.player, run.title);
+    if (unknown_violations(run) > 0) {
+        text += "broken rules:\n";
+        for (const Violation& violation : run.mesh->violations()) {
+            if (violation.known.empty()) {
+                text += "    at " + duration_text(violation.time - run.mesh->started()) + ": " +
+                        violation.rule + " " + violation.node + ": " + violation.text + "\n";
+            }
+        }
+    }
+    for (const std::string& report : run.sanitizer_reports) {
+        text += "sanitizer: " + report + "\n";
+    }
+    if (!run.failure.empty()) {
+        text += "the machine failed: " + run.failure + "\n";
+    }
+    return text;
+}
+
+std::string run_verdict(const Run& run) {
+    char real[32] = "";
+    std::snprintf(real, sizeof(real), "%.1f s", static_cast<double>(run.real_ms) / 1000);
+    return run.title + ": " + (run_is_good(run) ? "good" : "DIFFERS") + ", " +
+           duration_text(run.mesh->passed()) + " of the mesh in " + real + ", seed " +
+           std::to_string(run.mesh->scenario().seed);
+}
+
+std::string run_again_command(const Run& run) {
+    return run.evidence.empty() ? "" : "backhaul_lab check " + run.evidence + "/scenario.scn";
+}
+
+std::string run_json(const Run& run) {
+    JsonWriter json;
+    json.object_begin();
+    json.key("file").value(run.title);
+    json.key("good").value(run_is_good(run));
+    json.key("seed").value(static_cast<std::int64_t>(run.mesh->scenario().seed));
+    json.key("seconds").value(run.mesh->passed());
+    json.key("real_ms").value(run.real_ms);
+    json.key("failure").value(run.failure);
+    steps_write(run, &json);
+    violations_write(run, &json);
+    outages_write(run, &json);
+    json.key("switches").value(switches_of(*run.mesh));
+    json.key("evidence").value(run.evidence);
+    json.key("again").value(run_again_command(run));
+    json.key("status");
+    status_write(mesh_status(*run.mesh, run.player.get()), &json);
+    json.object_end();
+    return json.text();
+}
+
+std::string chaos_summary(const Run& run) {
+    const OutageSummary all =
+        outage_summary_of_all(run.mesh->outages(), run.mesh->observation().time);
+    std::string text = "worst outage " + duration_text(all.worst) + ", median " +
+                       duration_text(all.median) + ", " + std::to_string(all.count) + " outages, " +
+                       std::to_string(switches_of(*run.mesh)) + " switches\n";
+    for (const RuleCount& count : rules_count(run.mesh->violations())) {
+        if (count.known + count.unknown > 0) {
+            text += "rule " + std::string(count.rule) + ": broken " +
+                    std::to_string(count.unknown) + " times, and " + std::to_string(count.known) +
+                    " times in a known way\n";
+        }
+    }
+    return text;
+}
+
+}  // namespace lab

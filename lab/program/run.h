@@ -1,0 +1,54 @@
+// A scenario played from its beginning to its end in the foreground: `check` and `chaos`. What was
+// found is told as text or JSON, and left in a folder when it was not as expected.
+//
+// On the program's main thread, before it has started any other: it enters a sandbox and stays.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "lab/mesh/mesh.h"
+#include "lab/mesh/player.h"
+#include "lab/program/arguments.h"
+
+namespace lab {
+
+struct Run {
+    std::string title;  // file or command that it came from
+    std::unique_ptr<Mesh> mesh;
+    std::unique_ptr<Player> player;
+    PlayState state = PlayState::PLAYING;
+    std::string failure;  // of the machine; empty: none
+    std::vector<std::string> sanitizer_reports;
+    std::int64_t real_ms = 0;
+    std::string evidence;  // folder; empty: none was needed
+};
+
+// Everything was as expected: steps, rules (those known left out) and sanitizers.
+bool run_is_good(const Run& run);
+
+// Plays the scenario; false after a complaint when no mesh could be made. `shows_progress` tells
+// every few seconds on standard error how far it is.
+bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_progress, Run* run);
+
+// Leaves everything in a folder when the run was not good.
+void run_leave_evidence(const Arguments& arguments, Run* run);
+
+// Steps that went wrong, broken rules and the rest of what differed; empty when the run is good.
+std::string run_differences(const Run& run);
+
+// "FILE: good, 12:31 of the mesh in 3.2 s, seed 7"
+std::string run_verdict(const Run& run);
+
+// The command that runs it again; empty without evidence.
+std::string run_again_command(const Run& run);
+
+// One JSON object.
+std::string run_json(const Run& run);
+
+// Longest and median outage, outages and switches of uplinks, broken rules by name.
+std::string chaos_summary(const Run& run);
+
+}  // namespace lab

@@ -1,0 +1,158 @@
+// `up`: a server in the background that holds a mesh.
+//
+// The socket and the log are opened before the server enters its sandbox, whose own /tmp hides
+// them. Until the mesh stands, the server tells the waiting program over a pipe how it goes: lines
+// that begin with "." are progress, "=" is the end of a good start, "!" the reason of a bad one.
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include "lab/program/commands.h"
+#include "lab/program/mesh_host.h"
+#include "lab/program/server.h"
+#include "lab/program/socket_place.h"
+#include "lab/program/watch_view.h"
+
+namespace lab {
+namespace {
+
+volatile std::sig_atomic_t ending = 0;
+
+void ending_note(int /*number*/) {
+    ending = 1;
+}
+
+struct UpPlan {
+    Scenario scenario;
+    std::string socket;
+    double speed = SPEED_FASTEST;
+    int listener = -1;
+    int report = -1;  // to the waiting program
+};
+
+void tell(const UpPlan& plan, char mark, const std::string& text) {
+    printf("%s\n", text.c_str());
+    const std::string line = mark + text + "\n";
+    [[maybe_unused]] const ssize_t put = write(plan.report, line.data(), line.size());
+}
+
+void streams_to_log(const std::string& path) {
+    const int log = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
+    const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    dup2(nothing, STDIN_FILENO);
+    dup2(log < 0 ? nothing : log, STDOUT_FILENO);
+    dup2(log < 0 ? nothing : log, STDERR_FILENO);
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+}
+
+void signals_take() {
+    struct sigaction action {};
+    sigemptyset(&action.sa_mask);
+    action.sa_handler = ending_note;
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+    signal(SIGHUP, SIG_IGN);
+    signal(SIGPIPE, SIG_IGN);
+}
+
+/// The server's whole life; its exit code.
+int serve(UpPlan* plan) {
+    setsid();
+    streams_to_log(server_log_path(plan->socket));
+    const ProgramPlace place = program_place();
+    std::string error;
+    if (mesh_sandbox_enter(place, {}, error) != 0) {
+        tell(*plan, '!', error);
+        return EXIT_DIFFERS;
+    }
+    signals_take();
+    tell(*plan, '.', "making " + std::to_string(plan->scenario.nodes.size()) + " nodes");
+    const std::unique_ptr<HeldMesh> mesh =
+        HeldMesh::make(plan->scenario, mesh_options_of(place, plan->scenario), error);
+    if (mesh == nullptr) {
+        tell(*plan, '!', error);
+        return EXIT_DIFFERS;
+    }
+    Control control;
+    control.mesh = mesh->handlers();
+    control.scenario = plan->scenario;
+    control.pace.speed = plan->speed;
+    control.pace.steps_wait = true;
+    Server server;
+    server.control = &control;
+    server.listener = plan->listener;
+    tell(*plan, '=', "");
+    close(plan->report);
+    server_run(&server, &ending);
+    return EXIT_GOOD;
+}
+
+/// Shows what the server tells until it has told the end; the exit code.
+int await_server(int report, const std::string& socket) {
+    FILE* const lines = fdopen(report, "r");
+    std::array<char, 1024> line{};
+    while (lines != nullptr && fgets(line.data(), line.size(), lines) != nullptr) {
+        line[strcspn(line.data(), "\n")] = '\0';
+        if (line[0] == '!') {
+            fclose(lines);
+            return complain(line.data() + 1);
+        }
+        if (line[0] == '=') {
+            fclose(lines);
+            return EXIT_GOOD;
+        }
+        printf("%s\n", line_clipped(line.data() + 1, std::string::npos).c_str());
+        fflush(stdout);
+    }
+    return complain("the server ended before the mesh was up: see " + server_log_path(socket));
+}
+
+}  // namespace
+
+int up_command(const Arguments& arguments) {
+    UpPlan plan;
+    std::string error;
+    if (!scenario_load(arguments.words, &plan.scenario)) {
+        return EXIT_USAGE;
+    }
+    plan.scenario.seed = arguments.seed.value_or(plan.scenario.seed);
+    plan.speed = arguments.speed.value_or(SPEED_FASTEST);
+    plan.socket = socket_of(arguments);
+    if (socket_folder_make(plan.socket, &error) != 0) {
+        return complain(error);
+    }
+    plan.listener = socket_listen(plan.socket, &error);
+    std::array<int, 2> report{-1, -1};
+    if (plan.listener < 0 || pipe2(report.data(), O_CLOEXEC) != 0) {
+        return complain(error.empty() ? std::string("no pipe: ") + strerror(errno) : error);
+    }
+    plan.report = report[1];
+    fflush(nullptr);
+    const pid_t server = fork();
+    if (server == 0) {
+        close(report[0]);
+        const int code = serve(&plan);
+        fflush(nullptr);
+        _exit(code);
+    }
+    close(report[1]);
+    close(plan.listener);
+    const int code = server < 0 ? complain(std::string("no process: ") + strerror(errno))
+                                : await_server(report[0], plan.socket);
+    if (code != EXIT_GOOD) {
+        unlink(plan.socket.c_str());
+        return code;
+    }
+    printf(
+        "the mesh is up: try `backhaul_lab status`, `backhaul_lab watch`, `backhaul_lab down`\n");
+    return EXIT_GOOD;
+}
+
+}  // namespace lab

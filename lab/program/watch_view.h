@@ -1,0 +1,47 @@
+// What the live view shows and what its keys mean.
+//
+// Functions of values: watch.cpp owns the terminal and the connection. Texts come out of nodes'
+// files and logs, so every line is made harmless before it is drawn: no node can move the cursor
+// or change the terminal.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lab/program/protocol.h"
+#include "lab/report/mesh_status.h"
+
+namespace lab {
+
+struct WatchView {
+    MeshStatus status;
+    ServerStatus server;
+    std::size_t selected = 0;      // node
+    std::vector<std::string> log;  // newest lines of its flow log, oldest first
+    std::string message;           // what came of the last key
+    bool quits = false;
+};
+
+// A key that is no letter has a number past all letters.
+inline constexpr int KEY_UP = 0x100;
+inline constexpr int KEY_DOWN = 0x101;
+
+// Keys in what a terminal sent; unknown escape sequences are left out.
+std::vector<int> watch_keys(std::string_view bytes);
+
+// Does what the key means to the view. What has to be asked of the mesh is returned as the words of
+// a request, empty when there is nothing to ask.
+std::vector<std::string> watch_key(WatchView* view, int key);
+
+// The whole screen, line by line from its top: `rows` lines at most, each `columns` wide at most.
+std::string watch_draw(const WatchView& view, std::size_t rows, std::size_t columns,
+                       bool in_colour);
+
+// At most that many columns of a line. Sequences that set colours stay, and are ended when
+// something was cut off; all other control characters and broken characters become "?".
+std::string line_clipped(std::string_view line, std::size_t columns);
+
+}  // namespace lab
