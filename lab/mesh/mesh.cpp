@@ -69,7 +69,7 @@ int Mesh::verb(const Verb& verb, std::string* note, std::string& error) {
     if (carry_out(air_verb(&air_, verb, note), error) != 0) {
         return -1;
     }
-    return rest(error);
+    return rest(error) == 0 ? look(error) : -1;
 }
 
 void Mesh::event_add(const std::string& node, const std::string& text) {

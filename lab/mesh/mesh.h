@@ -8,7 +8,7 @@
 //
 // A second of the mesh: the clock wakes who is due; while nodes wait for the air, their tools are
 // served one by one; then the air moves on and what follows is carried out; when all is quiet
-// again, every node is looked at once.
+// again, every node is looked at. So it is after a verb.
 #pragma once
 
 #include <cstdint>

@@ -140,8 +140,8 @@ void Mesh::changes_note(const NodeObservation& now) {
         if (then.service_aps_up.empty() != now.service_aps_up.empty() && now.powered) {
             event_add(now.name, now.service_aps_up.empty() ? "service APs down" : "service APs up");
         }
-        if (then.worker_pid != 0 && now.worker_pid != 0 && then.worker_pid != now.worker_pid) {
-            event_add(now.name, "new worker");
+        if (then.powered && now.powered && then.worker_pid != now.worker_pid) {
+            event_add(now.name, now.worker_pid == 0 ? "worker ended" : "new worker");
         }
     }
     before_[now.name] = now;

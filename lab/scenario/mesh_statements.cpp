@@ -56,10 +56,11 @@ bool shape_read(const std::string& shape, Words words, Scenario* scenario, std::
 }  // namespace
 
 bool title_read(Words words, Scenario* scenario, std::string* /*error*/) {
-    if (words.size() == 1) {
-        scenario->title = words[0];
+    scenario->title.clear();
+    for (const std::string& word : words) {
+        scenario->title += (scenario->title.empty() ? "" : " ") + word;
     }
-    return words.size() == 1;
+    return !words.empty();
 }
 
 bool mesh_read(Words words, Scenario* scenario, std::string* error) {

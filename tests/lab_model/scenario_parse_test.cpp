@@ -55,6 +55,11 @@ TEST(ScenarioParse, reads_nodes_signals_and_options) {
     EXPECT_EQ(scenario.hearings, (std::vector<ScenarioHearing>{{"e1", "root", -52, ""}}));
 }
 
+TEST(ScenarioParse, takes_the_rest_of_the_line_as_the_title) {
+    EXPECT_EQ(parsed("title a loss  and a return # soon\nnode root root\n").title,
+              "a loss and a return");
+}
+
 TEST(ScenarioParse, reads_steps_in_their_order_with_their_lines) {
     const Scenario scenario = parsed(LOSS_AND_RETURN);
     ASSERT_EQ(scenario.steps.size(), 5U);
