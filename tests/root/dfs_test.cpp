@@ -286,8 +286,7 @@ TEST_F(Dfs, says_so_when_no_socket_can_be_made) {
     frequency_list channels;
     device_wifi_get_channel_list("ath20", channels);
     setrlimit(RLIMIT_NOFILE, &limit);
-    EXPECT_EQ(harness::captured_stdout(),
-              "device_wifi_get_channel_list : Socket error\n");
+    EXPECT_EQ(harness::captured_stdout(), "device_wifi_get_channel_list : Socket error\n");
     EXPECT_EQ(channels.count, 0u);
 }
 
