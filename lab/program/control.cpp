@@ -69,6 +69,9 @@ std::optional<Answer> job_go_on(Control* control, Job* job) {
 Outcome do_request(Control* control, int client, const Words& words) {
     ScenarioStep step;
     std::string error;
+    if (words.size() < 2) {
+        return say(EXIT_USAGE, "say `do STEP`");
+    }
     const std::vector<std::string> said(words.begin() + 1, words.end());
     if (!step_parse(said, control->scenario, &step, &error)) {
         return say(EXIT_USAGE, error);

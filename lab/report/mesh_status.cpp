@@ -88,6 +88,7 @@ std::vector<TableCell> status_row(const NodeStatus& node) {
     return {{node.name, Colour::BOLD},
             role_cell(node),
             {or_dash(node.status_text), status_colour(node)},
+            outage_cell(node),
             uplink_cell(node),
             {node.hops < 0 ? "-" : std::to_string(node.hops)},
             {link == nullptr ? "-" : link->interface + " " + state_text(*link)},
@@ -96,8 +97,7 @@ std::vector<TableCell> status_row(const NodeStatus& node) {
             {or_dash(parked), parked.empty() ? Colour::GREY : Colour::YELLOW},
             aps_cell(node),
             {or_dash(node.led)},
-            {or_dash(node.root_address)},
-            outage_cell(node)};
+            {or_dash(node.root_address)}};
 }
 
 void link_write(const LinkStatus& link, JsonWriter* json) {
@@ -181,6 +181,7 @@ Table status_table(const MeshStatus& status) {
     table.columns = {{"NODE"},
                      {"ROLE"},
                      {"STATUS"},
+                     {"OUT", Align::RIGHT},
                      {"UPLINK"},
                      {"HOPS", Align::RIGHT},
                      {"STATE"},
@@ -189,8 +190,7 @@ Table status_table(const MeshStatus& status) {
                      {"PARKED"},
                      {"APS", Align::RIGHT},
                      {"LED"},
-                     {"ROOT"},
-                     {"OUT", Align::RIGHT}};
+                     {"ROOT"}};
     for (const NodeStatus& node : status.nodes) {
         table.rows.push_back(status_row(node));
     }

@@ -1,0 +1,140 @@
+// The status of a mesh as table and JSON, and the doctor's numbers.
+#include "lab/report/mesh_status.h"
+
+#include <gtest/gtest.h>
+
+#include "lab/sandbox/doctor_report.h"
+
+namespace lab {
+namespace {
+
+NodeStatus ready_node() {
+    NodeStatus node;
+    node.name = "e1";
+    node.power = NodePower::ON;
+    node.role = "extender";
+    node.uplink = "ath0";
+    node.parent = "root";
+    node.hops = 1;
+    node.links = {{"ath0", 7, "BACKHAUL_READY", 63, 2, false, true},
+                  {"ath1", 6, "CONNECT_PENDING", 400, 3, true, false},
+                  {"eth", 13, "ETH_BACKHAUL_DOWN", 500, 0, false, false}};
+    node.service_aps_up = 3;
+    node.service_aps = 3;
+    node.led = "BackhaulFinish";
+    node.root_address = "192.168.1.1";
+    node.status_text = "ready";
+    return node;
+}
+
+TEST(StatusTable, shows_a_row_a_node) {
+    MeshStatus status;
+    NodeStatus lost = ready_node();
+    lost.name = "e2";
+    lost.uplink = "none";
+    lost.parent = "";
+    lost.hops = -1;
+    lost.links = {{"ath0", 3, "CONNECTING_BACKHAUL_AP", 5, 1, false, false}};
+    lost.service_aps_up = 0;
+    lost.status_text = "not ready";
+    lost.led = "";
+    lost.root_address = "";
+    lost.outage = 65;
+    NodeStatus off;
+    off.name = "e3";
+    status.nodes = {ready_node(), lost, off};
+    EXPECT_EQ(
+        table_text(status_table(status), false),
+        "NODE  ROLE      STATUS      OUT  UPLINK       HOPS  STATE                         FOR  "
+        "LOSSES  PARKED  APS  LED             ROOT\n"
+        "e1    extender  ready         -  ath0 > root     1  ath0 BACKHAUL_READY          1:03  "
+        "     5  ath1    3/3  BackhaulFinish  192.168.1.1\n"
+        "e2    extender  not ready  1:05  none            -  ath0 CONNECTING_BACKHAUL_AP  0:05  "
+        "     1  -       0/3  -               -\n"
+        "e3    off\n");
+}
+
+TEST(StatusTable, cannot_be_broken_by_what_a_node_wrote) {
+    MeshStatus status;
+    status.nodes = {ready_node()};
+    status.nodes[0].root_address = "1.1.1.1\n\033[2J";
+    const std::string text = table_text(status_table(status), false);
+    EXPECT_NE(text.find("1.1.1.1??[2J"), std::string::npos) << text;
+}
+
+TEST(NodeTable, shows_a_row_an_interface) {
+    EXPECT_EQ(table_text(node_table(ready_node()), false),
+              "INTERFACE  STATE               FOR  LOSSES\n"
+              "ath0       BACKHAUL_READY     1:03       2  carries traffic\n"
+              "ath1       CONNECT_PENDING    6:40       3  parked\n"
+              "eth        ETH_BACKHAUL_DOWN  8:20       0\n");
+}
+
+TEST(MainLink, is_what_carries_else_what_is_on_its_way_else_what_rests) {
+    NodeStatus node = ready_node();
+    node.links[0].carries = false;
+    node.links[2].carries = true;
+    EXPECT_EQ(node_main_link(node)->interface, "eth");
+    node.links[2].carries = false;
+    EXPECT_EQ(node_main_link(node)->interface, "ath0");
+    node.links[0].state = 0;
+    node.links[1].state = 3;
+    EXPECT_EQ(node_main_link(node)->interface, "ath1");
+    node.links[1].state = 6;
+    EXPECT_EQ(node_main_link(node)->interface, "ath0");
+    for (LinkStatus& link : node.links) {
+        link.state = -1;
+    }
+    EXPECT_EQ(node_main_link(node), nullptr);
+}
+
+TEST(StateText, falls_back_to_the_number) {
+    EXPECT_EQ(state_text({"ath0", 7, "BACKHAUL_READY", 0, 0, false, false}), "BACKHAUL_READY");
+    EXPECT_EQ(state_text({"ath0", 9, "-", 0, 0, false, false}), "state 9");
+    EXPECT_EQ(state_text({"ath0", -1, "", 0, 0, false, false}), "-");
+}
+
+TEST(Headline, tells_nodes_steps_and_violations) {
+    MeshStatus status;
+    status.title = "two";
+    status.seconds = 751;
+    status.nodes = {ready_node(), {}};
+    EXPECT_EQ(status_headline(status), "two   12:31   2 nodes, 1 ready   violations 0");
+    status.steps = 9;
+    status.steps_done = 5;
+    status.failed = 1;
+    status.violations = 2;
+    status.known = 3;
+    EXPECT_EQ(status_headline(status),
+              "two   12:31   2 nodes, 1 ready   steps 5/9   failed 1   violations 2 (and 3 known)");
+}
+
+TEST(StatusJson, tells_everything) {
+    MeshStatus status;
+    status.title = "one \"node\"";
+    status.seconds = 7;
+    NodeStatus node = ready_node();
+    node.links.resize(1);
+    status.nodes = {node};
+    EXPECT_EQ(
+        status_json(status),
+        R"({"title":"one \"node\"","seconds":7,"seed":0,"steps_done":0,"steps":0,"failed":0,)"
+        R"("violations":0,"violations_known":0,"last_violation":"","nodes":[{"name":"e1",)"
+        R"("power":"on","role":"extender","is_root":false,"status":"ready","uplink":"ath0",)"
+        R"("parent":"root","hops":1,"links":[{"interface":"ath0","state":7,)"
+        R"("state_name":"BACKHAUL_READY","seconds":63,"losses":2,"parked":false,"carries":true}],)"
+        R"("service_aps_up":3,"service_aps":3,"led":"BackhaulFinish",)"
+        R"("root_address":"192.168.1.1","outage_seconds":-1,"outages":0,"outage_seconds_all":0,)"
+        R"("worker_pid":0,"cpu_ms":0,"resident_kb":0,"messages_dropped":false,)"
+        R"("aps_silenced":false,"has_cable":false}]})");
+}
+
+TEST(DoctorNodes, follow_from_cores_or_memory_whichever_is_scarcer) {
+    EXPECT_EQ(doctor_nodes(2, 23000), 32);
+    EXPECT_EQ(doctor_nodes(2, 368), 10);
+    EXPECT_EQ(doctor_nodes(64, 1000000), 200);
+    EXPECT_EQ(doctor_nodes(1, 0), 0);
+}
+
+}  // namespace
+}  // namespace lab

@@ -1,0 +1,216 @@
+// What the live view shows, and what its keys mean.
+#include "lab/program/watch_view.h"
+
+#include <gtest/gtest.h>
+
+#include "lab/program/pacing.h"
+
+namespace lab {
+namespace {
+
+WatchView view_of(std::size_t nodes) {
+    WatchView view;
+    for (std::size_t number = 0; number < nodes; ++number) {
+        NodeStatus node;
+        node.name = number == 0 ? "root" : "e" + std::to_string(number);
+        node.power = NodePower::ON;
+        view.status.nodes.push_back(node);
+    }
+    return view;
+}
+
+std::vector<std::string> lines_of(const std::string& screen) {
+    std::vector<std::string> lines = {""};
+    for (std::size_t at = 0; at < screen.size(); ++at) {
+        if (screen.compare(at, 2, "\r\n") == 0) {
+            lines.emplace_back();
+            ++at;
+        } else {
+            lines.back() += screen[at];
+        }
+    }
+    return lines;
+}
+
+// Without the sequences that position and clear.
+std::vector<std::string> shown(const WatchView& view, std::size_t rows, std::size_t columns) {
+    std::string screen = watch_draw(view, rows, columns, false);
+    for (const char* code : {"\033[H", "\033[K", "\033[J"}) {
+        for (std::size_t at = 0; (at = screen.find(code)) != std::string::npos;) {
+            screen.erase(at, 3);
+        }
+    }
+    return lines_of(screen);
+}
+
+using Words = std::vector<std::string>;
+
+TEST(WatchKeys, are_letters_and_arrows) {
+    EXPECT_EQ(watch_keys("d\033[Aq"), (std::vector<int>{'d', KEY_UP, 'q'}));
+    EXPECT_EQ(watch_keys("\033OB\033[1;5B"), (std::vector<int>{KEY_DOWN, KEY_DOWN}));
+    EXPECT_EQ(watch_keys("\033[15~x\033"), (std::vector<int>{'x'}));
+    EXPECT_EQ(watch_keys("\033["), (std::vector<int>{}));
+}
+
+TEST(WatchKey, selects_nodes_within_the_mesh) {
+    WatchView view = view_of(3);
+    EXPECT_EQ(watch_key(&view, KEY_UP), Words{});
+    EXPECT_EQ(view.selected, 0U);
+    watch_key(&view, KEY_DOWN);
+    watch_key(&view, KEY_DOWN);
+    watch_key(&view, KEY_DOWN);
+    EXPECT_EQ(view.selected, 2U);
+    watch_key(&view, '2');
+    EXPECT_EQ(view.selected, 1U);
+    watch_key(&view, '4');
+    EXPECT_EQ(view.selected, 1U);
+}
+
+TEST(WatchKey, asks_for_a_verb_on_the_selected_node) {
+    WatchView view = view_of(3);
+    view.selected = 1;
+    EXPECT_EQ(watch_key(&view, 'd'), (Words{"do", "deauth", "e1"}));
+    EXPECT_EQ(watch_key(&view, 'r'), (Words{"do", "radar", "e1"}));
+    EXPECT_EQ(watch_key(&view, 'R'), (Words{"do", "clear-radar", "e1"}));
+    EXPECT_EQ(watch_key(&view, 'k'), (Words{"do", "kill-worker", "e1"}));
+    EXPECT_EQ(watch_key(&view, 'b'), (Words{"do", "reboot", "e1"}));
+    EXPECT_EQ(watch_key(&view, 'z'), Words{});
+}
+
+TEST(WatchKey, turns_aps_cables_and_power_on_and_off) {
+    WatchView view = view_of(2);
+    EXPECT_EQ(watch_key(&view, 'o'), (Words{"do", "ap-off", "root"}));
+    EXPECT_EQ(watch_key(&view, 'c'), (Words{"do", "cable-in", "root"}));
+    EXPECT_EQ(watch_key(&view, 'x'), (Words{"do", "power-off", "root"}));
+    view.status.nodes[0].aps_silenced = true;
+    view.status.nodes[0].has_cable = true;
+    view.status.nodes[0].power = NodePower::OFF;
+    EXPECT_EQ(watch_key(&view, 'o'), (Words{"do", "ap-on", "root"}));
+    EXPECT_EQ(watch_key(&view, 'c'), (Words{"do", "cable-out", "root"}));
+    EXPECT_EQ(watch_key(&view, 'x'), (Words{"do", "power-on", "root"}));
+}
+
+TEST(WatchKey, changes_the_speed_and_pauses) {
+    WatchView view = view_of(1);
+    view.server.speed = 1;
+    EXPECT_EQ(watch_key(&view, '+'), (Words{"speed", "2"}));
+    EXPECT_EQ(watch_key(&view, '-'), (Words{"speed", "0.5"}));
+    EXPECT_EQ(watch_key(&view, 'p'), (Words{"speed", "pause"}));
+    view.server.paused = true;
+    EXPECT_EQ(watch_key(&view, 'p'), (Words{"speed", "resume"}));
+    view.server.speed = SPEED_FASTEST;
+    EXPECT_EQ(watch_key(&view, '+'), (Words{"speed", "0"}));
+}
+
+TEST(WatchKey, quits_and_does_nothing_without_nodes) {
+    WatchView view;
+    EXPECT_EQ(watch_key(&view, 'd'), Words{});
+    EXPECT_EQ(watch_key(&view, KEY_DOWN), Words{});
+    EXPECT_FALSE(view.quits);
+    watch_key(&view, 'q');
+    EXPECT_TRUE(view.quits);
+}
+
+TEST(Screen, fills_the_terminal_and_never_more) {
+    WatchView view = view_of(40);
+    view.log.assign(100, "Tue Nov 14 22:13:20 2023 : a line");
+    for (const std::size_t rows : {1U, 3U, 10U, 24U, 60U}) {
+        for (const std::size_t columns : {1U, 20U, 80U, 200U}) {
+            const std::vector<std::string> lines = shown(view, rows, columns);
+            EXPECT_EQ(lines.size(), rows) << columns;
+            for (const std::string& line : lines) {
+                EXPECT_LE(line.size(), columns) << line;
+            }
+        }
+    }
+}
+
+TEST(Screen, shows_status_selected_node_log_and_keys_from_top_to_bottom) {
+    WatchView view = view_of(2);
+    view.selected = 1;
+    view.status.nodes[1].links = {{"ath0", 7, "BACKHAUL_READY", 61, 0, false, true}};
+    view.server.speed = 20;
+    view.log = {"line one", "line two"};
+    view.message = "deauth e1";
+    const std::vector<std::string> lines = shown(view, 16, 400);
+    ASSERT_EQ(lines.size(), 16U);
+    EXPECT_EQ(lines[0], "0:00   2 nodes, 0 ready   violations 0   speed 20");
+    EXPECT_TRUE(lines[2].starts_with("  NODE  ROLE")) << lines[2];
+    EXPECT_TRUE(lines[3].starts_with("  root  ")) << lines[3];
+    EXPECT_TRUE(lines[4].starts_with("> e1    ")) << lines[4];
+    EXPECT_EQ(lines[6], "e1");
+    EXPECT_EQ(lines[8], "ath0       BACKHAUL_READY  1:01       0  carries traffic");
+    EXPECT_EQ(lines[9], "line one");
+    EXPECT_EQ(lines[10], "line two");
+    EXPECT_EQ(lines[14], "deauth e1");
+    EXPECT_EQ(lines[15],
+              "1-9 or arrows: node  d: deauth  o: ap off/on  c: cable in/out  r: radar  "
+              "R: clear radar  k: kill worker  b: reboot  x: power  +: faster  -: slower  "
+              "p: pause  q: quit");
+}
+
+TEST(Screen, keeps_the_selected_node_in_sight) {
+    WatchView view = view_of(40);
+    for (const std::size_t selected : {0U, 20U, 39U}) {
+        view.selected = selected;
+        int marked = 0;
+        for (const std::string& line : shown(view, 24, 100)) {
+            marked += line.starts_with("> ") ? 1 : 0;
+        }
+        EXPECT_EQ(marked, 1) << selected;
+    }
+}
+
+TEST(Screen, shows_the_newest_log_lines_when_there_is_room_for_few) {
+    WatchView view = view_of(1);
+    view.log = {"one", "two", "three", "four"};
+    const std::vector<std::string> lines = shown(view, 11, 400);
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "four"), lines.end());
+    EXPECT_EQ(std::find(lines.begin(), lines.end(), "one"), lines.end());
+}
+
+TEST(Screen, tells_how_time_passes) {
+    WatchView view = view_of(1);
+    const auto first = [&view] {
+        return shown(view, 10, 200)[0];
+    };
+    EXPECT_TRUE(first().ends_with("   real pace")) << first();
+    view.server.hurries = true;
+    EXPECT_TRUE(first().ends_with("   as fast as it can")) << first();
+    view.server.paused = true;
+    EXPECT_TRUE(first().ends_with("   paused")) << first();
+    view.server.stalled = "e1 is busy";
+    EXPECT_TRUE(first().ends_with("   stands still: e1 is busy")) << first();
+}
+
+TEST(Screen, lets_no_node_reach_the_terminal) {
+    WatchView view = view_of(1);
+    const std::string evil =
+        "\033]0;title\007\033[2J\x9b"
+        "31m\xc2\x9b"
+        "A\b\r\n\xff";
+    view.status.nodes[0].name = evil;
+    view.status.nodes[0].led = evil;
+    view.status.title = evil;
+    view.status.last_violation = evil;
+    view.log = {evil};
+    view.message = evil;
+    for (const std::string& line : shown(view, 30, 500)) {
+        for (std::size_t at = 0; at < line.size(); ++at) {
+            const auto byte = static_cast<unsigned char>(line[at]);
+            EXPECT_TRUE(byte >= 0x20 && byte < 0x7F) << "byte " << int{byte} << " in " << line;
+        }
+    }
+}
+
+TEST(ClippedLine, counts_characters_and_ends_its_colours) {
+    EXPECT_EQ(line_clipped("\033[32mgreen\033[0m plain", 8), "\033[32mgreen\033[0m pl");
+    EXPECT_EQ(line_clipped("\033[32mgreen\033[0m", 3), "\033[32mgre\033[0m");
+    EXPECT_EQ(line_clipped("\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80x", 3),
+              "\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80");
+    EXPECT_EQ(line_clipped("a\033[2Jb\xc3", 20), "a?[2Jb?");
+    EXPECT_EQ(line_clipped("abc", 0), "");
+}
+
+}  // namespace
+}  // namespace lab
