@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "tests/harness/contract_record.h"
 #include "tests/harness/sandbox.h"
 
 namespace harness {
@@ -26,6 +27,7 @@ bool has_date(const std::string& line) {
 }  // namespace
 
 std::string file_text(const std::string& path) {
+    contract_note_file("", path);
     std::string text;
     FILE* file = fopen(path.c_str(), "rbe");
     if (file == nullptr) {

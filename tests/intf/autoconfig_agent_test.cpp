@@ -166,6 +166,26 @@ TEST_F(AutoconfigStart, asks_for_each_service_ap_in_table_order_and_closes_the_s
                             "$ /usr/sbin/vl1905App 17 0x21 1>/dev/null 2>&1", CLOSE));
 }
 
+TEST_F(AutoconfigStart, asks_with_the_code_of_each_service_on_each_radio) {
+    const intf_record* const backhaul = backhaul_add(4);
+    for (const uint8_t band : {BAND_24G, BAND_5G, BAND_5G_HIGH}) {
+        intf_add("ath10", MAIN_SERVICE_AP, band);
+        intf_add("ath11", GUEST_SERVICE_AP, band);
+        intf_add("ath14", VISITOR_SERVICE_AP, band);
+    }
+    autoconfig_agent_start(backhaul);
+    EXPECT_THAT(journal_take(),
+                ElementsAre("$ /usr/sbin/vl1905App 17 0x00 1>/dev/null 2>&1",
+                            "$ /usr/sbin/vl1905App 17 0x20 1>/dev/null 2>&1",
+                            "$ /usr/sbin/vl1905App 17 0x40 1>/dev/null 2>&1",
+                            "$ /usr/sbin/vl1905App 17 0x01 1>/dev/null 2>&1",
+                            "$ /usr/sbin/vl1905App 17 0x21 1>/dev/null 2>&1",
+                            "$ /usr/sbin/vl1905App 17 0x41 1>/dev/null 2>&1",
+                            "$ /usr/sbin/vl1905App 17 0x09 1>/dev/null 2>&1",
+                            "$ /usr/sbin/vl1905App 17 0x29 1>/dev/null 2>&1",
+                            "$ /usr/sbin/vl1905App 17 0x49 1>/dev/null 2>&1", CLOSE));
+}
+
 TEST_F(AutoconfigStart, asks_in_the_states_4_8_and_14_only) {
     intf_record* const backhaul = backhaul_add(0);
     intf_add("ath10", MAIN_SERVICE_AP, BAND_24G);
