@@ -177,6 +177,15 @@ bool option_take(const CommandRow& row, std::span<const std::string> words, std:
     return true;
 }
 
+/// Behind the first word of a step only what is an option beyond doubt: a step has negative numbers
+/// and texts of its own.
+bool looks_like_option(const CommandRow& row, const std::string& word, const Arguments& arguments) {
+    if (row.most < 0 && !arguments.words.empty()) {
+        return word.starts_with("--") && knows(row, word.substr(0, word.find('=')));
+    }
+    return word.size() > 1 && word[0] == '-';
+}
+
 bool count_check(const CommandRow& row, const Arguments& arguments, std::string* error) {
     const int count = static_cast<int>(arguments.words.size());
     if (count < row.least || (row.most >= 0 && count > row.most)) {
@@ -232,21 +241,16 @@ bool arguments_parse(std::span<const std::string> words, Arguments* arguments, s
     bool only_words = false;
     for (std::size_t at = 1; at < words.size(); ++at) {
         const std::string& word = words[at];
-        const bool is_option = word.size() > 1 && word[0] == '-' && !only_words;
         if (word == "--" && !only_words) {
             only_words = true;
-        } else if (is_option && (word == "--help" || word == "-h")) {
+        } else if (only_words || !looks_like_option(*row, word, *arguments)) {
+            arguments->words.push_back(word);
+        } else if (word == "--help" || word == "-h") {
             arguments->command = CommandKind::HELP;
             arguments->words = {std::string(row->name)};
             return true;
-        } else if (is_option) {
-            if (!option_take(*row, words, &at, arguments, error)) {
-                return false;
-            }
-        } else {
-            arguments->words.push_back(word);
-            // A step has negative numbers of its own.
-            only_words = only_words || row->most < 0;
+        } else if (!option_take(*row, words, &at, arguments, error)) {
+            return false;
         }
     }
     return count_check(*row, *arguments, error);

@@ -62,7 +62,7 @@ struct CommandRow {
     std::string_view usage;    // "log NODE [-f] [--lines N]"
     std::string_view help;     // one sentence
     int least;                 // number of words besides options
-    int most;                  // -1: any number, and options behind the first word are words
+    int most;                  // -1: any number, those of a step
     std::string_view options;  // names of those that it knows, one blank between
 };
 

@@ -1,7 +1,10 @@
 // What was typed.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "lab/program/arguments.h"
+#include "lab/tools/small_file.h"
 
 namespace lab {
 namespace {
@@ -32,6 +35,16 @@ TEST(Arguments, leave_what_stands_behind_the_verb_to_the_verb) {
     ASSERT_TRUE(parsed.good) << parsed.error;
     EXPECT_EQ(parsed.arguments.words, (std::vector<std::string>{"fade", "e1", "e2", "-80"}));
     EXPECT_EQ(parsed.arguments.socket, "/run/x/control");
+}
+
+TEST(Arguments, take_an_option_behind_the_verb_when_there_is_no_doubt) {
+    const Parsed parsed = parse({"do", "expect", "e1", "log", "--json -f", "--socket", "/x/y"});
+    ASSERT_TRUE(parsed.good) << parsed.error;
+    EXPECT_EQ(parsed.arguments.words,
+              (std::vector<std::string>{"expect", "e1", "log", "--json -f"}));
+    EXPECT_EQ(parsed.arguments.socket, "/x/y");
+    EXPECT_EQ(parse({"do", "wait", "--", "--socket"}).arguments.words,
+              (std::vector<std::string>{"wait", "--socket"}));
 }
 
 TEST(Arguments, take_a_whole_command_line_for_the_shell) {
@@ -110,6 +123,19 @@ TEST(Usage, of_a_command_lists_its_forms_and_options) {
               "Changes how fast the mesh's time passes.\n"
               "\n"
               "  --socket PATH       Where the mesh listens, when there is more than one.\n");
+}
+
+TEST(ManPage, names_every_command_and_option) {
+    std::string page;
+    ASSERT_TRUE(file_read(BACKHAUL_SOURCE_DIR "/docs/backhaul_lab.1", &page));
+    std::erase(page, '\\');
+    for (const CommandRow& row : command_table()) {
+        EXPECT_NE(page.find("backhaul_lab " + std::string(row.name) + "\n"), std::string::npos)
+            << row.name;
+    }
+    for (const OptionRow& row : option_table()) {
+        EXPECT_NE(page.find(row.name), std::string::npos) << row.name;
+    }
 }
 
 }  // namespace
