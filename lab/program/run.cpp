@@ -182,7 +182,9 @@ std::string run_verdict(const Run& run) {
 }
 
 std::string run_again_command(const Run& run) {
-    return run.evidence.empty() ? "" : "backhaul_lab check " + run.evidence + "/scenario.scn";
+    return run.evidence.empty()
+               ? ""
+               : program_place().programs + "/backhaul_lab check " + run.evidence + "/scenario.scn";
 }
 
 std::string run_json(const Run& run) {

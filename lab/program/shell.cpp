@@ -61,7 +61,7 @@ std::vector<std::string> environment_of(const std::string& node) {
             "TERM=" + environment_value("TERM", "dumb"),
             "LANG=" + environment_value("LANG", "C"),
             "TZ=UTC0",
-            "HOME=/tmp",
+            "HOME=/",
             "LAB_NODE=" + node,
             "PS1=" + node + ":\\w# "};
 }
