@@ -1,11 +1,12 @@
 // The demonstration: a real daemon on stand-in routers, its life told step by step with its own
-// evidence. Exits 0 only when every step was seen.
+// evidence; then a whole mesh. Exits 0 only when every step was seen.
 
 #include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
 
+#include "lab/demo/act_mesh.h"
 #include "lab/demo/acts.h"
 #include "lab/sandbox/sandbox.h"
 
@@ -53,7 +54,12 @@ int main(int argc, char** argv) {
         fprintf(stderr, "the demonstration cannot run here: %s\n", error.c_str());
         return 1;
     }
-    lab::Stage stage({programs, daemon, colour});
-    play(stage);
-    return stage.finish();
+    int result = 0;
+    {
+        lab::Stage stage({programs, daemon, colour});
+        play(stage);
+        result = stage.finish();
+    }
+    const lab::MeshOptions options{programs, daemon, {programs}, false};
+    return result == 0 ? lab::act_mesh(options, BACKHAUL_DEMONSTRATION, colour) : result;
 }

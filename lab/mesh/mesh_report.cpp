@@ -23,10 +23,13 @@ std::string file_word(const MeshNode& node, const std::string& path) {
 
 // Losses of a ready backhaul since the worker's start, by the flow log.
 int losses_of(const MeshNode& node, const std::string& interface, std::int64_t since) {
-    const std::string lost = "backhaul_intf_state_change : change " + interface + " state from 7 ";
     return static_cast<int>(
         std::count_if(node.log().begin(), node.log().end(), [&](const LogEntry& entry) {
-            return entry.time >= since && entry.text.starts_with(lost);
+            const auto change = state_change_parse(entry.text);
+            return entry.time >= since && change && change->interface == interface &&
+                   change->from == BACKHAUL_READY &&
+                   (change->requested == CONNECTING_BACKHAUL_AP ||
+                    change->requested == CONNECT_PENDING);
         }));
 }
 

@@ -1,0 +1,124 @@
+// The program that checks a scenario: its exit code, what it says differed, what it leaves behind.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "lab/tools/small_file.h"
+#include "tests/harness/sandbox.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr char PROGRAM[] = BACKHAUL_BUILD_DIR "/lab/backhaul_lab";
+constexpr char TWO_NODES[] = "node root root\nnode e1 extender\nhears root e1 -55\n";
+
+struct Ended {
+    int code = -1;
+    std::string out;
+};
+
+Ended run(const std::string& words) {
+    Ended ended;
+    FILE* const out = popen((std::string(PROGRAM) + " " + words + " 2>&1").c_str(), "r");
+    for (int one = getc(out); one != EOF; one = getc(out)) {
+        ended.out.push_back(static_cast<char>(one));
+    }
+    const int status = pclose(out);
+    ended.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return ended;
+}
+
+class Check : public harness::SandboxTest {
+protected:
+    void SetUp() override {
+        SandboxTest::SetUp();
+        // Below the build: what is in /tmp ends with the sandbox, and the mesh has one of its own.
+        folder = std::string(BACKHAUL_BUILD_DIR) + "/check_test";
+        lab::folder_remove(folder);
+        setenv("BACKHAUL_EVIDENCE", (folder + "/evidence").c_str(), 1);
+        lab::folder_make(folder);
+    }
+
+    void TearDown() override {
+        unsetenv("BACKHAUL_EVIDENCE");
+        lab::folder_remove(folder);
+        SandboxTest::TearDown();
+    }
+
+    std::string scenario(const std::string& steps) {
+        const std::string path = folder + "/story.scn";
+        lab::file_write(path, TWO_NODES + steps);
+        return path;
+    }
+
+    std::string folder;
+};
+
+TEST_F(Check, ends_with_0_when_everything_was_as_expected) {
+    const Ended ended = run("check " + scenario("wait-until e1 status ready within 100\n"
+                                                "expect e1 parent root\n"));
+    EXPECT_EQ(ended.code, 0) << ended.out;
+    EXPECT_FALSE(lab::path_exists(folder + "/evidence"));
+}
+
+TEST_F(Check, ends_with_1_and_says_what_differed_and_where_the_evidence_is) {
+    const Ended ended = run("check " + scenario("wait-until e1 status ready within 100\n"
+                                                "expect e1 uplink ath1\n"
+                                                "expect e1 hops 1\n"));
+    EXPECT_EQ(ended.code, 1);
+    EXPECT_THAT(ended.out, AllOf(HasSubstr("story.scn:5: expect e1 uplink ath1"),
+                                 HasSubstr("e1 uplink is ath0"), Not(HasSubstr("story.scn:6"))));
+    const std::size_t at = ended.out.find("evidence: ");
+    ASSERT_NE(at, std::string::npos) << ended.out;
+    const std::string left = ended.out.substr(at + 10, ended.out.find('\n', at) - at - 10);
+    std::string text;
+    EXPECT_TRUE(lab::file_read(left + "/e1/var/log/backhaul_flow_log", &text));
+    EXPECT_THAT(text, HasSubstr("change ath0 state from 4 to 7"));
+    EXPECT_TRUE(lab::file_read(left + "/e1/run/lab/record/lines", &text));
+    EXPECT_THAT(text, HasSubstr("hyctl setifbcast br-lan ath0 enable"));
+    EXPECT_TRUE(lab::path_exists(left + "/root/tmp/wifi_if_profile"));
+
+    // The one command that it prints runs the same again.
+    const std::size_t again = ended.out.find("again: ");
+    ASSERT_NE(again, std::string::npos) << ended.out;
+    const std::string command =
+        ended.out.substr(again + 7, ended.out.find('\n', again) - again - 7);
+    const std::size_t words = command.find("check ");
+    ASSERT_NE(words, std::string::npos) << command;
+    EXPECT_EQ(run(command.substr(words)).code, 1);
+}
+
+TEST_F(Check, stops_at_a_wait_that_does_not_come_true) {
+    const Ended ended = run("check " + scenario("wait-until e1 uplink eth within 3\n"
+                                                "expect e1 hops 7\n"));
+    EXPECT_EQ(ended.code, 1);
+    EXPECT_THAT(ended.out, AllOf(HasSubstr("story.scn:4: wait-until e1 uplink eth within 3"),
+                                 Not(HasSubstr("story.scn:5"))));
+}
+
+TEST_F(Check, ends_with_2_when_the_scenario_cannot_be_read) {
+    const Ended ended = run("check " + scenario("dauth e1\n"));
+    EXPECT_EQ(ended.code, 2);
+    EXPECT_THAT(ended.out, HasSubstr("did you mean `deauth`?"));
+    EXPECT_EQ(run("check " + folder + "/missing.scn").code, 2);
+}
+
+TEST_F(Check, repeats_a_run_of_the_same_seed) {
+    const std::string words = "chaos --nodes 2 --hours 1 --seed 3";
+    const auto table_of = [](const std::string& out) {
+        return out.substr(std::min(out.find("NODE "), out.size()));
+    };
+    const Ended one = run(words);
+    const Ended other = run(words);
+    EXPECT_EQ(one.code, 0) << one.out;
+    EXPECT_EQ(table_of(one.out), table_of(other.out));
+    EXPECT_THAT(one.out, HasSubstr("worst outage"));
+}
+
+}  // namespace

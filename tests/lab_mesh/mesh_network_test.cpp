@@ -1,0 +1,120 @@
+// Where frames go between the nodes of a mesh, shown by marked broadcasts on real bridges.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "lab/mesh/broadcast_probe.h"
+#include "lab/mesh/mesh_network.h"
+#include "lab/node/node.h"
+#include "tests/harness/sandbox.h"
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::Gt;
+
+class MeshNetwork : public harness::SandboxTest {
+protected:
+    void make(int count) {
+        for (int index = 0; index < count; ++index) {
+            lab::NodeOptions options;
+            options.name = "n" + std::to_string(index);
+            options.programs = std::string(BACKHAUL_BUILD_DIR) + "/lab";
+            options.keep = {options.programs};
+            options.address = "192.168.1." + std::to_string(10 + index) + "/24";
+            options.radios = {};
+            options.switch_name = lab::MeshNetwork::switch_name(index);
+            ASSERT_EQ(lab::MeshNetwork::switch_make(index, error), 0) << error;
+            nodes.push_back(lab::Node::make(options, error));
+            ASSERT_NE(nodes.back(), nullptr) << error;
+            network.node_port_set(index, nodes.back()->switch_port());
+            ASSERT_EQ(probe.node_add(nodes.back()->init(), error), 0) << error;
+        }
+    }
+
+    void TearDown() override {
+        // The switches go with their links, and the links with them.
+        nodes.clear();
+        for (int index = 0; index < 4; ++index) {
+            std::string nothing;
+            lab::run_program({"ip", "link", "del", lab::MeshNetwork::switch_name(index)}, "",
+                             nothing);
+        }
+        SandboxTest::TearDown();
+    }
+
+    void up(int node, const std::string& interface, int peer) {
+        ASSERT_EQ(network.link_up(node, interface, peer, error), 0) << error;
+    }
+
+    std::vector<int> mark_from(int node) {
+        return probe.counts(probe.send(node));
+    }
+
+    std::string error;
+    std::vector<std::unique_ptr<lab::Node>> nodes;
+    lab::MeshNetwork network;
+    lab::BroadcastProbe probe;
+};
+
+TEST_F(MeshNetwork, carries_a_broadcast_once_to_everybody_in_reach) {
+    make(4);
+    up(1, "ath0", 0);
+    up(2, "ath0", 1);
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 1, 1, 0));
+    EXPECT_THAT(mark_from(2), ElementsAre(1, 1, 1, 0));
+    EXPECT_THAT(mark_from(3), ElementsAre(0, 0, 0, 1));
+}
+
+TEST_F(MeshNetwork, carries_nothing_over_a_link_that_is_gone_or_leads_elsewhere_now) {
+    make(3);
+    up(1, "ath0", 0);
+    ASSERT_EQ(network.link_down(1, "ath0", error), 0) << error;
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 0, 0));
+    EXPECT_FALSE(network.carries(1, "ath0"));
+    up(1, "ath0", 2);
+    EXPECT_THAT(mark_from(1), ElementsAre(0, 1, 1));
+    EXPECT_TRUE(network.carries(1, "ath0"));
+}
+
+TEST_F(MeshNetwork, shows_a_loop_by_a_mark_that_comes_again_and_ends_what_circles) {
+    make(3);
+    up(1, "ath0", 0);
+    up(2, "ath0", 1);
+    up(2, "ath1", 0);
+    EXPECT_THAT(mark_from(0), Each(Gt(1)));
+    ASSERT_EQ(network.storm_break(error), 0) << error;
+    ASSERT_EQ(network.link_down(2, "ath1", error), 0) << error;
+    // What circled is gone: a mark of its own comes once, and no old one fills the queues.
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 1, 1));
+}
+
+TEST_F(MeshNetwork, leaves_a_station_out_while_its_broadcasts_are_disabled) {
+    make(2);
+    ASSERT_EQ(network.broadcast_set(1, "ath0", false, error), 0) << error;
+    up(1, "ath0", 0);
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 0));
+    ASSERT_EQ(network.broadcast_set(1, "ath0", true, error), 0) << error;
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 1));
+    ASSERT_EQ(network.broadcast_set(1, "ath0", false, error), 0) << error;
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 0));
+    ASSERT_EQ(network.broadcast_reset(1, error), 0) << error;
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 1));
+}
+
+TEST_F(MeshNetwork, loses_a_nodes_own_frames_and_passes_those_of_others) {
+    make(3);
+    up(1, "ath0", 0);
+    up(2, "ath0", 1);
+    ASSERT_EQ(network.messages_set(1, false, error), 0) << error;
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 0, 1));
+    EXPECT_THAT(mark_from(1), ElementsAre(0, 1, 0));
+    ASSERT_EQ(network.messages_set(1, true, error), 0) << error;
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 1, 1));
+}
+
+}  // namespace
