@@ -261,6 +261,24 @@ TEST_F(ReadyTick, makes_six_scans_in_an_outage_and_goes_on_checking_afterwards) 
     EXPECT_EQ(ath0->uplink_scan_count, 6);
 }
 
+TEST_F(ReadyTick, delays_no_more_than_the_sweep_that_judges_all_by_its_first_second) {
+    enter(ath0, BACKHAUL_READY);
+    harness::clock_advance(56);
+    enter(ath1, INIT);
+    harness::clock_advance(5);
+    const uint32_t began = harness::clock_now();
+    timeout_sweep(began);
+    EXPECT_EQ(harness::clock_now(), began + 2) << "the scan waits";
+    EXPECT_EQ(ath0->timer_start, began + 2);
+    // Seven seconds have passed for it, but not when the sweep began.
+    EXPECT_EQ(ath1->timer_start, began - 5);
+    journal_take();
+    timeout_sweep(harness::clock_now());
+    const Journal journal = journal_take();
+    ASSERT_FALSE(journal.empty());
+    EXPECT_EQ(journal.front(), event("ath1", 0).front());
+}
+
 TEST_F(ReadyTick, forgives_a_loss_after_five_ticks) {
     ath0->uplink_scan_count = 6;
     ath0->disconnect_count = 2;
