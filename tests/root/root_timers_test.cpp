@@ -201,7 +201,7 @@ TEST_F(RootTimers, do_not_make_up_for_missed_expiries) {
 
 TEST_F(RootTimers, are_read_so_that_one_expiry_runs_one_handler) {
     mode = settime_mode::milliseconds;
-    const std::array<root_timer, 2> table{{{1, 0, run_a}, {40, 0, run_b}}};
+    const std::array<root_timer, 2> table{{{1, 0, run_a}, {400, 0, run_b}}};
     open_table(table);
     root_timers_step(table, set_);
     root_timers_step(table, set_);
@@ -211,7 +211,7 @@ TEST_F(RootTimers, are_read_so_that_one_expiry_runs_one_handler) {
 TEST_F(RootTimers, wait_for_a_slow_handler_and_are_not_lost) {
     mode = settime_mode::milliseconds;
     const std::array<root_timer, 3> table{
-        {{1, 5000, run_slow}, {30, 5000, run_b}, {20, 5000, run_c}}};
+        {{1, 5000, run_slow}, {300, 5000, run_b}, {200, 5000, run_c}}};
     open_table(table);
     watched_by_slow_handler = {set_.fds[1], set_.fds[2]};
     root_timers_step(table, set_);
