@@ -14,6 +14,7 @@ constexpr double FASTEST = 1000;
 constexpr int MOST_LINES = 1000000;
 constexpr int MOST_CHAOS_NODES = 200;
 constexpr int MOST_CHAOS_HOURS = 10000;
+constexpr int MOST_MINUTES = 10000;
 
 constexpr std::array COMMANDS = {
     CommandRow{CommandKind::UP, "up", "up FILE | up line N | up star N | up tree A B | up grid A B",
@@ -36,7 +37,7 @@ constexpr std::array COMMANDS = {
                "--json --seed --evidence --no-colour"},
     CommandRow{CommandKind::CHAOS, "chaos", "chaos",
                "Plays random verbs and tells of outages and broken rules.", 0, 0,
-               "--nodes --hours --seed --json --evidence --no-colour"},
+               "--nodes --hours --minutes --seed --json --evidence --no-colour"},
     CommandRow{CommandKind::GENERATE, "generate",
                "generate line N | generate star N | generate tree A B | generate grid A B",
                "Prints a scenario of that shape.", 1, 3, "--seed"},
@@ -64,6 +65,7 @@ constexpr std::array OPTIONS = {
               "Where a failed run leaves its folder."},
     OptionRow{OptionKind::NODES, "--nodes", "N", "Nodes of the mesh, the root among them (8)."},
     OptionRow{OptionKind::HOURS, "--hours", "N", "Hours of the mesh's time (24)."},
+    OptionRow{OptionKind::MINUTES, "--minutes", "N", "Ends the run after so many real minutes."},
     OptionRow{OptionKind::COLOUR, "--no-colour", "", "No colour, whatever the terminal."},
 };
 
@@ -132,6 +134,8 @@ bool value_take(OptionKind kind, const std::string& value, Arguments* arguments)
             return number_into(value, MOST_CHAOS_NODES, &arguments->nodes);
         case OptionKind::HOURS:
             return number_into(value, MOST_CHAOS_HOURS, &arguments->hours);
+        case OptionKind::MINUTES:
+            return number_into(value, MOST_MINUTES, &arguments->minutes);
         case OptionKind::JSON:
             arguments->json = true;
             return true;

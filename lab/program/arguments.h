@@ -46,6 +46,7 @@ enum class OptionKind {
     EVIDENCE,
     NODES,
     HOURS,
+    MINUTES,
     COLOUR,
 };
 
@@ -80,6 +81,7 @@ struct Arguments {
     int lines = 0;         // 0: not said
     int nodes = 0;         // 0: not said
     int hours = 0;         // 0: not said
+    int minutes = 0;       // of real time; 0: no limit
 };
 
 // Every command once, in the order of CommandKind; every option once, in that of OptionKind.

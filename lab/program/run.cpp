@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -20,6 +22,13 @@ namespace lab {
 namespace {
 
 constexpr std::int64_t PROGRESS_MS = 5000;
+constexpr std::int64_t MS_A_MINUTE = 60000;
+
+volatile std::sig_atomic_t ending = 0;
+
+void ending_note(int /*number*/) {
+    ending = 1;
+}
 
 std::int64_t now_ms() {
     using namespace std::chrono;
@@ -46,6 +55,24 @@ void progress_show(const Run& run, std::int64_t* shown) {
     }
     *shown = now;
     fprintf(stderr, "%s\n", status_headline(mesh_status(*run.mesh, run.player.get())).c_str());
+}
+
+/// Plays until all steps are over, the machine fails or it is to end early.
+void play_on(std::int64_t until, bool shows_progress, Run* run) {
+    std::int64_t shown = now_ms();
+    while ((run->state = run->player->go_on(run->failure)) == PlayState::PLAYING) {
+        run->ended_early = ending != 0 || now_ms() >= until;
+        if (run->ended_early) {
+            return;
+        }
+        if (run->mesh->second(run->failure) != 0) {
+            run->state = PlayState::STOPPED;
+            return;
+        }
+        if (shows_progress) {
+            progress_show(*run, &shown);
+        }
+    }
 }
 
 int unknown_violations(const Run& run) {
@@ -108,13 +135,19 @@ int switches_of(const Mesh& mesh) {
 }  // namespace
 
 bool run_is_good(const Run& run) {
-    return run.state == PlayState::DONE && run.failure.empty() && run.player->failures() == 0 &&
-           unknown_violations(run) == 0 && run.sanitizer_reports.empty();
+    return (run.state == PlayState::DONE || run.ended_early) && run.failure.empty() &&
+           run.player->failures() == 0 && unknown_violations(run) == 0 &&
+           run.sanitizer_reports.empty();
 }
 
 bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_progress, Run* run) {
     const ProgramPlace place = program_place();
     std::string error;
+    // Before the sandbox, so that the process that waits outside outlives the key as well.
+    struct sigaction action {};
+    sigemptyset(&action.sa_mask);
+    action.sa_handler = ending_note;
+    sigaction(SIGINT, &action, nullptr);
     if (mesh_sandbox_enter(place, {evidence_base(arguments)}, error) != 0) {
         complain(error);
         return false;
@@ -126,16 +159,8 @@ bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_p
         return false;
     }
     run->player = std::make_unique<Player>(*run->mesh);
-    std::int64_t shown = begun;
-    while ((run->state = run->player->go_on(run->failure)) == PlayState::PLAYING) {
-        if (run->mesh->second(run->failure) != 0) {
-            run->state = PlayState::STOPPED;
-            break;
-        }
-        if (shows_progress) {
-            progress_show(*run, &shown);
-        }
-    }
+    play_on(arguments.minutes > 0 ? begun + arguments.minutes * MS_A_MINUTE : INT64_MAX,
+            shows_progress, run);
     run->sanitizer_reports = mesh_sanitizer_reports(*run->mesh);
     run->real_ms = now_ms() - begun;
     return true;
@@ -177,8 +202,8 @@ std::string run_verdict(const Run& run) {
     char real[32] = "";
     std::snprintf(real, sizeof(real), "%.1f s", static_cast<double>(run.real_ms) / 1000);
     return run.title + ": " + (run_is_good(run) ? "good" : "DIFFERS") + ", " +
-           duration_text(run.mesh->passed()) + " of the mesh in " + real + ", seed " +
-           std::to_string(run.mesh->scenario().seed);
+           (run.ended_early ? "ended early, " : "") + duration_text(run.mesh->passed()) +
+           " of the mesh in " + real + ", seed " + std::to_string(run.mesh->scenario().seed);
 }
 
 std::string run_again_command(const Run& run) {
@@ -192,6 +217,7 @@ std::string run_json(const Run& run) {
     json.object_begin();
     json.key("file").value(run.title);
     json.key("good").value(run_is_good(run));
+    json.key("ended_early").value(run.ended_early);
     json.key("seed").value(static_cast<std::int64_t>(run.mesh->scenario().seed));
     json.key("seconds").value(run.mesh->passed());
     json.key("real_ms").value(run.real_ms);

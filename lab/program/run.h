@@ -20,17 +20,19 @@ struct Run {
     std::unique_ptr<Mesh> mesh;
     std::unique_ptr<Player> player;
     PlayState state = PlayState::PLAYING;
-    std::string failure;  // of the machine; empty: none
+    bool ended_early = false;  // by a key, or because its real time was over
+    std::string failure;       // of the machine; empty: none
     std::vector<std::string> sanitizer_reports;
     std::int64_t real_ms = 0;
     std::string evidence;  // folder; empty: none was needed
 };
 
-// Everything was as expected: steps, rules (those known left out) and sanitizers.
+// Everything that was played was as expected: steps, rules (those known left out) and sanitizers.
 bool run_is_good(const Run& run);
 
 // Plays the scenario; false after a complaint when no mesh could be made. `shows_progress` tells
-// every few seconds on standard error how far it is.
+// every few seconds on standard error how far it is. SIGINT ends a run early: what was found until
+// then counts.
 bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_progress, Run* run);
 
 // Leaves everything in a folder when the run was not good.
