@@ -67,6 +67,8 @@ int BroadcastProbe::node_add(int init, std::string& error) {
 }
 
 std::uint32_t BroadcastProbe::send(int node) {
+    // What an earlier mark left in the queues would leave no room for this one.
+    counts(mark_);
     seen_.assign(ears_.size(), 0);
     ++mark_;
     sender_ = node;
@@ -87,6 +89,7 @@ std::uint32_t BroadcastProbe::send(int node) {
 }
 
 std::vector<int> BroadcastProbe::counts(std::uint32_t mark) {
+    seen_.resize(ears_.size());
     for (std::size_t node = 0; node < ears_.size(); ++node) {
         Frame frame;
         sockaddr_ll from{};

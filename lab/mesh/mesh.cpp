@@ -27,7 +27,7 @@ std::unique_ptr<Mesh> Mesh::make(const Scenario& scenario, const MeshOptions& op
 
 int Mesh::nodes_make(std::string& error) {
     for (int index = 0; index < static_cast<int>(scenario_.nodes.size()); ++index) {
-        if (MeshNetwork::switch_make(index, error) != 0) {
+        if (network_.switch_make(index, error) != 0) {
             return -1;
         }
         std::unique_ptr<MeshNode> node =

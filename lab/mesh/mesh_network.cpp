@@ -36,12 +36,25 @@ int await_open_port(const std::string& port, std::string& error) {
 
 }  // namespace
 
+MeshNetwork::~MeshNetwork() {
+    std::string commands;
+    for (const auto& [key, wire] : wires_) {
+        commands += wire.lower.empty() ? "" : "link del " + wire.lower + "\n";
+    }
+    for (const int node : switches_) {
+        commands += "link del " + switch_name(node) + "\n";
+    }
+    std::string nobody_asks;
+    ip_batch(commands, nobody_asks);
+}
+
 std::string MeshNetwork::switch_name(int node) {
     return "sw" + std::to_string(node);
 }
 
 int MeshNetwork::switch_make(int node, std::string& error) {
     const std::string name = switch_name(node);
+    switches_.insert(node);
     // With an ageing time of 0 nothing is learnt. A switch would else send a moved node's frames
     // the old way for minutes of the machine's time, hours of the mesh's.
     return ip_batch("link add name " + name +

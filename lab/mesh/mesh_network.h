@@ -21,8 +21,14 @@ namespace lab {
 
 class MeshNetwork {
 public:
+    MeshNetwork() = default;
+    // Takes all wires and switches away again.
+    ~MeshNetwork();
+    MeshNetwork(const MeshNetwork&) = delete;
+    MeshNetwork& operator=(const MeshNetwork&) = delete;
+
     // Makes the switch of a node, which has to exist before the node does.
-    static int switch_make(int node, std::string& error);
+    int switch_make(int node, std::string& error);
     static std::string switch_name(int node);
 
     // The switch's end of the cable to the node's "br-lan".
@@ -67,6 +73,7 @@ private:
     std::map<Key, Wire> wires_;
     std::set<Key> cut_off_;
     std::map<int, std::string> node_ports_;
+    std::set<int> switches_;
     int made_ = 0;
     int changes_ = 0;
 };

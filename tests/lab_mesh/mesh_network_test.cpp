@@ -28,23 +28,12 @@ protected:
             options.address = "192.168.1." + std::to_string(10 + index) + "/24";
             options.radios = {};
             options.switch_name = lab::MeshNetwork::switch_name(index);
-            ASSERT_EQ(lab::MeshNetwork::switch_make(index, error), 0) << error;
+            ASSERT_EQ(network.switch_make(index, error), 0) << error;
             nodes.push_back(lab::Node::make(options, error));
             ASSERT_NE(nodes.back(), nullptr) << error;
             network.node_port_set(index, nodes.back()->switch_port());
             ASSERT_EQ(probe.node_add(nodes.back()->init(), error), 0) << error;
         }
-    }
-
-    void TearDown() override {
-        // The switches go with their links, and the links with them.
-        nodes.clear();
-        for (int index = 0; index < 4; ++index) {
-            std::string nothing;
-            lab::run_program({"ip", "link", "del", lab::MeshNetwork::switch_name(index)}, "",
-                             nothing);
-        }
-        SandboxTest::TearDown();
     }
 
     void up(int node, const std::string& interface, int peer) {
