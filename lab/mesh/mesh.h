@@ -131,6 +131,8 @@ private:
     NodeObservation look_at(int index);
     void ethernet_answers_take();
     int broadcast_look(std::string& error);
+    int loop_look(std::string& error);
+    void marks_note(const std::vector<int>& counts);
     void changes_note(const NodeObservation& now);
     void outages_note();
 

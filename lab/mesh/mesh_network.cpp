@@ -82,8 +82,25 @@ int MeshNetwork::plug(Wire* wire, int peer, std::string& error) {
         return -1;
     }
     wire->plugged_to = peer;
-    ++changes_;
     return peer == NOWHERE ? 0 : await_open_port(wire->upper, error);
+}
+
+// Frames of one node reach the other over links that are plugged now.
+bool MeshNetwork::connected(int one, int other) const {
+    std::set<int> reached = {one};
+    std::size_t before = 0;
+    while (before != reached.size()) {
+        before = reached.size();
+        for (const auto& [key, wire] : wires_) {
+            const bool crosses = wire.plugged_to != NOWHERE &&
+                                 reached.contains(key.first) != reached.contains(wire.plugged_to);
+            if (crosses) {
+                reached.insert(key.first);
+                reached.insert(wire.plugged_to);
+            }
+        }
+    }
+    return reached.contains(other);
 }
 
 int MeshNetwork::settle(const Key& key, std::string& error) {
@@ -92,14 +109,35 @@ int MeshNetwork::settle(const Key& key, std::string& error) {
         return 0;
     }
     Wire& wire = found->second;
-    const int wanted = cut_off_.count(key) != 0 ? NOWHERE : wire.peer;
-    if (wire.plugged_to == wanted) {
+    const int wanted = cut_off_.contains(key) ? NOWHERE : wire.peer;
+    if (wire.plugged_to == wanted && !(wire.held && wanted == NOWHERE)) {
         return 0;
     }
-    if (wire.plugged_to != NOWHERE && wanted != NOWHERE && plug(&wire, NOWHERE, error) != 0) {
+    wire.held = false;
+    ++changes_;
+    if (wire.plugged_to != NOWHERE && plug(&wire, NOWHERE, error) != 0) {
         return -1;
     }
-    return plug(&wire, wanted, error);
+    if (wanted != NOWHERE && connected(key.first, wanted)) {
+        wire.held = true;
+    } else if (wanted != NOWHERE && plug(&wire, wanted, error) != 0) {
+        return -1;
+    }
+    return settle_held(error);
+}
+
+// Links that no longer close a loop, because another one went, carry frames now.
+int MeshNetwork::settle_held(std::string& error) {
+    for (auto& [key, wire] : wires_) {
+        if (wire.held && !connected(key.first, wire.peer)) {
+            wire.held = false;
+            ++changes_;
+            if (plug(&wire, wire.peer, error) != 0) {
+                return -1;
+            }
+        }
+    }
+    return 0;
 }
 
 int MeshNetwork::link_up(int node, const std::string& interface, int peer, std::string& error) {
@@ -151,17 +189,30 @@ int MeshNetwork::messages_set(int node, bool pass, std::string& error) {
 
 bool MeshNetwork::carries(int node, const std::string& interface) const {
     const auto found = wires_.find({node, interface});
-    return found != wires_.end() && found->second.plugged_to != NOWHERE;
+    return found != wires_.end() && (found->second.plugged_to != NOWHERE || found->second.held);
 }
 
-int MeshNetwork::storm_break(std::string& error) {
+int MeshNetwork::loop_at() const {
+    for (const auto& [key, wire] : wires_) {
+        if (wire.held) {
+            return key.first;
+        }
+    }
+    return NOWHERE;
+}
+
+int MeshNetwork::loop_shut(std::string& error) {
     for (auto& [key, wire] : wires_) {
-        if (wire.plugged_to != NOWHERE && plug(&wire, NOWHERE, error) != 0) {
+        if (wire.held && plug(&wire, wire.peer, error) != 0) {
             return -1;
         }
     }
-    for (const auto& [key, wire] : wires_) {
-        if (settle(key, error) != 0) {
+    return 0;
+}
+
+int MeshNetwork::loop_open(std::string& error) {
+    for (auto& [key, wire] : wires_) {
+        if (wire.held && plug(&wire, NOWHERE, error) != 0) {
             return -1;
         }
     }

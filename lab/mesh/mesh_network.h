@@ -3,8 +3,11 @@
 // Every node has a switch of its own in the outer sandbox, a bridge to which its "br-lan" leads
 // over a veth pair. A link of the air or a cable is one more veth pair between two switches: its
 // upper end is a port of the upper switch only while frames pass. Switches learn no addresses
-// (every frame goes everywhere), so a link that moves needs nothing but to be plugged elsewhere;
-// whether the links form a loop is shown by the frames themselves.
+// (every frame goes everywhere), so a link that moves needs nothing but to be plugged elsewhere.
+//
+// A link that closes a loop is held open, for a single broadcast would circle in it for ever and
+// leave the machine no time for anything else. It counts as one that carries frames, and loop_shut
+// closes it for a moment, in which a marked frame shows that the loop is real.
 //
 // A link carries frames while the air says that it is there and the node's hybrid-networking daemon
 // has not cut the station off. Used on the thread that owns the mesh. Functions return 0, or -1
@@ -45,16 +48,20 @@ public:
     // Frames from and to the node itself pass or are lost; what others send through it passes.
     int messages_set(int node, bool pass, std::string& error);
 
-    // Frames pass over this link now.
+    // Frames pass over this link now, or would if it did not close a loop.
     bool carries(int node, const std::string& interface) const;
 
-    // Number of times that a link was plugged or pulled.
+    // Number of times that a link was plugged, pulled or held open.
     int changes() const {
         return changes_;
     }
 
-    // Ends a frame that circles, by pulling all links for a moment.
-    int storm_break(std::string& error);
+    // A node whose link closes a loop, -1: there is none.
+    int loop_at() const;
+
+    // Shuts and opens the loops for a moment. Only while all nodes are quiet.
+    int loop_shut(std::string& error);
+    int loop_open(std::string& error);
 
 private:
     using Key = std::pair<int, std::string>;  // node, interface
@@ -64,9 +71,12 @@ private:
         std::string upper;
         int peer = -1;        // -1: the air knows no link
         int plugged_to = -1;  // whose switch the upper end is a port of
+        bool held = false;    // it would close a loop
     };
 
     int settle(const Key& key, std::string& error);
+    int settle_held(std::string& error);
+    bool connected(int one, int other) const;
     int wire_make(int node, Wire* wire, std::string& error);
     int plug(Wire* wire, int peer, std::string& error);
 

@@ -18,7 +18,6 @@ constexpr std::string_view READY = "ready\n";
 
 // Without a change a mark goes round now and then; after one, at the next look.
 constexpr std::int64_t MARK_PERIOD = 30;
-constexpr int STORM = 8;  // so many arrivals of one mark are a frame that circles
 
 std::vector<ObservedInterface> interfaces_of(const ScenarioNode& node) {
     std::vector<ObservedInterface> interfaces;
@@ -102,25 +101,40 @@ void Mesh::ethernet_answers_take() {
     }
 }
 
+void Mesh::marks_note(const std::vector<int>& counts) {
+    const std::string mark =
+        nodes_[air_index(mark_sender_)]->plan().name + " at " + duration_text(mark_at_);
+    for (std::size_t index = 0; index < counts.size(); ++index) {
+        observation_.nodes[index].broadcasts.push_back({mark, counts[index]});
+    }
+}
+
+// A mark of its own for a loop, which is open again before anything else could circle.
+int Mesh::loop_look(std::string& error) {
+    mark_sender_ = network_.loop_at();
+    mark_at_ = passed();
+    if (network_.loop_shut(error) != 0) {
+        return -1;
+    }
+    const std::uint32_t mark = probe_.send(mark_sender_);
+    const bool opened = network_.loop_open(error) == 0;
+    marks_note(probe_.counts(mark));
+    return opened ? 0 : -1;
+}
+
 int Mesh::broadcast_look(std::string& error) {
     if (mark_ != 0) {
-        const std::vector<int> counts = probe_.counts(mark_);
-        const std::string name =
-            nodes_[air_index(mark_sender_)]->plan().name + " at " + std::to_string(mark_at_);
-        for (std::size_t index = 0; index < counts.size(); ++index) {
-            observation_.nodes[index].broadcasts = {{name, counts[index]}};
-        }
+        marks_note(probe_.counts(mark_));
         mark_ = 0;
-        if (std::any_of(counts.begin(), counts.end(), [](int count) { return count > STORM; }) &&
-            network_.storm_break(error) != 0) {
-            return -1;
-        }
     }
     const bool moved = mark_changes_ != network_.changes();
+    mark_changes_ = network_.changes();
+    if (moved && network_.loop_at() != NOBODY) {
+        return loop_look(error);
+    }
     if (moved || passed() - mark_at_ >= MARK_PERIOD) {
         mark_sender_ = (mark_sender_ + 1) % node_count();
         mark_at_ = passed();
-        mark_changes_ = network_.changes();
         mark_ = probe_.send(mark_sender_);
     }
     return 0;

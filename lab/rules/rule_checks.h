@@ -39,7 +39,9 @@ void rule_cable(const Look& look);
 void rule_status_text(const Look& look);
 void rule_one_uplink(const Look& look);
 void rule_service_aps(const Look& look);
-void rule_no_loop(const Look& look);
+// Everybody in a loop sees its frames again: `known` is the reason of the node that closes it.
+std::string loop_reason(const Look& look);
+void rule_no_loop(const Look& look, const std::string& known);
 void rule_worker(const Look& look);
 
 }  // namespace lab

@@ -86,6 +86,8 @@ bool supplicant_is_failing(const Look& look) {
 
 std::vector<Violation> rules_check(RulesMemory* memory, const Observation& observation) {
     std::vector<Violation> violations;
+    std::string loop_known;
+    std::vector<Look> looks;
     for (const NodeObservation& node : observation.nodes) {
         NodeMemory& of_node = memory->nodes[node.name];
         const bool starts_anew = of_node.is_new || node.rebooted || !node.powered;
@@ -94,11 +96,14 @@ std::vector<Violation> rules_check(RulesMemory* memory, const Observation& obser
             of_node.is_new = !node.powered;
             of_node.tracker = link_tracker_make(node.interfaces);
         }
-        const Look look{node, of_node, observation.time, &violations};
         if (node.powered) {
-            node_check(look);
-            rule_no_loop(look);
+            looks.push_back({node, of_node, observation.time, &violations});
+            node_check(looks.back());
+            loop_known = loop_known.empty() ? loop_reason(looks.back()) : loop_known;
         }
+    }
+    for (const Look& look : looks) {
+        rule_no_loop(look, loop_known);
     }
     return violations;
 }

@@ -100,13 +100,17 @@ void rule_service_aps(const Look& look) {
     }
 }
 
-void rule_no_loop(const Look& look) {
+std::string loop_reason(const Look& look) {
+    return look.node.uplinks.size() > 1 ? uplinks_reason(look) : "";
+}
+
+void rule_no_loop(const Look& look, const std::string& known) {
     for (const ObservedBroadcast& broadcast : look.node.broadcasts) {
         if (episode_is_due(look, "seen " + broadcast.mark, broadcast.seen > 1, -1)) {
             violation_add(look, RULE_NO_LOOP,
                           "broadcast " + broadcast.mark + " came " +
                               std::to_string(broadcast.seen) + " times",
-                          look.node.uplinks.size() > 1 ? uplinks_reason(look) : "");
+                          known);
         }
     }
 }

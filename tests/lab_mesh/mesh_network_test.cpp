@@ -70,16 +70,46 @@ TEST_F(MeshNetwork, carries_nothing_over_a_link_that_is_gone_or_leads_elsewhere_
     EXPECT_TRUE(network.carries(1, "ath0"));
 }
 
-TEST_F(MeshNetwork, shows_a_loop_by_a_mark_that_comes_again_and_ends_what_circles) {
+TEST_F(MeshNetwork, holds_a_link_open_that_closes_a_loop_and_shows_the_loop_for_a_moment) {
+    make(3);
+    up(1, "ath0", 0);
+    up(2, "ath0", 1);
+    EXPECT_EQ(network.loop_at(), -1);
+    up(2, "ath1", 0);
+    EXPECT_EQ(network.loop_at(), 2);
+    EXPECT_TRUE(network.carries(2, "ath1"));
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 1, 1));
+
+    ASSERT_EQ(network.loop_shut(error), 0) << error;
+    const std::uint32_t mark = probe.send(0);
+    ASSERT_EQ(network.loop_open(error), 0) << error;
+    EXPECT_THAT(probe.counts(mark), Each(Gt(1)));
+    // What circled is gone.
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 1, 1));
+}
+
+TEST_F(MeshNetwork, plugs_a_held_link_when_the_loop_opens_elsewhere) {
     make(3);
     up(1, "ath0", 0);
     up(2, "ath0", 1);
     up(2, "ath1", 0);
-    EXPECT_THAT(mark_from(0), Each(Gt(1)));
-    ASSERT_EQ(network.storm_break(error), 0) << error;
+    ASSERT_EQ(network.link_down(2, "ath0", error), 0) << error;
+    EXPECT_EQ(network.loop_at(), -1);
+    EXPECT_FALSE(network.carries(2, "ath0"));
+    EXPECT_THAT(mark_from(2), ElementsAre(1, 1, 1));
     ASSERT_EQ(network.link_down(2, "ath1", error), 0) << error;
-    // What circled is gone: a mark of its own comes once, and no old one fills the queues.
-    EXPECT_THAT(mark_from(0), ElementsAre(1, 1, 1));
+    EXPECT_THAT(mark_from(2), ElementsAre(0, 0, 1));
+}
+
+TEST_F(MeshNetwork, forgets_a_held_link_that_goes_away) {
+    make(2);
+    up(1, "ath0", 0);
+    up(1, "ath1", 0);
+    EXPECT_EQ(network.loop_at(), 1);
+    ASSERT_EQ(network.broadcast_set(1, "ath1", false, error), 0) << error;
+    EXPECT_EQ(network.loop_at(), -1);
+    EXPECT_FALSE(network.carries(1, "ath1"));
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 1));
 }
 
 TEST_F(MeshNetwork, leaves_a_station_out_while_its_broadcasts_are_disabled) {

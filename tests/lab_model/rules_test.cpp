@@ -187,6 +187,27 @@ TEST_F(Rules, no_loop_tells_a_broadcast_that_came_twice) {
     EXPECT_EQ(taken(), (Texts{"no-loop: broadcast m2 came 2 times"}));
 }
 
+TEST_F(Rules, no_loop_knows_for_everybody_the_reason_of_the_node_that_closes_the_loop) {
+    begin_ready();
+    pass(1);
+    node.log.clear();
+    node.uplinks = {"ath0", "ath1"};
+    NodeObservation other;
+    other.name = "root";
+    other.is_root = true;
+    other.broadcasts = {{"m1", 3}};
+    std::vector<Violation> violations = rules_check(&memory, {time, {other, node}});
+    ASSERT_EQ(violations.size(), 1U);
+    EXPECT_EQ(violations[0].node, "root");
+    EXPECT_EQ(violations[0].known,
+              "a new worker starts one station and leaves the others as they are");
+    node.uplinks = {"ath0"};
+    other.broadcasts = {{"m2", 3}};
+    violations = rules_check(&memory, {time, {other, node}});
+    ASSERT_EQ(violations.size(), 1U);
+    EXPECT_EQ(violations[0].known, "");
+}
+
 TEST_F(Rules, worker_tells_an_end_that_nothing_had_caused) {
     begin_ready();
     node.worker_pid = 0;
