@@ -35,17 +35,26 @@ std::int64_t now_ms() {
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-/// The folder above all evidence, made so that it can be kept visible in the sandbox.
-std::string evidence_base(const Arguments& arguments) {
+/// The folder above all evidence.
+std::filesystem::path evidence_base(const Arguments& arguments) {
     const char* wanted = getenv("BACKHAUL_EVIDENCE");
     const std::string base = !arguments.evidence.empty() ? arguments.evidence
                              : wanted != nullptr && *wanted != '\0'
                                  ? std::string(wanted)
                                  : program_place().build + "/evidence";
     std::error_code failure;
-    const std::filesystem::path folder = std::filesystem::absolute(base, failure);
-    std::filesystem::create_directories(folder, failure);
-    return folder;
+    return std::filesystem::absolute(base, failure).lexically_normal();
+}
+
+/// What the sandbox has to leave visible for it. A folder outside the build has to be there first;
+/// one inside is made when there is something to leave.
+std::vector<std::string> evidence_keep(const std::filesystem::path& base) {
+    if (base.string().starts_with(program_place().build + "/")) {
+        return {};
+    }
+    std::error_code failure;
+    std::filesystem::create_directories(base, failure);
+    return {base};
 }
 
 void progress_show(const Run& run, std::int64_t* shown) {
@@ -148,7 +157,7 @@ bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_p
     sigemptyset(&action.sa_mask);
     action.sa_handler = ending_note;
     sigaction(SIGINT, &action, nullptr);
-    if (mesh_sandbox_enter(place, {evidence_base(arguments)}, error) != 0) {
+    if (mesh_sandbox_enter(place, evidence_keep(evidence_base(arguments)), error) != 0) {
         complain(error);
         return false;
     }
@@ -170,11 +179,14 @@ void run_leave_evidence(const Arguments& arguments, Run* run) {
     if (run_is_good(*run)) {
         return;
     }
-    setenv("BACKHAUL_EVIDENCE", evidence_base(arguments).c_str(), 1);
+    const std::filesystem::path base = evidence_base(arguments);
+    std::error_code failure;
+    std::filesystem::create_directories(base, failure);
+    setenv("BACKHAUL_EVIDENCE", base.c_str(), 1);
     const std::string name = std::filesystem::path(run->title).stem();
     run->evidence = evidence_folder(name, "");
     if (run->evidence.empty() || !mesh_evidence_write(*run->mesh, run->evidence)) {
-        complain("not everything could be written to " + evidence_base(arguments));
+        complain("not everything could be written to " + base.string());
     }
 }
 
