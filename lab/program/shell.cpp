@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sched.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +17,8 @@
 
 namespace lab {
 namespace {
+
+constexpr int SHELL_MISSING = 127;
 
 struct Place {
     const char* path;  // below /proc/PID
@@ -32,30 +35,12 @@ constexpr std::array PLACES = {
     Place{"ns/user", CLONE_NEWUSER},
 };
 
-/// An ordinary user owns the node's user namespace and gets its rights there. Root has all rights
-/// where it is: entering the user namespace it is in is an error that does no harm.
-void user_namespace_enter(int fd) {
-    if (geteuid() != 0) {
-        [[maybe_unused]] const int ignored = setns(fd, CLONE_NEWUSER);
-    }
-}
-
-int namespaces_enter(const std::vector<int>& descriptors) {
-    user_namespace_enter(descriptors.back());
-    for (std::size_t at = 1; at + 1 < PLACES.size(); ++at) {
-        if (setns(descriptors[at], PLACES[at].kind) != 0) {
-            return -1;
-        }
-    }
-    return fchdir(descriptors[0]) == 0 && chroot(".") == 0 && chdir("/") == 0 ? 0 : -1;
-}
-
 std::string environment_value(const char* name, const char* otherwise) {
     const char* value = getenv(name);
     return value == nullptr ? otherwise : value;
 }
 
-std::vector<std::string> environment_of(const std::string& node) {
+std::vector<std::string> environment_of(const std::string& node, const std::string& prompt) {
     const std::string path = environment_value("PATH", "/usr/bin:/bin");
     return {std::string("PATH=") + kLabBin + ":" + path + ":/usr/sbin:/sbin",
             "TERM=" + environment_value("TERM", "dumb"),
@@ -63,36 +48,107 @@ std::vector<std::string> environment_of(const std::string& node) {
             "TZ=UTC0",
             "HOME=/",
             "LAB_NODE=" + node,
-            "PS1=" + node + ":\\w# "};
+            "PS1=" + node + prompt};
 }
 
-[[noreturn]] void become_shell(const std::string& node, const std::string& command) {
-    std::vector<std::string> environment = environment_of(node);
-    std::vector<std::string> words;
-    const bool has_bash = access("/bin/bash", X_OK) == 0;
-    if (has_bash) {
-        words = {"/bin/bash", "--noprofile", "--norc"};
-    } else {
-        // The plain shell knows no directory in its prompt.
-        words = {kLabRealShell};
-        environment.back() = "PS1=" + node + "# ";
+std::vector<char*> pointers_to(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) {
+        pointers.push_back(text.data());
     }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+// Everything that the shell needs, laid out before its process exists.
+struct Prepared {
+    std::vector<std::string> words;        // with bash
+    std::vector<std::string> plain_words;  // without
+    std::vector<std::string> environment;
+    std::vector<std::string> plain_environment;
+    std::vector<int> descriptors;
+    bool is_root = false;
+};
+
+Prepared prepare(const std::string& node, const std::vector<int>& descriptors,
+                 const std::string& command) {
+    Prepared plan;
+    plan.words = {"/bin/bash", "--noprofile", "--norc"};
+    plan.plain_words = {kLabRealShell};
     if (!command.empty()) {
-        words.insert(words.end(), {"-c", command});
+        plan.words.insert(plan.words.end(), {"-c", command});
+        plan.plain_words.insert(plan.plain_words.end(), {"-c", command});
     }
-    std::vector<char*> argv;
-    std::vector<char*> envp;
-    for (std::string& word : words) {
-        argv.push_back(word.data());
+    plan.environment = environment_of(node, "\\w# ");
+    // The plain shell knows no folder in its prompt.
+    plan.plain_environment = environment_of(node, "# ");
+    plan.descriptors = descriptors;
+    plan.is_root = geteuid() == 0;
+    return plan;
+}
+
+/// As fork(), but without what a sanitizer adds to it: a thread of its own, with which a process
+/// may not change its mount or user namespace.
+pid_t fork_plainly() {
+    return static_cast<pid_t>(syscall(SYS_clone, static_cast<unsigned long>(SIGCHLD), nullptr,
+                                      nullptr, nullptr, nullptr));
+}
+
+/// An ordinary user owns the node's user namespace and gets its rights there. Root has all rights
+/// where it is, and is in that namespace already.
+bool namespaces_enter(const Prepared& plan) {
+    if (!plan.is_root && setns(plan.descriptors.back(), CLONE_NEWUSER) != 0) {
+        return false;
     }
-    for (std::string& one : environment) {
-        envp.push_back(one.data());
+    for (std::size_t at = 1; at + 1 < PLACES.size(); ++at) {
+        if (setns(plan.descriptors[at], PLACES[at].kind) != 0) {
+            return false;
+        }
     }
-    argv.push_back(nullptr);
-    envp.push_back(nullptr);
-    execve(argv[0], argv.data(), envp.data());
-    fprintf(stderr, "cannot run %s in %s: %s\n", argv[0], node.c_str(), strerror(errno));
-    _exit(127);
+    return fchdir(plan.descriptors[0]) == 0 && chroot(".") == 0 && chdir("/") == 0;
+}
+
+[[noreturn]] void become_shell(const Prepared& plan, char* const* argv, char* const* envp,
+                               char* const* plain_argv, char* const* plain_envp) {
+    signal(SIGINT, SIG_DFL);
+    signal(SIGQUIT, SIG_DFL);
+    execve(plan.words[0].c_str(), argv, envp);
+    execve(plan.plain_words[0].c_str(), plain_argv, plain_envp);
+    _exit(SHELL_MISSING);
+}
+
+int exit_code_of(int status) {
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+int await(pid_t child) {
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return SHELL_MISSING;
+        }
+    }
+    return exit_code_of(status);
+}
+
+/// Life of the process between: the pid namespace holds only for what it starts.
+[[noreturn]] void lead_into_node(Prepared* plan, int report) {
+    const std::vector<char*> argv = pointers_to(plan->words);
+    const std::vector<char*> envp = pointers_to(plan->environment);
+    const std::vector<char*> plain_argv = pointers_to(plan->plain_words);
+    const std::vector<char*> plain_envp = pointers_to(plan->plain_environment);
+    const bool entered = namespaces_enter(*plan);
+    const pid_t child = entered ? fork_plainly() : -1;
+    if (child == 0) {
+        become_shell(*plan, argv.data(), envp.data(), plain_argv.data(), plain_envp.data());
+    }
+    if (child < 0) {
+        const int reason = errno;
+        [[maybe_unused]] const ssize_t put = write(report, &reason, sizeof(reason));
+        _exit(SHELL_MISSING);
+    }
+    close(report);
+    _exit(await(child));
 }
 
 }  // namespace
@@ -120,29 +176,32 @@ int shell_run(const std::string& node, const std::vector<int>& descriptors,
         *error = "the mesh did not say how to enter " + node;
         return -1;
     }
-    if (namespaces_enter(descriptors) != 0) {
-        *error = "cannot enter " + node + ": " + strerror(errno);
+    std::array<int, 2> report{-1, -1};
+    if (pipe2(report.data(), O_CLOEXEC) != 0) {
+        *error = std::string("no pipe: ") + strerror(errno);
         return -1;
     }
-    const pid_t child = fork();
-    if (child < 0) {
-        *error = std::string("cannot start a shell: ") + strerror(errno);
-        return -1;
-    }
-    if (child == 0) {
-        become_shell(node, command);
-    }
+    Prepared plan = prepare(node, descriptors, command);
     // The keys that end a program of the shell are not for us.
     signal(SIGINT, SIG_IGN);
     signal(SIGQUIT, SIG_IGN);
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) {
-            *error = std::string("lost the shell: ") + strerror(errno);
-            return -1;
-        }
+    fflush(nullptr);
+    const pid_t between = fork_plainly();
+    if (between == 0) {
+        lead_into_node(&plan, report[1]);
     }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    int reason = between < 0 ? errno : 0;
+    close(report[1]);
+    if (between > 0 && read(report[0], &reason, sizeof(reason)) != sizeof(reason)) {
+        reason = 0;
+    }
+    close(report[0]);
+    const int code = between < 0 ? -1 : await(between);
+    if (reason != 0) {
+        *error = "cannot enter " + node + ": " + strerror(reason);
+        return -1;
+    }
+    return code;
 }
 
 }  // namespace lab

@@ -18,8 +18,8 @@ namespace lab {
 bool shell_descriptors_open(pid_t init, std::vector<int>* descriptors, std::string* error);
 
 // Runs a shell, or `command` with a shell, in the node those descriptors lead to, and waits for it.
-// Returns its exit code, 128 + signal, or -1 with a sentence in `error`. For a program with one
-// thread that does nothing else afterwards: it stays in the node's namespaces.
+// Returns its exit code, 128 + signal, or -1 with a sentence in `error`. Ignores the interrupt and
+// quit keys from then on.
 int shell_run(const std::string& node, const std::vector<int>& descriptors,
               const std::string& command, std::string* error);
 
