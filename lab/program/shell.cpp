@@ -79,7 +79,7 @@ Prepared prepare(const std::string& node, const std::vector<int>& descriptors,
         plan.words.insert(plan.words.end(), {"-c", command});
         plan.plain_words.insert(plan.plain_words.end(), {"-c", command});
     }
-    plan.environment = environment_of(node, "\\w# ");
+    plan.environment = environment_of(node, ":\\w# ");
     // The plain shell knows no folder in its prompt.
     plan.plain_environment = environment_of(node, "# ");
     plan.descriptors = descriptors;
