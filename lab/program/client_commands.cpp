@@ -63,6 +63,10 @@ void status_print(const Arguments& arguments, const MeshStatus& status,
     if (!arguments.words.empty()) {
         printf("\n%s", table_text(node_table(status.nodes[0]), in_colour).c_str());
     }
+    if (!status.last_failed.empty()) {
+        printf("last failed step: %s\n",
+               line_clipped(status.last_failed, std::string::npos).c_str());
+    }
     if (!status.last_violation.empty()) {
         printf("last violation: %s\n",
                line_clipped(status.last_violation, std::string::npos).c_str());

@@ -11,6 +11,7 @@
 #include "lab/sandbox/sandbox.h"
 #include "lab/scenario/scenario_generate.h"
 #include "lab/scenario/scenario_parse.h"
+#include "lab/scenario/scenario_step.h"
 #include "lab/tools/small_file.h"
 
 namespace lab {
@@ -105,6 +106,10 @@ int HeldMesh::play(std::string* error) {
     }
     const PlayState state = player_.go_on(*error);
     plays_ = state == PlayState::PLAYING;
+    if (player_.failures() > failures_told_) {
+        failures_told_ = player_.failures();
+        printf("line %s\n", last_failed().c_str());
+    }
     return state == PlayState::STOPPED && !error->empty() ? -1 : 0;
 }
 
@@ -113,8 +118,19 @@ int HeldMesh::second(std::string* error) {
     return play(error) == 0 && mesh_->second(*error) == 0 ? play(error) : -1;
 }
 
+std::string HeldMesh::last_failed() const {
+    for (auto played = player_.played().rbegin(); played != player_.played().rend(); ++played) {
+        if (!played->good) {
+            const ScenarioStep& step = mesh_->scenario().steps[played->step];
+            return std::to_string(step.line) + ": " + step_print(step) + " - " + played->text;
+        }
+    }
+    return {};
+}
+
 MeshStatus HeldMesh::status() const {
     MeshStatus status = mesh_status(*mesh_, &player_);
+    status.last_failed = last_failed();
     for (NodeStatus& node : status.nodes) {
         air_words_fill(mesh_->air(), &node);
     }

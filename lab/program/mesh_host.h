@@ -47,11 +47,13 @@ private:
     int play(std::string* error);
     int second(std::string* error);
     MeshStatus status() const;
+    std::string last_failed() const;
     std::vector<LogEntry> log_new(const std::string& name);
 
     std::unique_ptr<Mesh> mesh_;
     Player player_;
     bool plays_ = true;
+    int failures_told_ = 0;                          // in the server's log
     std::map<std::string, std::uint64_t> log_read_;  // number of the next line, by node
 };
 

@@ -17,6 +17,7 @@ void fields_visit(MeshStatus& mesh, Visit&& visit) {
     visit(mesh.steps_done);
     visit(mesh.steps);
     visit(mesh.failed);
+    visit(mesh.last_failed);
     visit(mesh.violations);
     visit(mesh.known);
     visit(mesh.last_violation);

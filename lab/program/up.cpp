@@ -19,6 +19,7 @@
 #include "lab/program/server.h"
 #include "lab/program/socket_place.h"
 #include "lab/program/watch_view.h"
+#include "lab/report/outage.h"
 
 namespace lab {
 namespace {
@@ -85,12 +86,20 @@ int serve(UpPlan* plan) {
     control.scenario = plan->scenario;
     control.pace.speed = plan->speed;
     control.pace.steps_wait = true;
+    control.mesh.second = [second = control.mesh.second](std::string* why) {
+        const int result = second(why);
+        if (result != 0) {
+            printf("a second did not pass: %s\n", why->c_str());
+        }
+        return result;
+    };
     Server server;
     server.control = &control;
     server.listener = plan->listener;
     tell(*plan, '=', "");
     close(plan->report);
     server_run(&server, &ending);
+    printf("down after %s\n", duration_text(control.mesh.status().seconds).c_str());
     return EXIT_GOOD;
 }
 

@@ -279,9 +279,9 @@ std::string watch_draw(const WatchView& view, std::size_t rows, std::size_t colu
     std::vector<std::string> lines = {
         coloured(status_headline(view.status), Colour::BOLD, in_colour) + "   " +
         pace_text(view.server)};
-    lines.push_back(view.status.last_violation.empty()
-                        ? ""
-                        : coloured(view.status.last_violation, Colour::RED, in_colour));
+    const std::string& trouble =
+        view.status.last_violation.empty() ? view.status.last_failed : view.status.last_violation;
+    lines.push_back(trouble.empty() ? "" : coloured(trouble, Colour::RED, in_colour));
     for (const std::string& line : node_lines(view, room, in_colour)) {
         lines.push_back(line);
     }

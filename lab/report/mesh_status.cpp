@@ -240,6 +240,7 @@ void status_write(const MeshStatus& status, JsonWriter* json) {
     json->key("steps_done").value(status.steps_done);
     json->key("steps").value(status.steps);
     json->key("failed").value(status.failed);
+    json->key("last_failed").value(status.last_failed);
     json->key("violations").value(status.violations);
     json->key("violations_known").value(status.known);
     json->key("last_violation").value(status.last_violation);

@@ -65,6 +65,7 @@ struct MeshStatus {
     std::int64_t failed = 0;      // expectations that did not hold
     std::int64_t violations = 0;  // of the rules, those known left out
     std::int64_t known = 0;       // violations that the daemon's required behaviour leads to
+    std::string last_failed;      // the last of those: "12: expect ... - what was there"
     std::string last_violation;   // "rule node: text" of the last that is not known
     std::uint32_t seed = 0;
     std::vector<NodeStatus> nodes;

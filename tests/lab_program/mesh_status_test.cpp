@@ -119,6 +119,7 @@ TEST(StatusJson, tells_everything) {
     EXPECT_EQ(
         status_json(status),
         R"({"title":"one \"node\"","seconds":7,"seed":0,"steps_done":0,"steps":0,"failed":0,)"
+        R"("last_failed":"",)"
         R"("violations":0,"violations_known":0,"last_violation":"","nodes":[{"name":"e1",)"
         R"("power":"on","role":"extender","is_root":false,"status":"ready","uplink":"ath0",)"
         R"("parent":"root","hops":1,"links":[{"interface":"ath0","state":7,)"

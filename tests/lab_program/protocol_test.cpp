@@ -53,6 +53,7 @@ MeshStatus full_status() {
     status.steps_done = 3;
     status.steps = 9;
     status.failed = 1;
+    status.last_failed = "3: expect x - y";
     status.violations = 2;
     status.known = 4;
     status.last_violation = "worker e1: \"x\"\n";

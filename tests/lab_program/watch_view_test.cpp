@@ -169,6 +169,14 @@ TEST(Screen, shows_the_newest_log_lines_when_there_is_room_for_few) {
     EXPECT_EQ(std::find(lines.begin(), lines.end(), "one"), lines.end());
 }
 
+TEST(Screen, shows_the_last_trouble_below_the_headline) {
+    WatchView view = view_of(1);
+    view.status.last_failed = "3: expect e1 hops 1 - e1 hops is 2";
+    EXPECT_EQ(shown(view, 12, 200)[1], "3: expect e1 hops 1 - e1 hops is 2");
+    view.status.last_violation = "worker e1: new worker";
+    EXPECT_EQ(shown(view, 12, 200)[1], "worker e1: new worker");
+}
+
 TEST(Screen, tells_how_time_passes) {
     WatchView view = view_of(1);
     const auto first = [&view] {
