@@ -17,7 +17,7 @@
 namespace lab {
 namespace {
 
-constexpr std::size_t MANY_NODES = 12;  // from here on moving them together is faster
+constexpr std::size_t MANY_NODES = 8;  // from here on moving them together is faster
 
 int node_index(const Mesh& mesh, const std::string& name) {
     return air_node_find(mesh.air(), name);
