@@ -1,6 +1,7 @@
 // The server over real sockets, with a mesh that only remembers.
 #include "lab/program/server.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -153,6 +154,7 @@ TEST_F(ServerTest, hands_descriptors_over_and_closes_its_own) {
     char byte = 0;
     EXPECT_EQ(read(got[0], &byte, 1), 1);
     // The end comes only when nobody else has the other end open.
+    fcntl(got[0], F_SETFL, O_NONBLOCK);
     EXPECT_EQ(read(got[0], &byte, 1), 0);
     close(got[0]);
 }
