@@ -1,6 +1,5 @@
 #include "lab/clock/quiet.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -10,23 +9,10 @@
 #include <cstring>
 #include <utility>
 
+#include "lab/clock/proc_entries.h"
+
 namespace lab {
 namespace {
-
-std::vector<pid_t> numbered_entries(const std::string& path) {
-    std::vector<pid_t> numbers;
-    DIR* folder = opendir(path.c_str());
-    if (folder == nullptr) {
-        return numbers;
-    }
-    while (const dirent* entry = readdir(folder)) {
-        if (entry->d_name[0] >= '0' && entry->d_name[0] <= '9') {
-            numbers.push_back(static_cast<pid_t>(strtol(entry->d_name, nullptr, 10)));
-        }
-    }
-    closedir(folder);
-    return numbers;
-}
 
 std::string first_line(const std::string& path) {
     std::array<char, 256> text{};
@@ -107,7 +93,7 @@ std::uint64_t QuietWatch::newest_pid() const {
 bool QuietWatch::watch_process(pid_t pid, std::vector<WatchedThread>& found) {
     const std::string tasks = proc_ + "/" + std::to_string(pid) + "/task";
     bool news = false;
-    for (const pid_t tid : numbered_entries(tasks)) {
+    for (const pid_t tid : proc_entries(tasks)) {
         if (std::find(except_.begin(), except_.end(), tid) != except_.end()) {
             continue;
         }
@@ -137,7 +123,7 @@ bool QuietWatch::watch_process(pid_t pid, std::vector<WatchedThread>& found) {
 bool QuietWatch::list_threads() {
     std::vector<WatchedThread> found;
     bool news = false;
-    for (const pid_t pid : numbered_entries(proc_)) {
+    for (const pid_t pid : proc_entries(proc_)) {
         news = watch_process(pid, found) || news;
     }
     for (const WatchedThread& gone : threads_) {
@@ -197,9 +183,9 @@ bool QuietWatch::thread_exists(pid_t pid, pid_t tid) const {
 
 std::string QuietWatch::describe() const {
     std::string text;
-    for (const pid_t pid : numbered_entries(proc_)) {
+    for (const pid_t pid : proc_entries(proc_)) {
         const std::string tasks = proc_ + "/" + std::to_string(pid) + "/task";
-        for (const pid_t tid : numbered_entries(tasks)) {
+        for (const pid_t tid : proc_entries(tasks)) {
             const std::string task = tasks + "/" + std::to_string(tid);
             const std::string stat = first_line(task + "/stat");
             const size_t at = stat.rfind(") ");

@@ -64,7 +64,7 @@ int Mesh::verb(const Verb& verb, std::string* note, std::string& error) {
     }
     event_add(verb.node, verb_print(verb));
     if (ends_worker(verb)) {
-        worker_end_expected_.insert(air_node_find(air_, verb.node));
+        worker_end_expect(air_node_find(air_, verb.node));
     }
     if (carry_out(air_verb(&air_, verb, note), error) != 0) {
         return -1;

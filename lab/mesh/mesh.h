@@ -120,6 +120,7 @@ private:
     void wireless_effect(const Effect& effect);
     int state_effect(const Effect& effect, std::string& error);
     int process_effect(const Effect& effect, std::string& error);
+    void worker_end_expect(int index);
     int node_start(int index, std::string& error);
     int node_stop(int index, std::string& error);
     bool air_serve();
@@ -153,8 +154,8 @@ private:
     OutageBook outages_;
     std::vector<MeshEvent> events_;
     std::vector<Place> places_;
-    std::set<int> rebooted_;             // since the last look
-    std::set<int> worker_end_expected_;  // since the worker last changed
+    std::set<int> rebooted_;                           // since the last look
+    std::map<int, std::int64_t> worker_end_expected_;  // until when; over when the worker changed
     std::map<std::string, NodeObservation> before_;
     std::uint32_t mark_ = 0;  // of the broadcast on its way, 0: none
     int mark_sender_ = 0;

@@ -17,6 +17,7 @@ namespace {
 // A pid that no node reaches: what a supplicant that died leaves in its file.
 constexpr unsigned DEAD_PID = 4000000;
 constexpr std::size_t EFFECTS_KEPT = 5000;
+constexpr std::int64_t WORKER_END_PATIENCE = 300;  // of who said that a worker will end
 
 bool is_cut(const AirRequest& request) {
     return request.tool == "hyctl" && request.words.size() == 4 && request.words[0] == "setifbcast";
@@ -27,7 +28,7 @@ bool is_cut(const AirRequest& request) {
 int Mesh::carry_out(const Effects& effects, std::string& error) {
     for (const Effect& effect : effects) {
         if (effect.kind != EffectKind::FILE && effect.kind != EffectKind::DATABASE) {
-            effect_texts_.push_back(std::to_string(passed()) + " " + effect_text(air_, effect));
+            effect_texts_.push_back(duration_text(passed()) + "  " + effect_text(air_, effect));
         }
         if (carry_out_one(effect, error) != 0) {
             return -1;
@@ -144,6 +145,11 @@ int Mesh::process_effect(const Effect& effect, std::string& error) {
     return 0;
 }
 
+// A signal may leave the worker alive: what ends it much later is something else.
+void Mesh::worker_end_expect(int index) {
+    worker_end_expected_[index] = passed() + WORKER_END_PATIENCE;
+}
+
 int Mesh::node_start(int index, std::string& error) {
     MeshNode& node = *nodes_[air_index(index)];
     if (node.furnish(error) != 0 ||
@@ -158,7 +164,7 @@ int Mesh::node_stop(int index, std::string& error) {
     MeshNode& node = *nodes_[air_index(index)];
     node.power_off();
     rebooted_.insert(index);
-    worker_end_expected_.insert(index);
+    worker_end_expect(index);
     event_add(node.plan().name, "loses its power");
     return network_.broadcast_reset(index, error);
 }
@@ -182,7 +188,8 @@ AirReply Mesh::tool_call(int index, const AirRequest& request) {
     return reply;
 }
 
-// Serves the first node whose tool waits. The order of nodes, not of arrival, makes runs repeat.
+// Serves one tool of every node where one waits. The order of nodes, not of arrival, makes runs
+// repeat.
 bool Mesh::air_serve() {
     std::vector<pollfd> sockets;
     for (const auto& node : nodes_) {

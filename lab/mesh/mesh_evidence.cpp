@@ -16,11 +16,19 @@ std::string effects_text(const Mesh& mesh) {
     return text;
 }
 
-// The log of all boots, whose own files ended with their power.
+// Of all boots, whose own files ended with their power.
 std::string log_text(const Mesh& mesh, const MeshNode& node) {
     std::string text;
     for (const LogEntry& entry : node.log()) {
-        text += std::to_string(entry.time - mesh.started()) + " " + entry.text + "\n";
+        text += duration_text(entry.time - mesh.started()) + "  " + entry.text + "\n";
+    }
+    return text;
+}
+
+std::string journal_of(const Mesh& mesh, const MeshNode& node) {
+    std::string text;
+    for (const JournalEntry& entry : node.journal()) {
+        text += duration_text(entry.time - mesh.started()) + "  " + journal_text(entry) + "\n";
     }
     return text;
 }
@@ -35,9 +43,9 @@ bool mesh_evidence_write(const Mesh& mesh, const std::string& folder) {
     for (int index = 0; index < mesh.node_count(); ++index) {
         const MeshNode& node = mesh.node(index);
         evidence_collect(node.node(), folder);
-        good = file_write(folder + "/" + node.plan().name + "/flow_log_of_all_boots",
-                          log_text(mesh, node)) &&
-               good;
+        const std::string to = folder + "/" + node.plan().name;
+        good = file_write(to + "/flow_log_of_all_boots", log_text(mesh, node)) &&
+               file_write(to + "/journal", journal_of(mesh, node)) && good;
     }
     return good;
 }

@@ -93,6 +93,7 @@ MeshNode::~MeshNode() {
     if (air_socket_ >= 0) {
         close(air_socket_);
     }
+    driver_close(&driver_);
 }
 
 std::unique_ptr<MeshNode> MeshNode::make(const Scenario& scenario, int index,
@@ -193,12 +194,14 @@ bool MeshNode::log_read() {
         return false;
     }
     for (LogLine& line : log_reader_->read_new()) {
-        log_news_.push_back({line.time, std::move(line.text)});
+        log_news_.push_back({line.time, std::exchange(line.text, {})});
         log_.push_back(log_news_.back());
+        log_places_.push_back(std::move(line));
         ++log_count_;
     }
     while (log_.size() > LOG_KEPT) {
         log_.pop_front();
+        log_places_.pop_front();
     }
     return std::exchange(log_lost_, log_reader_->lost()) != log_reader_->lost();
 }
@@ -215,6 +218,18 @@ std::vector<std::string> MeshNode::shell_since(std::uint64_t place) const {
         lines.push_back(record.line);
     }
     return lines;
+}
+
+std::vector<JournalEntry> MeshNode::journal() const {
+    std::vector<LogLine> lines(log_places_.begin(), log_places_.end());
+    std::vector<std::uint64_t> generations;
+    for (std::size_t at = 0; at < lines.size(); ++at) {
+        lines[at].text = log_[at].text;
+        if (generations.empty() || generations.back() != lines[at].inode) {
+            generations.push_back(lines[at].inode);
+        }
+    }
+    return journal_merge(lines, generations, line_records(node_->root()));
 }
 
 }  // namespace lab

@@ -15,6 +15,7 @@
 #include "lab/driver/netlink_sender.h"
 #include "lab/node/daemon.h"
 #include "lab/node/flow_log_reader.h"
+#include "lab/node/journal.h"
 #include "lab/node/node.h"
 #include "lab/rules/observation.h"
 
@@ -96,6 +97,9 @@ public:
     std::uint64_t shell_end() const;
     std::vector<std::string> shell_since(std::uint64_t place) const;
 
+    // Kept lines of the flow log and all lines given to the shell, of all boots, in one order.
+    std::vector<JournalEntry> journal() const;
+
 private:
     static constexpr std::size_t LOG_KEPT = 20000;
 
@@ -112,6 +116,7 @@ private:
     int log_lost_ = 0;
     std::vector<LogEntry> log_news_;
     std::deque<LogEntry> log_;
+    std::deque<LogLine> log_places_;  // of the same lines, without their texts
     std::uint64_t log_count_ = 0;
     int air_socket_ = -1;
     bool powered_ = false;

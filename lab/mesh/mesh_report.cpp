@@ -1,8 +1,8 @@
 #include "lab/mesh/mesh_report.h"
 
 #include <unistd.h>
-#include <algorithm>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "lab/air/air_paths.h"
@@ -89,6 +89,10 @@ void air_fill(const Mesh& mesh, int index, NodeStatus* status) {
     status->role = in_air.is_root ? "root" : "extender";
     status->parent = parent == NOBODY ? "" : mesh.air().nodes[air_index(parent)].name;
     status->hops = paths.hops[air_index(index)];
+    status->aps_silenced =
+        std::ranges::any_of(in_air.aps, [](const AirAp& ap) { return ap.silenced; });
+    status->has_cable = std::ranges::any_of(
+        mesh.air().cables, [index](const AirCable& cable) { return cable.from == index; });
     status->messages_dropped = in_air.messages_off_until != 0;
     for (const AirAp& ap : in_air.aps) {
         status->service_aps += ap.is_backhaul ? 0 : 1;
@@ -126,6 +130,16 @@ NodeStatus node_status(const Mesh& mesh, int index) {
     return status;
 }
 
+std::string last_failed(const Mesh& mesh, const Player& player) {
+    for (auto played = player.played().rbegin(); played != player.played().rend(); ++played) {
+        if (!played->good) {
+            const ScenarioStep& step = mesh.scenario().steps[played->step];
+            return std::to_string(step.line) + ": " + step_print(step) + " - " + played->text;
+        }
+    }
+    return {};
+}
+
 std::string violation_text(const Violation& violation) {
     return violation.rule + " " + violation.node + ": " + violation.text;
 }
@@ -141,6 +155,7 @@ MeshStatus mesh_status(const Mesh& mesh, const Player* player) {
     if (player != nullptr) {
         status.steps_done = static_cast<std::int64_t>(player->played().size());
         status.failed = player->failures();
+        status.last_failed = last_failed(mesh, *player);
     }
     for (const Violation& violation : mesh.violations()) {
         ++(violation.known.empty() ? status.violations : status.known);

@@ -78,9 +78,11 @@ NodeObservation Mesh::look_at(int index) {
     seen.worker_pid = node.worker();
     const auto before = before_.find(seen.name);
     const bool changed = before != before_.end() && before->second.worker_pid != seen.worker_pid;
-    seen.worker_end_expected = worker_end_expected_.count(index) != 0;
-    if (changed && seen.worker_pid != 0) {
-        worker_end_expected_.erase(index);
+    const auto expected = worker_end_expected_.find(index);
+    seen.worker_end_expected =
+        expected != worker_end_expected_.end() && passed() <= expected->second;
+    if (expected != worker_end_expected_.end() && changed && seen.worker_pid != 0) {
+        worker_end_expected_.erase(expected);
     }
     return seen;
 }

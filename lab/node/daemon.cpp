@@ -70,9 +70,12 @@ void Daemon::stop() {
 }
 
 pid_t Daemon::worker() const {
-    for (const ProcessInfo& child : children_of(node_, supervisor_)) {
-        if (child.state != 'Z') {
-            return child.pid;
+    if (reaped_) {
+        return 0;
+    }
+    for (const pid_t child : child_pids_of(node_, supervisor_)) {
+        if (!is_gone(child)) {
+            return child;
         }
     }
     return 0;

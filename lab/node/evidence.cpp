@@ -14,8 +14,16 @@
 namespace lab {
 namespace {
 
-// Large files say nothing that their beginning does not.
-constexpr off_t kLargest = 4 << 20;
+// Of a larger file only the end is copied: what came last says most.
+constexpr std::uint64_t kLargest = 4 << 20;
+
+void file_copy(const std::string& from, const std::string& to) {
+    const std::uint64_t size = file_size(from);
+    std::string text;
+    if (file_read_from(from, size > kLargest ? size - kLargest : 0, &text)) {
+        file_write(to, text);
+    }
+}
 
 void copy_tree(const std::string& from, const std::string& to, int depth) {
     DIR* folder = depth > 6 ? nullptr : opendir(from.c_str());
@@ -30,14 +38,14 @@ void copy_tree(const std::string& from, const std::string& to, int depth) {
         if (name == "." || name == ".." || lstat((from + "/" + name).c_str(), &about) != 0) {
             continue;
         }
-        // Folders from outside that are kept visible are on another file system.
-        if (S_ISDIR(about.st_mode) && about.st_dev == place.st_dev) {
-            copy_tree(from + "/" + name, to + "/" + name, depth + 1);
+        // Programs and folders from outside that are kept visible are on another file system.
+        if (about.st_dev != place.st_dev) {
+            continue;
         }
-        std::string text;
-        if (S_ISREG(about.st_mode) && about.st_size <= kLargest &&
-            file_read(from + "/" + name, &text)) {
-            file_write(to + "/" + name, text);
+        if (S_ISDIR(about.st_mode)) {
+            copy_tree(from + "/" + name, to + "/" + name, depth + 1);
+        } else if (S_ISREG(about.st_mode)) {
+            file_copy(from + "/" + name, to + "/" + name);
         }
     }
     closedir(folder);

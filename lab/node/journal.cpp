@@ -28,16 +28,18 @@ void Journal::update() {
     std::vector<LineRecord> shell;
     line_records_read(node_.root(), &lines_at_, &shell);
     const std::vector<LogLine> log = log_.read_new();
-    merge(log, shell);
+    const std::vector<JournalEntry> merged = journal_merge(log, log_.generations(), shell);
+    entries_.insert(entries_.end(), merged.begin(), merged.end());
     call_records_read(node_.root(), &calls_at_, &calls_);
     out_ = lines_of(node_.at(kDaemonOut));
     err_ = lines_of(node_.at(kDaemonErr));
 }
 
-// Both inputs are in order; a shell line goes before the first log line that was not yet in the
-// file when the shell started.
-void Journal::merge(const std::vector<LogLine>& log, const std::vector<LineRecord>& shell) {
-    const std::vector<std::uint64_t>& generations = log_.generations();
+// A shell line goes before the first log line that was not yet in the file when the shell started.
+std::vector<JournalEntry> journal_merge(std::span<const LogLine> log,
+                                        const std::vector<std::uint64_t>& generations,
+                                        std::span<const LineRecord> shell) {
+    std::vector<JournalEntry> entries;
     const auto age = [&generations](std::uint64_t inode) {
         return std::find(generations.rbegin(), generations.rend(), inode) - generations.rbegin();
     };
@@ -45,21 +47,23 @@ void Journal::merge(const std::vector<LogLine>& log, const std::vector<LineRecor
     for (const LineRecord& record : shell) {
         const RecordStamp& stamp = record.stamp;
         const auto was_there = [&](const LogLine& line) {
+            // Without a file all that was logged went with an earlier one.
             if (stamp.flow_log_inode == 0) {
-                return false;
+                return line.time < stamp.time;
             }
             return line.inode == stamp.flow_log_inode ? line.at < stamp.flow_log_size
                                                       : age(line.inode) > age(stamp.flow_log_inode);
         };
         while (next < log.size() && was_there(log[next])) {
-            entries_.push_back({EntryKind::LOG, log[next].time, log[next].text, {}});
+            entries.push_back({EntryKind::LOG, log[next].time, log[next].text, {}});
             ++next;
         }
-        entries_.push_back({EntryKind::SHELL, stamp.time, record.line, stamp});
+        entries.push_back({EntryKind::SHELL, stamp.time, record.line, stamp});
     }
     for (; next < log.size(); ++next) {
-        entries_.push_back({EntryKind::LOG, log[next].time, log[next].text, {}});
+        entries.push_back({EntryKind::LOG, log[next].time, log[next].text, {}});
     }
+    return entries;
 }
 
 std::string journal_text(const JournalEntry& entry) {

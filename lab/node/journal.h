@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,12 @@ struct JournalEntry {
     std::string text;
     RecordStamp stamp;  // of shell lines
 };
+
+// Log and shell lines, each in their own order, as one. `generations` are the inodes of the log's
+// files in the order in which they were live.
+std::vector<JournalEntry> journal_merge(std::span<const LogLine> log,
+                                        const std::vector<std::uint64_t>& generations,
+                                        std::span<const LineRecord> shell);
 
 class Journal {
 public:
@@ -54,8 +61,6 @@ public:
     }
 
 private:
-    void merge(const std::vector<LogLine>& log, const std::vector<LineRecord>& shell);
-
     const Node& node_;
     FlowLogReader log_;
     std::uint64_t lines_at_ = 0;

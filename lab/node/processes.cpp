@@ -1,30 +1,21 @@
 #include "lab/node/processes.h"
 
-#include <dirent.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
+#include "lab/clock/proc_entries.h"
 #include "lab/tools/small_file.h"
 
 namespace lab {
 namespace {
 
 std::vector<pid_t> numbers_in(const std::string& path) {
-    std::vector<pid_t> numbers;
-    DIR* folder = opendir(path.c_str());
-    if (folder == nullptr) {
-        return numbers;
-    }
-    while (const dirent* entry = readdir(folder)) {
-        if (entry->d_name[0] >= '0' && entry->d_name[0] <= '9') {
-            numbers.push_back(static_cast<pid_t>(strtol(entry->d_name, nullptr, 10)));
-        }
-    }
-    closedir(folder);
+    std::vector<pid_t> numbers = proc_entries(path);
     std::sort(numbers.begin(), numbers.end());
     return numbers;
 }
@@ -98,6 +89,31 @@ std::vector<ProcessInfo> node_processes(const Node& node) {
     std::sort(found.begin(), found.end(),
               [](const ProcessInfo& one, const ProcessInfo& other) { return one.pid < other.pid; });
     return found;
+}
+
+std::vector<pid_t> child_pids_of(const Node& node, pid_t parent) {
+    std::vector<pid_t> pids;
+    const std::string task = std::to_string(parent) + "/task/" + std::to_string(parent);
+    std::string text;
+    const std::string path = "/proc/" + task + "/children";
+    if (path_exists(path)) {
+        file_read(path, &text);
+        for (const char* at = text.c_str(); *at != '\0';) {
+            char* end = nullptr;
+            const long pid = strtol(at, &end, 10);
+            if (end == at) {
+                break;
+            }
+            pids.push_back(static_cast<pid_t>(pid));
+            at = end + strspn(end, " ");
+        }
+        return pids;
+    }
+    // Not every kernel has that file.
+    for (const ProcessInfo& child : children_of(node, parent)) {
+        pids.push_back(child.pid);
+    }
+    return pids;
 }
 
 std::vector<ProcessInfo> children_of(const Node& node, pid_t parent) {

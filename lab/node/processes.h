@@ -26,6 +26,9 @@ std::vector<ProcessInfo> node_processes(const Node& node);
 // Direct children of a process.
 std::vector<ProcessInfo> children_of(const Node& node, pid_t parent);
 
+// Their pids only, which takes much less time.
+std::vector<pid_t> child_pids_of(const Node& node, pid_t parent);
+
 // Open descriptors as "NUMBER=TARGET", in the order of their numbers.
 std::vector<std::string> descriptors_of(pid_t pid);
 

@@ -23,19 +23,6 @@ int node_index(const Mesh& mesh, const std::string& name) {
     return air_node_find(mesh.air(), name);
 }
 
-/// What the air knows and the rest of the mesh does not tell.
-void air_words_fill(const Air& air, NodeStatus* status) {
-    const int index = air_node_find(air, status->name);
-    if (index == NOBODY) {
-        return;
-    }
-    const AirNode& node = air.nodes[air_index(index)];
-    status->aps_silenced =
-        std::ranges::any_of(node.aps, [](const AirAp& ap) { return ap.silenced; });
-    status->has_cable = std::ranges::any_of(
-        air.cables, [index](const AirCable& cable) { return cable.from == index; });
-}
-
 }  // namespace
 
 bool scenario_load(const std::vector<std::string>& words, Scenario* scenario) {
@@ -108,7 +95,7 @@ int HeldMesh::play(std::string* error) {
     plays_ = state == PlayState::PLAYING;
     if (player_.failures() > failures_told_) {
         failures_told_ = player_.failures();
-        printf("line %s\n", last_failed().c_str());
+        printf("line %s\n", status().last_failed.c_str());
     }
     return state == PlayState::STOPPED && !error->empty() ? -1 : 0;
 }
@@ -118,23 +105,8 @@ int HeldMesh::second(std::string* error) {
     return play(error) == 0 && mesh_->second(*error) == 0 ? play(error) : -1;
 }
 
-std::string HeldMesh::last_failed() const {
-    for (auto played = player_.played().rbegin(); played != player_.played().rend(); ++played) {
-        if (!played->good) {
-            const ScenarioStep& step = mesh_->scenario().steps[played->step];
-            return std::to_string(step.line) + ": " + step_print(step) + " - " + played->text;
-        }
-    }
-    return {};
-}
-
 MeshStatus HeldMesh::status() const {
-    MeshStatus status = mesh_status(*mesh_, &player_);
-    status.last_failed = last_failed();
-    for (NodeStatus& node : status.nodes) {
-        air_words_fill(mesh_->air(), &node);
-    }
-    return status;
+    return mesh_status(*mesh_, &player_);
 }
 
 std::vector<LogEntry> HeldMesh::log_new(const std::string& name) {

@@ -47,7 +47,6 @@ private:
     int play(std::string* error);
     int second(std::string* error);
     MeshStatus status() const;
-    std::string last_failed() const;
     std::vector<LogEntry> log_new(const std::string& name);
 
     std::unique_ptr<Mesh> mesh_;

@@ -75,6 +75,10 @@ std::span<const StepRow> step_table() {
 
 bool step_parse(std::span<const std::string> words, const Scenario& scenario, ScenarioStep* step,
                 std::string* error) {
+    if (words.empty()) {
+        *error = "say a step";
+        return false;
+    }
     if (words[0] == "after") {
         if (words.size() < 3) {
             *error = "say `after SECONDS STEP`";
