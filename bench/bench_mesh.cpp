@@ -11,14 +11,13 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "lab/mesh/mesh.h"
 #include "lab/mesh/mesh_conditions.h"
+#include "lab/mesh/mesh_place.h"
 #include "lab/node/processes.h"
-#include "lab/sandbox/sandbox.h"
 #include "lab/scenario/scenario_generate.h"
 #include "lab/tools/small_file.h"
 
@@ -90,25 +89,11 @@ bool all_ready(const lab::Mesh& mesh) {
     return lab::mesh_condition_holds(mesh, ready, &found);
 }
 
-int sandbox_enter_here(const std::string& programs, const std::string& build, std::string& error) {
-    lab::SandboxOptions options;
-    options.programs = programs;
-    options.keep = {build};
-    options.tools = false;
-    options.network.bridge = false;
-    options.network.address = "";
-    options.network.gateway = "";
-    return lab::sandbox_enter(options, error);
-}
-
-int measure(const std::string& programs, const std::string& daemon, std::string& error) {
-    lab::MeshOptions options;
-    options.programs = programs;
-    options.daemon = daemon;
-    options.keep = {programs};
-    options.together = true;
+int measure(const lab::ProgramPlace& place, std::string& error) {
+    const lab::Scenario scenario = mesh_of_32();
     Clock::time_point start = Clock::now();
-    const std::unique_ptr<lab::Mesh> mesh = lab::Mesh::make(mesh_of_32(), options, error);
+    const std::unique_ptr<lab::Mesh> mesh =
+        lab::Mesh::make(scenario, lab::mesh_options_of(place, scenario), error);
     if (mesh == nullptr) {
         return -1;
     }
@@ -141,11 +126,14 @@ int measure(const std::string& programs, const std::string& daemon, std::string&
 }  // namespace
 
 int main() {
-    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
-    const std::filesystem::path build = self.parent_path().parent_path();
+    const lab::ProgramPlace place = [] {
+        // The lab's programs lie beside the folder of the benchmarks.
+        lab::ProgramPlace beside = lab::program_place();
+        beside.programs = beside.build + "/lab";
+        return beside;
+    }();
     std::string error;
-    if (sandbox_enter_here(build / "lab", build, error) != 0 ||
-        measure(build / "lab", build / "backhaul_monitor", error) != 0) {
+    if (lab::mesh_sandbox_enter(place, {}, error) != 0 || measure(place, error) != 0) {
         std::fprintf(stderr, "bench_mesh: %s\n", error.c_str());
         return 1;
     }

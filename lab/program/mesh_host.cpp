@@ -2,22 +2,17 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
 
 #include "lab/mesh/mesh_conditions.h"
 #include "lab/mesh/mesh_report.h"
 #include "lab/program/commands.h"
 #include "lab/program/shell.h"
-#include "lab/sandbox/sandbox.h"
 #include "lab/scenario/scenario_generate.h"
 #include "lab/scenario/scenario_parse.h"
-#include "lab/scenario/scenario_step.h"
 #include "lab/tools/small_file.h"
 
 namespace lab {
 namespace {
-
-constexpr std::size_t MANY_NODES = 8;  // from here on moving them together is faster
 
 int node_index(const Mesh& mesh, const std::string& name) {
     return air_node_find(mesh.air(), name);
@@ -46,36 +41,6 @@ bool scenario_load(const std::vector<std::string>& words, Scenario* scenario) {
         return false;
     }
     return true;
-}
-
-ProgramPlace program_place() {
-    std::error_code failure;
-    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", failure);
-    const std::filesystem::path build = self.parent_path().parent_path();
-    return {self.parent_path(), build, build / "backhaul_monitor"};
-}
-
-int mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string>& keep,
-                       std::string& error) {
-    SandboxOptions options;
-    options.programs = place.programs;
-    options.keep = keep;
-    options.keep.push_back(place.build);
-    options.tools = false;
-    // Every node brings its own switch.
-    options.network.bridge = false;
-    options.network.address = "";
-    options.network.gateway = "";
-    return sandbox_enter(options, error);
-}
-
-MeshOptions mesh_options_of(const ProgramPlace& place, const Scenario& scenario) {
-    MeshOptions options;
-    options.programs = place.programs;
-    options.daemon = place.daemon;
-    options.keep = {place.programs};
-    options.together = scenario.nodes.size() >= MANY_NODES;
-    return options;
 }
 
 std::unique_ptr<HeldMesh> HeldMesh::make(const Scenario& scenario, const MeshOptions& options,

@@ -1,5 +1,5 @@
-// Where a mesh lives: the scenario that was named, the sandbox around all nodes, and the mesh as
-// the control knows it. On the program's main thread, before it has started any other.
+// The scenario that was named on the command line, and a mesh as the control knows it. On the
+// program's main thread.
 #pragma once
 
 #include <map>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "lab/mesh/mesh.h"
+#include "lab/mesh/mesh_place.h"
 #include "lab/mesh/player.h"
 #include "lab/program/arguments.h"
 #include "lab/program/control.h"
@@ -17,21 +18,6 @@ namespace lab {
 // Reads the scenario of those words: a file, or a shape with its numbers. False after the errors
 // were told.
 bool scenario_load(const std::vector<std::string>& words, Scenario* scenario);
-
-// What the running program was built with.
-struct ProgramPlace {
-    std::string programs;  // folder of the stand-in tools
-    std::string build;     // the one above it
-    std::string daemon;
-};
-ProgramPlace program_place();
-
-// Enters the sandbox in which nodes meet; the folders in `keep` stay visible. 0 or -1.
-int mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string>& keep,
-                       std::string& error);
-
-// How the nodes of a mesh of that size are made.
-MeshOptions mesh_options_of(const ProgramPlace& place, const Scenario& scenario);
 
 // A mesh that is held for a server: the scenario's steps are played while seconds pass.
 class HeldMesh {
