@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <string>
+#include <vector>
 
 #include "lab/tools/small_file.h"
 
@@ -92,6 +94,48 @@ TEST_F(Check, ends_with_1_and_says_what_differed_and_where_the_evidence_is) {
     const std::size_t words = command.find("check ");
     ASSERT_NE(words, std::string::npos) << command;
     EXPECT_EQ(run(command.substr(words)).code, 1);
+}
+
+// The line of the file in which the text comes for the first time behind line `from`, -1: none.
+int line_with(const std::vector<std::string>& lines, const std::string& text, int from = 0) {
+    for (std::size_t at = static_cast<std::size_t>(from); at < lines.size(); ++at) {
+        if (lines[at].find(text) != std::string::npos) {
+            return static_cast<int>(at);
+        }
+    }
+    return -1;
+}
+
+TEST_F(Check, leaves_what_every_boot_and_every_worker_did_in_one_order) {
+    const Ended ended = run("check " + scenario("wait-until e1 status ready within 100\n"
+                                                "reboot e1\n"
+                                                "wait-until e1 status ready within 100\n"
+                                                "kill-worker e1 11\n"
+                                                "wait 5\n"
+                                                "expect e1 hops 7\n"));
+    EXPECT_EQ(ended.code, 1);
+    const std::string left = folder + "/evidence/story.1";
+    std::ifstream file(left + "/e1/journal");
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+    }
+    const std::string start = "  <-- backhaul_monitor start -->";
+    const std::string joined = "$ hyctl setifbcast br-lan ath0 enable";
+    const int first = line_with(lines, "0:01" + start);
+    const int first_joined = line_with(lines, joined, first);
+    const int second = line_with(lines, "0:49" + start, first_joined);
+    const int second_joined = line_with(lines, joined, second);
+    const int crash = line_with(lines, "1:17  abnormal termination : 11", second_joined);
+    EXPECT_EQ(first, 0);
+    EXPECT_GT(first_joined, first);
+    EXPECT_GT(second, first_joined);
+    EXPECT_GT(second_joined, second);
+    EXPECT_GT(crash, second_joined);
+    EXPECT_GT(line_with(lines, "1:18" + start, crash), crash);
+    // Only what the run wrote: no programs.
+    EXPECT_FALSE(lab::path_exists(left + "/e1/run/lab/bin/lab_tool"));
+    EXPECT_FALSE(lab::path_exists(left + "/e1/run/lab/backhaul_monitor"));
 }
 
 TEST_F(Check, stops_at_a_wait_that_does_not_come_true) {
