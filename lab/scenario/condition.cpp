@@ -1,5 +1,6 @@
 #include "lab/scenario/condition.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -52,6 +53,7 @@ constexpr bool every_condition_is_at_its_place() {
 static_assert(every_condition_is_at_its_place());
 
 using Words = std::span<const std::string>;
+constexpr std::array STATUS_WORDS = {"ready", "connected", "not-ready"};
 constexpr int MOST_HOPS = 255;
 constexpr int MOST_COUNT = 1000000;
 
@@ -129,7 +131,7 @@ bool one_word(Words rest, std::string* word) {
 bool rest_parse(Words rest, Condition* condition, std::string* error) {
     switch (condition->kind) {
         case ConditionKind::STATUS:
-            return text_among(rest, {"ready", "connected", "not-ready"}, "status", condition,
+            return text_among(rest, {STATUS_WORDS.begin(), STATUS_WORDS.end()}, "status", condition,
                               error);
         case ConditionKind::STATE:
             return state_parse(rest, condition, error);
@@ -159,6 +161,25 @@ bool rest_parse(Words rest, Condition* condition, std::string* error) {
             return text_among(rest, {"clean", "known"}, "answer", condition, error);
     }
     return false;
+}
+
+bool is_state_name(const std::string& word) {
+    for (std::int32_t state = 0; state < LINK_STATE_COUNT; ++state) {
+        if (word == link_state_name(state) && word != "-") {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The word that was left out in "e1 ready" and in "e1 BACKHAUL_READY"; empty: none.
+std::string left_out(Words words) {
+    if (words.size() != 2) {
+        return "";
+    }
+    const bool is_status =
+        std::find(STATUS_WORDS.begin(), STATUS_WORDS.end(), words[1]) != STATUS_WORDS.end();
+    return is_status ? "status" : is_state_name(words[1]) ? "state" : "";
 }
 
 const ConditionRow* row_find(std::string_view name) {
@@ -191,6 +212,11 @@ bool condition_parse(std::span<const std::string> words, Condition* condition, s
         *error = "say a node and what is expected of it, such as `e1 status ready`";
         return false;
     }
+    std::vector<std::string> whole(words.begin(), words.end());
+    if (const std::string missing = left_out(words); !missing.empty()) {
+        whole.insert(whole.begin() + 1, missing);
+        words = whole;
+    }
     const bool is_rule = words[0] == "rule";
     const ConditionRow* const row = row_find(is_rule ? words[0] : words[1]);
     if (row == nullptr || (!is_rule && row->kind == ConditionKind::RULE)) {
@@ -198,6 +224,7 @@ bool condition_parse(std::span<const std::string> words, Condition* condition, s
         for (const ConditionRow& known : CONDITIONS) {
             names.emplace_back(known.name);
         }
+        names.insert(names.end(), STATUS_WORDS.begin(), STATUS_WORDS.end());
         *error = unknown_word(words[1], "condition", names);
         return false;
     }

@@ -55,7 +55,8 @@ struct ConditionRow {
 // Every condition once, in the order of ConditionKind.
 std::span<const ConditionRow> condition_table();
 
-// Reads a condition from its words. False with one sentence in `error`.
+// Reads a condition from its words; "e1 ready" and "e1 BACKHAUL_READY" are short for those with
+// "status" and "state". False with one sentence in `error`.
 bool condition_parse(std::span<const std::string> words, Condition* condition, std::string* error);
 
 // The words of the condition, as condition_parse reads them.

@@ -154,6 +154,15 @@ TEST(ScenarioParse, reads_the_same_steps_from_what_it_prints) {
     EXPECT_EQ(parsed(scenario_print(scenario)), scenario);
 }
 
+TEST(ScenarioParse, takes_a_status_and_a_link_state_by_itself_for_what_is_asked) {
+    EXPECT_EQ(parsed("line 2\nwait-until e1 not-ready within 5\nexpect e1 CONNECT_PENDING\n"
+                     "expect e1 log ready\n"),
+              parsed("line 2\nwait-until e1 status not-ready within 5\n"
+                     "expect e1 state CONNECT_PENDING\nexpect e1 log ready\n"));
+    EXPECT_EQ(error_behind_a_mesh("expect e1 redy"),
+              "f:3: `redy` is no condition (did you mean `ready`?)\n");
+}
+
 TEST(ScenarioParse, tells_every_error_with_its_line) {
     EXPECT_EQ(errors_of("node root root\n\nnod e1 extender\nnode e2 extnder\nseed x\n"),
               "f:3: `nod` is no statement or verb (did you mean `node`?)\n"
