@@ -1,10 +1,16 @@
 #include "lab/mesh/mesh.h"
 
+#include <chrono>
+
 #include "lab/air/air_time.h"
 #include "lab/air/air_verbs.h"
 
 namespace lab {
 namespace {
+
+// All networks of a machine share one lock: where others make and end many, who asks the kernel for
+// an address may wait for longer than the clock would let it.
+constexpr std::chrono::milliseconds KERNEL_PATIENCE{60000};
 
 bool ends_worker(const Verb& verb) {
     return verb.kind == VerbKind::KILL_WORKER || verb.kind == VerbKind::ROLE ||
@@ -40,6 +46,7 @@ int Mesh::nodes_make(std::string& error) {
         nodes_.push_back(std::move(node));
     }
     places_.resize(nodes_.size());
+    clock_.patience = KERNEL_PATIENCE;
     clock_.nodes_together = options_.together;
     clock_.at_rest = [this] {
         return air_serve();
