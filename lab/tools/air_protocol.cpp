@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -65,6 +66,14 @@ bool receive_text(int descriptor, bool line, std::string* text) {
         }
     }
     return false;
+}
+
+// From then on a peer that is stopped in the middle counts as gone.
+void patience_set(int descriptor, std::chrono::milliseconds patience) {
+    const auto count = patience.count();
+    const timeval limit{count / 1000, count % 1000 * 1000};
+    setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 
 int connect_to(const std::string& path) {
@@ -158,11 +167,13 @@ int air_listen(const std::string& root) {
     return listener;
 }
 
-bool air_serve_one(int listener, const std::function<AirReply(const AirRequest&)>& handler) {
+bool air_serve_one(int listener, const std::function<AirReply(const AirRequest&)>& handler,
+                   std::chrono::milliseconds patience) {
     const int descriptor = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
     if (descriptor < 0) {
         return false;
     }
+    patience_set(descriptor, patience);
     std::string text;
     AirRequest request;
     const bool good = receive_text(descriptor, true, &text) && air_request_decode(text, &request) &&

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <thread>
@@ -144,6 +145,24 @@ TEST_F(AirTest, tells_whether_a_tool_waits_to_be_served) {
     EXPECT_TRUE(lab::air_serve_one(listener, [](const lab::AirRequest&) { return saying("x"); }));
     EXPECT_FALSE(lab::air_is_pending(listener));
     tool.join();
+    close(listener);
+}
+
+TEST_F(AirTest, gives_up_a_tool_that_stops_in_the_middle_of_its_request) {
+    const int listener = lab::air_listen(root);
+    ASSERT_GE(listener, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = lab::air_socket_path(root);
+    ASSERT_LT(path.size(), sizeof address.sun_path);
+    path.copy(address.sun_path, path.size());
+    const int tool = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(connect(tool, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(send(tool, "iwconfig", 8, 0), 8);
+    EXPECT_FALSE(lab::air_serve_one(
+        listener, [](const lab::AirRequest&) { return saying("x"); },
+        std::chrono::milliseconds(20)));
+    close(tool);
     close(listener);
 }
 
