@@ -12,7 +12,7 @@ namespace {
 
 constexpr int NOWHERE = -1;
 constexpr char PORT_FORWARDS = '3';
-constexpr std::chrono::seconds PORT_PATIENCE{10};
+constexpr std::chrono::seconds PORT_PATIENCE{60};  // the kernel may be busy with other networks
 constexpr useconds_t PORT_PAUSE = 100;
 
 int ip_batch(const std::string& commands, std::string& error) {
