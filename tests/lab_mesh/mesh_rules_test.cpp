@@ -57,6 +57,16 @@ protected:
         EXPECT_EQ(note, "");
     }
 
+    // Lets the mesh go on meanwhile: it answers the node's tools while it waits for quiet.
+    void run_on_e1(const std::string& line, int seconds) {
+        lab::SpawnPlan plan;
+        plan.words = {"sh", "-c", line};
+        const pid_t shell = e1().spawn(plan, error);
+        ASSERT_GT(shell, 0) << error;
+        pass(seconds);
+        ASSERT_EQ(waitpid(shell, nullptr, WNOHANG), shell);
+    }
+
     const lab::Node& e1() const {
         return mesh->node(1).node();
     }
@@ -121,17 +131,26 @@ TEST_F(MeshRules, tell_a_service_ap_that_is_on_the_air_without_a_backhaul) {
     verb(lab::VerbKind::AP_OFF, "root");
     pass(1);
     ASSERT_THAT(mesh->observation().nodes[1].service_aps_up, IsEmpty());
-    lab::SpawnPlan plan;
-    plan.words = {"sh", "-c",
-                  "uci set wireless.ath10.disabled=0; uci commit wireless; "
-                  "echo wifi0 > /tmp/WirelessDev; echo ath10 > /tmp/wifi24G_Apply; "
-                  "/etc/init.d/wireless restart"};
-    const pid_t shell = e1().spawn(plan, error);
-    ASSERT_GT(shell, 0) << error;
-    // The mesh answers its tools while it waits for quiet.
-    pass(13);
-    ASSERT_EQ(waitpid(shell, nullptr, WNOHANG), shell);
+    run_on_e1(
+        "uci set wireless.ath10.disabled=0; uci commit wireless; "
+        "echo wifi0 > /tmp/WirelessDev; echo ath10 > /tmp/wifi24G_Apply; "
+        "/etc/init.d/wireless restart",
+        13);
     EXPECT_THAT(broken(), ElementsAre("service-aps e1: ath10 up without a backhaul"));
+}
+
+TEST_F(MeshRules, tell_a_second_uplink_and_the_loop_that_it_closes) {
+    run_on_e1(
+        "uci set wireless.ath1.disabled=0; uci commit wireless; "
+        "echo wifi0 > /tmp/WirelessDev; echo ath1 > /tmp/wifi24G_Apply; "
+        "/etc/init.d/wireless restart; "
+        "cp /tmp/wpa_supplicant-ath0.conf /tmp/wpa_supplicant-ath1.conf; "
+        "wpa_cli -g /var/run/wpa_supplicantglobal interface_add ath1 "
+        "/tmp/wpa_supplicant-ath1.conf athr /var/run/wpa_supplicant-ath1 '' br-lan",
+        10);
+    EXPECT_THAT(broken(), ElementsAre(StartsWith("no-loop root: broadcast e1 at "),
+                                      StartsWith("no-loop e1: broadcast e1 at "),
+                                      "one-uplink e1: ath0, ath1 carry traffic at once (known)"));
 }
 
 TEST_F(MeshRules, tell_a_state_change_that_does_not_follow) {
