@@ -51,6 +51,12 @@ public:
     // Does a verb whose names have been checked. `note` says why it changed nothing, or is empty.
     int verb(const Verb& verb, std::string* note, std::string& error);
 
+    // Answers tools that somebody called by hand while no time passes. True when there was one; what
+    // they change is looked at with the next second.
+    bool tools_serve() {
+        return air_serve();
+    }
+
     const Scenario& scenario() const {
         return scenario_;
     }

@@ -34,6 +34,11 @@ struct MeshHandlers {
     std::function<bool(const Condition& condition, std::string* why_not)> holds;
     // Lines that came into the node's flow log since the last call.
     std::function<std::vector<LogEntry>(const std::string& node)> log_new;
+    // Answers tools of the nodes that wait while no time passes: those that somebody calls in a
+    // shell. True when there was one. May be empty.
+    std::function<bool()> tools_serve;
+    // Ends the mesh and everything in it; nothing is asked of it any more. May be empty.
+    std::function<void()> end;
     // Opens what a shell needs to enter the node: see shell.h. The caller closes them.
     std::function<bool(const std::string& node, std::vector<int>* descriptors, std::string* error)>
         enter;

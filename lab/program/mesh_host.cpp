@@ -108,6 +108,12 @@ MeshHandlers HeldMesh::handlers() {
     handlers.log_new = [this](const std::string& name) {
         return log_new(name);
     };
+    handlers.tools_serve = [this] {
+        return mesh_->tools_serve();
+    };
+    handlers.end = [this] {
+        mesh_.reset();
+    };
     handlers.enter = [this](const std::string& name, std::vector<int>* descriptors,
                             std::string* error) {
         const int index = node_index(*mesh_, name);

@@ -15,6 +15,7 @@ namespace lab {
 namespace {
 
 constexpr std::int64_t LONGEST_WAIT = 1000;  // ms: how late a signal is seen at most
+constexpr std::int64_t NEXT_TOOL_WAIT = 10;  // a script calls one tool after the other
 constexpr std::int64_t CLOSING_TIME = 500;
 
 std::int64_t now_ms() {
@@ -178,7 +179,9 @@ void server_turn(Server* server) {
     if (wait == 0) {
         answers_hand_out(server, control_second(control, now_ms()));
     } else {
-        wait = wait < 0 ? LONGEST_WAIT : std::min(wait, LONGEST_WAIT);
+        const bool served = control->mesh.tools_serve && control->mesh.tools_serve();
+        const std::int64_t longest = served ? NEXT_TOOL_WAIT : LONGEST_WAIT;
+        wait = wait < 0 ? longest : std::min(wait, longest);
     }
     sockets_serve(server, wait);
     for (ServerClient& client : server->clients) {
@@ -207,6 +210,10 @@ void server_close(Server* server) {
 void server_run(Server* server, const volatile std::sig_atomic_t* ends) {
     while (!server->control->ends && *ends == 0) {
         server_turn(server);
+    }
+    // Who waits for the end learns of it by the end of the connection.
+    if (server->control->mesh.end) {
+        server->control->mesh.end();
     }
     server_close(server);
 }

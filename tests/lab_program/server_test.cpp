@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <thread>
 
@@ -157,6 +158,38 @@ TEST_F(ServerTest, hands_descriptors_over_and_closes_its_own) {
     fcntl(got[0], F_SETFL, O_NONBLOCK);
     EXPECT_EQ(read(got[0], &byte, 1), 0);
     close(got[0]);
+}
+
+TEST_F(ServerTest, keeps_the_connection_until_the_mesh_has_ended) {
+    volatile std::sig_atomic_t stop = 0;
+    const int fd = connect_one();
+    std::string answer;
+    bool was_open = false;
+    control_.mesh.end = [&] {
+        std::array<char, 64> block{};
+        const ssize_t got = recv(fd, block.data(), block.size(), MSG_DONTWAIT);
+        answer.assign(block.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+        was_open = recv(fd, block.data(), block.size(), MSG_DONTWAIT) < 0 && errno == EAGAIN;
+    };
+    send_text(fd, "down\n");
+    server_run(&server_, &stop);
+    EXPECT_EQ(answer, "= 0 \n");
+    EXPECT_TRUE(was_open);
+    char byte = 0;
+    EXPECT_EQ(recv(fd, &byte, 1, MSG_DONTWAIT), 0);
+}
+
+TEST_F(ServerTest, answers_the_tools_of_a_shell_while_time_stands_still) {
+    control_.pace.paused = true;
+    int served = 0;
+    control_.mesh.tools_serve = [&] {
+        ++served;
+        return true;
+    };
+    server_turn(&server_);
+    server_turn(&server_);
+    EXPECT_EQ(served, 2);
+    EXPECT_EQ(fake_.seconds, 0);
 }
 
 TEST_F(ServerTest, brings_a_long_answer_over_whole) {
