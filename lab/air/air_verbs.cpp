@@ -138,7 +138,7 @@ void radar(const Deed& deed) {
         const int channel =
             air_channel_choose(deed.air->channels, node.struck_channels, AirBand::FIVE_HIGH);
         if (channel == 0) {
-            *deed.note = "radar has taken every channel of " + deed.verb.node;
+            *deed.note = strike == 0 ? "radar has taken every channel of " + deed.verb.node : "";
             return;
         }
         node.struck_channels.insert(channel);
@@ -219,6 +219,13 @@ void role(const Deed& deed) {
     air_approval_lists(deed.air, deed.effects);
 }
 
+void power_off(const Deed& deed) {
+    if (!node_of(deed).powered && node_of(deed).boots_at == AT_NO_TIME) {
+        *deed.note = deed.verb.node + " has no power";
+    }
+    air_power_off(deed.air, deed.node, AT_NO_TIME, deed.effects);
+}
+
 void power_on(const Deed& deed) {
     if (node_of(deed).powered || node_of(deed).boots_at != AT_NO_TIME) {
         *deed.note = deed.verb.node + " has power already";
@@ -268,7 +275,7 @@ void act(const Deed& deed) {
             return air_power_off(deed.air, deed.node, deed.air->now + deed.air->boot_seconds,
                                  deed.effects);
         case VerbKind::POWER_OFF:
-            return air_power_off(deed.air, deed.node, AT_NO_TIME, deed.effects);
+            return power_off(deed);
         case VerbKind::POWER_ON:
             return power_on(deed);
         case VerbKind::KILL_WORKER:

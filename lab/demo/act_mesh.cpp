@@ -1,6 +1,5 @@
 #include "lab/demo/act_mesh.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include "lab/mesh/mesh.h"
@@ -25,14 +24,9 @@ bool scenario_load(const std::string& path, Scenario* scenario) {
     return true;
 }
 
-bool is_verb(const std::string& text) {
-    const std::string first = text.substr(0, text.find(' '));
-    return std::ranges::any_of(verb_table(),
-                               [&first](const VerbRow& row) { return row.name == first; });
-}
-
-Colour colour_of(const std::string& text) {
-    return is_verb(text)                                  ? Colour::BOLD
+Colour colour_of(const MeshEvent& event) {
+    const std::string& text = event.text;
+    return event.is_verb                                  ? Colour::BOLD
            : text == "not ready" || text == "uplink none" ? Colour::RED
            : text == "ready"                              ? Colour::GREEN
            : text.starts_with("rule ")                    ? Colour::YELLOW
@@ -48,7 +42,7 @@ public:
     void go_on() {
         for (; events_ < mesh_.events().size(); ++events_) {
             const MeshEvent& event = mesh_.events()[events_];
-            line(event.time, event.node, event.text, colour_of(event.text));
+            line(event.time, event.node, event.text, colour_of(event));
         }
         for (; steps_ < player_.played().size(); ++steps_) {
             step(player_.played()[steps_]);
@@ -99,6 +93,8 @@ void tables_print(const Mesh& mesh, const Player& player, bool in_colour) {
     const MeshStatus status = mesh_status(mesh, &player);
     printf("\n%s\n", coloured("The mesh at the end", Colour::BOLD, in_colour).c_str());
     printf("%s", table_text(status_table(status), in_colour).c_str());
+    printf("\n%s\n", coloured("What happened", Colour::BOLD, in_colour).c_str());
+    printf("%s", table_text(happened_table(mesh), in_colour).c_str());
     printf("\n%s\n", coloured("Outages", Colour::BOLD, in_colour).c_str());
     printf("%s", table_text(outages_table(mesh), in_colour).c_str());
 }

@@ -69,18 +69,24 @@ int Mesh::verb(const Verb& verb, std::string* note, std::string& error) {
     for (std::size_t index = 0; index < nodes_.size(); ++index) {
         places_[index] = {nodes_[index]->log_end(), nodes_[index]->shell_end()};
     }
+    const std::size_t event = events_.size();
     event_add(verb.node, verb_print(verb));
+    events_[event].is_verb = true;
     if (ends_worker(verb)) {
         worker_end_expect(air_node_find(air_, verb.node));
     }
-    if (carry_out(air_verb(&air_, verb, note), error) != 0) {
+    const Effects effects = air_verb(&air_, verb, note);
+    if (!note->empty()) {
+        events_[event].text += ": nothing changed, " + *note;
+    }
+    if (carry_out(effects, error) != 0) {
         return -1;
     }
     return rest(error) == 0 ? look(error) : -1;
 }
 
 void Mesh::event_add(const std::string& node, const std::string& text) {
-    events_.push_back({passed(), node, text});
+    events_.push_back({passed(), node, text, false});
 }
 
 int Mesh::rest(std::string& error) {

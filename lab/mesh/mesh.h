@@ -35,6 +35,7 @@ struct MeshEvent {
     std::int64_t time = 0;  // seconds since the mesh's start
     std::string node;
     std::string text;
+    bool is_verb = false;  // somebody did it; else it followed
 
     bool operator==(const MeshEvent&) const = default;
 };
@@ -51,8 +52,8 @@ public:
     // Does a verb whose names have been checked. `note` says why it changed nothing, or is empty.
     int verb(const Verb& verb, std::string* note, std::string& error);
 
-    // Answers tools that somebody called by hand while no time passes. True when there was one; what
-    // they change is looked at with the next second.
+    // Answers tools that somebody called by hand while no time passes. True when there was one;
+    // what they change is looked at with the next second.
     bool tools_serve() {
         return air_serve();
     }

@@ -24,6 +24,10 @@ std::string violations_text(const Mesh& mesh);
 Table events_table(const Mesh& mesh);
 Table outages_table(const Mesh& mesh);
 
+// What was done, and who was without its backhaul for how long because of it: a row for every verb
+// and every outage that began after it and before the next.
+Table happened_table(const Mesh& mesh);
+
 // "12: expect e1 status ready within 60 - e1 status is connected", one line for every step that
 // went wrong; `file` stands before the line numbers.
 std::string differences_text(const Mesh& mesh, const Player& player, const std::string& file);

@@ -166,8 +166,9 @@ void Mesh::changes_note(const NodeObservation& now) {
 void Mesh::outages_note() {
     for (const NodeObservation& node : observation_.nodes) {
         if (!node.is_root) {
+            // After a lost cable the file goes on saying that all is well: the traffic counts, too.
             outage_note(&outages_, node.name, observation_.time,
-                        node.powered && node.status_text == READY);
+                        node.powered && node.status_text == READY && !node.uplinks.empty());
         }
     }
 }

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 
 #include "lab/mesh/mesh_evidence.h"
 #include "lab/mesh/mesh_report.h"
@@ -216,6 +217,27 @@ std::string run_verdict(const Run& run) {
     return run.title + ": " + (run_is_good(run) ? "good" : "DIFFERS") + ", " +
            (run.ended_early ? "ended early, " : "") + duration_text(run.mesh->passed()) +
            " of the mesh in " + real + ", seed " + std::to_string(run.mesh->scenario().seed);
+}
+
+std::string run_remarks(const Run& run) {
+    std::string text;
+    for (const PlayedStep& played : run.player->played()) {
+        const ScenarioStep& step = run.mesh->scenario().steps[played.step];
+        if (step.kind == StepKind::VERB && !played.text.empty()) {
+            text += run.title + ":" + std::to_string(step.line) + ": " + step_print(step) +
+                    " changed nothing: " + played.text + "\n";
+        }
+    }
+    std::map<std::string, int> known;
+    for (const Violation& violation : run.mesh->violations()) {
+        if (!violation.known.empty()) {
+            ++known[violation.rule + " is broken in a known way: " + violation.known];
+        }
+    }
+    for (const auto& [reason, times] : known) {
+        text += "rule " + reason + " (" + std::to_string(times) + ")\n";
+    }
+    return text;
 }
 
 std::string run_again_command(const Run& run) {

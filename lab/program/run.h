@@ -44,6 +44,9 @@ std::string run_differences(const Run& run);
 // "FILE: good, 12:31 of the mesh in 3.2 s, seed 7"
 std::string run_verdict(const Run& run);
 
+// Verbs that changed nothing, and rules that were broken in known ways: a line each.
+std::string run_remarks(const Run& run);
+
 // The command that runs it again; empty without evidence.
 std::string run_again_command(const Run& run);
 

@@ -61,6 +61,7 @@ int check_command(const Arguments& arguments) {
         const bool in_colour = wants_colour(arguments);
         printf("%s\n", run_verdict(run).c_str());
         printf("%s", table_text(outages_table(*run.mesh), in_colour).c_str());
+        printf("%s", run_remarks(run).c_str());
     }
     return run_finish(arguments, &run);
 }

@@ -159,8 +159,11 @@ int up_command(const Arguments& arguments) {
         unlink(plan.socket.c_str());
         return code;
     }
+    const std::string where = arguments.socket.empty() ? "" : " --socket " + plan.socket;
     printf(
-        "the mesh is up: try `backhaul_lab status`, `backhaul_lab watch`, `backhaul_lab down`\n");
+        "the mesh is up: try `backhaul_lab status%s`, `backhaul_lab watch%s`, "
+        "`backhaul_lab down%s`\n",
+        where.c_str(), where.c_str(), where.c_str());
     return EXIT_GOOD;
 }
 

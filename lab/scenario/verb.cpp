@@ -1,6 +1,7 @@
 #include "lab/scenario/verb.h"
 
 #include <array>
+#include <csignal>
 
 #include "lab/scenario/words.h"
 
@@ -146,10 +147,22 @@ bool kill_tool_parse(Words rest, Verb* verb, std::string* error) {
            limit_parse(rest.subspan(1), true, verb) && (verb->word != TOOL_HYD || rest.size() == 1);
 }
 
-bool worker_parse(Words rest, Verb* verb) {
+// A stopped worker would let no second of the mesh pass.
+bool signal_stops(int signal) {
+    return signal == SIGSTOP || signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU;
+}
+
+bool worker_parse(Words rest, Verb* verb, std::string* error) {
     verb->number = KILL;
-    return rest.empty() ||
-           (rest.size() == 1 && word_number(rest[0], 1, LAST_SIGNAL_NUMBER, &verb->number));
+    if (!rest.empty() &&
+        (rest.size() != 1 || !word_number(rest[0], 1, LAST_SIGNAL_NUMBER, &verb->number))) {
+        return false;
+    }
+    if (signal_stops(verb->number)) {
+        *error = "signal " + rest[0] + " stops a process instead of ending it";
+        return false;
+    }
+    return true;
 }
 
 bool optional_word(Words rest, std::string* word) {
@@ -177,7 +190,7 @@ bool rest_parse(Words rest, Verb* verb, std::string* error) {
         case VerbKind::RADAR:
             return radar_parse(rest, verb);
         case VerbKind::KILL_WORKER:
-            return worker_parse(rest, verb);
+            return worker_parse(rest, verb, error);
         case VerbKind::KILL_TOOL:
             return kill_tool_parse(rest, verb, error);
         case VerbKind::DROP_MESSAGES:

@@ -132,6 +132,11 @@ std::string did_you_mean(std::string_view word, std::span<const std::string> can
 
 std::string unknown_word(std::string_view word, std::string_view what,
                          std::span<const std::string> candidates) {
+    for (const std::string& candidate : candidates) {
+        if (candidate == word) {
+            return "`" + std::string(word) + "` cannot stand here";
+        }
+    }
     return "`" + std::string(word) + "` is no " + std::string(what) +
            did_you_mean(word, candidates);
 }

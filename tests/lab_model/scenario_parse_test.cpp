@@ -60,6 +60,12 @@ TEST(ScenarioParse, takes_the_rest_of_the_line_as_the_title) {
               "a loss and a return");
 }
 
+TEST(ScenarioParse, refuses_a_signal_that_stops_the_worker_instead_of_ending_it) {
+    EXPECT_EQ(error_behind_a_mesh("kill-worker e1 19"),
+              "f:3: signal 19 stops a process instead of ending it\n");
+    EXPECT_EQ(parsed("node root root\nkill-worker root 15\n").steps[0].verb.number, 15);
+}
+
 TEST(ScenarioParse, reads_steps_in_their_order_with_their_lines) {
     const Scenario scenario = parsed(LOSS_AND_RETURN);
     ASSERT_EQ(scenario.steps.size(), 5U);
