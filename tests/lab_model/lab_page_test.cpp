@@ -62,7 +62,7 @@ TEST_F(LabPage, shows_a_scenario_that_can_be_read) {
     std::vector<ScenarioError> errors;
     EXPECT_TRUE(scenario_parse(text, &scenario, &errors)) << scenario_errors_text("", errors);
     EXPECT_EQ(scenario.nodes.size(), 3U);
-    EXPECT_EQ(scenario.steps.size(), 8U);
+    EXPECT_EQ(scenario.steps.size(), 9U);
 }
 
 }  // namespace
