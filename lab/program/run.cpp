@@ -58,6 +58,20 @@ std::vector<std::string> evidence_keep(const std::filesystem::path& base) {
     return {base};
 }
 
+/// As one word for a shell.
+std::string shell_word(const std::string& text) {
+    constexpr std::string_view PLAIN =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./+,:@%";
+    if (text.find_first_not_of(PLAIN) == std::string::npos) {
+        return text;
+    }
+    std::string word = "'";
+    for (const char letter : text) {
+        word += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
+    }
+    return word + "'";
+}
+
 void progress_show(const Run& run, std::int64_t* shown) {
     const std::int64_t now = now_ms();
     if (now - *shown < PROGRESS_MS) {
@@ -241,9 +255,9 @@ std::string run_remarks(const Run& run) {
 }
 
 std::string run_again_command(const Run& run) {
-    return run.evidence.empty()
-               ? ""
-               : program_place().programs + "/backhaul_lab check " + run.evidence + "/scenario.scn";
+    return run.evidence.empty() ? ""
+                                : shell_word(program_place().programs + "/backhaul_lab") +
+                                      " check " + shell_word(run.evidence + "/scenario.scn");
 }
 
 std::string run_json(const Run& run) {

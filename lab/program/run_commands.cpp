@@ -23,7 +23,10 @@ int run_finish(const Arguments& arguments, Run* run) {
         printf("%s\n", run_json(*run).c_str());
     } else if (!run_is_good(*run)) {
         printf("%s", run_differences(*run).c_str());
-        printf("evidence: %s\nagain: %s\n", run->evidence.c_str(), run_again_command(*run).c_str());
+        if (!run->evidence.empty()) {
+            printf("evidence: %s\nagain: %s\n", run->evidence.c_str(),
+                   run_again_command(*run).c_str());
+        }
     }
     fflush(stdout);
     return run_is_good(*run) ? EXIT_GOOD : EXIT_DIFFERS;
@@ -63,7 +66,9 @@ int check_command(const Arguments& arguments) {
         printf("%s", table_text(outages_table(*run.mesh), in_colour).c_str());
         printf("%s", run_remarks(run).c_str());
     }
-    return run_finish(arguments, &run);
+    const int code = run_finish(arguments, &run);
+    // Nobody knows what the steps that were not played would have found.
+    return run.ended_early ? EXIT_DIFFERS : code;
 }
 
 int chaos_command(const Arguments& arguments) {

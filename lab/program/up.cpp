@@ -38,10 +38,11 @@ struct UpPlan {
     int report = -1;  // to the waiting program
 };
 
-void tell(const UpPlan& plan, char mark, const std::string& text) {
+/// False when nobody waits any more.
+bool tell(const UpPlan& plan, char mark, const std::string& text) {
     printf("%s\n", text.c_str());
     const std::string line = mark + text + "\n";
-    [[maybe_unused]] const ssize_t put = write(plan.report, line.data(), line.size());
+    return write(plan.report, line.data(), line.size()) == static_cast<ssize_t>(line.size());
 }
 
 void streams_to_log(const std::string& path) {
@@ -93,13 +94,19 @@ int serve(UpPlan* plan) {
         }
         return result;
     };
+    control.mesh.end = [&control, end = control.mesh.end] {
+        printf("down after %s\n", duration_text(control.mesh.status().seconds).c_str());
+        end();
+    };
     Server server;
     server.control = &control;
     server.listener = plan->listener;
-    tell(*plan, '=', "");
+    // Who interrupted the start wants no mesh.
+    if (!tell(*plan, '=', "up")) {
+        return EXIT_DIFFERS;
+    }
     close(plan->report);
     server_run(&server, &ending);
-    printf("down after %s\n", duration_text(control.mesh.status().seconds).c_str());
     return EXIT_GOOD;
 }
 

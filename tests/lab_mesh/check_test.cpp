@@ -43,8 +43,9 @@ class Check : public testing::Test {
 protected:
     void SetUp() override {
         folder = std::string(BACKHAUL_BUILD_DIR) + "/check_test";
+        evidence = folder + "/what it left";
         lab::folder_remove(folder);
-        setenv("BACKHAUL_EVIDENCE", (folder + "/evidence").c_str(), 1);
+        setenv("BACKHAUL_EVIDENCE", evidence.c_str(), 1);
         lab::folder_make(folder);
     }
 
@@ -60,13 +61,14 @@ protected:
     }
 
     std::string folder;
+    std::string evidence;  // a folder whose name a shell would take apart
 };
 
 TEST_F(Check, ends_with_0_when_everything_was_as_expected) {
     const Ended ended = run("check " + scenario("wait-until e1 status ready within 100\n"
                                                 "expect e1 parent root\n"));
     EXPECT_EQ(ended.code, 0) << ended.out;
-    EXPECT_TRUE(lab::folder_list(folder + "/evidence").empty());
+    EXPECT_TRUE(lab::folder_list(evidence).empty());
 }
 
 TEST_F(Check, ends_with_1_and_says_what_differed_and_where_the_evidence_is) {
@@ -114,7 +116,7 @@ TEST_F(Check, leaves_what_every_boot_and_every_worker_did_in_one_order) {
                                                 "wait 5\n"
                                                 "expect e1 hops 7\n"));
     EXPECT_EQ(ended.code, 1);
-    const std::string left = folder + "/evidence/story.1";
+    const std::string left = evidence + "/story.1";
     std::ifstream file(left + "/e1/journal");
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {
