@@ -2,47 +2,31 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "lab/tools/small_file.h"
+#include "tests/lab_program/program_run.h"
 
 namespace {
 
+using harness::Ended;
+using harness::lab_run;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr char PROGRAM[] = BACKHAUL_BUILD_DIR "/lab/backhaul_lab";
 constexpr char TWO_NODES[] = "node root root\nnode e1 extender\nhears root e1 -55\n";
 
-struct Ended {
-    int code = -1;
-    std::string out;
-};
-
-Ended run(const std::string& words) {
-    Ended ended;
-    FILE* const out = popen((std::string(PROGRAM) + " " + words + " 2>&1").c_str(), "r");
-    for (int one = getc(out); one != EOF; one = getc(out)) {
-        ended.out.push_back(static_cast<char>(one));
-    }
-    const int status = pclose(out);
-    ended.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return ended;
-}
-
-// In no sandbox: the program makes its own, and everything else lies below the build.
 class Check : public testing::Test {
 protected:
     void SetUp() override {
-        folder = std::string(BACKHAUL_BUILD_DIR) + "/check_test";
+        // Of this test alone: CTest runs several at once.
+        folder = std::string(BACKHAUL_BUILD_DIR) + "/check_test." +
+                 testing::UnitTest::GetInstance()->current_test_info()->name();
         evidence = folder + "/what it left";
         lab::folder_remove(folder);
         setenv("BACKHAUL_EVIDENCE", evidence.c_str(), 1);
@@ -65,16 +49,16 @@ protected:
 };
 
 TEST_F(Check, ends_with_0_when_everything_was_as_expected) {
-    const Ended ended = run("check " + scenario("wait-until e1 status ready within 100\n"
-                                                "expect e1 parent root\n"));
+    const Ended ended = lab_run("check " + scenario("wait-until e1 status ready within 100\n"
+                                                    "expect e1 parent root\n"));
     EXPECT_EQ(ended.code, 0) << ended.out;
     EXPECT_TRUE(lab::folder_list(evidence).empty());
 }
 
 TEST_F(Check, ends_with_1_and_says_what_differed_and_where_the_evidence_is) {
-    const Ended ended = run("check " + scenario("wait-until e1 status ready within 100\n"
-                                                "expect e1 uplink ath1\n"
-                                                "expect e1 hops 1\n"));
+    const Ended ended = lab_run("check " + scenario("wait-until e1 status ready within 100\n"
+                                                    "expect e1 uplink ath1\n"
+                                                    "expect e1 hops 1\n"));
     EXPECT_EQ(ended.code, 1);
     EXPECT_THAT(ended.out, AllOf(HasSubstr("story.scn:5: expect e1 uplink ath1"),
                                  HasSubstr("e1 uplink is ath0"), Not(HasSubstr("story.scn:6"))));
@@ -95,7 +79,7 @@ TEST_F(Check, ends_with_1_and_says_what_differed_and_where_the_evidence_is) {
         ended.out.substr(again + 7, ended.out.find('\n', again) - again - 7);
     const std::size_t words = command.find("check ");
     ASSERT_NE(words, std::string::npos) << command;
-    EXPECT_EQ(run(command.substr(words)).code, 1);
+    EXPECT_EQ(lab_run(command.substr(words)).code, 1);
 }
 
 // The line of the file in which the text comes for the first time behind line `from`, -1: none.
@@ -109,12 +93,12 @@ int line_with(const std::vector<std::string>& lines, const std::string& text, in
 }
 
 TEST_F(Check, leaves_what_every_boot_and_every_worker_did_in_one_order) {
-    const Ended ended = run("check " + scenario("wait-until e1 status ready within 100\n"
-                                                "reboot e1\n"
-                                                "wait-until e1 status ready within 100\n"
-                                                "kill-worker e1 11\n"
-                                                "wait 5\n"
-                                                "expect e1 hops 7\n"));
+    const Ended ended = lab_run("check " + scenario("wait-until e1 status ready within 100\n"
+                                                    "reboot e1\n"
+                                                    "wait-until e1 status ready within 100\n"
+                                                    "kill-worker e1 11\n"
+                                                    "wait 5\n"
+                                                    "expect e1 hops 7\n"));
     EXPECT_EQ(ended.code, 1);
     const std::string left = evidence + "/story.1";
     std::ifstream file(left + "/e1/journal");
@@ -141,18 +125,18 @@ TEST_F(Check, leaves_what_every_boot_and_every_worker_did_in_one_order) {
 }
 
 TEST_F(Check, stops_at_a_wait_that_does_not_come_true) {
-    const Ended ended = run("check " + scenario("wait-until e1 uplink eth within 3\n"
-                                                "expect e1 hops 7\n"));
+    const Ended ended = lab_run("check " + scenario("wait-until e1 uplink eth within 3\n"
+                                                    "expect e1 hops 7\n"));
     EXPECT_EQ(ended.code, 1);
     EXPECT_THAT(ended.out, AllOf(HasSubstr("story.scn:4: wait-until e1 uplink eth within 3"),
                                  Not(HasSubstr("story.scn:5"))));
 }
 
 TEST_F(Check, ends_with_2_when_the_scenario_cannot_be_read) {
-    const Ended ended = run("check " + scenario("dauth e1\n"));
+    const Ended ended = lab_run("check " + scenario("dauth e1\n"));
     EXPECT_EQ(ended.code, 2);
     EXPECT_THAT(ended.out, HasSubstr("did you mean `deauth`?"));
-    EXPECT_EQ(run("check " + folder + "/missing.scn").code, 2);
+    EXPECT_EQ(lab_run("check " + folder + "/missing.scn").code, 2);
 }
 
 std::string table_of(const std::string& out) {
@@ -164,15 +148,15 @@ TEST_F(Check, takes_the_same_course_every_time) {
                                              "wait-until e1 status ready within 100\n"
                                              "deauth e1\nkill-worker e1\nwait 1\n"
                                              "wait-until e1 status ready within 300\n");
-    const Ended one = run(words);
-    const Ended other = run(words);
+    const Ended one = lab_run(words);
+    const Ended other = lab_run(words);
     EXPECT_EQ(one.code, 0) << one.out;
     EXPECT_EQ(table_of(one.out), table_of(other.out));
     EXPECT_THAT(one.out, HasSubstr("e1"));
 }
 
 TEST_F(Check, holds_an_hour_of_random_trouble_against_the_rules) {
-    const Ended ended = run("chaos --nodes 2 --hours 1 --seed 3");
+    const Ended ended = lab_run("chaos --nodes 2 --hours 1 --seed 3");
     EXPECT_EQ(ended.code, 0) << ended.out;
     EXPECT_THAT(ended.out, AllOf(HasSubstr("seed 3"), HasSubstr("worst outage")));
 }
