@@ -42,8 +42,8 @@ void server_turn(Server* server);
 // Closes all connections once what is to be sent is sent (half a second at most).
 void server_close(Server* server);
 
-// Turns until somebody asks for the end or `*ends` is set by a signal handler. Then it ends the mesh
-// and closes the connections.
+// Turns until somebody asks for the end or `*ends` is set by a signal handler. Then it ends the
+// mesh and closes the connections.
 void server_run(Server* server, const volatile std::sig_atomic_t* ends);
 
 }  // namespace lab
