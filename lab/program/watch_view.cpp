@@ -5,6 +5,8 @@
 #include <cstdio>
 
 #include "lab/program/pacing.h"
+#include "lab/scenario/verb.h"
+#include "lab/scenario/words.h"
 
 namespace lab {
 namespace {
@@ -129,12 +131,50 @@ std::vector<std::string> node_lines(const WatchView& view, std::size_t room, boo
     return shown;
 }
 
+constexpr int KEY_ENTER = '\r';
+constexpr int KEY_NEW_LINE = '\n';
+constexpr int KEY_BACKSPACE = 0x7F;
+constexpr int KEY_OLD_BACKSPACE = '\b';
+constexpr int KEY_ERASE_LINE = 0x15;
+constexpr std::size_t LONGEST_TYPED = 200;
+
+/// The request of what was typed. Steps that wait would hold the view until they are over.
+Words typed_request(WatchView* view) {
+    Words words;
+    Verb verb;
+    std::string error;
+    if (!line_words(view->typed, &words, &error) || words.empty() ||
+        !verb_parse(words, &verb, &error)) {
+        view->message = error.empty() ? "no verb" : error;
+        return {};
+    }
+    words.insert(words.begin(), "do");
+    return words;
+}
+
+/// A key while a verb is typed: enter does it, an empty line goes back to the single keys.
+Words typing_key(WatchView* view, int key) {
+    if (key == KEY_ENTER || key == KEY_NEW_LINE) {
+        view->types = false;
+        return view->typed.empty() ? Words{} : typed_request(view);
+    }
+    if (key == KEY_BACKSPACE || key == KEY_OLD_BACKSPACE) {
+        view->types = !view->typed.empty();
+        view->typed.resize(view->typed.empty() ? 0 : view->typed.size() - 1);
+    } else if (key == KEY_ERASE_LINE) {
+        view->types = false;
+    } else if (key >= ' ' && key < KEY_BACKSPACE && view->typed.size() < LONGEST_TYPED) {
+        view->typed.push_back(static_cast<char>(key));
+    }
+    return {};
+}
+
 std::string keys_line() {
     std::string line = "1-9 or arrows: node";
     for (const KeyRow& row : KEYS) {
         line += std::string("  ") + row.key + ": " + std::string(row.help);
     }
-    return line + "  q: quit";
+    return line + "  :: any verb  q: quit";
 }
 
 /// What the keys line needs: it is broken between keys where it is too long.
@@ -226,10 +266,16 @@ std::vector<int> watch_keys(std::string_view bytes) {
 }
 
 std::vector<std::string> watch_key(WatchView* view, int key) {
+    if (view->types) {
+        return typing_key(view, key);
+    }
     const std::size_t count = view->status.nodes.size();
     const std::size_t selected = view->selected;
     if (key == 'q') {
         view->quits = true;
+    } else if (key == ':') {
+        view->types = true;
+        view->typed.clear();
     } else if (key == KEY_UP) {
         view->selected = selected > 0 ? selected - 1 : 0;
     } else if (key == KEY_DOWN) {
@@ -296,7 +342,8 @@ std::string watch_draw(const WatchView& view, std::size_t rows, std::size_t colu
                      view.log.end());
     }
     lines.resize(upper);
-    lines.push_back(coloured(view.message, Colour::YELLOW, in_colour));
+    lines.push_back(view.types ? ":" + view.typed + "_"
+                               : coloured(view.message, Colour::YELLOW, in_colour));
     lines.insert(lines.end(), keys.begin(), keys.end());
     lines.resize(std::min(lines.size(), rows));
 

@@ -22,6 +22,8 @@ struct WatchView {
     std::size_t selected = 0;      // node
     std::vector<std::string> log;  // newest lines of its flow log, oldest first
     std::string message;           // what came of the last key
+    bool types = false;            // a verb is being typed behind ":"
+    std::string typed;
     bool quits = false;
 };
 

@@ -101,7 +101,9 @@ void rule_service_aps(const Look& look) {
 }
 
 std::string loop_reason(const Look& look) {
-    return look.node.uplinks.size() > 1 ? uplinks_reason(look) : "";
+    const bool is_part = std::any_of(look.node.broadcasts.begin(), look.node.broadcasts.end(),
+                                     [](const ObservedBroadcast& one) { return one.seen > 1; });
+    return is_part && look.node.uplinks.size() > 1 ? uplinks_reason(look) : "";
 }
 
 void rule_no_loop(const Look& look, const std::string& known) {

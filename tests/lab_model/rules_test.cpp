@@ -192,18 +192,30 @@ TEST_F(Rules, no_loop_knows_for_everybody_the_reason_of_the_node_that_closes_the
     pass(1);
     node.log.clear();
     node.uplinks = {"ath0", "ath1"};
+    node.broadcasts = {{"m1", 2}};
     NodeObservation other;
     other.name = "root";
     other.is_root = true;
     other.broadcasts = {{"m1", 3}};
     std::vector<Violation> violations = rules_check(&memory, {time, {other, node}});
-    ASSERT_EQ(violations.size(), 1U);
+    ASSERT_EQ(violations.size(), 2U);
     EXPECT_EQ(violations[0].node, "root");
     EXPECT_EQ(violations[0].known,
               "a new worker starts one station and leaves the others as they are");
-    node.uplinks = {"ath0"};
-    other.broadcasts = {{"m2", 3}};
-    violations = rules_check(&memory, {time, {other, node}});
+    EXPECT_EQ(violations[1].known, violations[0].known);
+}
+
+TEST_F(Rules, no_loop_takes_no_reason_from_a_node_that_has_no_part_in_the_loop) {
+    begin_ready();
+    pass(1);
+    node.log.clear();
+    node.uplinks = {"ath0", "ath1"};
+    node.broadcasts = {{"m1", 1}};
+    NodeObservation other;
+    other.name = "root";
+    other.is_root = true;
+    other.broadcasts = {{"m1", 3}};
+    const std::vector<Violation> violations = rules_check(&memory, {time, {other, node}});
     ASSERT_EQ(violations.size(), 1U);
     EXPECT_EQ(violations[0].known, "");
 }

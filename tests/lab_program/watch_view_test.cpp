@@ -102,6 +102,44 @@ TEST(WatchKey, changes_the_speed_and_pauses) {
     EXPECT_EQ(watch_key(&view, '+'), (Words{"speed", "0"}));
 }
 
+Words typed(WatchView* view, std::string_view keys) {
+    Words words;
+    for (const char key : keys) {
+        words = watch_key(view, static_cast<unsigned char>(key));
+    }
+    return words;
+}
+
+TEST(WatchKey, does_any_verb_that_is_typed) {
+    WatchView view = view_of(3);
+    EXPECT_EQ(typed(&view, ":fade e1 q\x7froot -70\r"), (Words{"do", "fade", "e1", "root", "-70"}));
+    EXPECT_FALSE(view.types);
+    EXPECT_FALSE(view.quits);
+}
+
+TEST(WatchKey, goes_back_to_single_keys_from_an_empty_line) {
+    for (const std::string_view keys : {":\r", ":d\x7f\x7f", ":dq\x15"}) {
+        WatchView view = view_of(2);
+        EXPECT_EQ(typed(&view, keys), Words{});
+        EXPECT_EQ(typed(&view, "d"), (Words{"do", "deauth", "root"}));
+    }
+}
+
+TEST(WatchKey, says_what_is_no_verb) {
+    WatchView view = view_of(2);
+    EXPECT_EQ(typed(&view, ":wait 1000\r"), Words{});
+    EXPECT_NE(view.message, "");
+    EXPECT_EQ(typed(&view, ":dauth e1\r"), Words{});
+    EXPECT_NE(view.message.find("did you mean `deauth`?"), std::string::npos) << view.message;
+}
+
+TEST(Screen, shows_the_verb_that_is_being_typed) {
+    WatchView view = view_of(2);
+    typed(&view, ":approve e1");
+    const std::vector<std::string> lines = shown(view, 24, 100);
+    EXPECT_NE(std::find(lines.begin(), lines.end(), ":approve e1_"), lines.end());
+}
+
 TEST(WatchKey, quits_and_does_nothing_without_nodes) {
     WatchView view;
     EXPECT_EQ(watch_key(&view, 'd'), Words{});
@@ -146,7 +184,7 @@ TEST(Screen, shows_status_selected_node_log_and_keys_from_top_to_bottom) {
     EXPECT_EQ(lines[15],
               "1-9 or arrows: node  d: deauth  o: ap off/on  c: cable in/out  r: radar  "
               "R: clear radar  k: kill worker  b: reboot  x: power  +: faster  -: slower  "
-              "p: pause  q: quit");
+              "p: pause  :: any verb  q: quit");
 }
 
 TEST(Screen, keeps_the_selected_node_in_sight) {
