@@ -1,96 +1,17 @@
+// What the live view looks like.
 #include "lab/program/watch_view.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 #include "lab/program/pacing.h"
-#include "lab/scenario/verb.h"
-#include "lab/scenario/words.h"
 
 namespace lab {
 namespace {
 
-constexpr char ESCAPE = '\033';
 constexpr char RESET[] = "\033[0m";
 constexpr char LINE_REST_CLEAR[] = "\033[K\r\n";
 constexpr std::size_t FEWEST_LOG_LINES = 3;
 constexpr std::size_t FEWEST_NODE_LINES = 3;
-
-using Words = std::vector<std::string>;
-
-struct KeyRow {
-    char key;
-    std::string_view help;
-    Words (*request)(const WatchView& view, const NodeStatus& node);
-};
-
-template <const char* const& Verb>
-Words verb_of(const WatchView& /*view*/, const NodeStatus& node) {
-    return {"do", Verb, node.name};
-}
-
-constexpr const char* DEAUTH = "deauth";
-constexpr const char* RADAR = "radar";
-constexpr const char* CLEAR_RADAR = "clear-radar";
-constexpr const char* KILL_WORKER = "kill-worker";
-constexpr const char* REBOOT = "reboot";
-
-Words ap_toggle(const WatchView& /*view*/, const NodeStatus& node) {
-    return {"do", node.aps_silenced ? "ap-on" : "ap-off", node.name};
-}
-
-Words cable_toggle(const WatchView& /*view*/, const NodeStatus& node) {
-    return {"do", node.has_cable ? "cable-out" : "cable-in", node.name};
-}
-
-Words power_toggle(const WatchView& /*view*/, const NodeStatus& node) {
-    return {"do", node.power == NodePower::OFF ? "power-on" : "power-off", node.name};
-}
-
-Words speed_word(double speed) {
-    std::array<char, 32> word{};
-    std::snprintf(word.data(), word.size(), "%g", speed);
-    return {"speed", word.data()};
-}
-
-Words faster(const WatchView& view, const NodeStatus& /*node*/) {
-    return speed_word(speed_up(view.server.speed));
-}
-
-Words slower(const WatchView& view, const NodeStatus& /*node*/) {
-    return speed_word(speed_down(view.server.speed));
-}
-
-Words pause_toggle(const WatchView& view, const NodeStatus& /*node*/) {
-    return {"speed", view.server.paused ? "resume" : "pause"};
-}
-
-constexpr std::array KEYS = {
-    KeyRow{'d', "deauth", verb_of<DEAUTH>},
-    KeyRow{'o', "ap off/on", ap_toggle},
-    KeyRow{'c', "cable in/out", cable_toggle},
-    KeyRow{'r', "radar", verb_of<RADAR>},
-    KeyRow{'R', "clear radar", verb_of<CLEAR_RADAR>},
-    KeyRow{'k', "kill worker", verb_of<KILL_WORKER>},
-    KeyRow{'b', "reboot", verb_of<REBOOT>},
-    KeyRow{'x', "power", power_toggle},
-    KeyRow{'+', "faster", faster},
-    KeyRow{'-', "slower", slower},
-    KeyRow{'p', "pause", pause_toggle},
-};
-
-constexpr bool keys_differ() {
-    for (std::size_t one = 0; one < KEYS.size(); ++one) {
-        for (std::size_t other = one + 1; other < KEYS.size(); ++other) {
-            if (KEYS[one].key == KEYS[other].key) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
-static_assert(keys_differ());
 
 std::string pace_text(const ServerStatus& server) {
     if (!server.stalled.empty()) {
@@ -131,56 +52,10 @@ std::vector<std::string> node_lines(const WatchView& view, std::size_t room, boo
     return shown;
 }
 
-constexpr int KEY_ENTER = '\r';
-constexpr int KEY_NEW_LINE = '\n';
-constexpr int KEY_BACKSPACE = 0x7F;
-constexpr int KEY_OLD_BACKSPACE = '\b';
-constexpr int KEY_ERASE_LINE = 0x15;
-constexpr std::size_t LONGEST_TYPED = 200;
-
-/// The request of what was typed. Steps that wait would hold the view until they are over.
-Words typed_request(WatchView* view) {
-    Words words;
-    Verb verb;
-    std::string error;
-    if (!line_words(view->typed, &words, &error) || words.empty() ||
-        !verb_parse(words, &verb, &error)) {
-        view->message = error.empty() ? "no verb" : error;
-        return {};
-    }
-    words.insert(words.begin(), "do");
-    return words;
-}
-
-/// A key while a verb is typed: enter does it, an empty line goes back to the single keys.
-Words typing_key(WatchView* view, int key) {
-    if (key == KEY_ENTER || key == KEY_NEW_LINE) {
-        view->types = false;
-        return view->typed.empty() ? Words{} : typed_request(view);
-    }
-    if (key == KEY_BACKSPACE || key == KEY_OLD_BACKSPACE) {
-        view->types = !view->typed.empty();
-        view->typed.resize(view->typed.empty() ? 0 : view->typed.size() - 1);
-    } else if (key == KEY_ERASE_LINE) {
-        view->types = false;
-    } else if (key >= ' ' && key < KEY_BACKSPACE && view->typed.size() < LONGEST_TYPED) {
-        view->typed.push_back(static_cast<char>(key));
-    }
-    return {};
-}
-
-std::string keys_line() {
-    std::string line = "1-9 or arrows: node";
-    for (const KeyRow& row : KEYS) {
-        line += std::string("  ") + row.key + ": " + std::string(row.help);
-    }
-    return line + "  :: any verb  q: quit";
-}
-
 /// What the keys line needs: it is broken between keys where it is too long.
 std::vector<std::string> keys_lines(std::size_t columns) {
     std::vector<std::string> lines = {""};
-    const std::string all = keys_line() + "  ";
+    const std::string all = watch_keys_line() + "  ";
     for (std::size_t at = 0; at < all.size();) {
         const std::size_t end = std::min(all.find("  ", at), all.size());
         const std::string key = all.substr(at, end - at);
@@ -241,56 +116,6 @@ std::size_t colour_length(std::string_view text) {
 }
 
 }  // namespace
-
-std::vector<int> watch_keys(std::string_view bytes) {
-    std::vector<int> keys;
-    for (std::size_t at = 0; at < bytes.size(); ++at) {
-        if (bytes[at] != ESCAPE) {
-            keys.push_back(static_cast<unsigned char>(bytes[at]));
-            continue;
-        }
-        const bool is_sequence =
-            at + 1 < bytes.size() && (bytes[at + 1] == '[' || bytes[at + 1] == 'O');
-        if (!is_sequence) {
-            continue;
-        }
-        at += 2;
-        while (at < bytes.size() && (bytes[at] == ';' || (bytes[at] >= '0' && bytes[at] <= '9'))) {
-            ++at;
-        }
-        if (at < bytes.size() && (bytes[at] == 'A' || bytes[at] == 'B')) {
-            keys.push_back(bytes[at] == 'A' ? KEY_UP : KEY_DOWN);
-        }
-    }
-    return keys;
-}
-
-std::vector<std::string> watch_key(WatchView* view, int key) {
-    if (view->types) {
-        return typing_key(view, key);
-    }
-    const std::size_t count = view->status.nodes.size();
-    const std::size_t selected = view->selected;
-    if (key == 'q') {
-        view->quits = true;
-    } else if (key == ':') {
-        view->types = true;
-        view->typed.clear();
-    } else if (key == KEY_UP) {
-        view->selected = selected > 0 ? selected - 1 : 0;
-    } else if (key == KEY_DOWN) {
-        view->selected = selected + 1 < count ? selected + 1 : selected;
-    } else if (key >= '1' && key <= '9' && static_cast<std::size_t>(key - '1') < count) {
-        view->selected = static_cast<std::size_t>(key - '1');
-    } else if (selected < count) {
-        for (const KeyRow& row : KEYS) {
-            if (row.key == key) {
-                return row.request(*view, view->status.nodes[selected]);
-            }
-        }
-    }
-    return {};
-}
 
 std::string line_clipped(std::string_view line, std::size_t columns) {
     std::string text;

@@ -38,6 +38,9 @@ std::vector<int> watch_keys(std::string_view bytes);
 // a request, empty when there is nothing to ask.
 std::vector<std::string> watch_key(WatchView* view, int key);
 
+// "1-9 or arrows: node  d: deauth  ...", every key with what it does.
+std::string watch_keys_line();
+
 // The whole screen, line by line from its top: `rows` lines at most, each `columns` wide at most.
 std::string watch_draw(const WatchView& view, std::size_t rows, std::size_t columns,
                        bool in_colour);
