@@ -2,6 +2,8 @@
 #include "lab/program/watch_view.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 
 #include "lab/program/pacing.h"
 
