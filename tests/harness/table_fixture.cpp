@@ -40,7 +40,13 @@ void runtime_fresh(std::array<intf_record, 16>& table) {
 }  // namespace
 
 Journal journal_all() {
-    const std::string log = file_text("/var/log/backhaul_flow_log");
+    // Somebody may log and run lines meanwhile: both are taken from one moment.
+    std::vector<lab::LineRecord> records;
+    std::string log;
+    do {
+        records = lab::line_records("");
+        log = file_text("/var/log/backhaul_flow_log");
+    } while (lab::line_records("").size() != records.size());
     Journal entries;
     size_t at = 0;
     // A shell line's record tells how long the flow log was when it started.
@@ -50,7 +56,7 @@ Journal journal_all() {
         }
         at = end;
     };
-    for (const lab::LineRecord& record : lab::line_records("")) {
+    for (const lab::LineRecord& record : records) {
         log_until(static_cast<size_t>(record.stamp.flow_log_size));
         entries.push_back("$ " + record.line);
     }
