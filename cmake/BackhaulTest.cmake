@@ -30,6 +30,9 @@ function(backhaul_test_headers_use target)
     target_precompile_headers(${target} REUSE_FROM backhaul_test_headers)
 endfunction()
 
+# What has to do with the daemon's threads: its unit and process tests, without the lab's own.
+add_custom_target(daemon_tests)
+
 # backhaul_test_library(<name> SOURCES <file>... [LIBS <target>...])
 # A static library for tests only, with the tests' flags: exceptions allowed, sanitized.
 function(backhaul_test_library name)
@@ -68,8 +71,14 @@ function(backhaul_test name)
         ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
     backhaul_test_headers_use(${name})
+    if(arg_LABEL STREQUAL "lab")
+        add_dependencies(${name} lab_programs)
+    endif()
     if(NOT arg_LABEL STREQUAL "unit")
-        add_dependencies(${name} backhaul_monitor lab_programs)
+        add_dependencies(${name} backhaul_monitor lab_tool lab_sh lab_clock)
+    endif()
+    if(arg_LABEL MATCHES "^(unit|process)$" AND NOT name MATCHES "^lab_")
+        add_dependencies(daemon_tests ${name})
     endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST
