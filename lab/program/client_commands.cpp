@@ -2,15 +2,18 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
 
+#include "lab/node/flow_log_reader.h"
 #include "lab/program/client.h"
 #include "lab/program/commands.h"
 #include "lab/program/shell.h"
 #include "lab/program/socket_place.h"
 #include "lab/program/watch_view.h"
+#include "lab/report/json.h"
 #include "lab/scenario/words.h"
 
 namespace lab {
@@ -19,7 +22,16 @@ namespace {
 constexpr std::chrono::milliseconds FOLLOW_PAUSE{250};
 
 /// Prints what the mesh said to a request that has no table; returns the exit code.
-int answer_report(const Answer& answer) {
+int answer_report(const Arguments& arguments, const Answer& answer) {
+    if (arguments.json) {
+        JsonWriter json;
+        json.object_begin();
+        json.key("good").value(answer.code == EXIT_GOOD);
+        json.key("text").value(answer.text);
+        json.object_end();
+        printf("%s\n", json.text().c_str());
+        return answer.code;
+    }
     if (answer.code != EXIT_GOOD) {
         return complain(answer.text, answer.code);
     }
@@ -36,7 +48,7 @@ int ask_and_report(const Arguments& arguments, const std::vector<std::string>& w
     }
     const Answer answer = client_ask(fd, words);
     close(fd);
-    return answer_report(answer);
+    return answer_report(arguments, answer);
 }
 
 /// The status in the part that was asked for: the node's, or everything.
@@ -74,6 +86,22 @@ void status_print(const Arguments& arguments, const MeshStatus& status,
     if (!stalled.empty()) {
         printf("the mesh stands still: %s\n", line_clipped(stalled, std::string::npos).c_str());
     }
+}
+
+/// One object a line, so that a reader of `-f` need not wait for the end.
+void log_print_json(const Answer& answer) {
+    for (const std::string& line : answer.lines) {
+        std::int64_t time = 0;
+        std::string text;
+        const bool dated = log_line_split(line, time, text);
+        JsonWriter json;
+        json.object_begin();
+        json.key("time").value(time);
+        json.key("text").value(dated ? text : line);
+        json.object_end();
+        printf("%s\n", json.text().c_str());
+    }
+    fflush(stdout);
 }
 
 void log_print(const Answer& answer) {
@@ -154,7 +182,7 @@ int log_command(const Arguments& arguments) {
             close(fd);
             return complain(answer.text, answer.code);
         }
-        log_print(answer);
+        arguments.json ? log_print_json(answer) : log_print(answer);
         from = answer.text;
         if (answer.lines.empty()) {
             if (!arguments.follow || ferror(stdout) != 0) {
@@ -197,7 +225,7 @@ int down_command(const Arguments& arguments) {
     close(fd);
     // The server cannot: its own sandbox hides the folder.
     unlink(socket_of(arguments).c_str());
-    return answer_report(answer);
+    return answer_report(arguments, answer);
 }
 
 }  // namespace lab

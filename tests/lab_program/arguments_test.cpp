@@ -122,6 +122,7 @@ TEST(Usage, of_a_command_lists_its_forms_and_options) {
               "\n"
               "Changes how fast the mesh's time passes.\n"
               "\n"
+              "  --json              One JSON object instead of tables.\n"
               "  --socket PATH       Where the mesh listens, when there is more than one.\n");
 }
 

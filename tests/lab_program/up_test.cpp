@@ -65,6 +65,15 @@ TEST_F(Up, does_a_verb_and_waits_for_what_follows) {
     EXPECT_EQ(lab_run("do dauth e1").code, 2);
 }
 
+TEST_F(Up, answers_in_json) {
+    EXPECT_EQ(lab_run("do deauth e1 --json").out, "{\"good\":true,\"text\":\"\"}\n");
+    const Ended bad = lab_run("do dauth e1 --json");
+    EXPECT_NE(bad.code, 0);
+    EXPECT_THAT(bad.out, HasSubstr(R"({"good":false,"text":"`dauth` is no)"));
+    EXPECT_THAT(lab_run("log e1 --json").out,
+                HasSubstr(R"({"time":1700000001,"text":"<-- backhaul_monitor start -->"})"));
+}
+
 TEST_F(Up, refuses_a_second_mesh_at_the_same_place) {
     const Ended ended = lab_run("up line 2");
     EXPECT_EQ(ended.code, 1);
