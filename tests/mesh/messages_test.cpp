@@ -25,7 +25,8 @@ TEST_F(Messages, go_out_as_one_sealed_word_to_the_broadcast_address) {
     EXPECT_EQ(sent[0].bytes.size(), 32U);
     EXPECT_EQ(sent[0].bytes.substr(0, 8), "Salted__");
     EXPECT_EQ(lab::message_open(sent[0].bytes, PHRASE), "UPLINKSCAN");
-    EXPECT_EQ(lab::message_open(sent[0].bytes, "another"), "");
+    // Not always nothing: one in 256 wrong keys leaves an end that could be a right one.
+    EXPECT_NE(lab::message_open(sent[0].bytes, "another"), "UPLINKSCAN");
     expect_file(SSL_OUTPUT, sent[0].bytes);
 }
 
