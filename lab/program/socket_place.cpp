@@ -109,7 +109,7 @@ int socket_connect(const std::string& path, std::string* error) {
 }
 
 std::string server_log_path(const std::string& socket) {
-    return folder_of(socket) + "/server.log";
+    return socket + ".log";
 }
 
 }  // namespace lab

@@ -68,6 +68,11 @@ TEST_F(SocketPlace, is_taken_over_from_a_mesh_that_died) {
     close(next);
 }
 
+TEST_F(SocketPlace, has_a_log_that_no_mesh_beside_it_writes) {
+    EXPECT_EQ(server_log_path(path_), "/tmp/place/control.log");
+    EXPECT_NE(server_log_path(path_), server_log_path("/tmp/place/other"));
+}
+
 TEST_F(SocketPlace, with_too_long_a_path_is_refused) {
     EXPECT_EQ(socket_listen("/tmp/" + std::string(200, 'x'), &error_), -1);
     EXPECT_TRUE(error_.starts_with("the path of the socket is too long")) << error_;
