@@ -8,7 +8,7 @@ include(GoogleTest)
 # tests are the larger part. What they test keeps its optimisation.
 function(backhaul_test_common target)
     backhaul_common(${target})
-    target_link_libraries(${target} PRIVATE backhaul_instrumented)
+    target_link_libraries(${target} PRIVATE backhaul_instrumented_test)
     if(BACKHAUL_SANITIZE)
         target_compile_options(${target} PRIVATE -O0)
     endif()
@@ -51,7 +51,9 @@ endfunction()
 # Sources see BACKHAUL_BUILD_DIR and BACKHAUL_SOURCE_DIR as texts. Without a main() among LIBS
 # GoogleTest's own is taken; a library that brings one does so as an object, because an archive
 # that comes in through another library would lose against GoogleTest's. Tests other than unit
-# tests also bring the daemon and the lab up to date.
+# tests also bring the daemon and the lab up to date. Unit tests can be run by the program as well,
+# as <name>: to make a sandbox for each takes most of their time.
+# What may take long (TIMEOUT, in seconds) is started first: nothing waits for it at the end.
 function(backhaul_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL;TIMEOUT" "SOURCES;LIBS")
     if(NOT arg_LABEL MATCHES "^(unit|process|lab|fuzz)$")
@@ -79,13 +81,21 @@ function(backhaul_test name)
     endif()
     if(arg_LABEL MATCHES "^(unit|process)$" AND NOT name MATCHES "^lab_")
         add_dependencies(daemon_tests ${name})
+        set(whole_label whole)
+    else()
+        set(whole_label whole-bed)
     endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST
         NO_PRETTY_VALUES
         DISCOVERY_TIMEOUT 60
         TEST_PREFIX "${name}."
-        PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
+        PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT} COST ${arg_TIMEOUT})
+    if(arg_LABEL STREQUAL "unit")
+        # Known to `ctest -C whole` only.
+        add_test(NAME ${name} CONFIGURATIONS whole COMMAND ${name} --gtest_brief=1)
+        set_tests_properties(${name} PROPERTIES LABELS ${whole_label} TIMEOUT 600 COST 600)
+    endif()
 endfunction()
 
 # backhaul_fuzz(<name> SOURCES <file>... CORPUS <folder> [LIBS <target>...])
