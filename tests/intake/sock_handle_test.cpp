@@ -238,14 +238,19 @@ TEST_F(SockHandle, leaves_out_a_descriptor_that_select_cannot_hold) {
 
 TEST_F(SockHandle, goes_on_without_a_pause_when_select_fails) {
     control_fifo_create();
-    // A descriptor that is not there: every select fails.
-    runtime.msg_fd = 200;
+    // A descriptor that is not there: every select fails. One above it stays open, because the
+    // kernel looks only at numbers that its table of the process has room for.
+    runtime.msg_fd = fcntl(runtime.fifo_fd, F_DUPFD_CLOEXEC, 40);
+    const int above = fcntl(runtime.fifo_fd, F_DUPFD_CLOEXEC, runtime.msg_fd + 1);
+    ASSERT_GT(above, runtime.msg_fd);
+    close(runtime.msg_fd);
     serve();
     EXPECT_TRUE(wait_until([] {
         return file_begin("/tmp/out")
                    .rfind("select error: Bad file descriptor\nselect error: Bad file descriptor\n",
                           0) == 0;
     })) << file_begin("/tmp/out");
+    close(above);
     runtime.msg_fd = -1;
 }
 
