@@ -208,6 +208,8 @@ int sandbox_enter(const SandboxOptions& options, std::string& error) {
     const pid_t inside = fork();
     if (inside == 0) {
         close(made.report);
+        // What the caller was started with, a lock or a pipe of its own starter, is no router's.
+        close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
         return 0;
     }
     report_ready(made.report, inside < 0 ? -1 : 0, "no second process");

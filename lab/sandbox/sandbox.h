@@ -40,7 +40,8 @@ pid_t sandbox_start(const SandboxOptions& options, std::string& error);
 
 // Moves the calling program into a new sandbox: returns 0 in a copy of the caller that runs as
 // process 2 of the sandbox; the original waits for that copy and ends with its status. Returns -1
-// in the original when the sandbox cannot be made. The caller must not have started threads.
+// in the original when the sandbox cannot be made. The caller must not have started threads. Its
+// open descriptors stay open in the copy, but 0 to 2 alone reach programs that the copy runs.
 int sandbox_enter(const SandboxOptions& options, std::string& error);
 
 // Runs a program without the shell, `input` on its standard input, its error output captured.

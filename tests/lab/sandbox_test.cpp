@@ -1,9 +1,11 @@
 // The sandbox as the daemon and the tests find it.
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -135,6 +137,26 @@ TEST_F(Sandbox, has_room_for_another_sandbox_inside_with_the_same_shell_and_tool
     EXPECT_NE(file_text(root + lab::kLabLines).find("uci get a.b.c"), std::string::npos);
     EXPECT_EQ(harness::recorded_lines(), std::vector<std::string>{});
     kill(inner, SIGKILL);
+}
+
+TEST_F(Sandbox, keeps_what_its_caller_had_open_from_the_programs_inside) {
+    const pid_t caller = fork();
+    if (caller == 0) {
+        const int left_open = fcntl(STDIN_FILENO, F_DUPFD, 300);
+        const std::string name = "/proc/self/fd/" + std::to_string(left_open);
+        lab::SandboxOptions options;
+        options.programs = BACKHAUL_BUILD_DIR "/lab";
+        std::string error;
+        if (left_open < 300 || lab::sandbox_enter(options, error) != 0 ||
+            !harness::file_is_there(name)) {
+            _exit(98);
+        }
+        execl("/usr/bin/test", "test", "!", "-e", name.c_str(), nullptr);
+        _exit(99);
+    }
+    int status = -1;
+    waitpid(caller, &status, 0);
+    EXPECT_EQ(status, 0) << "it ended with " << WEXITSTATUS(status);
 }
 
 TEST_F(Sandbox, makes_the_folders_that_a_bare_machine_lacks_for_its_scripts) {
