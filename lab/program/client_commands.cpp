@@ -182,7 +182,11 @@ int log_command(const Arguments& arguments) {
             close(fd);
             return complain(answer.text, answer.code);
         }
-        arguments.json ? log_print_json(answer) : log_print(answer);
+        if (arguments.json) {
+            log_print_json(answer);
+        } else {
+            log_print(answer);
+        }
         from = answer.text;
         if (answer.lines.empty()) {
             if (!arguments.follow || ferror(stdout) != 0) {
