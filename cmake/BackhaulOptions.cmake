@@ -35,41 +35,43 @@ target_compile_options(backhaul_warnings INTERFACE
     -Wall -Wextra -Wconversion -Wshadow -Wswitch-enum
     $<$<BOOL:${BACKHAUL_WERROR}>:-Werror>)
 
-# Sanitizer and coverage flags of the daemon, of its libraries and of the tests, but never of what
-# is preloaded into the daemon or stands in for a tool.
-add_library(backhaul_instrumented INTERFACE)
-# The same for what is tested with: without the checks for undefined behaviour, with which templates
-# of matchers take twice as long to compile.
+# Sanitizer and coverage flags of what is tested with. Without the checks for undefined behaviour,
+# with which templates of matchers take twice as long to compile; their runtime is linked for the
+# libraries that have them.
 add_library(backhaul_instrumented_test INTERFACE)
 if(BACKHAUL_SANITIZE STREQUAL "address")
-    set(backhaul_sanitize_flags -fsanitize=address,undefined -fno-sanitize-recover=undefined)
+    set(backhaul_sanitize_link -fsanitize=address,undefined)
     set(backhaul_sanitize_static -static-libasan -static-libubsan)
 elseif(BACKHAUL_SANITIZE STREQUAL "thread")
-    set(backhaul_sanitize_flags -fsanitize=thread)
+    set(backhaul_sanitize_link -fsanitize=thread)
     set(backhaul_sanitize_static -static-libtsan)
 elseif(BACKHAUL_SANITIZE)
     message(FATAL_ERROR "BACKHAUL_SANITIZE is `${BACKHAUL_SANITIZE}`: use address or thread")
 endif()
-foreach(target IN ITEMS backhaul_instrumented backhaul_instrumented_test)
-    if(BACKHAUL_SANITIZE)
-        target_compile_options(${target} INTERFACE
-            -fsanitize=${BACKHAUL_SANITIZE} -fno-omit-frame-pointer)
-        target_link_options(${target} INTERFACE ${backhaul_sanitize_flags})
-        # A shared runtime would have to come before the preloaded clock; clang's is static anyway.
-        if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-            target_link_options(${target} INTERFACE ${backhaul_sanitize_static})
-        endif()
-    endif()
-    if(BACKHAUL_COVERAGE)
-        target_compile_options(${target} INTERFACE --coverage)
-        target_link_options(${target} INTERFACE --coverage)
-    endif()
-    if(BACKHAUL_FUZZ)
-        target_compile_options(${target} INTERFACE -fsanitize=fuzzer-no-link)
-    endif()
-endforeach()
 if(BACKHAUL_SANITIZE)
-    target_compile_options(backhaul_instrumented INTERFACE ${backhaul_sanitize_flags})
+    target_compile_options(backhaul_instrumented_test INTERFACE
+        -fsanitize=${BACKHAUL_SANITIZE} -fno-omit-frame-pointer)
+    target_link_options(backhaul_instrumented_test INTERFACE ${backhaul_sanitize_link})
+    # A shared runtime would have to come before the preloaded clock; clang's is static anyway.
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        target_link_options(backhaul_instrumented_test INTERFACE ${backhaul_sanitize_static})
+    endif()
+endif()
+if(BACKHAUL_COVERAGE)
+    target_compile_options(backhaul_instrumented_test INTERFACE --coverage)
+    target_link_options(backhaul_instrumented_test INTERFACE --coverage)
+endif()
+if(BACKHAUL_FUZZ)
+    target_compile_options(backhaul_instrumented_test INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+# The same for the daemon and its libraries, with all checks; never for what is preloaded into the
+# daemon or stands in for a tool.
+add_library(backhaul_instrumented INTERFACE)
+target_link_libraries(backhaul_instrumented INTERFACE backhaul_instrumented_test)
+if(BACKHAUL_SANITIZE STREQUAL "address")
+    target_compile_options(backhaul_instrumented INTERFACE
+        -fsanitize=undefined -fno-sanitize-recover=undefined)
 endif()
 
 # Settings common to all targets: include root, language rules, warnings, hardening.

@@ -81,9 +81,6 @@ function(backhaul_test name)
     endif()
     if(arg_LABEL MATCHES "^(unit|process)$" AND NOT name MATCHES "^lab_")
         add_dependencies(daemon_tests ${name})
-        set(whole_label whole)
-    else()
-        set(whole_label whole-bed)
     endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST
@@ -92,6 +89,10 @@ function(backhaul_test name)
         TEST_PREFIX "${name}."
         PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT} COST ${arg_TIMEOUT})
     if(arg_LABEL STREQUAL "unit")
+        set(whole_label whole)
+        if(name MATCHES "^lab_")
+            set(whole_label whole-bed)
+        endif()
         # Known to `ctest -C whole` only.
         add_test(NAME ${name} CONFIGURATIONS whole COMMAND ${name} --gtest_brief=1)
         set_tests_properties(${name} PROPERTIES LABELS ${whole_label} TIMEOUT 600 COST 600)
