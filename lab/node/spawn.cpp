@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "lab/sandbox/exec_words.h"
 #include "lab/sandbox/layout.h"
 
 namespace lab {
@@ -42,15 +43,6 @@ std::vector<std::string> full_environment(const SpawnPlan& plan) {
         all.push_back(one);
     }
     return all;
-}
-
-std::vector<char*> pointers_to(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 // Everything that the child needs, laid out before it exists: between fork and exec it may only
@@ -136,8 +128,8 @@ pid_t spawn_inside(const SpawnPlan& plan, const std::array<int, 5>& inside, int 
                       plan.err.empty() ? plan.out.c_str() : plan.err.c_str(),
                       inside,
                       report[1]};
-    prepared.argv = pointers_to(prepared.words);
-    prepared.envp = pointers_to(prepared.environment);
+    prepared.argv = exec_words(prepared.words);
+    prepared.envp = exec_words(prepared.environment);
     const pid_t child = fork_into(prepared, own_pid);
     int reason = child < 0 ? errno : 0;
     close(report[1]);

@@ -12,6 +12,7 @@
 #include <array>
 #include <cerrno>
 
+#include "lab/sandbox/exec_words.h"
 #include "lab/sandbox/sandbox.h"
 
 namespace lab {
@@ -33,11 +34,7 @@ std::string through_openssl(const std::vector<std::string>& words, const std::st
     if (pipe2(in.data(), O_CLOEXEC) != 0 || pipe2(out.data(), O_CLOEXEC) != 0) {
         return {};
     }
-    std::vector<char*> argv;
-    for (const std::string& word : words) {
-        argv.push_back(const_cast<char*>(word.c_str()));
-    }
-    argv.push_back(nullptr);
+    const std::vector<char*> argv = exec_words(words);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "lab/sandbox/exec_words.h"
 #include "lab/sandbox/layout.h"
 
 namespace lab {
@@ -49,15 +50,6 @@ std::vector<std::string> environment_of(const std::string& node, const std::stri
             "HOME=/",
             "LAB_NODE=" + node,
             "PS1=" + node + prompt};
-}
-
-std::vector<char*> pointers_to(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 // Everything that the shell needs, laid out before its process exists.
@@ -133,10 +125,10 @@ int await(pid_t child) {
 
 /// Life of the process between: the pid namespace holds only for what it starts.
 [[noreturn]] void lead_into_node(Prepared* plan, int report) {
-    const std::vector<char*> argv = pointers_to(plan->words);
-    const std::vector<char*> envp = pointers_to(plan->environment);
-    const std::vector<char*> plain_argv = pointers_to(plan->plain_words);
-    const std::vector<char*> plain_envp = pointers_to(plan->plain_environment);
+    const std::vector<char*> argv = exec_words(plan->words);
+    const std::vector<char*> envp = exec_words(plan->environment);
+    const std::vector<char*> plain_argv = exec_words(plan->plain_words);
+    const std::vector<char*> plain_envp = exec_words(plan->plain_environment);
     const bool entered = namespaces_enter(*plan);
     const pid_t child = entered ? fork_plainly() : -1;
     if (child == 0) {

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "lab/sandbox/exec_words.h"
 #include "lab/sandbox/sandbox.h"
 
 namespace lab {
@@ -55,11 +56,7 @@ std::string read_all(int fd) {
 
 int spawn_with_pipes(const std::vector<std::string>& words, const Pipe& in, const Pipe& out,
                      pid_t& child) {
-    std::vector<char*> argv;
-    for (const std::string& word : words) {
-        argv.push_back(const_cast<char*>(word.c_str()));
-    }
-    argv.push_back(nullptr);
+    const std::vector<char*> argv = exec_words(words);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, in.end[0], STDIN_FILENO);

@@ -6,25 +6,15 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
 
 #include "lab/clock/clock_control.h"
 #include "lab/sandbox/layout.h"
 #include "lab/sandbox/sandbox.h"
+#include "tests/harness/test_arguments.h"
 
 namespace {
 
 constexpr char kInside[] = "BACKHAUL_TEST_INSIDE";
-
-bool only_lists(int argc, char** argv) {
-    for (int at = 1; at < argc; ++at) {
-        const std::string_view word = argv[at];
-        if (word == "--gtest_list_tests" || word == "--help") {
-            return true;
-        }
-    }
-    return false;
-}
 
 int enter_and_run_anew(char** argv) {
     lab::SandboxOptions options;
@@ -48,7 +38,7 @@ int enter_and_run_anew(char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (!only_lists(argc, argv) && getenv(kInside) == nullptr) {
+    if (!harness::only_lists(argc, argv) && getenv(kInside) == nullptr) {
         return enter_and_run_anew(argv);
     }
     testing::InitGoogleTest(&argc, argv);

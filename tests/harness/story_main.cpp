@@ -6,26 +6,12 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
 
 #include "lab/sandbox/sandbox.h"
-
-namespace {
-
-bool only_lists(int argc, char** argv) {
-    for (int at = 1; at < argc; ++at) {
-        const std::string_view word = argv[at];
-        if (word == "--gtest_list_tests" || word == "--help") {
-            return true;
-        }
-    }
-    return false;
-}
-
-}  // namespace
+#include "tests/harness/test_arguments.h"
 
 int main(int argc, char** argv) {
-    if (!only_lists(argc, argv)) {
+    if (!harness::only_lists(argc, argv)) {
         lab::SandboxOptions options;
         options.programs = BACKHAUL_BUILD_DIR "/lab";
         options.keep = {BACKHAUL_BUILD_DIR, BACKHAUL_SOURCE_DIR};
