@@ -8,6 +8,7 @@
 #include <array>
 #include <chrono>
 
+#include "lab/sandbox/exec_words.h"
 #include "lab/tools/answer.h"
 #include "lab/tools/record.h"
 #include "lab/tools/state_layout.h"
@@ -24,12 +25,8 @@ const std::string SHELL = std::string(BACKHAUL_BUILD_DIR) + "/lab/lab_sh";
 
 class ProgramsTest : public ToolsTest {
 protected:
-    pid_t start(const std::string& program, std::vector<std::string> words) const {
-        std::vector<char*> arguments;
-        for (std::string& word : words) {
-            arguments.push_back(word.data());
-        }
-        arguments.push_back(nullptr);
+    pid_t start(const std::string& program, const std::vector<std::string>& words) const {
+        const std::vector<char*> arguments = lab::exec_words(words);
         std::string root_setting = "LAB_ROOT=" + root;
         std::string path = "PATH=" + root + "/bin:/usr/bin:/bin";
         std::string shell = "LAB_REAL_SH=/usr/bin/dash";
