@@ -34,17 +34,6 @@ int write_file(const char* path, const std::string& text) {
     return put == static_cast<ssize_t>(text.size()) ? 0 : -1;
 }
 
-// Makes the caller root of its new user namespace.
-int map_to_root(uid_t uid, gid_t gid, std::string& error) {
-    write_file("/proc/self/setgroups", "deny");
-    if (write_file("/proc/self/uid_map", "0 " + std::to_string(uid) + " 1") != 0 ||
-        write_file("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1") != 0) {
-        error = std::string("cannot become root of a user namespace: ") + strerror(errno);
-        return -1;
-    }
-    return 0;
-}
-
 // A fork into new namespaces. unshare() cannot do it: a thread sanitizer's own thread makes the
 // process multi-threaded, which a new user namespace does not allow.
 pid_t fork_into_namespaces(bool user) {
@@ -90,7 +79,7 @@ int clone_sandbox(NewSandbox& made, std::string& error) {
     if (made.pid == 0) {
         std::string ignored;
         if (user) {
-            map_to_root(uid, gid, ignored);
+            user_namespace_root(uid, gid, ignored);
         }
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         prctl(PR_SET_NAME, "lab_init");
@@ -167,6 +156,16 @@ int exit_code_of(int status) {
 }
 
 }  // namespace
+
+int user_namespace_root(uid_t uid, gid_t gid, std::string& error) {
+    write_file("/proc/self/setgroups", "deny");
+    if (write_file("/proc/self/uid_map", "0 " + std::to_string(uid) + " 1") != 0 ||
+        write_file("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1") != 0) {
+        error = std::string("cannot become root of a user namespace: ") + strerror(errno);
+        return -1;
+    }
+    return 0;
+}
 
 pid_t sandbox_start(const SandboxOptions& options, std::string& error) {
     NewSandbox made;

@@ -44,6 +44,10 @@ pid_t sandbox_start(const SandboxOptions& options, std::string& error);
 // open descriptors stay open in the copy, but 0 to 2 alone reach programs that the copy runs.
 int sandbox_enter(const SandboxOptions& options, std::string& error);
 
+// Makes the caller root of the user namespace that it has just entered: user `uid` and group `gid`
+// are what it was before. 0 or -1.
+int user_namespace_root(uid_t uid, gid_t gid, std::string& error);
+
 // Runs a program without the shell, `input` on its standard input, its error output captured.
 // Returns 0 when it ended with status 0; else -1 and `error` says what it said.
 int run_program(const std::vector<std::string>& words, const std::string& input,

@@ -1,5 +1,4 @@
 // Events on a real netlink socket, in a network namespace of their own.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <linux/netlink.h>
 #include <poll.h>
@@ -15,6 +14,7 @@
 #include <string>
 
 #include "lab/driver/netlink_sender.h"
+#include "lab/sandbox/sandbox.h"
 
 namespace {
 
@@ -24,27 +24,17 @@ using testing::HasSubstr;
 constexpr lab::MacAddress AP = {0x02, 0x00, 0x00, 0x00, 0x0A, 0x01};
 constexpr int PATIENCE_MS = 10000;
 
-void put(const char* path, const std::string& text) {
-    const int fd = open(path, O_WRONLY | O_CLOEXEC);
-    (void)!write(fd, text.data(), text.size());
-    close(fd);
-}
-
 // Enters a network namespace, an ordinary user as root of a user namespace too: `ip` has its
 // rights from being root, and loses them otherwise.
 bool network_enter() {
     if (unshare(CLONE_NEWNET) == 0) {
         return true;
     }
-    const std::string user = "0 " + std::to_string(geteuid()) + " 1";
-    const std::string group = "0 " + std::to_string(getegid()) + " 1";
-    if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
-        return false;
-    }
-    put("/proc/self/setgroups", "deny");
-    put("/proc/self/uid_map", user);
-    put("/proc/self/gid_map", group);
-    return geteuid() == 0;
+    const uid_t uid = geteuid();
+    const gid_t gid = getegid();
+    std::string error;
+    return unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0 &&
+           lab::user_namespace_root(uid, gid, error) == 0;
 }
 
 // The child's part: own namespaces, an interface, a listening socket; every datagram that comes
