@@ -5,7 +5,6 @@
 // that begin with "." are progress, "=" is the end of a good start, "!" the reason of a bad one.
 
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -75,8 +74,6 @@ int serve(UpPlan* plan) {
         tell(*plan, '!', error);
         return EXIT_DIFFERS;
     }
-    // Who looks for it in a list of processes knows the program, not the sandbox's first process.
-    prctl(PR_SET_NAME, "backhaul_lab");
     signals_take();
     tell(*plan, '.', "making " + std::to_string(plan->scenario.nodes.size()) + " nodes");
     const std::unique_ptr<HeldMesh> mesh =

@@ -186,6 +186,8 @@ pid_t sandbox_start(const SandboxOptions& options, std::string& error) {
 }
 
 int sandbox_enter(const SandboxOptions& options, std::string& error) {
+    std::array<char, 16> name{};
+    prctl(PR_GET_NAME, name.data());
     NewSandbox made;
     if (clone_sandbox(made, error) != 0) {
         return -1;
@@ -207,6 +209,7 @@ int sandbox_enter(const SandboxOptions& options, std::string& error) {
     const pid_t inside = fork();
     if (inside == 0) {
         close(made.report);
+        prctl(PR_SET_NAME, name.data());
         // What the caller was started with, a lock or a pipe of its own starter, is no router's.
         close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
         return 0;

@@ -41,7 +41,8 @@ pid_t sandbox_start(const SandboxOptions& options, std::string& error);
 // Moves the calling program into a new sandbox: returns 0 in a copy of the caller that runs as
 // process 2 of the sandbox; the original waits for that copy and ends with its status. Returns -1
 // in the original when the sandbox cannot be made. The caller must not have started threads. Its
-// open descriptors stay open in the copy, but 0 to 2 alone reach programs that the copy runs.
+// name and its open descriptors are the copy's too, but 0 to 2 alone reach programs that the copy
+// runs.
 int sandbox_enter(const SandboxOptions& options, std::string& error);
 
 // Makes the caller root of the user namespace that it has just entered: user `uid` and group `gid`

@@ -139,24 +139,44 @@ TEST_F(Sandbox, has_room_for_another_sandbox_inside_with_the_same_shell_and_tool
     kill(inner, SIGKILL);
 }
 
-TEST_F(Sandbox, keeps_what_its_caller_had_open_from_the_programs_inside) {
+// How a program ends that enters a sandbox and does `inside` there: 97 when it cannot enter, 99
+// when `inside` returns.
+template <typename Inside>
+int exit_code_inside(Inside inside) {
     const pid_t caller = fork();
     if (caller == 0) {
-        const int left_open = fcntl(STDIN_FILENO, F_DUPFD, 300);
-        const std::string name = "/proc/self/fd/" + std::to_string(left_open);
         lab::SandboxOptions options;
         options.programs = BACKHAUL_BUILD_DIR "/lab";
         std::string error;
-        if (left_open < 300 || lab::sandbox_enter(options, error) != 0 ||
-            !harness::file_is_there(name)) {
-            _exit(98);
+        if (lab::sandbox_enter(options, error) != 0) {
+            _exit(97);
         }
-        execl("/usr/bin/test", "test", "!", "-e", name.c_str(), nullptr);
+        inside();
         _exit(99);
     }
     int status = -1;
     waitpid(caller, &status, 0);
-    EXPECT_EQ(status, 0) << "it ended with " << WEXITSTATUS(status);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(Sandbox, keeps_what_its_caller_had_open_from_the_programs_inside) {
+    const int left_open = fcntl(STDIN_FILENO, F_DUPFD, 300);
+    ASSERT_GE(left_open, 300);
+    const std::string name = "/proc/self/fd/" + std::to_string(left_open);
+    EXPECT_EQ(exit_code_inside([&] {
+                  if (!harness::file_is_there(name)) {
+                      _exit(98);
+                  }
+                  execl("/usr/bin/test", "test", "!", "-e", name.c_str(), nullptr);
+              }),
+              0);
+    close(left_open);
+}
+
+TEST_F(Sandbox, leaves_its_caller_the_name_that_it_had) {
+    const std::string name = file_text("/proc/self/comm");
+    EXPECT_NE(name, "lab_init\n");
+    EXPECT_EQ(exit_code_inside([&] { _exit(file_text("/proc/self/comm") == name ? 0 : 1); }), 0);
 }
 
 TEST_F(Sandbox, makes_the_folders_that_a_bare_machine_lacks_for_its_scripts) {
