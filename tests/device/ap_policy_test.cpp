@@ -90,7 +90,9 @@ TEST_F(ApPolicy, logs_how_many_seconds_the_reload_took) {
     harness::clock_start(START_TIME + 7, lab::CLOCK_HELD);
     lab::gate_open("", "slow");
     reload.join();
-    EXPECT_EQ(harness::flow_log_lines().back(), "device_reload_ap_settings : Leave 7.000000");
+    const auto lines = harness::flow_log_lines();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back(), "device_reload_ap_settings : Leave 7.000000");
 }
 
 TEST_F(ApPolicy, applies_each_service_ap_that_is_not_alive) {

@@ -121,7 +121,7 @@ TEST_F(CompanionAp, hides_or_shows_three_access_points_whether_the_table_has_the
                                        "$ uci set wireless.ath24.hidden=0", COMMIT));
     take_lines();
     device_hidden_ap_set(-2147483647);
-    EXPECT_EQ(take_lines().front(), "uci set wireless.ath22.hidden=-2147483647");
+    EXPECT_EQ(take_lines().at(0), "uci set wireless.ath22.hidden=-2147483647");
 }
 
 struct Companion {

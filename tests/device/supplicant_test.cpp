@@ -133,8 +133,9 @@ TEST_F(Supplicant, switches_the_essid_on_then_logs_and_sets_it) {
 TEST_F(Supplicant, sets_the_longest_ssid_of_the_longest_name_whole) {
     uci_put("ath012345678901.ssid", "12345678901234567890123456789012345");
     device_sta_intf_ssid_set(intf_add("ath012345678901", BACKHAUL_STA, BAND_5G));
-    EXPECT_EQ(journal().back(),
-              "$ iwconfig ath012345678901 essid 12345678901234567890123456789012");
+    const auto lines = journal();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back(), "$ iwconfig ath012345678901 essid 12345678901234567890123456789012");
 }
 
 TEST_F(Supplicant, tells_the_supplicant_of_the_interface_to_disconnect) {
@@ -165,7 +166,7 @@ TEST_F(Supplicant, reconnects_when_the_pid_file_cannot_be_opened) {
     // A pid file that exists and cannot be opened counts as a supplicant that runs.
     ASSERT_EQ(mknod(SUPPLICANT_PID_PATH, S_IFSOCK | 0600, 0), 0);
     device_sta_reconnect(station());
-    EXPECT_EQ(journal().front(), "$ ifconfig ath0 down");
+    EXPECT_EQ(journal().at(0), "$ ifconfig ath0 down");
     unlink(SUPPLICANT_PID_PATH);
 }
 

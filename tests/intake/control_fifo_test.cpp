@@ -206,7 +206,7 @@ TEST_F(ControlFifo, reads_one_command_at_a_time) {
     EXPECT_THAT(journal_take(), IsEmpty()) << "32 bytes at most";
     put_file("/tmp/eth_backhaul_fifo", "");
     backhaul_fifo_recv();
-    EXPECT_EQ(journal_take().front(), "backhaul_eth_event_handle : recv event eth_lost");
+    EXPECT_EQ(journal_take().at(0), "backhaul_eth_event_handle : recv event eth_lost");
     close(writer);
 }
 

@@ -329,7 +329,7 @@ TEST_F(LinkDisconnect, leaves_the_service_aps_alone_when_the_count_was_0_already
     enter(ath0, BACKHAUL_READY);
     backhaul_disconnected(ath0);
     const Journal journal = journal_take();
-    EXPECT_EQ(journal[1], "backhaul_disconnected(ath0) : try to connect again");
+    EXPECT_EQ(journal.at(1), "backhaul_disconnected(ath0) : try to connect again");
     EXPECT_EQ(runtime.backhaul_sta_num, -1);
 }
 

@@ -36,7 +36,7 @@ protected:
 };
 
 TEST_F(TimeoutCheck, starts_an_idle_station_after_more_than_5_seconds) {
-    EXPECT_EQ(due_after(ath0, INIT, 5).front(), "wifi_slave_event_process : ifname ath0 event 0");
+    EXPECT_EQ(due_after(ath0, INIT, 5).at(0), "wifi_slave_event_process : ifname ath0 event 0");
     EXPECT_EQ(ath0->state, CONNECTING_BACKHAUL_AP);
 }
 
@@ -70,8 +70,9 @@ TEST_F(TimeoutCheck, logs_the_same_text_for_each_state_that_waits_for_the_agent)
     for (int32_t state : {4, 8, 14}) {
         const Journal journal = due_after(ath0, state, 15);
         ASSERT_GE(journal.size(), 2U);
-        EXPECT_EQ(journal[0], "interface_timeout_chk : ath0 -> CONNECT_WITH_BACKHAUL_AP timeout");
-        EXPECT_EQ(journal[1], "wifi_slave_event_process : ifname ath0 event 5");
+        EXPECT_EQ(journal.at(0),
+                  "interface_timeout_chk : ath0 -> CONNECT_WITH_BACKHAUL_AP timeout");
+        EXPECT_EQ(journal.at(1), "wifi_slave_event_process : ifname ath0 event 5");
         intf_timer_set(ath0, 0);
         harness::clock_start(START_TIME);
     }
@@ -87,15 +88,16 @@ TEST_F(TimeoutCheck, posts_success_in_the_first_second_and_does_not_look_at_the_
         enter(ath0, CONNECT_WITH_BACKHAUL_AP);
         interface_timeout_chk(ath0, harness::clock_now() + elapsed);
         const Journal journal = journal_take();
-        EXPECT_EQ(journal[0], "wifi_slave_event_process : ifname ath0 event 6") << elapsed;
+        EXPECT_EQ(journal.at(0), "wifi_slave_event_process : ifname ath0 event 6") << elapsed;
         EXPECT_EQ(ath0->state, BACKHAUL_READY);
     }
 }
 
 TEST_F(TimeoutCheck, gives_a_target_ap_up_after_more_than_120_seconds) {
     const Journal journal = due_after(ath0, CONNECTING_TARGET_BACKHAUL_AP, 120);
-    EXPECT_EQ(journal[0], "interface_timeout_chk : ath0 -> CONNECTING_TARTGET_BACKHAUL_AP timeout");
-    EXPECT_EQ(journal[1], "wifi_slave_event_process : ifname ath0 event 5");
+    EXPECT_EQ(journal.at(0),
+              "interface_timeout_chk : ath0 -> CONNECTING_TARTGET_BACKHAUL_AP timeout");
+    EXPECT_EQ(journal.at(1), "wifi_slave_event_process : ifname ath0 event 5");
 }
 
 TEST_F(TimeoutCheck, keeps_a_parked_station_parked_after_a_minute_for_each_loss) {
@@ -122,13 +124,13 @@ TEST_F(TimeoutCheck, posts_a_timeout_without_a_line_for_the_unnamed_state) {
 }
 
 TEST_F(TimeoutCheck, rechecks_radar_states_after_180_and_2400_seconds) {
-    EXPECT_EQ(due_after(ath20, DFS_MONITORING, 180).front(),
+    EXPECT_EQ(due_after(ath20, DFS_MONITORING, 180).at(0),
               "$ radartool -i wifi2 getnol /tmp/nol_list");
     intf_timer_set(ath20, 0);
     harness::clock_start(START_TIME);
     const Journal journal = due_after(ath20, DFS_BLOCKING, 2400);
-    EXPECT_EQ(journal[0], "interface_timeout_chk : ath20 -> DFS_BLOCKING timeout");
-    EXPECT_EQ(journal[1], "device_dfs_blocking : Enter");
+    EXPECT_EQ(journal.at(0), "interface_timeout_chk : ath20 -> DFS_BLOCKING timeout");
+    EXPECT_EQ(journal.at(1), "device_dfs_blocking : Enter");
 }
 
 TEST_F(TimeoutCheck, looks_for_vanished_interfaces_every_600_seconds_under_the_mutex) {
