@@ -56,7 +56,7 @@ protected:
             dup2(fd, STDOUT_FILENO);
             close(fd);
             prepare();
-            const int result = netlink_open();
+            const bool result = netlink_open();
             // Not printed but written: what came before must be out already.
             const std::string rest =
                 "|" + std::to_string(result) + "|" + std::to_string(runtime.netlink_fd);
@@ -68,7 +68,7 @@ protected:
 };
 
 TEST_F(NetlinkSocket, is_raw_in_the_link_group_and_closed_on_exec) {
-    ASSERT_EQ(netlink_open(), 0);
+    ASSERT_TRUE(netlink_open());
     sockaddr_nl address{};
     socklen_t length = sizeof address;
     ASSERT_EQ(getsockname(runtime.netlink_fd, reinterpret_cast<sockaddr*>(&address), &length), 0);
@@ -88,7 +88,7 @@ TEST_F(NetlinkSocket, says_without_a_line_end_that_it_cannot_be_made) {
                   const rlimit none{3, 3};
                   setrlimit(RLIMIT_NOFILE, &none);
               }),
-              "netlink: Failed to open netlink socket: Too many open files|-1|-1");
+              "netlink: Failed to open netlink socket: Too many open files|0|-1");
 }
 
 /// bind() fails from here on.
@@ -108,14 +108,14 @@ void binds_forbid() {
 
 TEST_F(NetlinkSocket, is_closed_again_when_it_cannot_be_bound) {
     EXPECT_EQ(open_in_child(binds_forbid),
-              "netlink: Failed to bind netlink socket: Permission denied|-1|-1");
+              "netlink: Failed to bind netlink socket: Permission denied|0|-1");
 }
 
 class DriverMessage : public NetlinkSocket {
 protected:
     void SetUp() override {
         TableTest::SetUp();
-        ASSERT_EQ(netlink_open(), 0);
+        ASSERT_TRUE(netlink_open());
         ASSERT_EQ(lab::driver_open(&driver_, 0), 0) << driver_.error;
         index_ = lab::driver_interface_index(driver_, "ath0");
         ASSERT_GT(index_, 0);
@@ -131,7 +131,7 @@ protected:
 
 TEST_F(DriverMessage, reaches_the_record_of_its_interface) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
-    record->state = QUIET_STATE;
+    record->state = static_cast<link_state>(QUIET_STATE);
     sent(lab::driver_associated(&driver_, "ath0", AP));
     netlink_recv();
     EXPECT_THAT(journal_take(), ElementsAre("STA_CONNECTION_UP", "Connect with : 02:00:00:00:0a:01",
@@ -141,7 +141,7 @@ TEST_F(DriverMessage, reaches_the_record_of_its_interface) {
 
 TEST_F(DriverMessage, is_understood_with_a_padded_header_too) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
-    record->state = QUIET_STATE;
+    record->state = static_cast<link_state>(QUIET_STATE);
     driver_.layout = EventLayout::PADDED;
     sent(lab::driver_associated(&driver_, "ath0", AP));
     netlink_recv();
@@ -269,7 +269,7 @@ protected:
 
 TEST_F(WirelessEventProcess, posts_the_loss_and_shows_the_ap_that_was_lost) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
-    record->state = QUIET_STATE;
+    record->state = static_cast<link_state>(QUIET_STATE);
     record->bssid.set(AP);
     process(down(), "ath0");
     EXPECT_THAT(journal_take(),
@@ -280,7 +280,7 @@ TEST_F(WirelessEventProcess, posts_the_loss_and_shows_the_ap_that_was_lost) {
 
 TEST_F(WirelessEventProcess, ignores_a_loss_while_it_moves_to_the_target_ap) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
-    record->state = 5;
+    record->state = CONNECTING_TARGET_BACKHAUL_AP;
     record->bssid.set(AP);
     process(down(), "ath0");
     EXPECT_THAT(journal_take(),
@@ -378,7 +378,7 @@ TEST_F(WirelessEventProcess, runs_only_the_monitor_for_another_type) {
 
 TEST_F(WirelessEventProcess, handles_the_events_of_one_attribute_in_order) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
-    record->state = QUIET_STATE;
+    record->state = static_cast<link_state>(QUIET_STATE);
     process(lab::joined({down(), channel(44), up(), left()}), "ath0");
     EXPECT_THAT(journal_take(),
                 ElementsAre("STA_CONNECTION_DOWN", "Disconnect with : 00:00:00:00:00:00",

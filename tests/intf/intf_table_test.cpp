@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "runtime/heap.h"
 #include "runtime/runtime_block.h"
 #include "tests/harness/sandbox.h"
 
@@ -17,10 +18,10 @@ namespace {
 bool memory_is_gone = false;
 }
 
-// The loader asks for its table with new[] (std::nothrow); nothing else in this program does.
-extern "C" void* __real__ZnamRKSt9nothrow_t(size_t size, const std::nothrow_t& tag);
-extern "C" void* __wrap__ZnamRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) {
-    return memory_is_gone ? nullptr : __real__ZnamRKSt9nothrow_t(size, tag);
+// The loader asks for its table with calloc; nothing else does while it runs.
+extern "C" void* __real_calloc(size_t count, size_t size);
+extern "C" void* __wrap_calloc(size_t count, size_t size) {
+    return memory_is_gone ? nullptr : __real_calloc(count, size);
 }
 
 namespace {
@@ -37,7 +38,7 @@ protected:
     }
 
     static void table_forget() {
-        delete[] runtime.intf_table.exchange(nullptr);
+        heap_drop(runtime.intf_table.exchange(nullptr));
         runtime.intf_num = 0;
     }
 

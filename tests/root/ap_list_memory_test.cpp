@@ -1,4 +1,4 @@
-// A node of the extender list for which there is no memory. The malloc of this program can fail.
+// A node of the extender list for which there is no memory. The calloc of this program can fail.
 
 #include "root/ap_list.h"
 
@@ -12,9 +12,9 @@ namespace {
 bool memory_is_gone = false;
 }
 
-extern "C" void* __real_malloc(size_t size);
-extern "C" void* __wrap_malloc(size_t size) {
-    return memory_is_gone ? nullptr : __real_malloc(size);
+extern "C" void* __real_calloc(size_t count, size_t size);
+extern "C" void* __wrap_calloc(size_t count, size_t size) {
+    return memory_is_gone ? nullptr : __real_calloc(count, size);
 }
 
 namespace {
@@ -24,7 +24,7 @@ class ApListMemory : public RootTest {};
 TEST_F(ApListMemory, says_so_and_changes_nothing_when_there_is_none) {
     testing::internal::CaptureStdout();
     memory_is_gone = true;
-    backhaul_ap_node_add("02:00:00:00:00:01", 0);
+    backhaul_ap_node_add("02:00:00:00:00:01", ap_source::database);
     memory_is_gone = false;
     EXPECT_EQ(harness::captured_stdout(), "backhaul_ap_node_add : malloc fail\n");
     EXPECT_EQ(runtime.ap_list_head, nullptr);
