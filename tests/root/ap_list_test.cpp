@@ -151,10 +151,10 @@ TEST_F(ApList, appends_a_node_and_rewrites_the_file) {
     expect_journal({joins("(02:00:00:00:00:02)"), POWER_DOWN, joins("(02:00:00:00:00:01)")});
 }
 
-TEST_F(ApList, rewrites_the_file_for_every_origin_but_1) {
+TEST_F(ApList, leaves_the_file_alone_for_what_comes_from_it) {
     backhaul_ap_node_add("02:00:00:00:00:01", ap_source::file);
     EXPECT_FALSE(file_is_there(LIST));
-    backhaul_ap_node_add("02:00:00:00:00:02", static_cast<ap_source>(2));
+    backhaul_ap_node_add("02:00:00:00:00:02", ap_source::database);
     EXPECT_EQ(file_text(LIST), "02:00:00:00:00:01\n02:00:00:00:00:02\n");
 }
 
