@@ -19,7 +19,8 @@ void intf_timer_set(intf_record* record, timer_switch on) {
         record->timer_start = 0;
     }
     runtime.active_timer_count = count;
-    // Also when the count falls to 1: the extra wake-up finds its sweep and does no harm.
+    // Required whenever exactly one is left, also when the count has fallen to it: nobody waits
+    // then.
     if (count == 1) {
         pthread_cond_signal(&runtime.timer_cond);
     }

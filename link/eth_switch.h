@@ -6,7 +6,7 @@
 // and the timer thread. Both functions log and leave everything else alone when the profile has
 // no record "eth" (the flag is written first).
 
-/// A wired backhaul has appeared: parks the stations and moves "eth" on.
+/// A wired backhaul has appeared: sets the stations aside and moves "eth" on.
 void wifi_slave_eth_detect();
 
 /// The wired backhaul is gone: everything back to idle, the preferred station gets START.

@@ -91,7 +91,7 @@ static_assert(table_keys_are_unique(LINK_TRANSITIONS, [](const link_transition& 
 static_assert(std::ranges::all_of(LINK_TRANSITIONS, [](const link_transition& row) {
     return state_may_be_entered(row.current) && state_may_be_entered(row.requested);
 }));
-// Parked states and the wired record without link have no time limit of their own to run; a
+// Parked, standby and the wired record without link have no time limit of their own to run; a
 // station that goes back to idle waits for the search.
 static_assert(std::ranges::all_of(LINK_TRANSITIONS, [](const link_transition& row) {
     const bool rests = row.requested == CONNECT_PENDING || row.requested == ETH_BACKHAUL_STANDBY ||

@@ -179,7 +179,7 @@ reaction_end wired_success(intf_record* record) {
 }
 
 reaction_end standby_assoc(intf_record* record) {
-    // A parked station that associates anyway is switched off again.
+    // A station in standby that associates anyway is switched off again.
     dev_intf_enable_set(record, INTF_DISABLE);
     return reaction_end::release;
 }

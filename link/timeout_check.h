@@ -2,7 +2,7 @@
 
 // The timer thread: polices every link state that has a time limit, once a second.
 //
-// `backhaul_timer_monitor` is the main thread of an extender after the slave start, and a thread
+// `backhaul_timer_monitor` is the main thread of an extender after the extender start, and a thread
 // of its own on a root. It sleeps while no timeout is pending. Limits are data
 // (`timeout_limit_get`), elapsed times whole wall-clock seconds; a limit of N acts when more than
 // N seconds have passed. Events go to the dispatcher, which takes `state_mutex`; the periodic

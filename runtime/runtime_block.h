@@ -76,12 +76,12 @@ struct runtime_block {
     int32_t ap_count = 0;
 
     // Link bookkeeping of the extender: written under `state_mutex` by the dispatcher's callees,
-    // and without it by the Ethernet detection (socket thread) and the slave start (main thread).
+    // and without it by the Ethernet detection (socket thread) and the extender start (main thread).
     Relaxed<int32_t> backhaul_sta_num{0};
-    /// Set once the slave start has classified the interfaces (main thread).
+    /// Set once the extender start has classified the interfaces (main thread).
     Relaxed<bool> intf_init_done{false};
     Relaxed<intf_record*> backup_backhaul_sta{nullptr};
-    /// Never changes after the slave start.
+    /// Never changes after the extender start.
     Relaxed<intf_record*> best_backhaul_sta{nullptr};
 
     /// Set while a wired backhaul is present (socket thread).
@@ -129,7 +129,7 @@ struct runtime_block {
     frequency_list* dfs_channel_cache = nullptr;
 
     // Statically initialised and never initialised again: the socket thread may be inside the
-    // dispatcher before the slave start, and a root never runs the slave start.
+    // dispatcher before the extender start, and a root never runs the extender start.
     pthread_mutex_t timer_mutex = PTHREAD_MUTEX_INITIALIZER;
     pthread_cond_t timer_cond = PTHREAD_COND_INITIALIZER;
     pthread_mutex_t state_mutex = PTHREAD_MUTEX_INITIALIZER;

@@ -26,11 +26,11 @@ constexpr state_note STATE_NOTES[] = {
     {LINK_STATE_9, "Never entered; a timeout is posted."},
     {DFS_MONITORING, "AP that saw repeated channel changes; stored by the radar handling."},
     {DFS_BLOCKING, "AP switched off because of radar; stored by the radar handling."},
-    {AP_TIMER_WAIT, "The periodic pseudo-interface; stored by the slave start."},
+    {AP_TIMER_WAIT, "The periodic pseudo-interface; stored by the extender start."},
     {ETH_BACKHAUL_DOWN, "Wired backhaul without link."},
     {ETH_BACKHAUL_CONNECTED, "Cable found; waiting for the auto-configuration agent."},
     {ETH_BACKHAUL_READY, "The cable carries a configured backhaul."},
-    {ETH_BACKHAUL_STANDBY, "Station parked because the uplink is carried elsewhere."},
+    {ETH_BACKHAUL_STANDBY, "Station set aside because the uplink is carried elsewhere."},
 };
 
 const char* timer_word(timer_switch timer) {
@@ -135,7 +135,7 @@ void page_print() {
     matrix_print();
     printf(
         "\n## Stored directly\n\n"
-        "Some code stores a state past this table, without touching the timeout: the slave\n"
+        "Some code stores a state past this table, without touching the timeout: the extender\n"
         "start and the Ethernet recovery (INIT, ETH_BACKHAUL_DOWN, AP_TIMER_WAIT), the backup\n"
         "search (ETH_BACKHAUL_STANDBY for the station that failed, INIT for a failed backup),\n"
         "the release of parked stations (INIT), and the radar handling (DFS_MONITORING,\n"
