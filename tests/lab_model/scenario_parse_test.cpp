@@ -230,7 +230,7 @@ TEST(ScenarioParse, refuses_an_open_quote) {
 TEST(LineWords, cuts_at_blanks_and_keeps_quoted_words_whole) {
     std::vector<std::string> words;
     std::string error;
-    ASSERT_TRUE(line_words("  a\t\"b c\" \"d\\\"e\\\\\" \"\" f#g # h", &words, &error));
+    ASSERT_TRUE(line_words("  a\t\"b c\" \"d\\\"e\\\\\" \"\" f#g # h", &words, error));
     EXPECT_EQ(words, (std::vector<std::string>{"a", "b c", "d\"e\\", "", "f"}));
 }
 
