@@ -37,6 +37,12 @@ bool answer(const Question& question, const std::string& what, const std::string
     return is == wanted;
 }
 
+std::string in_one_line(std::string text) {
+    text = without_line_end(text);
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
 std::string first_of(const std::vector<std::string>& names) {
     return names.empty() ? "none" : names.front();
 }
@@ -103,7 +109,7 @@ bool file_holds(const Question& question) {
         *question.found = "has no " + path;
         return question.condition.text.empty() && question.condition.kind == ConditionKind::FILE;
     }
-    *question.found = path + " holds \"" + without_line_end(text.substr(0, LONGEST_FOUND)) + "\"";
+    *question.found = path + " holds \"" + in_one_line(text.substr(0, LONGEST_FOUND)) + "\"";
     return text.find(question.condition.text) != std::string::npos;
 }
 
@@ -190,8 +196,8 @@ bool holds_at(const Question& question) {
 bool rule_holds(const Mesh& mesh, const Condition& condition, std::string* found) {
     for (const RuleCount& count : rules_count(mesh.violations())) {
         if (count.rule == condition.node) {
-            *found = "broken " + std::to_string(count.unknown) + " times, and " +
-                     std::to_string(count.known) + " times in a known way";
+            *found = "rule " + condition.node + " was broken " + std::to_string(count.unknown) +
+                     " times, and " + std::to_string(count.known) + " times in a known way";
             return count.unknown == 0 && (condition.text == "known" || count.known == 0);
         }
     }
