@@ -85,7 +85,7 @@ inline constexpr int DEFAULT_BOOT_SECONDS = 20;
 inline constexpr int DEFAULT_WAIT_SECONDS = 300;  // of a wait-until without "within"
 inline constexpr int MOST_NODES = 200;            // the mesh is one /24 network
 inline constexpr std::size_t LONGEST_NODE_NAME = 32;
-inline constexpr std::size_t MOST_STEPS = 1000000;
+inline constexpr std::size_t MOST_STEPS = 300000;
 
 struct Scenario {
     std::string title;

@@ -10,7 +10,7 @@
 
 namespace lab {
 
-inline constexpr std::size_t LONGEST_SCENARIO_FILE = 64U << 20U;  // bytes; MOST_STEPS have room
+inline constexpr std::size_t LONGEST_SCENARIO_FILE = 16U << 20U;  // bytes; MOST_STEPS have room
 
 bool scenario_file_read(const std::string& path, Scenario* scenario, std::string& error);
 

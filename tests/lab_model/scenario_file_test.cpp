@@ -59,7 +59,7 @@ TEST_F(ScenarioFile, says_why_it_cannot_be_read) {
 
 TEST_F(ScenarioFile, is_refused_when_it_has_no_end) {
     EXPECT_EQ(error_of("/dev/zero"),
-              "cannot read the scenario /dev/zero: it is longer than 64 MiB");
+              "cannot read the scenario /dev/zero: it is longer than 16 MiB");
 }
 
 }  // namespace

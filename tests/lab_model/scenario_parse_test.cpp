@@ -250,7 +250,7 @@ TEST(ScenarioParse, refuses_one_step_more_than_the_limit) {
         text += "wait 0\n";
     }
     EXPECT_EQ(parsed(text).steps.size(), MOST_STEPS);
-    EXPECT_EQ(errors_of(text + "wait 0\n"), "f:1000002: a scenario has at most 1000000 steps\n");
+    EXPECT_EQ(errors_of(text + "wait 0\n"), "f:300002: a scenario has at most 300000 steps\n");
 }
 
 TEST(ScenarioParse, stops_at_a_file_that_is_no_scenario_at_all) {
