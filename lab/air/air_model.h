@@ -35,7 +35,6 @@
 namespace lab {
 
 inline constexpr int NOBODY = -1;
-inline constexpr int SIGNAL_NONE = -127;  // not heard at all
 inline constexpr int SIGNAL_USABLE = -88;
 inline constexpr std::int64_t AT_NO_TIME = -1;
 inline constexpr std::int64_t FOR_EVER = INT64_MAX;

@@ -7,6 +7,7 @@
 #include "lab/air/air_radio.h"
 #include "lab/air/air_station.h"
 #include "lab/air/air_time.h"
+#include "lab/scenario/words.h"
 
 namespace lab {
 namespace {
@@ -41,15 +42,31 @@ void deauth(const Deed& deed) {
 }
 
 void ap_silence(const Deed& deed, bool silenced) {
+    bool changed = false;
     for (AirAp& ap : node_of(deed).aps) {
-        if (ap.is_backhaul &&
+        if (ap.is_backhaul && ap.silenced != silenced &&
             (deed.verb.interface.empty() || deed.verb.interface == ap.interface)) {
             ap.silenced = silenced;
+            changed = true;
         }
+    }
+    if (!changed) {
+        const std::string aps =
+            (deed.verb.interface.empty() ? "all backhaul APs" : deed.verb.interface) + " of " +
+            deed.verb.node;
+        *deed.note = aps + (silenced ? ": silenced already" : ": not silenced");
+    }
+}
+
+// Notes it when who hears whom is as it was.
+void signals_compare(const Deed& deed, const std::vector<std::array<int, 3>>& before) {
+    if (deed.air->signals == before) {
+        *deed.note = deed.verb.node + " is heard like that already";
     }
 }
 
 void move(const Deed& deed) {
+    const auto before = deed.air->signals;
     for (int other = 0; other < static_cast<int>(deed.air->nodes.size()); ++other) {
         if (other != deed.node) {
             air_signal_set(deed.air, deed.node, other, "", SIGNAL_NONE);
@@ -58,6 +75,7 @@ void move(const Deed& deed) {
     for (const auto& [peer, signal] : deed.verb.hears) {
         air_signal_set(deed.air, deed.node, air_node_find(*deed.air, peer), "", signal);
     }
+    signals_compare(deed, before);
 }
 
 int some_root(const Air& air) {
@@ -148,6 +166,10 @@ void radar(const Deed& deed) {
 }
 
 void clear_radar(const Deed& deed) {
+    if (node_of(deed).struck_channels.empty()) {
+        *deed.note = "radar has taken no channel of " + deed.verb.node;
+        return;
+    }
     node_of(deed).struck_channels.clear();
     nol_effect(deed);
     // An AP stays where it is; one without a channel takes the first again.
@@ -187,6 +209,10 @@ void drop_messages(const Deed& deed) {
 }
 
 void approval(const Deed& deed, bool approved) {
+    if (node_of(deed).approved == approved) {
+        *deed.note = deed.verb.node + (approved ? " is approved already" : " is not approved");
+        return;
+    }
     node_of(deed).approved = approved;
     air_approval_lists(deed.air, deed.effects);
     for (std::size_t node = 0; node < deed.air->nodes.size(); ++node) {
@@ -242,8 +268,19 @@ bool needs_power(VerbKind kind) {
 }
 
 void fade(const Deed& deed) {
+    const auto before = deed.air->signals;
     air_signal_set(deed.air, deed.node, air_node_find(*deed.air, deed.verb.peer), deed.verb.word,
                    deed.verb.number);
+    signals_compare(deed, before);
+}
+
+// A word that the daemon does not know reaches it all the same: whether it is dropped is its part.
+void command(const Deed& deed) {
+    const std::vector<std::string> words(FIFO_WORDS.begin(), FIFO_WORDS.end());
+    if (std::find(words.begin(), words.end(), deed.verb.word) == words.end()) {
+        *deed.note = unknown_word(deed.verb.word, "word of the FIFO", words);
+    }
+    deed.effects->push_back(effect_fifo(deed.node, deed.verb.word));
 }
 
 void worker_signal(const Deed& deed) {
@@ -292,8 +329,7 @@ void act(const Deed& deed) {
         case VerbKind::ROLE:
             return role(deed);
         case VerbKind::COMMAND:
-            deed.effects->push_back(effect_fifo(deed.node, deed.verb.word));
-            return;
+            return command(deed);
     }
 }
 

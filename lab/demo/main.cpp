@@ -1,65 +1,55 @@
-// The demonstration: a real daemon on stand-in routers, its life told step by step with its own
-// evidence; then a whole mesh. Exits 0 only when every step was seen.
+// The demonstration: the scenarios that are named, else a daemon's life and a whole mesh, each told
+// step by step with the daemons' own evidence. Exits 0 only when everything was seen.
 
 #include <unistd.h>
 
 #include <cstdio>
-#include <filesystem>
+#include <vector>
 
-#include "lab/demo/act_mesh.h"
-#include "lab/demo/acts.h"
-#include "lab/sandbox/sandbox.h"
+#include "lab/demo/narrator.h"
+#include "lab/report/table.h"
+#include "lab/scenario/scenario_file.h"
 
 namespace {
 
-/// Routers meet on the bridge of this outer sandbox, in which the demonstration itself runs.
-int enter_outer_sandbox(const std::string& programs, const std::string& build, std::string& error) {
-    lab::SandboxOptions options;
-    options.programs = programs;
-    options.keep = {build};
-    options.tools = false;
-    options.network.switch_bridge = true;
-    options.network.address = "192.168.1.254/24";
-    options.network.gateway = "";
-    return lab::sandbox_enter(options, error);
-}
-
-void play(lab::Stage& stage) {
-    lab::Actor& extender = stage.add_extender("extender", "192.168.1.20/24");
-    lab::act_backhaul_up(stage, extender);
-    lab::act_loss_and_return(stage, extender);
-    lab::act_backup_takes_over(stage, extender);
-    lab::act_third_loss(stage, extender);
-    lab::act_better_ap(stage, extender);
-    lab::act_cable(stage, extender);
-    lab::act_radar(stage, extender);
-    lab::Actor& root = stage.add_root("root", "192.168.1.1/24");
-    lab::act_admission(stage, root, extender);
-    lab::Actor& second = stage.add_extender("second", "192.168.1.21/24");
-    lab::act_mesh_list(stage, root, second);
+bool tell_all(const std::vector<lab::Scenario>& scenarios, lab::Tale* tale, std::string& error) {
+    const lab::ProgramPlace place = lab::program_place();
+    if (lab::mesh_sandbox_enter(place, {}, error) != 0) {
+        return false;
+    }
+    for (const lab::Scenario& scenario : scenarios) {
+        const bool is_last = &scenario == &scenarios.back();
+        if (!lab::scenario_tell(scenario, place, is_last, tale, error)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
-    const std::string programs = self.parent_path();
-    const std::string build = self.parent_path().parent_path();
-    const std::string daemon = argc > 1 ? argv[1] : build + "/backhaul_monitor";
-    const bool colour = isatty(STDOUT_FILENO) != 0;
-    setvbuf(stdout, nullptr, _IOLBF, 0);
-
+    std::vector<std::string> files(argv + 1, argv + argc);
+    if (files.empty()) {
+        files = {BACKHAUL_SCENARIOS "/18-one-daemon.scn",
+                 BACKHAUL_SCENARIOS "/17-demonstration.scn"};
+    }
+    std::vector<lab::Scenario> scenarios(files.size());
     std::string error;
-    if (enter_outer_sandbox(programs, build, error) != 0) {
-        fprintf(stderr, "the demonstration cannot run here: %s\n", error.c_str());
-        return 1;
+    setvbuf(stdout, nullptr, _IOLBF, 0);
+    for (std::size_t at = 0; at < files.size(); ++at) {
+        if (!lab::scenario_file_read(files[at], &scenarios[at], error)) {
+            fprintf(stderr, "%s\n", error.c_str());
+            return 2;
+        }
     }
-    int result = 0;
-    {
-        lab::Stage stage({programs, daemon, colour});
-        play(stage);
-        result = stage.finish();
-    }
-    const lab::MeshOptions options{programs, daemon, {programs}, false};
-    return result == 0 ? lab::act_mesh(options, BACKHAUL_DEMONSTRATION, colour) : result;
+    lab::Tale tale;
+    tale.in_colour = isatty(STDOUT_FILENO) != 0;
+    const bool good = tell_all(scenarios, &tale, error);
+    printf("\n%s: %d steps, %d pieces of evidence\n%s%s",
+           lab::coloured(good ? "every step was seen" : "NOT everything was seen",
+                         good ? lab::Colour::GREEN : lab::Colour::RED, tale.in_colour)
+               .c_str(),
+           tale.steps, tale.evidence, error.c_str(), error.empty() ? "" : "\n");
+    return good ? 0 : 1;
 }

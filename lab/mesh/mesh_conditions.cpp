@@ -37,6 +37,12 @@ bool answer(const Question& question, const std::string& what, const std::string
     return is == wanted;
 }
 
+std::string in_one_line(std::string text) {
+    text = without_line_end(text);
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
 std::string first_of(const std::vector<std::string>& names) {
     return names.empty() ? "none" : names.front();
 }
@@ -97,10 +103,13 @@ bool role_holds(const Question& question) {
 }
 
 bool file_holds(const Question& question) {
+    const std::string& path = question.condition.interface;
     std::string text;
-    file_read(question.mesh.node(question.index).node().at(question.condition.interface), &text);
-    *question.found =
-        question.condition.interface + " holds \"" + text.substr(0, LONGEST_FOUND) + "\"";
+    if (!file_read(question.mesh.node(question.index).node().at(path), &text)) {
+        *question.found = "has no " + path;
+        return question.condition.text.empty() && question.condition.kind == ConditionKind::FILE;
+    }
+    *question.found = path + " holds \"" + in_one_line(text.substr(0, LONGEST_FOUND)) + "\"";
     return text.find(question.condition.text) != std::string::npos;
 }
 
@@ -110,11 +119,11 @@ bool log_has(const Question& question) {
     std::uint64_t number = node.log_first();
     for (const LogEntry& entry : node.log()) {
         if (number++ >= from && entry.text.find(question.condition.text) != std::string::npos) {
-            *question.found = "the log has \"" + entry.text + "\"";
+            *question.found = "logged \"" + entry.text + "\"";
             return true;
         }
     }
-    *question.found = "the log has no such line";
+    *question.found = "logged no \"" + question.condition.text + "\"";
     return false;
 }
 
@@ -123,11 +132,11 @@ bool shell_has(const Question& question) {
     for (const std::string& line :
          node.shell_since(question.mesh.place_of_last_verb(question.index).shell)) {
         if (line.find(question.condition.text) != std::string::npos) {
-            *question.found = "it ran `" + line.substr(0, LONGEST_FOUND) + "`";
+            *question.found = "ran `" + line.substr(0, LONGEST_FOUND) + "`";
             return true;
         }
     }
-    *question.found = "it ran no such line";
+    *question.found = "ran no `" + question.condition.text + "`";
     return false;
 }
 
@@ -165,6 +174,8 @@ bool holds_at(const Question& question) {
             return role_holds(question);
         case ConditionKind::FILE:
             return file_holds(question);
+        case ConditionKind::NO_FILE:
+            return !file_holds(question);
         case ConditionKind::LOG:
             return log_has(question);
         case ConditionKind::NO_LOG:
@@ -185,8 +196,8 @@ bool holds_at(const Question& question) {
 bool rule_holds(const Mesh& mesh, const Condition& condition, std::string* found) {
     for (const RuleCount& count : rules_count(mesh.violations())) {
         if (count.rule == condition.node) {
-            *found = "broken " + std::to_string(count.unknown) + " times, and " +
-                     std::to_string(count.known) + " times in a known way";
+            *found = "rule " + condition.node + " was broken " + std::to_string(count.unknown) +
+                     " times, and " + std::to_string(count.known) + " times in a known way";
             return count.unknown == 0 && (condition.text == "known" || count.known == 0);
         }
     }
@@ -206,8 +217,12 @@ bool mesh_condition_holds(const Mesh& mesh, const Condition& condition, std::str
             condition.node == ALL_NODES ? !node.is_root : condition.node == node.name;
         Condition of_node = condition;
         of_node.node = node.name;
-        if (asked && !holds_at({mesh, of_node, index, found})) {
-            *found = node.name + " " + *found;
+        if (!asked) {
+            continue;
+        }
+        const bool holds = holds_at({mesh, of_node, index, found});
+        *found = node.name + " " + *found;
+        if (!holds) {
             return false;
         }
     }

@@ -11,7 +11,8 @@
 namespace lab {
 
 // True when it holds. `found` says what was seen ("e1 status is not-ready"), also when it holds.
-// A condition of all nodes holds when it holds for every extender.
+// A condition of all nodes holds when it holds for every extender;
+// `found` then tells of the last.
 bool mesh_condition_holds(const Mesh& mesh, const Condition& condition, std::string* found);
 
 }  // namespace lab

@@ -6,27 +6,26 @@
 
 namespace lab {
 
-Player::StepState Player::condition_step(const ScenarioStep& step, PlayedStep* played) {
-    const std::int64_t waited = mesh_.passed() - begun_ - step.after;
-    played->waited = waited;
-    if (mesh_condition_holds(mesh_, step.condition, &played->text)) {
-        return StepState::OVER;
-    }
-    return waited < step.within ? StepState::PENDING : StepState::FAILED;
+ConditionFate Player::condition_step(const ScenarioStep& step, PlayedStep* played) {
+    played->waited = mesh_.passed() - begun_ - step.after;
+    const bool holds = mesh_condition_holds(mesh_, step.condition, &played->text);
+    return condition_fate(step, holds, played->waited);
 }
 
-Player::StepState Player::play(const ScenarioStep& step, PlayedStep* played, std::string& error) {
+ConditionFate Player::play(const ScenarioStep& step, PlayedStep* played, std::string& error) {
     switch (step.kind) {
         case StepKind::VERB:
-            return mesh_.verb(step.verb, &played->text, error) == 0 ? StepState::OVER
-                                                                    : StepState::FAILED;
+            return mesh_.verb(step.verb, &played->text, error) == 0 ? ConditionFate::HELD
+                                                                    : ConditionFate::FAILED;
         case StepKind::WAIT:
-            return StepState::OVER;
+        case StepKind::CHAPTER:
+        case StepKind::SAY:
+            return ConditionFate::HELD;
         case StepKind::WAIT_UNTIL:
         case StepKind::EXPECT:
             return condition_step(step, played);
     }
-    return StepState::OVER;
+    return ConditionFate::HELD;
 }
 
 PlayState Player::go_on(std::string& error) {
@@ -38,16 +37,17 @@ PlayState Player::go_on(std::string& error) {
         }
         PlayedStep played;
         played.step = at_;
-        const StepState state = play(step, &played, error);
-        if (state == StepState::PENDING) {
+        const ConditionFate fate = play(step, &played, error);
+        if (fate == ConditionFate::PENDING) {
             return PlayState::PLAYING;
         }
         played.time = mesh_.passed();
-        played.good = state == StepState::OVER;
+        played.event = mesh_.events().size();
+        played.good = fate == ConditionFate::HELD;
         played_.push_back(played);
         ++at_;
         begun_ = mesh_.passed();
-        if (state == StepState::FAILED && step.kind != StepKind::EXPECT) {
+        if (fate == ConditionFate::FAILED && step.kind != StepKind::EXPECT) {
             return PlayState::STOPPED;
         }
     }

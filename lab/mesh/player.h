@@ -28,7 +28,8 @@ struct PlayedStep {
     std::int64_t time = 0;    // seconds since the mesh's start when it was over
     std::int64_t waited = 0;  // how long a condition took
     bool good = true;
-    std::string text;  // what was found instead; a verb's note
+    std::size_t event = 0;  // so many events of the mesh came before it was over
+    std::string text;       // what a condition found, whether it held or not; a verb's note
 };
 
 class Player {
@@ -46,9 +47,8 @@ public:
     bool waits() const;
 
 private:
-    enum class StepState { PENDING, OVER, FAILED };
-    StepState condition_step(const ScenarioStep& step, PlayedStep* played);
-    StepState play(const ScenarioStep& step, PlayedStep* played, std::string& error);
+    ConditionFate condition_step(const ScenarioStep& step, PlayedStep* played);
+    ConditionFate play(const ScenarioStep& step, PlayedStep* played, std::string& error);
 
     Mesh& mesh_;
     std::size_t at_ = 0;

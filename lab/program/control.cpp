@@ -53,15 +53,17 @@ std::optional<Answer> job_go_on(Control* control, Job* job) {
             return Answer{EXIT_GOOD, note, {}};
         case StepKind::WAIT:
             return Answer{};
+        case StepKind::CHAPTER:
+        case StepKind::SAY:
+            return Answer{EXIT_GOOD, job->step.text, {}};
         case StepKind::WAIT_UNTIL:
-        case StepKind::EXPECT:
-            if (control->mesh.holds(job->step.condition, &why)) {
-                return Answer{};
-            }
-            if (job->within > 0) {
-                return std::nullopt;
-            }
-            return Answer{EXIT_DIFFERS, why, {}};
+        case StepKind::EXPECT: {
+            const bool holds = control->mesh.holds(job->step.condition, &why);
+            const ConditionFate fate = condition_fate(job->step, holds, job->waited);
+            return fate == ConditionFate::PENDING ? std::nullopt
+                   : fate == ConditionFate::HELD  ? std::optional<Answer>(Answer{})
+                                                  : std::optional<Answer>({EXIT_DIFFERS, why, {}});
+        }
     }
     return std::nullopt;
 }
@@ -73,10 +75,10 @@ Outcome do_request(Control* control, int client, const Words& words) {
         return say(EXIT_USAGE, "say `do STEP`");
     }
     const std::vector<std::string> said(words.begin() + 1, words.end());
-    if (!step_parse(said, control->scenario, &step, &error)) {
+    if (!step_parse(said, control->scenario, &step, error)) {
         return say(EXIT_USAGE, error);
     }
-    Job job{client, step, step.after, step.within};
+    Job job{client, step, step.after};
     const std::optional<Answer> answer = job_go_on(control, &job);
     if (answer) {
         return {false, *answer, {}};
@@ -93,7 +95,7 @@ Outcome log_request(Control* control, int /*client*/, const Words& words) {
         !word_number(words[3], std::int64_t{0}, INT64_MAX, &count)) {
         return say(EXIT_USAGE, "say `log NODE FROM COUNT`");
     }
-    if (!scenario_node_check(control->scenario, words[1], &error)) {
+    if (!scenario_node_check(control->scenario, words[1], error)) {
         return say(EXIT_DIFFERS, error);
     }
     control_read_logs(control);
@@ -128,7 +130,7 @@ Outcome enter_request(Control* control, int /*client*/, const Words& words) {
         return say(EXIT_USAGE, "say `enter NODE`");
     }
     Outcome outcome = say(EXIT_GOOD, "");
-    if (!scenario_node_check(control->scenario, words[1], &error) ||
+    if (!scenario_node_check(control->scenario, words[1], error) ||
         !control->mesh.enter(words[1], &outcome.descriptors, &error)) {
         return say(EXIT_DIFFERS, error);
     }
@@ -156,8 +158,8 @@ constexpr std::array REQUESTS = {
 void seconds_count(Job* job) {
     if (job->after > 0) {
         --job->after;
-    } else if (job->within > 0) {
-        --job->within;
+    } else {
+        ++job->waited;
     }
 }
 

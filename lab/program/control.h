@@ -58,7 +58,7 @@ struct Job {
     int client = 0;
     ScenarioStep step;
     int after = 0;   // seconds left before it is done
-    int within = 0;  // seconds left for its condition
+    int waited = 0;  // seconds that its condition has had
 };
 
 struct Control {

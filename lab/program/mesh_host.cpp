@@ -7,9 +7,8 @@
 #include "lab/mesh/mesh_report.h"
 #include "lab/program/commands.h"
 #include "lab/program/shell.h"
+#include "lab/scenario/scenario_file.h"
 #include "lab/scenario/scenario_generate.h"
-#include "lab/scenario/scenario_parse.h"
-#include "lab/tools/small_file.h"
 
 namespace lab {
 namespace {
@@ -24,20 +23,14 @@ bool scenario_load(const std::vector<std::string>& words, Scenario* scenario) {
     std::string error;
     if (words.size() > 1) {
         const std::span<const std::string> numbers = words;
-        if (!scenario_generate(words[0], numbers.subspan(1), scenario, &error)) {
+        if (!scenario_generate(words[0], numbers.subspan(1), scenario, error)) {
             complain(error);
             return false;
         }
         return true;
     }
-    std::string text;
-    if (!file_read(words[0], &text)) {
-        complain("cannot read the scenario " + words[0]);
-        return false;
-    }
-    std::vector<ScenarioError> errors;
-    if (!scenario_parse(text, scenario, &errors)) {
-        fprintf(stderr, "%s", scenario_errors_text(words[0], errors).c_str());
+    if (!scenario_file_read(words[0], scenario, error)) {
+        fprintf(stderr, "%s\n", error.c_str());
         return false;
     }
     return true;

@@ -17,6 +17,7 @@
 #include "lab/program/mesh_host.h"
 #include "lab/report/json.h"
 #include "lab/report/outage.h"
+#include "lab/scenario/scenario_remarks.h"
 #include "lab/scenario/scenario_step.h"
 
 namespace lab {
@@ -235,6 +236,9 @@ std::string run_verdict(const Run& run) {
 
 std::string run_remarks(const Run& run) {
     std::string text;
+    for (const std::string& remark : scenario_remarks(run.mesh->scenario())) {
+        text += run.title + ": " + remark + "\n";
+    }
     for (const PlayedStep& played : run.player->played()) {
         const ScenarioStep& step = run.mesh->scenario().steps[played.step];
         if (step.kind == StepKind::VERB && !played.text.empty()) {

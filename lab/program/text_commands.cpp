@@ -99,7 +99,7 @@ int generate_command(const Arguments& arguments) {
     Scenario scenario;
     std::string error;
     const std::span<const std::string> words = arguments.words;
-    if (!scenario_generate(words[0], words.subspan(1), &scenario, &error)) {
+    if (!scenario_generate(words[0], words.subspan(1), &scenario, error)) {
         return complain(error, EXIT_USAGE);
     }
     scenario.seed = arguments.seed.value_or(scenario.seed);

@@ -98,8 +98,8 @@ Words typed_request(WatchView* view) {
     Words words;
     Verb verb;
     std::string error;
-    if (!line_words(view->typed, &words, &error) || words.empty() ||
-        !verb_parse(words, &verb, &error)) {
+    if (!line_words(view->typed, &words, error) || words.empty() ||
+        !verb_parse(words, &verb, error)) {
         view->message = error.empty() ? "no verb" : error;
         return {};
     }

@@ -28,6 +28,8 @@ constexpr std::array CONDITIONS = {
                  "The role of the running worker."},
     ConditionRow{ConditionKind::FILE, "file", "NODE file PATH TEXT",
                  "The file on the node holds the text."},
+    ConditionRow{ConditionKind::NO_FILE, "no-file", "NODE no-file PATH TEXT",
+                 "The file does not hold the text, or is not there."},
     ConditionRow{ConditionKind::LOG, "log", "NODE log TEXT",
                  "Since the last verb the flow log got a line with the text."},
     ConditionRow{ConditionKind::NO_LOG, "no-log", "NODE no-log TEXT", "It got no such line."},
@@ -58,7 +60,7 @@ constexpr int MOST_HOPS = 255;
 constexpr int MOST_COUNT = 1000000;
 
 bool text_among(Words rest, const std::vector<std::string>& known, std::string_view what,
-                Condition* condition, std::string* error) {
+                Condition* condition, std::string& error) {
     if (rest.size() != 1) {
         return false;
     }
@@ -68,11 +70,11 @@ bool text_among(Words rest, const std::vector<std::string>& known, std::string_v
             return true;
         }
     }
-    *error = unknown_word(rest[0], what, known);
+    error = unknown_word(rest[0], what, known);
     return false;
 }
 
-bool state_number(const std::string& word, std::int64_t* number, std::string* error) {
+bool state_number(const std::string& word, std::int64_t* number, std::string& error) {
     if (word_number(word, std::int64_t{0}, std::int64_t{LINK_STATE_COUNT} - 1, number)) {
         return true;
     }
@@ -84,11 +86,11 @@ bool state_number(const std::string& word, std::int64_t* number, std::string* er
         }
         names.emplace_back(link_state_name(state));
     }
-    *error = unknown_word(word, "link state", names);
+    error = unknown_word(word, "link state", names);
     return false;
 }
 
-bool state_parse(Words rest, Condition* condition, std::string* error) {
+bool state_parse(Words rest, Condition* condition, std::string& error) {
     if (rest.empty() || rest.size() > 2) {
         return false;
     }
@@ -98,27 +100,31 @@ bool state_parse(Words rest, Condition* condition, std::string* error) {
     return state_number(rest.back(), &condition->number, error);
 }
 
-bool file_parse(Words rest, Condition* condition, std::string* error) {
+bool file_parse(Words rest, Condition* condition, std::string& error) {
     if (rest.size() != 2) {
         return false;
     }
     condition->interface = rest[0];
     condition->text = rest[1];
     if (!rest[0].starts_with('/')) {
-        *error = "`" + rest[0] + "` is no path: it must begin with /";
+        error = "`" + rest[0] + "` is no path: it must begin with /";
         return false;
     }
     return true;
 }
 
-bool count_parse(Words rest, std::string_view before, int most, Condition* condition) {
+bool count_parse(Words rest, std::string_view before, int most, Condition* condition,
+                 std::string& error) {
+    int number = 0;
     if (!before.empty()) {
         if (rest.empty() || rest[0] != before) {
             return false;
         }
         rest = rest.subspan(1);
     }
-    return rest.size() == 1 && word_number(rest[0], std::int64_t{0}, most, &condition->number);
+    const bool good = rest.size() == 1 && number_read(rest[0], "number", 0, most, &number, error);
+    condition->number = number;
+    return good;
 }
 
 bool one_word(Words rest, std::string* word) {
@@ -128,7 +134,7 @@ bool one_word(Words rest, std::string* word) {
     return rest.size() == 1 && !rest[0].empty();
 }
 
-bool rest_parse(Words rest, Condition* condition, std::string* error) {
+bool rest_parse(Words rest, Condition* condition, std::string& error) {
     switch (condition->kind) {
         case ConditionKind::STATUS:
             return text_among(rest, {STATUS_WORDS.begin(), STATUS_WORDS.end()}, "status", condition,
@@ -139,12 +145,13 @@ bool rest_parse(Words rest, Condition* condition, std::string* error) {
         case ConditionKind::PARKED:
             return one_word(rest, &condition->interface);
         case ConditionKind::HOPS:
-            return count_parse(rest, "", MOST_HOPS, condition);
+            return count_parse(rest, "", MOST_HOPS, condition, error);
         case ConditionKind::SERVICE_APS:
             return text_among(rest, {"up", "down"}, "answer", condition, error);
         case ConditionKind::ROLE:
             return text_among(rest, {"root", "extender"}, "role", condition, error);
         case ConditionKind::FILE:
+        case ConditionKind::NO_FILE:
             return file_parse(rest, condition, error);
         case ConditionKind::PARENT:
         case ConditionKind::LED:
@@ -154,9 +161,9 @@ bool rest_parse(Words rest, Condition* condition, std::string* error) {
         case ConditionKind::NOT_RAN:
             return one_word(rest, &condition->text);
         case ConditionKind::OUTAGE:
-            return count_parse(rest, "below", MOST_COUNT, condition);
+            return count_parse(rest, "below", MOST_COUNT, condition, error);
         case ConditionKind::OUTAGES:
-            return count_parse(rest, "at-most", MOST_COUNT, condition);
+            return count_parse(rest, "at-most", MOST_COUNT, condition, error);
         case ConditionKind::RULE:
             return text_among(rest, {"clean", "known"}, "answer", condition, error);
     }
@@ -206,10 +213,10 @@ std::span<const ConditionRow> condition_table() {
     return CONDITIONS;
 }
 
-bool condition_parse(std::span<const std::string> words, Condition* condition, std::string* error) {
-    error->clear();
+bool condition_parse(std::span<const std::string> words, Condition* condition, std::string& error) {
+    error.clear();
     if (words.size() < 2) {
-        *error = "say a node and what is expected of it, such as `e1 status ready`";
+        error = "say a node and what is expected of it, such as `e1 status ready`";
         return false;
     }
     std::vector<std::string> whole(words.begin(), words.end());
@@ -225,7 +232,7 @@ bool condition_parse(std::span<const std::string> words, Condition* condition, s
             names.emplace_back(known.name);
         }
         names.insert(names.end(), STATUS_WORDS.begin(), STATUS_WORDS.end());
-        *error = unknown_word(words[1], "condition", names);
+        error = unknown_word(words[1], "condition", names);
         return false;
     }
     *condition = {};
@@ -234,8 +241,8 @@ bool condition_parse(std::span<const std::string> words, Condition* condition, s
     if (rest_parse(words.subspan(2), condition, error)) {
         return true;
     }
-    if (error->empty()) {
-        *error = "say `" + std::string(row->usage) + "`";
+    if (error.empty()) {
+        error = "say `" + std::string(row->usage) + "`";
     }
     return false;
 }
@@ -264,7 +271,8 @@ std::string condition_print(const Condition& condition) {
     } else if (has_number(condition.kind)) {
         append_word(&text, std::to_string(condition.number));
     }
-    if (!condition.text.empty() || condition.kind == ConditionKind::FILE) {
+    if (!condition.text.empty() || condition.kind == ConditionKind::FILE ||
+        condition.kind == ConditionKind::NO_FILE) {
         append_word(&text, condition.text);
     }
     return text;

@@ -24,6 +24,7 @@ enum class ConditionKind {
     LED,          // text: last pattern
     ROLE,         // text: "root" or "extender"
     FILE,         // interface: path; text: what the file holds
+    NO_FILE,      // it holds no such text, or is missing
     LOG,          // text: a flow log line holds it
     NO_LOG,       // no flow log line holds it
     RAN,          // text: a line given to the shell holds it
@@ -57,7 +58,7 @@ std::span<const ConditionRow> condition_table();
 
 // Reads a condition from its words; "e1 ready" and "e1 BACKHAUL_READY" are short for those with
 // "status" and "state". False with one sentence in `error`.
-bool condition_parse(std::span<const std::string> words, Condition* condition, std::string* error);
+bool condition_parse(std::span<const std::string> words, Condition* condition, std::string& error);
 
 // The words of the condition, as condition_parse reads them.
 std::string condition_print(const Condition& condition);

@@ -13,32 +13,35 @@ namespace {
 
 using Words = std::span<const std::string>;  // of a statement, its name left out
 
-constexpr int WEAKEST_SIGNAL = -127;
 constexpr int MOST_SECONDS = 100000;
 constexpr int LAST_CHANNEL = 196;
 
-bool name_is_free(const Scenario& scenario, const std::string& name, std::string* error) {
+bool name_is_free(const Scenario& scenario, const std::string& name, std::string& error) {
     constexpr std::array RESERVED = {"all", "rule", "none"};
     const bool plain = !name.empty() && std::all_of(name.begin(), name.end(), [](char letter) {
         return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
                (letter >= '0' && letter <= '9') || letter == '-' || letter == '_';
     });
     if (!plain || std::find(RESERVED.begin(), RESERVED.end(), name) != RESERVED.end()) {
-        *error = "`" + name + "` cannot be a node's name: use letters, digits, - and _";
+        error = "`" + name + "` cannot be a node's name: use letters, digits, - and _";
+        return false;
+    }
+    if (name.size() > LONGEST_NODE_NAME) {
+        error = "a node's name has at most " + std::to_string(LONGEST_NODE_NAME) + " letters";
         return false;
     }
     if (scenario_node_find(scenario, name) != nullptr) {
-        *error = "there is a node `" + name + "` already";
+        error = "there is a node `" + name + "` already";
         return false;
     }
     if (scenario.nodes.size() >= MOST_NODES) {
-        *error = "a mesh has at most " + std::to_string(MOST_NODES) + " nodes";
+        error = "a mesh has at most " + std::to_string(MOST_NODES) + " nodes";
         return false;
     }
     return true;
 }
 
-bool shape_read(const std::string& shape, Words words, Scenario* scenario, std::string* error) {
+bool shape_read(const std::string& shape, Words words, Scenario* scenario, std::string& error) {
     Scenario made;
     if (!scenario_generate(shape, words, &made, error)) {
         return false;
@@ -55,15 +58,12 @@ bool shape_read(const std::string& shape, Words words, Scenario* scenario, std::
 
 }  // namespace
 
-bool title_read(Words words, Scenario* scenario, std::string* /*error*/) {
-    scenario->title.clear();
-    for (const std::string& word : words) {
-        scenario->title += (scenario->title.empty() ? "" : " ") + word;
-    }
+bool title_read(Words words, Scenario* scenario, std::string& /*error*/) {
+    scenario->title = words_joined(words);
     return !words.empty();
 }
 
-bool mesh_read(Words words, Scenario* scenario, std::string* error) {
+bool mesh_read(Words words, Scenario* scenario, std::string& error) {
     constexpr std::size_t LONGEST_SSID = 32;
     constexpr std::size_t SHORTEST_KEY = 8;
     constexpr std::size_t LONGEST_KEY = 63;
@@ -71,11 +71,11 @@ bool mesh_read(Words words, Scenario* scenario, std::string* error) {
         return false;
     }
     if (words[0].empty() || words[0].size() > LONGEST_SSID) {
-        *error = "an SSID has 1 to 32 characters";
+        error = "an SSID has 1 to 32 characters";
         return false;
     }
     if (words[1].size() < SHORTEST_KEY || words[1].size() > LONGEST_KEY) {
-        *error = "a key has 8 to 63 characters";
+        error = "a key has 8 to 63 characters";
         return false;
     }
     scenario->ssid = words[0];
@@ -83,30 +83,34 @@ bool mesh_read(Words words, Scenario* scenario, std::string* error) {
     return true;
 }
 
-bool seed_read(Words words, Scenario* scenario, std::string* /*error*/) {
+bool seed_read(Words words, Scenario* scenario, std::string& error) {
     std::int64_t seed = 0;
-    if (words.size() != 1 || !word_number(words[0], 0, std::int64_t{UINT32_MAX}, &seed)) {
+    if (words.size() != 1) {
+        return false;
+    }
+    if (!word_number(words[0], 0, std::int64_t{UINT32_MAX}, &seed)) {
+        error = "`" + words[0] + "` is no seed from 0 to " + std::to_string(UINT32_MAX);
         return false;
     }
     scenario->seed = static_cast<std::uint32_t>(seed);
     return true;
 }
 
-bool association_read(Words words, Scenario* scenario, std::string* /*error*/) {
-    return words.size() == 1 &&
-           word_number(words[0], 0, MOST_SECONDS, &scenario->association_seconds);
+bool association_read(Words words, Scenario* scenario, std::string& error) {
+    return words.size() == 1 && number_read(words[0], "number of seconds", 0, MOST_SECONDS,
+                                            &scenario->association_seconds, error);
 }
 
-bool boot_read(Words words, Scenario* scenario, std::string* /*error*/) {
-    return words.size() == 1 && word_number(words[0], 0, MOST_SECONDS, &scenario->boot_seconds);
+bool boot_read(Words words, Scenario* scenario, std::string& error) {
+    return words.size() == 1 && number_read(words[0], "number of seconds", 0, MOST_SECONDS,
+                                            &scenario->boot_seconds, error);
 }
 
-bool channels_read(Words words, Scenario* scenario, std::string* error) {
+bool channels_read(Words words, Scenario* scenario, std::string& error) {
     std::vector<int> channels;
     for (const std::string& word : words) {
         int channel = 0;
-        if (!word_number(word, 1, LAST_CHANNEL, &channel)) {
-            *error = "`" + word + "` is no channel number";
+        if (!number_read(word, "channel", 1, LAST_CHANNEL, &channel, error)) {
             return false;
         }
         channels.push_back(channel);
@@ -115,12 +119,12 @@ bool channels_read(Words words, Scenario* scenario, std::string* error) {
     return !channels.empty();
 }
 
-bool node_read(Words words, Scenario* scenario, std::string* error) {
+bool node_read(Words words, Scenario* scenario, std::string& error) {
     if (words.size() != 2) {
         return false;
     }
     if (words[1] != "root" && words[1] != "extender") {
-        *error = unknown_word(words[1], "role", std::vector<std::string>{"root", "extender"});
+        error = unknown_word(words[1], "role", std::vector<std::string>{"root", "extender"});
         return false;
     }
     if (!name_is_free(*scenario, words[0], error)) {
@@ -131,26 +135,25 @@ bool node_read(Words words, Scenario* scenario, std::string* error) {
     return true;
 }
 
-bool line_read(Words words, Scenario* scenario, std::string* error) {
+bool line_read(Words words, Scenario* scenario, std::string& error) {
     return shape_read("line", words, scenario, error);
 }
 
-bool star_read(Words words, Scenario* scenario, std::string* error) {
+bool star_read(Words words, Scenario* scenario, std::string& error) {
     return shape_read("star", words, scenario, error);
 }
 
-bool tree_read(Words words, Scenario* scenario, std::string* error) {
+bool tree_read(Words words, Scenario* scenario, std::string& error) {
     return shape_read("tree", words, scenario, error);
 }
 
-bool grid_read(Words words, Scenario* scenario, std::string* error) {
+bool grid_read(Words words, Scenario* scenario, std::string& error) {
     return shape_read("grid", words, scenario, error);
 }
 
-bool hears_read(Words words, Scenario* scenario, std::string* error) {
+bool hears_read(Words words, Scenario* scenario, std::string& error) {
     ScenarioHearing hearing;
-    if (words.size() < 3 || words.size() > 4 ||
-        !word_number(words[2], WEAKEST_SIGNAL, 0, &hearing.signal)) {
+    if (words.size() < 3 || words.size() > 4 || !signal_read(words[2], &hearing.signal, error)) {
         return false;
     }
     if (!scenario_node_check(*scenario, words[0], error) ||
@@ -161,18 +164,18 @@ bool hears_read(Words words, Scenario* scenario, std::string* error) {
     hearing.b = words[1];
     hearing.band = words.size() == 4 ? words[3] : "";
     if (words.size() == 4 && words[3] != "2" && words[3] != "5h" && words[3] != "5l") {
-        *error = "`" + words[3] + "` is no band that may differ: say 2, 5h or 5l";
+        error = "`" + words[3] + "` is no band that may differ: say 2, 5h or 5l";
         return false;
     }
     if (hearing.a == hearing.b) {
-        *error = "`" + hearing.a + "` is on both ends";
+        error = "`" + hearing.a + "` is on both ends";
         return false;
     }
     scenario->hearings.push_back(hearing);
     return true;
 }
 
-bool cable_read(Words words, Scenario* scenario, std::string* error) {
+bool cable_read(Words words, Scenario* scenario, std::string& error) {
     if (words.size() != 2) {
         return false;
     }

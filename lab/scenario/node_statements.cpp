@@ -16,7 +16,7 @@ constexpr int MOST_FOLLOW = 255;
 constexpr std::size_t LONGEST_INTERFACE = 15;
 
 // The node that the first word names, or null with an error.
-ScenarioNode* node_of(Words words, Scenario* scenario, std::string* error) {
+ScenarioNode* node_of(Words words, Scenario* scenario, std::string& error) {
     if (words.empty() || !scenario_node_check(*scenario, words[0], error)) {
         return nullptr;
     }
@@ -24,17 +24,17 @@ ScenarioNode* node_of(Words words, Scenario* scenario, std::string* error) {
 }
 
 bool known_keyword(const std::string& word, std::string_view what,
-                   std::span<const std::string_view> keywords, std::string* error) {
+                   std::span<const std::string_view> keywords, std::string& error) {
     if (std::find(keywords.begin(), keywords.end(), word) != keywords.end()) {
         return true;
     }
-    *error = unknown_word(word, what, std::vector<std::string>(keywords.begin(), keywords.end()));
+    error = unknown_word(word, what, std::vector<std::string>(keywords.begin(), keywords.end()));
     return false;
 }
 
 }  // namespace
 
-bool options_read(Words words, Scenario* scenario, std::string* error) {
+bool options_read(Words words, Scenario* scenario, std::string& error) {
     ScenarioNode* const node = node_of(words, scenario, error);
     if (node != nullptr) {
         node->options.assign(words.begin() + 1, words.end());
@@ -42,7 +42,7 @@ bool options_read(Words words, Scenario* scenario, std::string* error) {
     return node != nullptr;
 }
 
-bool interface_read(Words words, Scenario* scenario, std::string* error) {
+bool interface_read(Words words, Scenario* scenario, std::string& error) {
     constexpr std::size_t NODE_AND_COLUMNS = 6;
     ScenarioNode* const node = node_of(words, scenario, error);
     if (node == nullptr || words.size() != NODE_AND_COLUMNS) {
@@ -50,13 +50,13 @@ bool interface_read(Words words, Scenario* scenario, std::string* error) {
     }
     ScenarioInterface interface { words[1], words[2], words[3] };
     if (interface.name.empty() || interface.name.size() > LONGEST_INTERFACE) {
-        *error = "an interface's name has 1 to 15 characters";
+        error = "an interface's name has 1 to 15 characters";
         return false;
     }
     if (!known_keyword(words[2], "interface type", interface_types(), error) ||
         !known_keyword(words[3], "band", interface_bands(), error) ||
-        !word_number(words[4], 0, MOST_PRIORITY, &interface.priority) ||
-        !word_number(words[5], 0, MOST_FOLLOW, &interface.follow)) {
+        !number_read(words[4], "priority", 0, MOST_PRIORITY, &interface.priority, error) ||
+        !number_read(words[5], "follow value", 0, MOST_FOLLOW, &interface.follow, error)) {
         return false;
     }
     const auto old = std::find_if(
@@ -70,7 +70,7 @@ bool interface_read(Words words, Scenario* scenario, std::string* error) {
     return true;
 }
 
-bool without_read(Words words, Scenario* scenario, std::string* error) {
+bool without_read(Words words, Scenario* scenario, std::string& error) {
     ScenarioNode* const node = node_of(words, scenario, error);
     if (node == nullptr || words.size() < 2) {
         return false;
@@ -88,7 +88,7 @@ bool without_read(Words words, Scenario* scenario, std::string* error) {
     return true;
 }
 
-bool unconfigured_read(Words words, Scenario* scenario, std::string* error) {
+bool unconfigured_read(Words words, Scenario* scenario, std::string& error) {
     ScenarioNode* const node = node_of(words, scenario, error);
     if (node == nullptr || words.size() < 2) {
         return false;
@@ -102,7 +102,7 @@ bool unconfigured_read(Words words, Scenario* scenario, std::string* error) {
     return true;
 }
 
-bool unapproved_read(Words words, Scenario* scenario, std::string* error) {
+bool unapproved_read(Words words, Scenario* scenario, std::string& error) {
     ScenarioNode* const node = node_of(words, scenario, error);
     if (node == nullptr || words.size() != 1) {
         return false;
@@ -111,7 +111,7 @@ bool unapproved_read(Words words, Scenario* scenario, std::string* error) {
     return true;
 }
 
-bool uci_read(Words words, Scenario* scenario, std::string* error) {
+bool uci_read(Words words, Scenario* scenario, std::string& error) {
     constexpr std::size_t NODE_KEY_VALUE = 3;
     ScenarioNode* const node = node_of(words, scenario, error);
     if (node == nullptr || words.size() != NODE_KEY_VALUE) {

@@ -16,7 +16,8 @@ Item* named_find(List& list, std::string_view name) {
 
 bool ScenarioStep::operator==(const ScenarioStep& other) const {
     return kind == other.kind && after == other.after && within == other.within &&
-           verb == other.verb && condition == other.condition;
+           lasting == other.lasting && verb == other.verb && condition == other.condition &&
+           text == other.text;
 }
 
 const ScenarioNode* scenario_node_find(const Scenario& scenario, std::string_view name) {
@@ -31,10 +32,21 @@ const ScenarioInterface* scenario_interface_find(const ScenarioNode& node, std::
     return named_find<const ScenarioInterface>(node.interfaces, name);
 }
 
+ConditionFate condition_fate(const ScenarioStep& step, bool holds, std::int64_t waited) {
+    if (step.lasting == 0 && holds) {
+        return ConditionFate::HELD;
+    }
+    if (step.lasting > 0 && holds) {
+        return waited < step.lasting ? ConditionFate::PENDING : ConditionFate::HELD;
+    }
+    return step.lasting == 0 && waited < step.within ? ConditionFate::PENDING
+                                                     : ConditionFate::FAILED;
+}
+
 int scenario_longest_seconds(const Scenario& scenario) {
     int seconds = 0;
     for (const ScenarioStep& step : scenario.steps) {
-        seconds += step.after + step.within;
+        seconds += step.after + step.within + step.lasting;
     }
     return seconds;
 }

@@ -62,14 +62,18 @@ enum class StepKind {
     WAIT,        // let `after` seconds pass
     WAIT_UNTIL,  // let time pass until the condition holds; when it never does, the run ends
     EXPECT,      // the same, but a condition that fails is reported and the run goes on
+    CHAPTER,     // `text` heads what follows, where a run is told
+    SAY,         // `text` is told
 };
 
 struct ScenarioStep {
     StepKind kind = StepKind::VERB;
     int after = 0;        // seconds to let pass first
     int within = 0;       // how long a condition may take; 0: it holds at once
+    int lasting = 0;      // how long it has to hold from the first moment on (EXPECT)
     Verb verb;            // of VERB
     Condition condition;  // of WAIT_UNTIL and EXPECT
+    std::string text;     // of CHAPTER and SAY
     int line = 0;         // in the file it came from, 0: none
 
     // Where it was written makes no difference.
@@ -80,6 +84,8 @@ inline constexpr int DEFAULT_ASSOCIATION_SECONDS = 2;
 inline constexpr int DEFAULT_BOOT_SECONDS = 20;
 inline constexpr int DEFAULT_WAIT_SECONDS = 300;  // of a wait-until without "within"
 inline constexpr int MOST_NODES = 200;            // the mesh is one /24 network
+inline constexpr std::size_t LONGEST_NODE_NAME = 32;
+inline constexpr std::size_t MOST_STEPS = 300000;
 
 struct Scenario {
     std::string title;
@@ -101,6 +107,10 @@ struct Scenario {
 const ScenarioNode* scenario_node_find(const Scenario& scenario, std::string_view name);
 ScenarioNode* scenario_node_find(Scenario* scenario, std::string_view name);
 const ScenarioInterface* scenario_interface_find(const ScenarioNode& node, std::string_view name);
+
+// Where a condition that was looked at stands, `waited` seconds after the step's turn came.
+enum class ConditionFate { PENDING, HELD, FAILED };
+ConditionFate condition_fate(const ScenarioStep& step, bool holds, std::int64_t waited);
 
 // Number of seconds that the steps take at most.
 int scenario_longest_seconds(const Scenario& scenario);

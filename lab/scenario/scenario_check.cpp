@@ -19,7 +19,7 @@ bool type_is_uplink(std::string_view type) {
     return type_is_station(type) || type == "ETHERNET";
 }
 
-bool peers_check(const Scenario& scenario, const Verb& verb, std::string* error) {
+bool peers_check(const Scenario& scenario, const Verb& verb, std::string& error) {
     std::vector<std::string> peers;
     if (!verb.peer.empty()) {
         peers.push_back(verb.peer);
@@ -32,14 +32,14 @@ bool peers_check(const Scenario& scenario, const Verb& verb, std::string* error)
             return false;
         }
         if (peer == verb.node) {
-            *error = "`" + peer + "` is on both ends";
+            error = "`" + peer + "` is on both ends";
             return false;
         }
     }
     return true;
 }
 
-bool verb_interface_check(const ScenarioNode& node, const Verb& verb, std::string* error) {
+bool verb_interface_check(const ScenarioNode& node, const Verb& verb, std::string& error) {
     if (verb.interface.empty()) {
         return true;
     }
@@ -51,7 +51,7 @@ bool verb_interface_check(const ScenarioNode& node, const Verb& verb, std::strin
 }
 
 bool condition_interface_check(const ScenarioNode& node, const Condition& condition,
-                               std::string* error) {
+                               std::string& error) {
     if (condition.interface.empty()) {
         return true;
     }
@@ -68,7 +68,7 @@ bool condition_interface_check(const ScenarioNode& node, const Condition& condit
     return true;
 }
 
-bool rule_check(const std::string& name, std::string* error) {
+bool rule_check(const std::string& name, std::string& error) {
     std::vector<std::string> names;
     for (const std::string_view known : RULE_NAMES) {
         if (known == name) {
@@ -76,23 +76,23 @@ bool rule_check(const std::string& name, std::string* error) {
         }
         names.emplace_back(known);
     }
-    *error = unknown_word(name, "rule", names);
+    error = unknown_word(name, "rule", names);
     return false;
 }
 
 }  // namespace
 
-bool scenario_node_check(const Scenario& scenario, const std::string& name, std::string* error) {
+bool scenario_node_check(const Scenario& scenario, const std::string& name, std::string& error) {
     if (scenario_node_find(scenario, name) != nullptr) {
         return true;
     }
-    *error = unknown_word(name, "node of this mesh", node_names(scenario));
+    error = unknown_word(name, "node of this mesh", node_names(scenario));
     return false;
 }
 
 bool scenario_interface_check(const ScenarioNode& node, const std::string& name,
                               bool (*type_fits)(std::string_view), const std::string& what,
-                              std::string* error) {
+                              std::string& error) {
     std::vector<std::string> names;
     for (const ScenarioInterface& interface : node.interfaces) {
         if (type_fits != nullptr && !type_fits(interface.type)) {
@@ -103,24 +103,24 @@ bool scenario_interface_check(const ScenarioNode& node, const std::string& name,
         }
         names.push_back(interface.name);
     }
-    *error = unknown_word(name, what + " of " + node.name, names);
+    error = unknown_word(name, what + " of " + node.name, names);
     return false;
 }
 
-bool scenario_verb_check(const Scenario& scenario, const Verb& verb, std::string* error) {
+bool scenario_verb_check(const Scenario& scenario, const Verb& verb, std::string& error) {
     if (!scenario_node_check(scenario, verb.node, error)) {
         return false;
     }
     const ScenarioNode* const node = scenario_node_find(scenario, verb.node);
     if (verb.kind == VerbKind::CABLE_IN && node->role == NodeRole::ROOT) {
-        *error = "a cable leads up from an extender: name that node first";
+        error = "a cable leads up from an extender: name that node first";
         return false;
     }
     return verb_interface_check(*node, verb, error) && peers_check(scenario, verb, error);
 }
 
 bool scenario_condition_check(const Scenario& scenario, const Condition& condition,
-                              std::string* error) {
+                              std::string& error) {
     if (condition.kind == ConditionKind::RULE) {
         return rule_check(condition.node, error);
     }

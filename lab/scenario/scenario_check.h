@@ -10,18 +10,18 @@
 
 namespace lab {
 
-bool scenario_verb_check(const Scenario& scenario, const Verb& verb, std::string* error);
+bool scenario_verb_check(const Scenario& scenario, const Verb& verb, std::string& error);
 
 bool scenario_condition_check(const Scenario& scenario, const Condition& condition,
-                              std::string* error);
+                              std::string& error);
 
 // The node exists.
-bool scenario_node_check(const Scenario& scenario, const std::string& name, std::string* error);
+bool scenario_node_check(const Scenario& scenario, const std::string& name, std::string& error);
 
 // The interface is one of the node's; with `type_fits` it is also of a fitting type, which `what`
 // names ("station").
 bool scenario_interface_check(const ScenarioNode& node, const std::string& name,
                               bool (*type_fits)(std::string_view), const std::string& what,
-                              std::string* error);
+                              std::string& error);
 
 }  // namespace lab

@@ -117,7 +117,7 @@ Scenario scenario_grid(int rows, int columns) {
 }
 
 bool scenario_generate(const std::string& shape, std::span<const std::string> numbers,
-                       Scenario* scenario, std::string* error) {
+                       Scenario* scenario, std::string& error) {
     std::vector<std::string> names;
     for (const Shape& row : SHAPES) {
         names.emplace_back(row.name);
@@ -125,22 +125,24 @@ bool scenario_generate(const std::string& shape, std::span<const std::string> nu
             continue;
         }
         std::array<int, 2> values = {0, 0};
-        bool good = numbers.size() == row.numbers;
-        for (std::size_t at = 0; good && at < row.numbers; ++at) {
-            good = word_number(numbers[at], row.least, MOST_NODES, &values[at]);
-        }
-        if (!good) {
-            *error = "say `" + std::string(row.usage) + "`";
+        if (numbers.size() != row.numbers) {
+            error = "say `" + std::string(row.usage) + "`";
             return false;
         }
+        for (std::size_t at = 0; at < row.numbers; ++at) {
+            if (!number_read(numbers[at], "number of nodes", row.least, MOST_NODES, &values[at],
+                             error)) {
+                return false;
+            }
+        }
         if (node_count(shape, values[0], values[1]) > MOST_NODES) {
-            *error = "a mesh has at most " + std::to_string(MOST_NODES) + " nodes";
+            error = "a mesh has at most " + std::to_string(MOST_NODES) + " nodes";
             return false;
         }
         *scenario = make(shape, values[0], values[1]);
         return true;
     }
-    *error = unknown_word(shape, "shape", names);
+    error = unknown_word(shape, "shape", names);
     return false;
 }
 

@@ -30,6 +30,6 @@ Scenario scenario_grid(int rows, int columns);
 
 // The generator of that name with its numbers: ("tree", {2, 3}). False with a sentence in `error`.
 bool scenario_generate(const std::string& shape, std::span<const std::string> numbers,
-                       Scenario* scenario, std::string* error);
+                       Scenario* scenario, std::string& error);
 
 }  // namespace lab

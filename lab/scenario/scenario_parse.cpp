@@ -12,6 +12,9 @@ namespace {
 
 using Words = std::span<const std::string>;
 
+// A file that is no scenario at all is wrong in every line.
+constexpr std::size_t MOST_ERRORS = 50;
+
 struct Statement {
     StatementRow row;
     StatementReader read;
@@ -49,7 +52,7 @@ constexpr std::array STATEMENTS = {
               unapproved_read},
     Statement{{"uci", "uci NODE KEY VALUE", "An entry of the configuration store."}, uci_read},
     Statement{{"hears", "hears NODE NODE SIGNAL [BAND]",
-               "Both hear each other with so many dBm, on all bands or on 2, 5h or 5l."},
+               "Both hear each other with so many dBm or `none`, on all bands or on 2, 5h or 5l."},
               hears_read},
     Statement{{"cable", "cable NODE PEER", "A cable up to the peer is plugged in."}, cable_read},
 };
@@ -63,12 +66,12 @@ constexpr auto statement_rows() {
 }
 constexpr std::array STATEMENT_ROWS = statement_rows();
 
-bool statement_read(Words words, Scenario* scenario, int line, std::string* error) {
+bool statement_read(Words words, Scenario* scenario, int line, std::string& error) {
     for (const Statement& statement : STATEMENTS) {
         if (statement.row.name == words[0]) {
             const bool good = statement.read(words.subspan(1), scenario, error);
-            if (!good && error->empty()) {
-                *error = "say `" + std::string(statement.row.usage) + "`";
+            if (!good && error.empty()) {
+                error = "say `" + std::string(statement.row.usage) + "`";
             }
             return good;
         }
@@ -76,6 +79,10 @@ bool statement_read(Words words, Scenario* scenario, int line, std::string* erro
     ScenarioStep step;
     step.line = line;
     if (!step_parse(words, *scenario, &step, error)) {
+        return false;
+    }
+    if (scenario->steps.size() >= MOST_STEPS) {
+        error = "a scenario has at most " + std::to_string(MOST_STEPS) + " steps";
         return false;
     }
     scenario->steps.push_back(step);
@@ -97,13 +104,17 @@ bool scenario_parse(std::string_view text, Scenario* scenario, std::vector<Scena
         const std::size_t end = std::min(text.find('\n'), text.size());
         std::vector<std::string> words;
         std::string error;
-        const bool cut = line_words(text.substr(0, end), &words, &error);
+        const bool cut = line_words(text.substr(0, end), &words, error);
         text.remove_prefix(std::min(end + 1, text.size()));
         if (cut && words.empty()) {
             continue;
         }
-        if (!cut || !statement_read(words, scenario, line, &error)) {
+        if (!cut || !statement_read(words, scenario, line, error)) {
             errors->push_back({line, error});
+            if (errors->size() >= MOST_ERRORS) {
+                errors->push_back({line, "too many mistakes: what follows was not read"});
+                return false;
+            }
         }
     }
     if (errors->empty() && scenario->nodes.empty()) {

@@ -130,7 +130,7 @@ std::string scenario_print(const Scenario& scenario) {
     }
     for (const ScenarioHearing& hearing : scenario.hearings) {
         std::vector<std::string> words = {"hears", hearing.a, hearing.b,
-                                          std::to_string(hearing.signal)};
+                                          signal_print(hearing.signal)};
         if (!hearing.band.empty()) {
             words.push_back(hearing.band);
         }

@@ -18,23 +18,26 @@ constexpr std::array STEPS = {
     StepRow{"wait", "wait SECONDS", "Lets time pass."},
     StepRow{"wait-until", "wait-until CONDITION [within SECONDS]",
             "Lets time pass until it holds; the run ends when it does not (300 s)."},
-    StepRow{"expect", "expect CONDITION [within SECONDS]",
-            "Reports when it does not hold, at once or within the time."},
+    StepRow{"expect", "expect CONDITION [within SECONDS|for SECONDS]",
+            "Reports when it does not hold: at once, within the time, or all that time."},
+    StepRow{"chapter", "chapter TEXT", "Heads what follows, where the run is told."},
+    StepRow{"say", "say TEXT", "Is told when its turn comes."},
 };
 
-bool seconds_parse(const std::string& word, int* seconds, std::string* error) {
-    if (word_number(word, 0, MOST_SECONDS, seconds)) {
-        return true;
-    }
-    *error = "`" + word + "` is no number of seconds";
-    return false;
+bool seconds_parse(const std::string& word, int* seconds, std::string& error) {
+    return number_read(word, "number of seconds", 0, MOST_SECONDS, seconds, error);
 }
 
 bool condition_step_parse(Words words, const Scenario& scenario, ScenarioStep* step,
-                          std::string* error) {
+                          std::string& error) {
     step->within = step->kind == StepKind::WAIT_UNTIL ? DEFAULT_WAIT_SECONDS : 0;
-    if (words.size() >= 2 && words[words.size() - 2] == "within") {
-        if (!seconds_parse(words.back(), &step->within, error)) {
+    const std::string before = words.size() < 2 ? "" : words[words.size() - 2];
+    if (before == "within" || before == "for") {
+        if (before == "for" && step->kind == StepKind::WAIT_UNTIL) {
+            error = "only `expect` knows `for`: say `wait-until CONDITION [within SECONDS]`";
+            return false;
+        }
+        if (!seconds_parse(words.back(), before == "for" ? &step->lasting : &step->within, error)) {
             return false;
         }
         words = words.first(words.size() - 2);
@@ -74,14 +77,14 @@ std::span<const StepRow> step_table() {
 }
 
 bool step_parse(std::span<const std::string> words, const Scenario& scenario, ScenarioStep* step,
-                std::string* error) {
+                std::string& error) {
     if (words.empty()) {
-        *error = "say a step";
+        error = "say a step";
         return false;
     }
     if (words[0] == "after") {
         if (words.size() < 3) {
-            *error = "say `after SECONDS STEP`";
+            error = "say `after SECONDS STEP`";
             return false;
         }
         if (!seconds_parse(words[1], &step->after, error)) {
@@ -92,7 +95,7 @@ bool step_parse(std::span<const std::string> words, const Scenario& scenario, Sc
     if (words[0] == "wait") {
         int seconds = 0;
         if (words.size() != 2) {
-            *error = "say `wait SECONDS`";
+            error = "say `wait SECONDS`";
             return false;
         }
         step->kind = StepKind::WAIT;
@@ -104,9 +107,17 @@ bool step_parse(std::span<const std::string> words, const Scenario& scenario, Sc
         step->kind = words[0] == "expect" ? StepKind::EXPECT : StepKind::WAIT_UNTIL;
         return condition_step_parse(words.subspan(1), scenario, step, error);
     }
+    if (words[0] == "chapter" || words[0] == "say") {
+        step->kind = words[0] == "say" ? StepKind::SAY : StepKind::CHAPTER;
+        step->text = words_joined(words.subspan(1));
+        if (step->text.empty()) {
+            error = "say `" + words[0] + " TEXT`";
+        }
+        return !step->text.empty();
+    }
     step->kind = StepKind::VERB;
     if (!is_verb(words[0])) {
-        *error = unknown_word(words[0], "statement or verb", first_words());
+        error = unknown_word(words[0], "statement or verb", first_words());
         return false;
     }
     return verb_parse(words, &step->verb, error) &&
@@ -121,11 +132,17 @@ std::string step_print(const ScenarioStep& step) {
     if (step.kind == StepKind::VERB) {
         return text + verb_print(step.verb);
     }
+    if (step.kind == StepKind::CHAPTER || step.kind == StepKind::SAY) {
+        return text + (step.kind == StepKind::SAY ? "say " : "chapter ") + word_quoted(step.text);
+    }
     text += step.kind == StepKind::EXPECT ? "expect " : "wait-until ";
     text += condition_print(step.condition);
     const int usual = step.kind == StepKind::WAIT_UNTIL ? DEFAULT_WAIT_SECONDS : 0;
     if (step.within != usual) {
         text += " within " + std::to_string(step.within);
+    }
+    if (step.lasting != 0) {
+        text += " for " + std::to_string(step.lasting);
     }
     return text;
 }

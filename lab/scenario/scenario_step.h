@@ -22,7 +22,7 @@ std::span<const StepRow> step_table();
 // Reads a step from its words and checks its names against the scenario. False with one sentence
 // in `error`. `step->line` is left alone.
 bool step_parse(std::span<const std::string> words, const Scenario& scenario, ScenarioStep* step,
-                std::string* error);
+                std::string& error);
 
 // The line that step_parse reads as the same step.
 std::string step_print(const ScenarioStep& step);

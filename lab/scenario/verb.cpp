@@ -8,7 +8,6 @@
 namespace lab {
 namespace {
 
-constexpr int WEAKEST_SIGNAL = -127;
 constexpr int LAST_SIGNAL_NUMBER = 64;
 constexpr int KILL = 9;
 constexpr int MOST_TIMES = 1000;
@@ -21,7 +20,7 @@ constexpr std::array VERBS = {
             "The backhaul AP (all of the node) falls silent, whatever the daemon wants."},
     VerbRow{VerbKind::AP_ON, "ap-on", "ap-on NODE [AP]", "The AP is heard again."},
     VerbRow{VerbKind::FADE, "fade", "fade NODE PEER SIGNAL [BAND]",
-            "Both nodes now hear each other with this many dBm."},
+            "Both nodes now hear each other with this many dBm, or not at all: `none`."},
     VerbRow{VerbKind::MOVE, "move", "move NODE PEER SIGNAL [PEER SIGNAL ...]",
             "The node now hears these nodes and no others."},
     VerbRow{VerbKind::CABLE_IN, "cable-in", "cable-in NODE [PEER]",
@@ -66,30 +65,22 @@ static_assert(every_verb_is_at_its_place());
 using Words = std::span<const std::string>;
 
 bool one_of(std::string_view word, std::string_view what, const std::vector<std::string>& known,
-            std::string* error) {
+            std::string& error) {
     for (const std::string& candidate : known) {
         if (candidate == word) {
             return true;
         }
     }
-    *error = unknown_word(word, what, known);
+    error = unknown_word(word, what, known);
     return false;
 }
 
-bool signal_parse(const std::string& word, int* signal, std::string* error) {
-    if (word_number(word, WEAKEST_SIGNAL, 0, signal)) {
-        return true;
-    }
-    *error = "`" + word + "` is no signal in dBm: say a number such as -60";
-    return false;
-}
-
-bool fade_parse(Words rest, Verb* verb, std::string* error) {
+bool fade_parse(Words rest, Verb* verb, std::string& error) {
     if (rest.size() < 2 || rest.size() > 3) {
         return false;
     }
     verb->peer = rest[0];
-    if (!signal_parse(rest[1], &verb->number, error)) {
+    if (!signal_read(rest[1], &verb->number, error)) {
         return false;
     }
     if (rest.size() == 3) {
@@ -99,13 +90,13 @@ bool fade_parse(Words rest, Verb* verb, std::string* error) {
     return true;
 }
 
-bool move_parse(Words rest, Verb* verb, std::string* error) {
+bool move_parse(Words rest, Verb* verb, std::string& error) {
     if (rest.empty() || rest.size() % 2 != 0) {
         return false;
     }
     for (std::size_t at = 0; at < rest.size(); at += 2) {
         int signal = 0;
-        if (!signal_parse(rest[at + 1], &signal, error)) {
+        if (!signal_read(rest[at + 1], &signal, error)) {
             return false;
         }
         verb->hears.emplace_back(rest[at], signal);
@@ -113,17 +104,18 @@ bool move_parse(Words rest, Verb* verb, std::string* error) {
     return true;
 }
 
-bool radar_parse(Words rest, Verb* verb) {
+bool radar_parse(Words rest, Verb* verb, std::string& error) {
     verb->number = 1;
     if (rest.size() == 1 && rest[0] == "all") {
         verb->all = true;
         return true;
     }
-    return rest.empty() || (rest.size() == 1 && word_number(rest[0], 1, MOST_TIMES, &verb->number));
+    return rest.empty() || (rest.size() == 1 && number_read(rest[0], "number of times", 1,
+                                                            MOST_TIMES, &verb->number, error));
 }
 
 // "for SECONDS", and with `times` also "times N".
-bool limit_parse(Words rest, bool times, Verb* verb) {
+bool limit_parse(Words rest, bool times, Verb* verb, std::string& error) {
     if (rest.empty()) {
         return true;
     }
@@ -131,12 +123,13 @@ bool limit_parse(Words rest, bool times, Verb* verb) {
         return false;
     }
     if (rest[0] == "for") {
-        return word_number(rest[1], 1, MOST_SECONDS, &verb->seconds);
+        return number_read(rest[1], "number of seconds", 1, MOST_SECONDS, &verb->seconds, error);
     }
-    return times && rest[0] == "times" && word_number(rest[1], 1, MOST_TIMES, &verb->times);
+    return times && rest[0] == "times" &&
+           number_read(rest[1], "number of times", 1, MOST_TIMES, &verb->times, error);
 }
 
-bool kill_tool_parse(Words rest, Verb* verb, std::string* error) {
+bool kill_tool_parse(Words rest, Verb* verb, std::string& error) {
     if (rest.empty()) {
         return false;
     }
@@ -144,7 +137,8 @@ bool kill_tool_parse(Words rest, Verb* verb, std::string* error) {
     return one_of(verb->word, "tool that can be killed",
                   {std::string(TOOL_HYD), std::string(TOOL_SUPPLICANT), std::string(TOOL_AGENT)},
                   error) &&
-           limit_parse(rest.subspan(1), true, verb) && (verb->word != TOOL_HYD || rest.size() == 1);
+           limit_parse(rest.subspan(1), true, verb, error) &&
+           (verb->word != TOOL_HYD || rest.size() == 1);
 }
 
 // A stopped worker would let no second of the mesh pass.
@@ -152,14 +146,15 @@ bool signal_stops(int signal) {
     return signal == SIGSTOP || signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU;
 }
 
-bool worker_parse(Words rest, Verb* verb, std::string* error) {
+bool worker_parse(Words rest, Verb* verb, std::string& error) {
     verb->number = KILL;
     if (!rest.empty() &&
-        (rest.size() != 1 || !word_number(rest[0], 1, LAST_SIGNAL_NUMBER, &verb->number))) {
+        (rest.size() != 1 ||
+         !number_read(rest[0], "signal number", 1, LAST_SIGNAL_NUMBER, &verb->number, error))) {
         return false;
     }
     if (signal_stops(verb->number)) {
-        *error = "signal " + rest[0] + " stops a process instead of ending it";
+        error = "signal " + rest[0] + " stops a process instead of ending it";
         return false;
     }
     return true;
@@ -173,7 +168,7 @@ bool optional_word(Words rest, std::string* word) {
 }
 
 // What stands behind the node's name. False also leaves `error` empty: the usage tells enough.
-bool rest_parse(Words rest, Verb* verb, std::string* error) {
+bool rest_parse(Words rest, Verb* verb, std::string& error) {
     switch (verb->kind) {
         case VerbKind::DEAUTH:
         case VerbKind::AP_OFF:
@@ -188,13 +183,13 @@ bool rest_parse(Words rest, Verb* verb, std::string* error) {
         case VerbKind::MOVE:
             return move_parse(rest, verb, error);
         case VerbKind::RADAR:
-            return radar_parse(rest, verb);
+            return radar_parse(rest, verb, error);
         case VerbKind::KILL_WORKER:
             return worker_parse(rest, verb, error);
         case VerbKind::KILL_TOOL:
             return kill_tool_parse(rest, verb, error);
         case VerbKind::DROP_MESSAGES:
-            return limit_parse(rest, false, verb);
+            return limit_parse(rest, false, verb, error);
         case VerbKind::ROLE:
             return rest.size() == 1 && optional_word(rest, &verb->word) &&
                    one_of(verb->word, "role", {"root", "extender"}, error);
@@ -218,8 +213,7 @@ void append_word(std::string* text, std::string_view word) {
 }
 
 void append_number(std::string* text, std::string_view before, int number) {
-    text->append(" ").append(before).append(before.empty() ? "" : " ");
-    text->append(std::to_string(number));
+    text->append(" ").append(before).append(" ").append(std::to_string(number));
 }
 
 }  // namespace
@@ -232,14 +226,30 @@ const VerbRow& verb_row(VerbKind kind) {
     return VERBS[static_cast<std::size_t>(kind)];
 }
 
-bool verb_parse(std::span<const std::string> words, Verb* verb, std::string* error) {
+bool signal_read(std::string_view word, int* signal, std::string& error) {
+    if (word == NO_SIGNAL) {
+        *signal = SIGNAL_NONE;
+        return true;
+    }
+    if (number_read(word, "signal", SIGNAL_NONE, 0, signal, error)) {
+        return true;
+    }
+    error += " dBm, or `none`";
+    return false;
+}
+
+std::string signal_print(int signal) {
+    return signal == SIGNAL_NONE ? std::string(NO_SIGNAL) : std::to_string(signal);
+}
+
+bool verb_parse(std::span<const std::string> words, Verb* verb, std::string& error) {
     std::vector<std::string> names;
     for (const VerbRow& row : VERBS) {
         names.emplace_back(row.name);
     }
-    error->clear();
+    error.clear();
     if (words.empty()) {
-        *error = "a verb is missing";
+        error = "a verb is missing";
         return false;
     }
     for (const VerbRow& row : VERBS) {
@@ -254,12 +264,12 @@ bool verb_parse(std::span<const std::string> words, Verb* verb, std::string* err
                 return true;
             }
         }
-        if (error->empty()) {
-            *error = "say `" + std::string(row.usage) + "`";
+        if (error.empty()) {
+            error = "say `" + std::string(row.usage) + "`";
         }
         return false;
     }
-    *error = unknown_word(words[0], "verb", names);
+    error = unknown_word(words[0], "verb", names);
     return false;
 }
 
@@ -270,13 +280,15 @@ std::string verb_print(const Verb& verb) {
     append_word(&text, verb.interface);
     for (const auto& [peer, signal] : verb.hears) {
         append_word(&text, peer);
-        append_number(&text, "", signal);
+        append_word(&text, signal_print(signal));
     }
     const bool number_is_usual = (verb.kind == VerbKind::KILL_WORKER && verb.number == KILL) ||
                                  (verb.kind == VerbKind::RADAR && verb.number == 1) ||
-                                 (verb.kind != VerbKind::FADE && verb.number == 0);
-    if (!number_is_usual) {
-        append_number(&text, "", verb.number);
+                                 verb.number == 0;
+    if (verb.kind == VerbKind::FADE) {
+        append_word(&text, signal_print(verb.number));
+    } else if (!number_is_usual) {
+        append_word(&text, std::to_string(verb.number));
     }
     append_word(&text, verb.word);
     if (verb.all) {

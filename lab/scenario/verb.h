@@ -5,6 +5,7 @@
 // to check (scenario_verb_check), what it does is for the model of the air. Functions of values.
 #pragma once
 
+#include <array>
 #include <span>
 #include <string>
 #include <string_view>
@@ -41,6 +42,16 @@ inline constexpr std::string_view TOOL_HYD = "hyd";
 inline constexpr std::string_view TOOL_SUPPLICANT = "supplicant";
 inline constexpr std::string_view TOOL_AGENT = "agent";
 
+// Signals in dBm. A node that is heard with SIGNAL_NONE is not heard at all, on whatever band: the
+// one signal that cuts a link for certain. Text: "none".
+inline constexpr int SIGNAL_NONE = -127;
+inline constexpr std::string_view NO_SIGNAL = "none";
+
+// What the daemon's FIFO understands; it drops every other word without an answer.
+inline constexpr std::array<std::string_view, 7> FIFO_WORDS = {
+    "master",     "slave",   "approval_list_changed", "uplink_scan", "network_reload",
+    "eth_detect", "eth_lost"};
+
 struct Verb {
     VerbKind kind = VerbKind::DEAUTH;
     std::string node;
@@ -67,8 +78,12 @@ struct VerbRow {
 std::span<const VerbRow> verb_table();
 const VerbRow& verb_row(VerbKind kind);
 
+// A signal as `fade`, `move` and `hears` say it: a number, or "none".
+bool signal_read(std::string_view word, int* signal, std::string& error);
+std::string signal_print(int signal);
+
 // Reads a verb from its words. False with one sentence in `error`.
-bool verb_parse(std::span<const std::string> words, Verb* verb, std::string* error);
+bool verb_parse(std::span<const std::string> words, Verb* verb, std::string& error);
 
 // The words of the verb, as verb_parse reads them.
 std::string verb_print(const Verb& verb);

@@ -45,7 +45,7 @@ std::size_t changed_letters(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-bool line_words(std::string_view line, std::vector<std::string>* words, std::string* error) {
+bool line_words(std::string_view line, std::vector<std::string>* words, std::string& error) {
     words->clear();
     std::size_t at = 0;
     while (at < line.size()) {
@@ -59,7 +59,7 @@ bool line_words(std::string_view line, std::vector<std::string>* words, std::str
         std::string word;
         if (line[at] == '"') {
             if (!quoted_word(line, &at, &word)) {
-                *error = "a quote is not closed";
+                error = "a quote is not closed";
                 return false;
             }
         } else {
@@ -70,6 +70,14 @@ bool line_words(std::string_view line, std::vector<std::string>* words, std::str
         words->push_back(word);
     }
     return true;
+}
+
+std::string words_joined(std::span<const std::string> words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    return text;
 }
 
 std::string word_quoted(std::string_view word) {
@@ -108,6 +116,16 @@ bool word_number(std::string_view word, int least, int most, int* number) {
     }
     *number = static_cast<int>(value);
     return true;
+}
+
+bool number_read(std::string_view word, std::string_view what, int least, int most, int* number,
+                 std::string& error) {
+    if (word_number(word, least, most, number)) {
+        return true;
+    }
+    error = "`" + std::string(word) + "` is no " + std::string(what) + " from " +
+            std::to_string(least) + " to " + std::to_string(most);
+    return false;
 }
 
 std::string nearest_word(std::string_view word, std::span<const std::string> candidates) {

@@ -14,7 +14,10 @@ namespace lab {
 // Cuts a line at blanks and tabs. "#" outside quotes begins a comment. Double quotes hold a word
 // with blanks together; in quotes \" and \\ stand for themselves. False with a sentence in `error`
 // when a quote is not closed.
-bool line_words(std::string_view line, std::vector<std::string>* words, std::string* error);
+bool line_words(std::string_view line, std::vector<std::string>* words, std::string& error);
+
+// The words with one blank between them.
+std::string words_joined(std::span<const std::string> words);
 
 // The word as line_words reads it, in quotes where it needs them.
 std::string word_quoted(std::string_view word);
@@ -23,6 +26,11 @@ std::string word_quoted(std::string_view word);
 bool word_number(std::string_view word, std::int64_t least, std::int64_t most,
                  std::int64_t* number);
 bool word_number(std::string_view word, int least, int most, int* number);
+
+// The same with a sentence in `error` that names the limits: "`70` is no signal number from 1 to
+// 64". `what` is what the number counts or stands for.
+bool number_read(std::string_view word, std::string_view what, int least, int most, int* number,
+                 std::string& error);
 
 // The candidate that needs the fewest changed letters, or empty when none is near.
 std::string nearest_word(std::string_view word, std::span<const std::string> candidates);

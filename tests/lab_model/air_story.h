@@ -52,7 +52,7 @@ protected:
         std::vector<std::string> words;
         std::string note;
         Verb verb;
-        EXPECT_TRUE(line_words(line, &words, &note) && verb_parse(words, &verb, &note)) << note;
+        EXPECT_TRUE(line_words(line, &words, note) && verb_parse(words, &verb, note)) << note;
         carry_out(air_verb(&air, verb, &note));
         return note;
     }
@@ -61,7 +61,7 @@ protected:
     std::string tool(const std::string& node, const std::string& line) {
         AirRequest request;
         std::string error;
-        EXPECT_TRUE(line_words(line, &request.words, &error)) << error;
+        EXPECT_TRUE(line_words(line, &request.words, error)) << error;
         request.tool = request.words.front();
         request.words.erase(request.words.begin());
         Effects effects;

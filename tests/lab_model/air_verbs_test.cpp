@@ -53,6 +53,56 @@ TEST_F(AirVerbs, fade_ends_an_association_below_the_usable_signal_on_that_band) 
     EXPECT_EQ(air_uplinks_carrying(air, at("e1")), (Texts{"ath1"}));
 }
 
+TEST_F(AirVerbs, fade_to_none_cuts_every_band_and_a_weak_signal_leaves_2_ghz) {
+    begin(PAIR);
+    EXPECT_EQ(station_on("e1", "ath3"), "OK\n");
+    advance(2);
+    apply("root", "ath2", true);
+    advance(2);
+    verb("fade e1 root -95");
+    EXPECT_EQ(air_uplinks_carrying(air, at("e1")), (Texts{"ath3"}));
+    verb("fade e1 root none 5h");
+    EXPECT_EQ(air_uplinks_carrying(air, at("e1")), (Texts{"ath3"}));
+    verb("fade e1 root none");
+    EXPECT_EQ(air_uplinks_carrying(air, at("e1")), Texts{});
+    verb("fade e1 root -96");
+    advance(2);
+    EXPECT_EQ(air_uplinks_carrying(air, at("e1")), (Texts{"ath3"}));
+    verb("fade e1 root -97");
+    EXPECT_EQ(air_uplinks_carrying(air, at("e1")), Texts{});
+}
+
+TEST_F(AirVerbs, what_changes_nothing_is_said_once_it_is_so) {
+    begin(PAIR);
+    const auto first_and_again = [this](const std::string& line) {
+        const std::string first = verb(line);
+        EXPECT_EQ(first, "") << line;
+        return verb(line);
+    };
+    EXPECT_EQ(verb("ap-on root"), "all backhaul APs of root: not silenced");
+    EXPECT_EQ(verb("ap-on root ath12"), "ath12 of root: not silenced");
+    EXPECT_EQ(first_and_again("ap-off root ath12"), "ath12 of root: silenced already");
+    EXPECT_EQ(first_and_again("ap-off root"), "all backhaul APs of root: silenced already");
+    EXPECT_EQ(first_and_again("ap-on root"), "all backhaul APs of root: not silenced");
+    EXPECT_EQ(verb("fade e1 root -50"), "e1 is heard like that already");
+    EXPECT_EQ(first_and_again("fade e1 root none 2"), "e1 is heard like that already");
+    EXPECT_EQ(first_and_again("move e1 root -60"), "e1 is heard like that already");
+    EXPECT_EQ(verb("clear-radar e1"), "radar has taken no channel of e1");
+    EXPECT_EQ(verb("approve e1"), "e1 is approved already");
+    EXPECT_EQ(first_and_again("revoke e1"), "e1 is not approved");
+}
+
+TEST_F(AirVerbs, a_word_that_the_fifo_does_not_know_is_said_and_sent) {
+    begin(PAIR);
+    for (const std::string_view word : FIFO_WORDS) {
+        EXPECT_EQ(verb("command e1 " + std::string(word)), "");
+    }
+    take();
+    EXPECT_EQ(verb("command e1 uplink_scn"),
+              "`uplink_scn` is no word of the FIFO (did you mean `uplink_scan`?)");
+    EXPECT_EQ(take(), (Texts{"e1 fifo uplink_scn"}));
+}
+
 TEST_F(AirVerbs, move_changes_whom_a_node_hears) {
     begin(
         "node root root\nnode e1 extender\nnode e2 extender\nhears e1 root -50\n"

@@ -67,13 +67,13 @@ TEST(ScenarioGenerate, refuses_shapes_and_numbers_it_does_not_know) {
     const std::vector<std::string> one = {"3"};
     const std::vector<std::string> none = {"0"};
     const std::vector<std::string> many = {"20", "20"};
-    EXPECT_FALSE(scenario_generate("lin", one, &scenario, &error));
+    EXPECT_FALSE(scenario_generate("lin", one, &scenario, error));
     EXPECT_EQ(error, "`lin` is no shape (did you mean `line`?)");
-    EXPECT_FALSE(scenario_generate("line", none, &scenario, &error));
-    EXPECT_EQ(error, "say `line NODES`");
-    EXPECT_FALSE(scenario_generate("tree", one, &scenario, &error));
+    EXPECT_FALSE(scenario_generate("line", none, &scenario, error));
+    EXPECT_EQ(error, "`0` is no number of nodes from 1 to 200");
+    EXPECT_FALSE(scenario_generate("tree", one, &scenario, error));
     EXPECT_EQ(error, "say `tree CHILDREN GRANDCHILDREN`");
-    EXPECT_FALSE(scenario_generate("grid", many, &scenario, &error));
+    EXPECT_FALSE(scenario_generate("grid", many, &scenario, error));
     EXPECT_EQ(error, "a mesh has at most 200 nodes");
 }
 

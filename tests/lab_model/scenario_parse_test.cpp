@@ -1,6 +1,8 @@
 // Reading and writing scenario files, and what the reader says about mistakes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "lab/scenario/scenario_check.h"
 #include "lab/scenario/scenario_defaults.h"
 #include "lab/scenario/scenario_parse.h"
@@ -112,6 +114,8 @@ TEST(ScenarioParse, reads_the_same_steps_from_what_it_prints) {
         "ap-on root\n"
         "fade e1 root -80 5h\n"
         "fade e1 root 0\n"
+        "fade e1 root none 2\n"
+        "fade e1 root none\n"
         "move e1 root -50 e2 -70\n"
         "cable-in e1\n"
         "cable-out e1 root\n"
@@ -148,6 +152,11 @@ TEST(ScenarioParse, reads_the_same_steps_from_what_it_prints) {
         "expect e1 led BackhaulFinish\n"
         "expect e1 role extender\n"
         "expect e1 file /tmp/rootdistance \"\"\n"
+        "expect e1 no-file /tmp/rootdistance 2\n"
+        "chapter \"what a daemon logs\"\n"
+        "say \"a \\\"line\\\" of # it\"\n"
+        "after 3 say soon\n"
+        "expect e1 no-log reboot for 60\n"
         "expect e1 log \"change ath0 state\"\n"
         "expect e1 no-log crash\n"
         "expect e1 ran \"uci get\"\n"
@@ -156,7 +165,7 @@ TEST(ScenarioParse, reads_the_same_steps_from_what_it_prints) {
         "expect e1 outages at-most 2\n"
         "expect rule transitions known\n";
     const Scenario scenario = parsed("line 3\n" + steps);
-    EXPECT_EQ(scenario.steps.size(), 49U);
+    EXPECT_EQ(scenario.steps.size(), 56U);
     EXPECT_EQ(parsed(scenario_print(scenario)), scenario);
 }
 
@@ -173,7 +182,7 @@ TEST(ScenarioParse, tells_every_error_with_its_line) {
     EXPECT_EQ(errors_of("node root root\n\nnod e1 extender\nnode e2 extnder\nseed x\n"),
               "f:3: `nod` is no statement or verb (did you mean `node`?)\n"
               "f:4: `extnder` is no role (did you mean `extender`?)\n"
-              "f:5: say `seed N`\n");
+              "f:5: `x` is no seed from 0 to 4294967295\n");
 }
 
 TEST(ScenarioParse, guesses_what_was_meant) {
@@ -195,10 +204,78 @@ TEST(ScenarioParse, guesses_what_was_meant) {
 
 TEST(ScenarioParse, gives_the_usage_when_words_are_missing) {
     EXPECT_EQ(error_behind_a_mesh("fade e1 root"), "f:3: say `fade NODE PEER SIGNAL [BAND]`\n");
-    EXPECT_EQ(error_behind_a_mesh("hears e1 root loud"),
-              "f:3: say `hears NODE NODE SIGNAL [BAND]`\n");
+    EXPECT_EQ(error_behind_a_mesh("hears e1 root"), "f:3: say `hears NODE NODE SIGNAL [BAND]`\n");
+    EXPECT_EQ(error_behind_a_mesh("say"), "f:3: say `say TEXT`\n");
     EXPECT_EQ(error_behind_a_mesh("after 10"), "f:3: say `after SECONDS STEP`\n");
     EXPECT_EQ(error_behind_a_mesh("expect e1 outage 60"), "f:3: say `NODE outage below SECONDS`\n");
+}
+
+TEST(ScenarioParse, names_the_limit_that_is_exceeded) {
+    const auto text = [](const std::string& line) {
+        const std::string told = error_behind_a_mesh(line);
+        return told.substr(std::min<std::size_t>(told.size(), 5));
+    };
+    EXPECT_EQ(text("hears e1 root loud"), "`loud` is no signal from -127 to 0 dBm, or `none`\n");
+    EXPECT_EQ(text("fade e1 root 3"), "`3` is no signal from -127 to 0 dBm, or `none`\n");
+    EXPECT_EQ(text("wait 1000001"), "`1000001` is no number of seconds from 0 to 1000000\n");
+    EXPECT_EQ(text("expect e1 status ready within x"),
+              "`x` is no number of seconds from 0 to 1000000\n");
+    EXPECT_EQ(text("boot-time 100001"), "`100001` is no number of seconds from 0 to 100000\n");
+    EXPECT_EQ(text("kill-worker e1 65"), "`65` is no signal number from 1 to 64\n");
+    EXPECT_EQ(text("radar e1 0"), "`0` is no number of times from 1 to 1000\n");
+    EXPECT_EQ(text("kill-tool e1 agent for 0"), "`0` is no number of seconds from 1 to 1000000\n");
+    EXPECT_EQ(text("kill-tool e1 agent times 1001"),
+              "`1001` is no number of times from 1 to 1000\n");
+    EXPECT_EQ(text("channels 36 197"), "`197` is no channel from 1 to 196\n");
+    EXPECT_EQ(text("interface e1 a BACKHAUL_STA 5 65536 0"),
+              "`65536` is no priority from 0 to 65535\n");
+    EXPECT_EQ(text("interface e1 a BACKHAUL_STA 5 1 256"),
+              "`256` is no follow value from 0 to 255\n");
+    EXPECT_EQ(text("expect e1 hops 256"), "`256` is no number from 0 to 255\n");
+    EXPECT_EQ(text("star 201"), "`201` is no number of nodes from 1 to 200\n");
+    EXPECT_EQ(text("node " + std::string(33, 'n') + " extender"),
+              "a node's name has at most 32 letters\n");
+}
+
+TEST(ScenarioParse, takes_a_name_and_a_mesh_as_long_as_the_limit_and_no_longer) {
+    parsed("node " + std::string(32, 'n') + " extender\n");
+    EXPECT_EQ(parsed("star 200\n").nodes.size(), 200U);
+    EXPECT_EQ(errors_of("star 200\nnode one-more extender\n"),
+              "f:2: a mesh has at most 200 nodes\n");
+}
+
+TEST(ScenarioParse, refuses_one_step_more_than_the_limit) {
+    std::string text = "node root root\n";
+    for (std::size_t step = 0; step < MOST_STEPS; ++step) {
+        text += "wait 0\n";
+    }
+    EXPECT_EQ(parsed(text).steps.size(), MOST_STEPS);
+    EXPECT_EQ(errors_of(text + "wait 0\n"), "f:300002: a scenario has at most 300000 steps\n");
+}
+
+TEST(ScenarioParse, stops_at_a_file_that_is_no_scenario_at_all) {
+    std::string text;
+    for (int line = 0; line < 60; ++line) {
+        text += "?\n";
+    }
+    const std::string told = errors_of(text);
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 51);
+    EXPECT_NE(told.find("f:50: too many mistakes: what follows was not read\n"), std::string::npos);
+}
+
+TEST(ScenarioParse, takes_the_rest_of_the_line_as_what_is_told) {
+    const Scenario scenario = parsed("node root root\nsay the  root starts # soon\n");
+    ASSERT_EQ(scenario.steps.size(), 1U);
+    EXPECT_EQ(scenario.steps[0].kind, StepKind::SAY);
+    EXPECT_EQ(scenario.steps[0].text, "the root starts");
+}
+
+TEST(ScenarioParse, lets_only_an_expectation_last) {
+    const ScenarioStep step = parsed("line 2\nexpect e1 no-log x for 60\n").steps[0];
+    EXPECT_EQ(step.lasting, 60);
+    EXPECT_EQ(step.within, 0);
+    EXPECT_EQ(error_behind_a_mesh("wait-until e1 status ready for 60"),
+              "f:3: only `expect` knows `for`: say `wait-until CONDITION [within SECONDS]`\n");
 }
 
 TEST(ScenarioParse, guesses_nothing_that_is_far) {
@@ -230,7 +307,7 @@ TEST(ScenarioParse, refuses_an_open_quote) {
 TEST(LineWords, cuts_at_blanks_and_keeps_quoted_words_whole) {
     std::vector<std::string> words;
     std::string error;
-    ASSERT_TRUE(line_words("  a\t\"b c\" \"d\\\"e\\\\\" \"\" f#g # h", &words, &error));
+    ASSERT_TRUE(line_words("  a\t\"b c\" \"d\\\"e\\\\\" \"\" f#g # h", &words, error));
     EXPECT_EQ(words, (std::vector<std::string>{"a", "b c", "d\"e\\", "", "f"}));
 }
 

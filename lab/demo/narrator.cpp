@@ -1,0 +1,151 @@
+#include "lab/demo/narrator.h"
+
+#include <cstdio>
+
+#include "lab/mesh/mesh.h"
+#include "lab/mesh/mesh_evidence.h"
+#include "lab/mesh/mesh_report.h"
+#include "lab/mesh/player.h"
+#include "lab/node/evidence.h"
+#include "lab/scenario/scenario_step.h"
+
+namespace lab {
+namespace {
+
+Colour colour_of(const MeshEvent& event) {
+    const std::string& text = event.text;
+    return event.is_verb                                  ? Colour::BOLD
+           : text == "not ready" || text == "uplink none" ? Colour::RED
+           : text == "ready"                              ? Colour::GREEN
+           : text.starts_with("rule ")                    ? Colour::YELLOW
+                                                          : Colour::NONE;
+}
+
+class Narrator {
+public:
+    Narrator(const Mesh& mesh, const Player& player, Tale* tale)
+        : mesh_(mesh), player_(player), tale_(tale) {}
+
+    // Prints what came since the last call: all in the order of its time, and of one second what
+    // was done and followed before what was found.
+    void go_on() {
+        const std::vector<MeshEvent>& events = mesh_.events();
+        for (; steps_ < player_.played().size(); ++steps_) {
+            const PlayedStep& played = player_.played()[steps_];
+            events_until(played.event);
+            step(played);
+        }
+        events_until(events.size());
+    }
+
+private:
+    void events_until(std::size_t end) {
+        for (; events_ < end; ++events_) {
+            const MeshEvent& event = mesh_.events()[events_];
+            line(event.time, event.node, event.text, colour_of(event));
+        }
+    }
+
+    void line(std::int64_t time, const std::string& node, const std::string& text, Colour colour) {
+        printf("%8s  %-5s %s\n", duration_text(time).c_str(), node.c_str(),
+               coloured(text, colour, tale_->in_colour).c_str());
+    }
+
+    void step(const PlayedStep& played) {
+        const ScenarioStep& step = mesh_.scenario().steps[played.step];
+        switch (step.kind) {
+            case StepKind::CHAPTER:
+                printf("\n%s\n", coloured(step.text, Colour::BOLD, tale_->in_colour).c_str());
+                return;
+            case StepKind::SAY:
+                ++tale_->steps;
+                printf("%8s  %s\n", duration_text(played.time).c_str(),
+                       coloured(step.text, Colour::BOLD, tale_->in_colour).c_str());
+                return;
+            case StepKind::WAIT_UNTIL:
+            case StepKind::EXPECT:
+                condition(played, step);
+                return;
+            case StepKind::VERB:
+            case StepKind::WAIT:
+                return;
+        }
+    }
+
+    void condition(const PlayedStep& played, const ScenarioStep& step) {
+        const std::string lasting =
+            step.lasting == 0 ? "" : ", for " + std::to_string(step.lasting) + " seconds";
+        if (played.good) {
+            ++tale_->evidence;
+            const bool is_of_all = step.condition.node == ALL_NODES;
+            line(played.time, "",
+                 "seen      " + (is_of_all ? condition_print(step.condition) : played.text) +
+                     lasting,
+                 Colour::GREY);
+        } else {
+            line(played.time, "", "NOT SEEN  " + step_print(step), Colour::RED);
+            line(played.time, "", "          " + played.text, Colour::RED);
+        }
+    }
+
+    const Mesh& mesh_;
+    const Player& player_;
+    Tale* tale_;
+    std::size_t events_ = 0;
+    std::size_t steps_ = 0;
+};
+
+// A tale ends with the first condition that does not hold: what follows would be told of a mesh
+// that is not as the tale says.
+bool play(Mesh& mesh, Player& player, Tale* tale, std::string& error) {
+    Narrator narrator(mesh, player, tale);
+    PlayState state = player.go_on(error);
+    narrator.go_on();
+    while (state == PlayState::PLAYING && player.failures() == 0) {
+        if (mesh.second(error) != 0) {
+            return false;
+        }
+        state = player.go_on(error);
+        narrator.go_on();
+    }
+    return state == PlayState::DONE && player.failures() == 0;
+}
+
+void tables_print(const Mesh& mesh, const Player& player, bool in_colour) {
+    const auto print = [in_colour](const std::string& title, const Table& table) {
+        printf("\n%s\n%s", coloured(title, Colour::BOLD, in_colour).c_str(),
+               table_text(table, in_colour).c_str());
+    };
+    print("The mesh at the end", status_table(mesh_status(mesh, &player)));
+    print("What happened", happened_table(mesh));
+    print("Outages", outages_table(mesh));
+}
+
+}  // namespace
+
+bool scenario_tell(const Scenario& scenario, const ProgramPlace& place, bool with_tables,
+                   Tale* tale, std::string& error) {
+    const std::unique_ptr<Mesh> mesh =
+        Mesh::make(scenario, mesh_options_of(place, scenario), error);
+    if (mesh == nullptr) {
+        return false;
+    }
+    Player player(*mesh);
+    const bool played = play(*mesh, player, tale, error);
+    if (with_tables) {
+        tables_print(*mesh, player, tale->in_colour);
+    }
+    const MeshStatus status = mesh_status(*mesh, &player);
+    printf("\n%s: %s of the mesh's time, %zu rules held, %lld known breaches\n",
+           scenario.title.c_str(), duration_text(mesh->passed()).c_str(), RULE_NAMES.size(),
+           static_cast<long long>(status.known));
+    if (played && status.violations == 0) {
+        return true;
+    }
+    const std::string folder = evidence_folder("demonstration", place.build + "/evidence");
+    mesh_evidence_write(*mesh, folder);
+    error += (error.empty() ? "" : "\n") + violations_text(*mesh) + "evidence: " + folder;
+    return false;
+}
+
+}  // namespace lab
