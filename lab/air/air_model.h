@@ -124,9 +124,6 @@ struct Air {
     bool joins_changed = false;  // since the association lists were last sent
 };
 
-// The air of a scenario before anything is powered: every node boots at `now`.
-Air air_from_scenario(const Scenario& scenario, std::int64_t now);
-
 // An index as containers want it. NOBODY is none.
 constexpr std::size_t air_index(int at) {
     return static_cast<std::size_t>(at);

@@ -3,14 +3,12 @@
 #include <limits>
 
 #include "lab/air/air_radio.h"
-#include "lab/air/air_station.h"
 
 namespace lab {
 namespace {
 
 constexpr int NO_HOPS = 255;
 constexpr double CABLE_RATE = 1000.0;
-constexpr double WORTH_SWITCHING = 0.8;  // of the current cost
 constexpr double NO_WAY = std::numeric_limits<double>::infinity();
 
 const AirNode& node_at(const Air& air, int node) {
@@ -175,26 +173,8 @@ int air_station_rate(const Air& air, int node, int station) {
                    station_link_cost(air, node, joined));
 }
 
-std::string air_preferred_bssid(const Air& air, int node, int station) {
-    const AirStation& joined = node_at(air, node).stations[air_index(station)];
-    if (joined.ap_node == NOBODY) {
-        return {};
-    }
-    const AirPaths paths = air_paths(air);
-    const double current =
-        path_cost(air, paths, joined.ap_node) + station_link_cost(air, node, joined);
-    double best = current * WORTH_SWITCHING;
-    std::string bssid = node_at(air, joined.ap_node).aps[air_index(joined.ap)].bssid;
-    for (const AirChoice& choice : air_choices(air, paths, node, station, "")) {
-        const AirAp& ap = node_at(air, choice.node).aps[air_index(choice.ap)];
-        const double cost =
-            path_cost(air, paths, choice.node) + link_cost(air, node, choice.node, ap.band);
-        if (!air_leads_through(paths, choice.node, node) && cost < best) {
-            best = cost;
-            bssid = ap.bssid;
-        }
-    }
-    return bssid;
+double air_cost(const Air& air, const AirPaths& paths, int node, int ap_node, AirBand band) {
+    return path_cost(air, paths, ap_node) + link_cost(air, node, ap_node, band);
 }
 
 }  // namespace lab

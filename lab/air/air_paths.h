@@ -41,9 +41,7 @@ int air_uplink_rate(const Air& air, const AirPaths& paths, int node);
 int air_station_hops(const Air& air, int node, int station);
 int air_station_rate(const Air& air, int node, int station);
 
-// BSSID that the driver would rather have the station join: the current one unless another is
-// faster to the root by a quarter and does not lead back through this node. Empty when the
-// station is not joined.
-std::string air_preferred_bssid(const Air& air, int node, int station);
+// Seconds that a megabit takes from the node to the root by way of an AP of that band.
+double air_cost(const Air& air, const AirPaths& paths, int node, int ap_node, AirBand band);
 
 }  // namespace lab

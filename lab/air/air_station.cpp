@@ -8,6 +8,8 @@
 namespace lab {
 namespace {
 
+constexpr double WORTH_SWITCHING = 0.8;  // of the current cost
+
 Effect interface_effect(EffectKind kind, int node, const std::string& interface) {
     Effect effect = effect_on(kind, node);
     effect.interface = interface;
@@ -198,6 +200,26 @@ void air_settle(Air* air, Effects* effects) {
         air->joins_changed = false;
         air_association_lists(air, effects);
     }
+}
+
+std::string air_preferred_bssid(const Air& air, int node, int station) {
+    const AirStation& joined = air.nodes[air_index(node)].stations[air_index(station)];
+    if (joined.ap_node == NOBODY) {
+        return {};
+    }
+    const AirPaths paths = air_paths(air);
+    const AirAp& current = air.nodes[air_index(joined.ap_node)].aps[air_index(joined.ap)];
+    double best = air_cost(air, paths, node, joined.ap_node, current.band) * WORTH_SWITCHING;
+    std::string bssid = current.bssid;
+    for (const AirChoice& choice : air_choices(air, paths, node, station, "")) {
+        const AirAp& ap = air.nodes[air_index(choice.node)].aps[air_index(choice.ap)];
+        const double cost = air_cost(air, paths, node, choice.node, ap.band);
+        if (!air_leads_through(paths, choice.node, node) && cost < best) {
+            best = cost;
+            bssid = ap.bssid;
+        }
+    }
+    return bssid;
 }
 
 }  // namespace lab

@@ -45,4 +45,9 @@ void air_cable_lose(AirCable* cable, Effects* effects);
 // no longer be, cables, who is searching, association lists. Called at the end of every input.
 void air_settle(Air* air, Effects* effects);
 
+// BSSID that the driver would rather have the station join: the current one unless another is
+// faster to the root by a quarter and does not lead back through this node. Empty when the
+// station is not joined.
+std::string air_preferred_bssid(const Air& air, int node, int station);
+
 }  // namespace lab

@@ -1,3 +1,4 @@
+#include "lab/air/air_scenario.h"
 #include "lab/mesh/mesh.h"
 
 #include <chrono>

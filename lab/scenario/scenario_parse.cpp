@@ -1,10 +1,9 @@
 #include "lab/scenario/scenario_parse.h"
 
 #include <algorithm>
-#include <array>
 
 #include "lab/scenario/scenario_step.h"
-#include "lab/scenario/statements.h"
+#include "lab/scenario/statement_table.h"
 #include "lab/scenario/words.h"
 
 namespace lab {
@@ -15,59 +14,8 @@ using Words = std::span<const std::string>;
 // A file that is no scenario at all is wrong in every line.
 constexpr std::size_t MOST_ERRORS = 50;
 
-struct Statement {
-    StatementRow row;
-    StatementReader read;
-};
-
-constexpr std::array STATEMENTS = {
-    Statement{{"title", "title TEXT", "What the scenario shows."}, title_read},
-    Statement{{"mesh", "mesh SSID KEY", "SSID and key of the backhaul."}, mesh_read},
-    Statement{{"seed", "seed N", "Where random choices begin."}, seed_read},
-    Statement{{"association-time", "association-time SECONDS",
-               "How long a station searches before it has its AP (2)."},
-              association_read},
-    Statement{{"boot-time", "boot-time SECONDS", "From power to the daemon's start (20)."},
-              boot_read},
-    Statement{
-        {"channels", "channels CHANNEL...", "Channels of the upper 5 GHz radio (100 116 132 140)."},
-        channels_read},
-    Statement{{"line", "line NODES", "A chain of nodes: root, e1, e2, ..."}, line_read},
-    Statement{{"star", "star NODES", "Everybody hears the root."}, star_read},
-    Statement{{"tree", "tree CHILDREN GRANDCHILDREN", "Two levels under the root."}, tree_read},
-    Statement{{"grid", "grid ROWS COLUMNS", "Rows of nodes, the root in a corner."}, grid_read},
-    Statement{{"node", "node NAME root|extender", "A node with the usual interfaces."}, node_read},
-    Statement{{"options", "options NODE [WORD...]",
-               "The daemon's options besides -m, in the place of -d."},
-              options_read},
-    Statement{{"interface", "interface NODE NAME TYPE BAND PRIORITY FOLLOW",
-               "A line of the profile, new or in the place of the one with that name."},
-              interface_read},
-    Statement{{"without", "without NODE INTERFACE...|all", "The node lacks these interfaces."},
-              without_read},
-    Statement{{"unconfigured", "unconfigured NODE STATION...",
-               "These stations have no SSID and key yet."},
-              unconfigured_read},
-    Statement{{"unapproved", "unapproved NODE", "The node is not on the approval list yet."},
-              unapproved_read},
-    Statement{{"uci", "uci NODE KEY VALUE", "An entry of the configuration store."}, uci_read},
-    Statement{{"hears", "hears NODE NODE SIGNAL [BAND]",
-               "Both hear each other with so many dBm or `none`, on all bands or on 2, 5h or 5l."},
-              hears_read},
-    Statement{{"cable", "cable NODE PEER", "A cable up to the peer is plugged in."}, cable_read},
-};
-
-constexpr auto statement_rows() {
-    std::array<StatementRow, STATEMENTS.size()> rows;
-    for (std::size_t at = 0; at < rows.size(); ++at) {
-        rows[at] = STATEMENTS[at].row;
-    }
-    return rows;
-}
-constexpr std::array STATEMENT_ROWS = statement_rows();
-
 bool statement_read(Words words, Scenario* scenario, int line, std::string& error) {
-    for (const Statement& statement : STATEMENTS) {
+    for (const Statement& statement : statement_readers()) {
         if (statement.row.name == words[0]) {
             const bool good = statement.read(words.subspan(1), scenario, error);
             if (!good && error.empty()) {
@@ -90,10 +38,6 @@ bool statement_read(Words words, Scenario* scenario, int line, std::string& erro
 }
 
 }  // namespace
-
-std::span<const StatementRow> statement_table() {
-    return STATEMENT_ROWS;
-}
 
 bool scenario_parse(std::string_view text, Scenario* scenario, std::vector<ScenarioError>* errors) {
     *scenario = {};

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "lab/scenario/scenario.h"
+#include "lab/scenario/statement_table.h"
 
 namespace lab {
 
@@ -20,15 +21,6 @@ struct ScenarioError {
 
     bool operator==(const ScenarioError&) const = default;
 };
-
-struct StatementRow {
-    std::string_view name;
-    std::string_view usage;  // "node NAME root|extender"
-    std::string_view help;
-};
-
-// Statements that make the mesh, in the order in which a page would explain them.
-std::span<const StatementRow> statement_table();
 
 // Reads the whole text. False when there are errors; the scenario then holds what was good.
 bool scenario_parse(std::string_view text, Scenario* scenario, std::vector<ScenarioError>* errors);

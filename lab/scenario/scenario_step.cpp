@@ -3,7 +3,7 @@
 #include <array>
 
 #include "lab/scenario/scenario_check.h"
-#include "lab/scenario/scenario_parse.h"
+#include "lab/scenario/statement_table.h"
 #include "lab/scenario/words.h"
 
 namespace lab {
