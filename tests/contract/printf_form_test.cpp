@@ -70,11 +70,5 @@ TEST(PrintfForm, is_refused_when_it_has_an_unknown_conversion) {
     EXPECT_TRUE(form_read("100%").empty());
 }
 
-TEST(PrintfForm, gives_its_own_sample) {
-    const Form form = form_read("%s %d %u %hhu %.2x %02hhx %f'\n");
-    EXPECT_EQ(form_sample(form), "some words -7 7 7 0a 0a 1.200000'\n");
-    EXPECT_TRUE(form_gives(form, form_sample(form)));
-}
-
 }  // namespace
 }  // namespace contract

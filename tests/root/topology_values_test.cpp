@@ -4,11 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <regex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -114,31 +109,6 @@ TEST(Walk, has_no_step_limit) {
     EXPECT_EQ(walk(chain, "n0", "me"), 1);
     chain.push_back({"n5000", "me"});
     EXPECT_EQ(walk(chain, "n0", "me"), 3);
-}
-
-/// Words that begin with `prefix` in the sources of one folder.
-void words_collect(const std::filesystem::path& folder, const std::string& prefix,
-                   std::set<std::string>& words) {
-    const std::regex word("\\b" + prefix + "\\w+");
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        std::ifstream file(entry.path());
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
-        for (std::sregex_iterator at(text.begin(), text.end(), word), end; at != end; ++at) {
-            words.insert(at->str());
-        }
-    }
-}
-
-TEST(SqliteCalls, are_those_that_the_system_is_known_to_have) {
-    std::set<std::string> calls;
-    for (const char* const folder :
-         {"runtime", "intf", "intake", "link", "root", "msg", "device"}) {
-        words_collect(std::filesystem::path(BACKHAUL_SOURCE_DIR) / folder, "sqlite3_", calls);
-    }
-    EXPECT_EQ(calls,
-              (std::set<std::string>{"sqlite3_busy_timeout", "sqlite3_db_config", "sqlite3_errmsg",
-                                     "sqlite3_free", "sqlite3_free_table", "sqlite3_get_table",
-                                     "sqlite3_mprintf", "sqlite3_open"}));
 }
 
 }  // namespace
