@@ -5,7 +5,6 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/timerfd.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -183,14 +182,10 @@ TEST_F(MovedClock, fails_with_the_name_of_the_thread_that_never_rests) {
 
 TEST_F(MovedClock, forgets_a_sleeper_whose_process_was_killed) {
     clock_start(kStart, lab::CLOCK_HELD);
-    const pid_t child = fork();
-    if (child == 0) {
-        sleep(100);
-        _exit(0);
+    {
+        const harness::Child child([] { sleep(100); });
+        clock_settle();
     }
-    clock_settle();
-    kill(child, SIGKILL);
-    EXPECT_EQ(waitpid(child, nullptr, 0), child);
     clock_advance(200);
     EXPECT_EQ(clock_now(), kStart + 200);
 }

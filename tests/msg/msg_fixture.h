@@ -41,9 +41,6 @@ lab::Datagram heard_by(lab::UdpPeer& peer);
 std::string printed_out(const std::function<void()>& action);
 std::string printed_err(const std::function<void()>& action);
 
-/// What ends a process of its own in which `action` runs: its exit status.
-int status_of(const std::function<void()>& action);
-
 /// How the socket calls of the code under test go, and what they asked for.
 struct socket_script {
     int pass_sockets = 0;  ///< so many succeed first

@@ -11,7 +11,6 @@
 #include "tests/root/root_fixture.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <unistd.h>
 #include <cstring>
 #include <filesystem>
@@ -277,15 +276,11 @@ TEST_F(Dfs, cuts_the_interface_name_of_the_request_at_15_characters) {
 
 TEST_F(Dfs, says_so_when_no_socket_can_be_made) {
     testing::internal::CaptureStdout();
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    const int next = dup(0);
-    close(next);
-    const rlimit full{static_cast<rlim_t>(next), limit.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &full), 0);
     frequency_list channels;
-    device_wifi_get_channel_list("ath20", channels);
-    setrlimit(RLIMIT_NOFILE, &limit);
+    {
+        const harness::DescriptorsRefused refused;
+        device_wifi_get_channel_list("ath20", channels);
+    }
     EXPECT_EQ(harness::captured_stdout(), "device_wifi_get_channel_list : Socket error\n");
     EXPECT_EQ(channels.count, 0u);
 }
