@@ -110,10 +110,21 @@ Lines txpower_decrease() {
             "$ iwpriv wifi1 cca_threshold -65"};
 }
 
-Lines message_sent(const std::string& word) {
-    return {
-        "$ uci get wireless.ath20.ssid",
-        "$ echo -n '" + word + "' | openssl aes-128-cbc -e -k 'mesh-backhaul' > /tmp/ssl_output"};
+Lines message_sent(const std::string& word, const std::string& pass_phrase) {
+    return {"$ uci get wireless.ath20.ssid", "$ echo -n '" + word +
+                                                 "' | openssl aes-128-cbc -e -k '" + pass_phrase +
+                                                 "' > /tmp/ssl_output"};
+}
+
+Lines message_opened(const std::string& pass_phrase) {
+    return {"$ uci get wireless.ath20.ssid", "$ openssl aes-128-cbc -d -k \"" + pass_phrase +
+                                                 "\" -in /tmp/ssl_input > /tmp/ssl_decrypt"};
+}
+
+Lines tables_flushed() {
+    return {"device_forward_table_flush : Enter",
+            "$ echo 1 > /sys/devices/virtual/net/br-lan/bridge/flush", "$ hyctl flushatbl br-lan",
+            "$ hyctl flushdtbl br-lan"};
 }
 
 }  // namespace harness

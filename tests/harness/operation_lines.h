@@ -28,6 +28,9 @@ Lines bcast(const std::string& name, const std::string& word);
 Lines hyd_check();
 Lines agent_reload();
 Lines txpower_decrease();
-Lines message_sent(const std::string& word);
+Lines message_sent(const std::string& word, const std::string& pass_phrase = "mesh-backhaul");
+// A datagram is deciphered, whatever it holds.
+Lines message_opened(const std::string& pass_phrase = "mesh-backhaul");
+Lines tables_flushed();
 
 }  // namespace harness

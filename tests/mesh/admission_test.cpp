@@ -58,22 +58,22 @@ protected:
     }
 
     /// The extender wants to tell the mesh something and gets no answer.
-    void expect_refused(HARNESS_HERE) {
+    void expect_refused(Where where = Where::current()) {
         command(extender(), "network_reload\n");
-        extender().expect_journal(message_sent("CHECK_VALID"), file, line);
-        root().expect_journal(joined({message_opened(), asked_by("192.168.1.20")}), file, line);
+        extender().expect_journal(message_sent("CHECK_VALID"), where);
+        root().expect_journal(joined({message_opened(), asked_by("192.168.1.20")}), where);
     }
 
-    void expect_admitted(HARNESS_HERE) {
+    void expect_admitted(Where where = Where::current()) {
         command(extender(), "network_reload\n");
         root().expect_journal(
             joined({message_opened(), asked_by("192.168.1.20"), message_sent("CHECK_VALID_REPLY")}),
-            file, line);
+            where);
         extender().expect_journal(
             joined({message_sent("CHECK_VALID"),
                     message_opened(),
                     {"backhaul_notification_recv : recv CHECK_VALID_REPLY from 192.168.1.21"}}),
-            file, line);
+            where);
     }
 };
 

@@ -1,22 +1,5 @@
 #include "tests/mesh/mesh_story.h"
 
-Lines message_opened(const std::string& pass_phrase) {
-    return {"$ uci get wireless.ath20.ssid", "$ openssl aes-128-cbc -d -k \"" + pass_phrase +
-                                                 "\" -in /tmp/ssl_input > /tmp/ssl_decrypt"};
-}
-
-Lines message_sealed(const std::string& word, const std::string& pass_phrase) {
-    return {"$ uci get wireless.ath20.ssid", "$ echo -n '" + word +
-                                                 "' | openssl aes-128-cbc -e -k '" + pass_phrase +
-                                                 "' > /tmp/ssl_output"};
-}
-
-Lines tables_flushed() {
-    return {"device_forward_table_flush : Enter",
-            "$ echo 1 > /sys/devices/virtual/net/br-lan/bridge/flush", "$ hyctl flushatbl br-lan",
-            "$ hyctl flushdtbl br-lan"};
-}
-
 void MeshStory::command(const std::string& bytes) {
     command(router(), bytes);
 }
@@ -45,14 +28,14 @@ std::string MeshStory::second_neighbour() {
 }
 
 void MeshStory::run_inside(harness::Router& in, const std::vector<std::string>& words,
-                           const char* file, int line) {
+                           Where where) {
     lab::SpawnPlan plan;
     plan.words = words;
     plan.moved_clock = false;
     std::string error;
     const int status = in.node().run(plan, error);
     if (status != 0) {
-        ADD_FAILURE_AT(file, line) << words.front() << " ended with " << status << " " << error;
+        harness::fail_at(where, words.front(), " ended with ", status, " ", error);
     }
-    settle(file, line);
+    settle(where);
 }

@@ -17,13 +17,6 @@ inline constexpr char SSL_OUTPUT[] = "/tmp/ssl_output";
 inline constexpr char SSL_DECRYPT[] = "/tmp/ssl_decrypt";
 inline constexpr char MESSAGE_RECV[] = "backhaul_notification_recv : recv ";
 
-/// Opens a datagram; the pass phrase is the mesh's unless told otherwise.
-Lines message_opened(const std::string& pass_phrase = "mesh-backhaul");
-/// Seals a word under another pass phrase than the mesh's.
-Lines message_sealed(const std::string& word, const std::string& pass_phrase);
-/// The forwarding tables are flushed.
-Lines tables_flushed();
-
 class MeshStory : public harness::Story {
 protected:
     using Words = std::vector<std::string>;
@@ -40,5 +33,6 @@ protected:
     static std::string second_neighbour();
 
     /// A program in a router's namespaces, with status 0.
-    void run_inside(harness::Router& in, const std::vector<std::string>& words, HARNESS_HERE);
+    void run_inside(harness::Router& in, const std::vector<std::string>& words,
+                    Where where = Where::current());
 };

@@ -176,9 +176,9 @@ protected:
     }
 
     /// Taken, opened in vain.
-    void expect_ignored(const std::string& bytes, HARNESS_HERE) {
+    void expect_ignored(const std::string& bytes, Where where = Where::current()) {
         datagram(bytes);
-        expect_journal(message_opened(), file, line);
+        expect_journal(message_opened(), where);
     }
 };
 

@@ -32,9 +32,9 @@ protected:
     }
 
     /// The next look at the list, and what it left besides the announcement.
-    void next_look(const Lines& expected, HARNESS_HERE) {
-        only_second((age() / 10 + 1) * 10, file, line);
-        expect_journal(joined({expected, announced()}), file, line);
+    void next_look(const Lines& expected, Where where = Where::current()) {
+        only_second((age() / 10 + 1) * 10, where);
+        expect_journal(joined({expected, announced()}), where);
     }
 };
 

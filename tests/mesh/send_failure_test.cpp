@@ -162,7 +162,7 @@ TEST_F(SendFailure, of_the_last_socket_ends_the_worker) {
     expect_err({"socket: Too many open files"});
     expect_journal({"normal termination : 1"});
     advance(1);
-    expect_out({"Wait pid", "Master"});
+    expect_out_of_both({"Wait pid", "Master"});
     skip();
     command("network_reload\n");
     expect_journal(message_sent("NETWORKRELOAD"));

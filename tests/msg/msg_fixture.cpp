@@ -157,20 +157,3 @@ std::string printed_err(const std::function<void()>& action) {
     action();
     return harness::captured_stderr();
 }
-
-Journal enciphered(const std::string& word, const std::string& phrase) {
-    return {
-        "$ uci get wireless.ath20.ssid",
-        "$ echo -n '" + word + "' | openssl aes-128-cbc -e -k '" + phrase + "' > /tmp/ssl_output"};
-}
-
-Journal deciphered(const std::string& phrase) {
-    return {"$ uci get wireless.ath20.ssid",
-            "$ openssl aes-128-cbc -d -k \"" + phrase + "\" -in /tmp/ssl_input > /tmp/ssl_decrypt"};
-}
-
-Journal flushed() {
-    return {"device_forward_table_flush : Enter",
-            "$ echo 1 > /sys/devices/virtual/net/br-lan/bridge/flush", "$ hyctl flushatbl br-lan",
-            "$ hyctl flushdtbl br-lan"};
-}

@@ -79,8 +79,9 @@ inline constexpr std::array<phrase_row, 10> PHRASES{{
 }};
 
 /// Lines of one enciphering and of one deciphering under the pass phrase `phrase`.
-Journal enciphered(const std::string& word, const std::string& phrase = "mesh");
-Journal deciphered(const std::string& phrase = "mesh");
-
-/// Lines of a flush of this node's forwarding tables.
-Journal flushed();
+inline Journal enciphered(const std::string& word, const std::string& phrase = "mesh") {
+    return harness::message_sent(word, phrase);
+}
+inline Journal deciphered(const std::string& phrase = "mesh") {
+    return harness::message_opened(phrase);
+}

@@ -26,15 +26,16 @@ protected:
         skip();
     }
 
-    void send_stream(const std::string& interface, const Bytes& stream, HARNESS_HERE) {
+    void send_stream(const std::string& interface, const Bytes& stream,
+                     Where where = Where::current()) {
         if (lab::driver_send_stream(&driver().sender(), interface, stream) != 0) {
-            ADD_FAILURE_AT(file, line) << driver().sender().error;
+            harness::fail_at(where, driver().sender().error);
         }
     }
 
-    void send(const Bytes& datagram, HARNESS_HERE) {
+    void send(const Bytes& datagram, Where where = Where::current()) {
         if (lab::driver_send(&driver().sender(), datagram) != 0) {
-            ADD_FAILURE_AT(file, line) << driver().sender().error;
+            harness::fail_at(where, driver().sender().error);
         }
     }
 

@@ -19,12 +19,14 @@ using harness::hyd_check;
 using harness::joined;
 using harness::led;
 using harness::Lines;
+using harness::message_opened;
 using harness::message_sent;
 using harness::state_line;
 using harness::station_disconnect;
 using harness::station_off;
 using harness::station_on;
 using harness::station_reconnect;
+using harness::tables_flushed;
 using harness::txpower_decrease;
 
 // Single operations on the standard extender.

@@ -22,9 +22,7 @@ using harness::put_file;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-const Journal ANNOUNCED = {"$ uci get wireless.ath20.ssid",
-                           "$ echo -n 'ImRootAP' | openssl aes-128-cbc -e -k 'mesh' > "
-                           "/tmp/ssl_output"};
+const Journal ANNOUNCED = harness::message_sent("ImRootAP", "mesh");
 const Journal CHECKED = {"$ uci get wireless.ath10.disabled",
                          "$ iwconfig ath10 | grep Not-Associated"};
 
