@@ -19,10 +19,6 @@ namespace {
 
 constexpr char ROOT_FILE[] = "/tmp/rootap_ip";
 
-Lines asked_by(const std::string& ip) {
-    return {MESSAGE_RECV + ("CHECK_VALID from " + ip)};
-}
-
 /// A root at 192.168.1.21 and an extender at 192.168.1.20 on one switch.
 class Admission : public MeshStory {
 protected:
@@ -61,19 +57,18 @@ protected:
     void expect_refused(Where where = Where::current()) {
         command(extender(), "network_reload\n");
         extender().expect_journal(message_sent("CHECK_VALID"), where);
-        root().expect_journal(joined({message_opened(), asked_by("192.168.1.20")}), where);
+        root().expect_journal(joined({message_opened(), received("CHECK_VALID", "192.168.1.20")}),
+                              where);
     }
 
     void expect_admitted(Where where = Where::current()) {
         command(extender(), "network_reload\n");
-        root().expect_journal(
-            joined({message_opened(), asked_by("192.168.1.20"), message_sent("CHECK_VALID_REPLY")}),
-            where);
-        extender().expect_journal(
-            joined({message_sent("CHECK_VALID"),
-                    message_opened(),
-                    {"backhaul_notification_recv : recv CHECK_VALID_REPLY from 192.168.1.21"}}),
-            where);
+        root().expect_journal(joined({message_opened(), received("CHECK_VALID", "192.168.1.20"),
+                                      message_sent("CHECK_VALID_REPLY")}),
+                              where);
+        extender().expect_journal(joined({message_sent("CHECK_VALID"), message_opened(),
+                                          received("CHECK_VALID_REPLY", "192.168.1.21")}),
+                                  where);
     }
 };
 

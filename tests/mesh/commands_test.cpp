@@ -109,20 +109,9 @@ TEST_F(Commands, opens_scans_and_releases_parked_stations_before_it_tells_the_me
 }
 
 TEST_F(Commands, gives_six_new_scans_with_uplink_scan) {
-    start_ready_extender();
-    advance(7 * 64);
-    expect_log({"...", "interface_timeout_chk : do uplink scan 5", "..."});
-    skip();
-    advance(130);
-    for (const std::string& line : router().new_log()) {
-        EXPECT_EQ(line.find("uplink scan"), std::string::npos) << line;
-    }
+    start_with_scans_used_up();
     command("uplink_scan\n");
-    skip();
-    advance(66);
-    expect_log({"interface_timeout_chk : do other band scan",
-                "interface_timeout_chk : do uplink scan 0",
-                "device_backhaul_ap_ul_rate_update : ul_rate 300"});
+    expect_scans_anew();
 }
 
 TEST_F(Commands, tells_the_mesh_of_a_network_reload_without_reloading_itself) {

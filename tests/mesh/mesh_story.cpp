@@ -1,5 +1,30 @@
 #include "tests/mesh/mesh_story.h"
 
+Lines received(const std::string& word, const std::string& from) {
+    return {"backhaul_notification_recv : recv " + word + " from " + from};
+}
+
+void MeshStory::start_with_scans_used_up(Where where) {
+    start_ready_extender({}, true, where);
+    advance(7 * 64, where);
+    expect_log({"...", "interface_timeout_chk : do uplink scan 5", "..."}, where);
+    skip();
+    advance(130, where);
+    for (const std::string& line : router().new_log()) {
+        harness::fail_if(line.find("uplink scan") != std::string::npos, line, where);
+    }
+    skip();
+}
+
+void MeshStory::expect_scans_anew(Where where) {
+    skip();
+    advance(66, where);
+    expect_log(
+        {"interface_timeout_chk : do other band scan", "interface_timeout_chk : do uplink scan 0",
+         "device_backhaul_ap_ul_rate_update : ul_rate 300"},
+        where);
+}
+
 void MeshStory::command(const std::string& bytes) {
     command(router(), bytes);
 }

@@ -15,11 +15,18 @@ inline constexpr char APPROVAL_LIST[] = "/tmp/ApplicationData/Approvelist";
 inline constexpr char SSL_INPUT[] = "/tmp/ssl_input";
 inline constexpr char SSL_OUTPUT[] = "/tmp/ssl_output";
 inline constexpr char SSL_DECRYPT[] = "/tmp/ssl_decrypt";
-inline constexpr char MESSAGE_RECV[] = "backhaul_notification_recv : recv ";
+
+/// A word was understood.
+Lines received(const std::string& word, const std::string& from = "192.168.1.1");
 
 class MeshStory : public harness::Story {
 protected:
     using Words = std::vector<std::string>;
+
+    /// A ready extender that has made all scans of this outage.
+    void start_with_scans_used_up(Where where = Where::current());
+    /// From here on its first scan of another six.
+    void expect_scans_anew(Where where = Where::current());
 
     /// One command into the FIFO of a router, served.
     void command(const std::string& bytes);
