@@ -42,12 +42,8 @@ protected:
              event("ath0", 7),
              {"wifi_slave_event_process : BACKHAUL_READY",
               "wifi_slave_event_process : CONFIG_BEST_AP"},
-             change("ath0", 7, 5),
-             {"$ wpa_cli -p /var/run/wpa_supplicant-ath0 disable_network 0",
-              "device_config_best_ap : config best bssid 02:bb:00:00:00:02",
-              "$ wpa_cli -p /var/run/wpa_supplicant-ath0 set_network 0 bssid 02:bb:00:00:00:02",
-              "$ wpa_cli -p /var/run/wpa_supplicant-ath0 enable_network 0",
-              "$ iwconfig ath0 | grep Not-Associated"}});
+             target_joined("ath0", "02:bb:00:00:00:02"),
+             {"$ iwconfig ath0 | grep Not-Associated"}});
     }
 };
 

@@ -1,20 +1,13 @@
 // One-word commands through the control FIFO, on the real daemon in both roles.
 
 #include "lab/tools/answer.h"
-#include "tests/harness/story.h"
-#include "tests/process/extender_lines.h"
+#include "tests/mesh/mesh_story.h"
 
 namespace {
 
 constexpr char MODE_FILE[] = "/tmp/backhaul_mode_change";
 
-class Commands : public harness::Story {
-protected:
-    void command(const std::string& bytes) {
-        router().command(bytes);
-        settle();
-    }
-};
+class Commands : public MeshStory {};
 
 TEST_F(Commands, makes_the_next_worker_a_root_with_master) {
     start_extender();
