@@ -144,8 +144,10 @@ TEST_F(ControlFifo, changes_nothing_for_the_role_that_the_node_has) {
 TEST_F(ControlFifo, drops_unknown_commands_without_a_word) {
     control_fifo_create();
     testing::internal::CaptureStdout();
-    for (const char* const bytes :
-         {"master", "eth_detect\neth_lost\n", "reboot\n", "\n", "approval_list_changed\n"}) {
+    for (const std::string bytes :
+         {"master", "masterx\n", "MASTER\n", "master\r\n", "eth_detect\neth_lost\n", "reboot\n",
+          "uplink_scan \n", " uplink_scan\n", "\n", "x", "approval_list_changed\n",
+          "a command that is longer than any one read of 32 bytes\n"}) {
         command(bytes);
         EXPECT_THAT(journal_take(), IsEmpty()) << bytes;
     }

@@ -168,43 +168,6 @@ TEST_F(Admission, lets_a_ready_extender_tell_the_mesh_to_scan) {
                        "backhaul_slave_backhaul_restore : Enter"});
 }
 
-class Refusal : public Admission {};
-
-TEST_F(Refusal, meets_a_node_that_the_database_does_not_know) {
-    start_both();
-    approve("02:00:00:00:00:20 1 MRX50\n");
-    root().sql("DELETE FROM Device WHERE IP='192.168.1.20';");
-    expect_refused();
-}
-
-TEST_F(Refusal, meets_a_node_without_a_line_in_the_list) {
-    start_both();
-    approve("02:00:00:00:00:99 1 MRX50\n");
-    expect_refused();
-}
-
-TEST_F(Refusal, meets_a_node_whose_address_the_database_holds_in_upper_case) {
-    start_both();
-    root().sql("UPDATE Device SET ALMac='02:00:00:00:00:AB' WHERE IP='192.168.1.20';");
-    approve("02:00:00:00:00:ab 1 MRX50\n");
-    expect_refused();
-    root().sql("UPDATE Device SET ALMac='02:00:00:00:00:ab' WHERE IP='192.168.1.20';");
-    approve("02:00:00:00:00:AB 1 MRX50\n");
-    expect_admitted();
-}
-
-TEST_F(Refusal, looks_at_the_first_line_of_a_node_only) {
-    start_both();
-    approve("02:00:00:00:00:20 0 MRX50\n02:00:00:00:00:20 1 MRX50\n");
-    expect_refused();
-}
-
-TEST_F(Refusal, takes_the_flag_of_the_line_before_for_one_that_is_missing) {
-    start_both();
-    approve("02:00:00:00:00:77 1 MRX50\n02:00:00:00:00:20\n");
-    expect_admitted();
-}
-
 class RootAddress : public MeshStory {
 protected:
     void announced_by(const std::string& ip) {

@@ -147,94 +147,45 @@ TEST_F(Messages, leave_their_bytes_and_their_text_behind) {
     expect_file(SSL_DECRYPT, "FLUSHFORWARDING x");
 }
 
-class MessageBytes : public Messages {
-protected:
-    void SetUp() override {
-        start_ready_extender();
-        // The last text that was opened: no failure may take it for its own.
-        say("FLUSHFORWARDING", "192.168.1.20");
-        skip();
-    }
-
-    /// Taken, opened in vain.
-    void expect_ignored(const std::string& bytes, Where where = Where::current()) {
-        datagram(bytes);
-        expect_journal(message_opened(), where);
-    }
-};
-
-TEST_F(MessageBytes, of_length_zero_are_not_even_opened) {
+TEST_F(Messages, are_opened_in_vain_and_forgotten_when_they_are_none) {
+    start_ready_extender();
+    // The last text that was opened: no failure may take it for its own.
+    say("FLUSHFORWARDING", "192.168.1.20");
+    skip();
     const std::string before = router().file(SSL_INPUT);
     datagram("");
     expect_journal({});
     expect_file(SSL_INPUT, before);
-    say("FLUSHFORWARDING", "192.168.1.20");
-    expect_journal(joined({message_opened(), received("FLUSHFORWARDING"), tables_flushed()}));
-}
-
-TEST_F(MessageBytes, of_one_byte_are_ignored) {
-    expect_ignored("F");
-    expect_file(SSL_INPUT, "F");
-    expect_file(SSL_DECRYPT, "");
-}
-
-TEST_F(MessageBytes, without_the_container_are_ignored) {
+    const std::string whole = lab::message_seal("FLUSHFORWARDING", PHRASE);
     for (const std::string& bytes :
-         {std::string("FLUSHFORWARDING"), std::string(256, '\0'), std::string("Salted__"),
-          std::string("Salted__12345678"), std::string("Salted__12345678abc"),
-          std::string("salted__") + lab::message_seal("FLUSHFORWARDING", PHRASE).substr(8)}) {
-        expect_ignored(bytes);
+         {std::string("F"), std::string("FLUSHFORWARDING"), std::string(256, '\0'),
+          std::string("Salted__"), std::string("Salted__12345678"), "salted__" + whole.substr(8),
+          whole.substr(0, 31), whole.substr(0, 16), whole.substr(0, 9)}) {
+        datagram(bytes);
+        expect_journal(message_opened());
         expect_file(SSL_INPUT, bytes);
         expect_file(SSL_DECRYPT, "");
     }
-}
-
-TEST_F(MessageBytes, with_any_end_missing_are_ignored) {
-    const std::string whole = lab::message_seal("FLUSHFORWARDING", PHRASE);
-    for (const size_t length : {size_t{31}, size_t{20}, size_t{16}, size_t{9}}) {
-        expect_ignored(whole.substr(0, length));
-        expect_file(SSL_DECRYPT, "");
+    for (const char* phrase : {"mesh-backhauL", "mesh", "", "mesh-backhaul "}) {
+        datagram(lab::message_seal("FLUSHFORWARDING", phrase));
+        expect_journal(message_opened());
     }
 }
 
-TEST_F(MessageBytes, of_256_are_taken_whole) {
+TEST_F(Messages, are_taken_up_to_256_bytes) {
+    start_ready_extender();
     // 8 of mark, 8 of salt, 239 of text and one of padding.
     const std::string bytes =
         lab::message_seal("FLUSHFORWARDING" + std::string(239 - 15, ' '), PHRASE);
     ASSERT_EQ(bytes.size(), 256U);
-    datagram(bytes);
-    expect_file(SSL_INPUT, bytes);
-    expect_journal(joined({message_opened(), received("FLUSHFORWARDING"), tables_flushed()}));
-}
-
-TEST_F(MessageBytes, of_257_are_cut) {
-    const std::string bytes =
-        lab::message_seal("FLUSHFORWARDING" + std::string(239 - 15, ' '), PHRASE);
-    datagram(bytes + "x");
-    expect_file(SSL_INPUT, bytes);
-    expect_log(joined({received("FLUSHFORWARDING"), {tables_flushed().front()}}));
-    skip();
-    expect_ignored(std::string(257, 'x'));
-    expect_file(SSL_INPUT, std::string(256, 'x'));
-}
-
-TEST_F(MessageBytes, of_1400_are_cut_and_ignored) {
-    // Sealed texts come in blocks of 16: eight more bytes make it 1,400.
-    const std::string bytes =
-        lab::message_seal(std::string(1375, 'F'), PHRASE) + std::string(8, 'x');
-    ASSERT_EQ(bytes.size(), 1400U);
-    expect_ignored(bytes);
-    expect_file(SSL_INPUT, bytes.substr(0, 256));
-    expect_ignored(std::string(1400, '\xFF'));
-    expect_file(SSL_INPUT, std::string(256, '\xFF'));
-}
-
-TEST_F(MessageBytes, of_a_right_word_under_a_wrong_pass_phrase_are_ignored) {
-    for (const char* phrase : {"mesh-backhauL", "mesh", "", "mesh-backhaul "}) {
-        for (const char* word : {"FLUSHFORWARDING", "UPLINKSCAN", "CHECK_VALID_REPLY"}) {
-            expect_ignored(lab::message_seal(word, phrase));
-        }
+    for (const std::string& sent : {bytes, bytes + "x"}) {
+        datagram(sent);
+        expect_file(SSL_INPUT, bytes);
+        expect_journal(joined({message_opened(), received("FLUSHFORWARDING"), tables_flushed()}));
     }
+    datagram(std::string(1400, '\xFF'));
+    expect_file(SSL_INPUT, std::string(256, '\xFF'));
+    expect_journal(message_opened());
 }
 
 class MessagePorts : public Messages {};

@@ -135,15 +135,6 @@ TEST_F(Restart, happens_20_times_in_a_row_without_a_zombie_or_a_lost_descriptor)
     EXPECT_THAT(lab::zombies(router().node()), IsEmpty());
 }
 
-TEST_F(Restart, prints_one_line_for_each_worker) {
-    start_extender();
-    for (int i = 0; i < 3; ++i) {
-        router().kill_worker(10);
-        advance(1);
-    }
-    expect_out({"Wait pid", "Wait pid", "Wait pid", "Wait pid"});
-}
-
 TEST_F(Restart, takes_the_supervisors_settings_along) {
     add_root().put_file("/tmp/backhaul_init_conf", "intf_init_skip\n");
     router().start({"-m"});

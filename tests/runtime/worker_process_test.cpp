@@ -165,13 +165,6 @@ TEST_F(WorkerStart, ends_when_there_is_no_interface_profile_and_is_tried_again_e
     expect_no_file("/var/log/backhaul_flow_log.crash");
 }
 
-TEST_F(WorkerStart, ends_when_the_interface_profile_is_empty) {
-    add_extender().put_file(PROFILE, "");
-    router().start();
-    EXPECT_EQ(count_out("Init WiFi interface table fail"), 1);
-    expect_log({START, "normal termination : 1"});
-}
-
 TEST_F(WorkerStart, takes_a_changed_profile_up_with_the_next_worker_only) {
     start_extender();
     router().put_file(PROFILE, "");
@@ -195,17 +188,6 @@ TEST_F(WorkerStart, hears_events_while_the_table_is_still_being_read) {
     driver().client_left("ath20", "02:cc:00:00:00:07");
     expect_log({START, "STA_CONNECTION_UP", "STA_CONNECTION_DOWN", "STA_DISASSOC_WITH_AP(ath20)",
                 "STA mac : 02:cc:00:00:00:07"});
-}
-
-TEST_F(WorkerStart, runs_without_commands_when_the_fifo_cannot_be_made) {
-    harness::Router& extender = add_extender();
-    extender.put_file("/tmp/backhaul_fifo/keeps", "it");
-    extender.start();
-    EXPECT_EQ(count_out("mkfifo : error"), 1);
-    skip();
-    driver().client_left("ath20", "02:cc:00:00:00:07");
-    expect_log({"STA_DISASSOC_WITH_AP(ath20)", "STA mac : 02:cc:00:00:00:07"});
-    admit();
 }
 
 TEST_F(WorkerStart, ignores_unknown_options_and_the_text_of_b) {
