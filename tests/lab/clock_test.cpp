@@ -16,6 +16,7 @@
 #include <mutex>
 #include <thread>
 
+#include "lab/clock/quiet.h"
 #include "lab/sandbox/layout.h"
 #include "tests/harness/sandbox.h"
 
@@ -178,6 +179,18 @@ TEST_F(MovedClock, fails_with_the_name_of_the_thread_that_never_rests) {
     busy.join();
     EXPECT_NE(error.find("not quiet after 100 ms"), std::string::npos) << error;
     EXPECT_NE(error.find("never_rests R"), std::string::npos) << error;
+}
+
+TEST(PacketsUnderWay, are_those_that_any_processor_has_still_to_deliver) {
+    const std::string idle =
+        "0002d991 00000007 00000001 00000000 00000000 00000000 00000000 00000000 00000000 "
+        "00000002 00000003 00000000 00000001 00000000 00000000\n";
+    std::string busy = idle;
+    busy[11 * 9 + 7] = '1';
+    EXPECT_FALSE(lab::packets_under_way(idle + idle));
+    EXPECT_TRUE(lab::packets_under_way(idle + busy));
+    EXPECT_FALSE(lab::packets_under_way("0002d991 00000007 00000001\n")) << "an older kernel";
+    EXPECT_FALSE(lab::packets_under_way(""));
 }
 
 TEST_F(MovedClock, forgets_a_sleeper_whose_process_was_killed) {

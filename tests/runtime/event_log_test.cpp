@@ -7,24 +7,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <new>
 #include <string>
 #include <thread>
 
 #include "lab/tools/answer.h"
 #include "root/topology_db.h"
 #include "runtime/runtime_block.h"
+#include "tests/harness/no_memory.h"
 #include "tests/harness/sandbox.h"
-
-namespace {
-bool memory_is_gone = false;
-}
-
-// The history asks for its entries with new (std::nothrow).
-extern "C" void* __real__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag);
-extern "C" void* __wrap__ZnwmRKSt9nothrow_t(size_t size, const std::nothrow_t& tag) {
-    return memory_is_gone ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
-}
 
 namespace {
 
@@ -136,9 +126,10 @@ TEST_F(EventLog, keeps_the_list_when_the_file_cannot_be_opened) {
 
 TEST_F(EventLog, tells_the_system_log_of_an_entry_for_which_there_is_no_memory) {
     event_log("1", 1);
-    memory_is_gone = true;
-    event_log("2", 1);
-    memory_is_gone = false;
+    {
+        const harness::NoMemory refused;
+        event_log("2", 1);
+    }
     EXPECT_EQ(runtime.event_log_num, 1);
     EXPECT_EQ(file_text(LOG), "(1) join\n");
     event_log("3", 2);
