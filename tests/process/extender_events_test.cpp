@@ -1,4 +1,4 @@
-// Driver events as they come from the kernel: order, unknown interfaces, both layouts, broken
+// Driver events as they come from the kernel: both layouts, broken
 // lengths, and the events that are no links.
 
 #include <cstring>
