@@ -3,6 +3,7 @@
 #include "root/dfs.h"
 
 #include "lab/tools/answer.h"
+#include "lab/tools/record.h"
 #include "lab/tools/state_layout.h"
 #include "link/link_state.h"
 #include "root/dfs_channels.h"
@@ -228,6 +229,27 @@ TEST_F(Dfs, has_stopped_the_wait_while_it_looks_at_the_channels) {
     lab::gate_open("", "look");
     timer.join();
     expect_armed_at(START_TIME);
+}
+
+TEST_F(Dfs, has_entered_the_new_state_while_the_ap_is_being_switched) {
+    channels_are("5260");
+    const auto expect_state_at_switch = [this](void (*handler)(intf_record*), int32_t state) {
+        lab::answer_hold("", "uci.set", "switch");
+        std::thread timer([&] { handler(ath20_); });
+        EXPECT_TRUE(harness::wait_until([] {
+            const std::vector<std::string> calls = harness::recorded_calls();
+            return !calls.empty() && calls.back().starts_with("uci set ");
+        }));
+        EXPECT_EQ(ath20_->state, state);
+        lab::gate_open("", "switch");
+        timer.join();
+    };
+    enter(DFS_MONITORING);
+    lab::nol_set("", {5260});
+    expect_state_at_switch(device_dfs_monitoring, DFS_BLOCKING);
+    lab::nol_set("", {});
+    lab::records_clear("");
+    expect_state_at_switch(device_dfs_blocking, DFS_MONITORING);
 }
 
 TEST_F(Dfs, asks_the_driver_once_for_the_channels_of_the_interface) {
