@@ -1,6 +1,6 @@
 // The search for a channel without radar when there is none: the most that a re-check can cost.
 
-#include "root/dfs_channels.h"
+#include "radar/dfs_channels.h"
 
 #include <benchmark/benchmark.h>
 

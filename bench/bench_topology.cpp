@@ -2,8 +2,8 @@
 // square of the length, because each step searches the table from the top. Once the walk alone,
 // once the whole check with its two queries of a database in memory.
 
-#include "root/topology_check.h"
 #include "runtime/runtime_block.h"
+#include "topology/topology_check.h"
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>

@@ -1,32 +1,37 @@
-# The daemon and its subsystem libraries.
+# The daemon and the rooms that it is made of.
 
-# backhaul_library(<name> SOURCES <file>... [USES <name>...])
-# The static library backhaul_<name> of one folder. USES names the other subsystems whose headers
-# it includes; two libraries may use each other.
-function(backhaul_library name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
+# backhaul_room(<name> SOURCES <file>... [USES <room>...] [LIBS <target>...])
+# The static library backhaul_<name> of the folder <name>. USES names every room whose headers it
+# includes; all of them are lower in the house, so a room must have been added before it is used.
+# LIBS are libraries from outside that this room alone needs. Includes that are not declared, and
+# circles of files, are found by the test docs.rooms_are_as_declared.
+function(backhaul_room name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES;LIBS")
     set(target backhaul_${name})
     add_library(${target} STATIC ${arg_SOURCES})
     backhaul_common(${target})
     target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
-    target_link_libraries(${target} PRIVATE backhaul_instrumented)
-    target_link_libraries(${target} PUBLIC SQLite::SQLite3 Threads::Threads)
-    foreach(other IN LISTS arg_USES)
-        target_link_libraries(${target} PUBLIC backhaul_${other})
+    target_link_libraries(${target} PRIVATE backhaul_instrumented ${arg_LIBS} Threads::Threads)
+    foreach(lower IN LISTS arg_USES)
+        if(NOT TARGET backhaul_${lower})
+            message(FATAL_ERROR "room ${name} uses ${lower}, which is not below it")
+        endif()
+        target_link_libraries(${target} PRIVATE backhaul_${lower})
     endforeach()
+    string(JOIN " " line ${name} ${arg_USES})
+    set_property(GLOBAL APPEND_STRING PROPERTY BACKHAUL_ROOMS "${line}\n")
 endfunction()
 
-# backhaul_daemon(<name> SOURCES <file>... USES <name>...)
+# backhaul_daemon(<name> SOURCES <file>... USES <room>...)
 # The daemon itself, at <build>/<name>.
 function(backhaul_daemon name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
     add_executable(${name} ${arg_SOURCES})
     backhaul_common(${name})
     target_compile_options(${name} PRIVATE -fno-exceptions -fno-rtti)
-    target_link_libraries(${name} PRIVATE
-        backhaul_instrumented SQLite::SQLite3 Threads::Threads)
-    foreach(other IN LISTS arg_USES)
-        target_link_libraries(${name} PRIVATE backhaul_${other})
+    target_link_libraries(${name} PRIVATE backhaul_instrumented Threads::Threads)
+    foreach(room IN LISTS arg_USES)
+        target_link_libraries(${name} PRIVATE backhaul_${room})
     endforeach()
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 endfunction()

@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr char APPROVAL_LIST_PATH[] = "/tmp/ApplicationData/Approvelist";
 constexpr size_t APPROVAL_LINE_SIZE = 64;
 
 /// The list, line by line.
@@ -69,17 +68,17 @@ int approval_list_approved_count() {
     return count;
 }
 
-int approval_list_model_approved() {
+bool approval_list_model_approved() {
     ApprovalReader reader;
     if (!reader.is_open()) {
-        return 0;
+        return false;
     }
     approval_line line;
     while (reader.next(line)) {
         if (line.approved != 0 && std::string_view(line.model.data()) == APPROVAL_MODEL_STEERING) {
-            return 1;
+            return true;
         }
         line = approval_line{};
     }
-    return 0;
+    return false;
 }

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 
+inline constexpr char APPROVAL_LIST_PATH[] = "/tmp/ApplicationData/Approvelist";
 inline constexpr char APPROVAL_MODEL_STEERING[] = "MRX70";
 inline constexpr size_t APPROVAL_MODEL_SIZE = 16;
 
@@ -32,5 +33,5 @@ approval_readiness approval_list_readiness();
 /// Number of approved lines, 0 when the list is missing.
 int approval_list_approved_count();
 
-/// 1 when an approved line names the model that wants the companion access points, else 0.
-int approval_list_model_approved();
+/// Whether an approved line names the model that wants the companion access points.
+bool approval_list_model_approved();

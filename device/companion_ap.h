@@ -4,26 +4,26 @@
 // model is in the mesh, and kept in step with "ath10" and "ath11". Root loop; the hidden option
 // also from the control FIFO (socket thread).
 
-#include <cstdint>
+#include "intf/link_codes.h"
 
 /// Runs the steering workaround once the approval list is complete after a change.
 void device_approval_list_check();
 
 void device_ap_steering_workaround();
 
-/// `config` 1 offers the companions, any other value withdraws them.
-void device_5g_high_ap_set(int config);
+/// Offers the companions or withdraws them.
+void device_5g_high_ap_set(intf_switch on);
 
 /// Sets the option "hidden" of "ath22", "ath23" and "ath24" to `value`.
 void device_hidden_ap_set(int value);
 
 /// What one configuration check does, from the state before it.
 struct wifi_config_step {
-    bool reload;           ///< carry the enabled flag to the companion now
-    uint8_t reload_next;   ///< new reload flag
-    uint8_t enabled_next;  ///< new enabled flag of the reference
+    bool reload;        ///< carry the enabled flag to the companion now
+    bool reload_next;   ///< new reload flag
+    bool enabled_next;  ///< new enabled flag of the reference
 };
-wifi_config_step wifi_config_choose(bool companion_exists, uint8_t reload, uint8_t enabled,
+wifi_config_step wifi_config_choose(bool companion_exists, bool reload, bool enabled,
                                     const char* reference_disabled);
 
 /// Carries a change of a reference interface to its companion, one call later. `index` 0 is

@@ -39,8 +39,7 @@ void reference_follow(const intf_record* record, disabled_text& disabled) {
     static_assert(MAIN_SERVICE_AP == int{SERVICE_AP_MAIN} &&
                   GUEST_SERVICE_AP == int{SERVICE_AP_GUEST} &&
                   VISITOR_SERVICE_AP == int{SERVICE_AP_VISITOR});
-    runtime.service_ap_enabled[static_cast<size_t>(record->type)] =
-        disabled_is_off(disabled) ? uint8_t{1} : uint8_t{0};
+    runtime.service_ap_enabled[static_cast<size_t>(record->type)] = disabled_is_off(disabled);
 }
 
 /// Enabling honours what the configuration says: `disabled` is never set to "0" here.
@@ -90,7 +89,7 @@ void intf_disable(const intf_record* record) {
 
 }  // namespace
 
-const char* reference_intf_name(int32_t type) {
+const char* reference_intf_name(intf_type type) {
     switch (type) {
         case MAIN_SERVICE_AP:
             return "ath10";
@@ -98,25 +97,23 @@ const char* reference_intf_name(int32_t type) {
             return "ath11";
         case VISITOR_SERVICE_AP:
             return "ath14";
-        default:
-            return nullptr;
+        case BACKHAUL_STA:
+        case BACKHAUL_AP:
+        case PRE_DEF_AP:
+        case ETHERNET:
+        case AP_TIMER_INTF:
+        case INTF_TYPE_OTHER:
+            break;
     }
+    return nullptr;
 }
 
-void dev_intf_enable_set(intf_record* record, uint8_t enable) {
-    if (enable == 1) {
+void dev_intf_enable_set(intf_record* record, intf_switch on) {
+    if (on == INTF_ENABLE) {
         flow_log("%s : enable %s\n", __func__, record->name.data());
         intf_enable(record);
     } else {
         flow_log("%s : disable %s\n", __func__, record->name.data());
         intf_disable(record);
-    }
-}
-
-void device_ap_intf_uci_disable_all() {
-    for (const intf_record& record : intf_table_walk()) {
-        if (intf_type_is_service_ap(record.type) || record.type == BACKHAUL_AP) {
-            wireless_uci_set(record.name.data(), "disabled", "1");
-        }
     }
 }

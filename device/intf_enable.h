@@ -5,15 +5,10 @@
 
 #include "intf/intf_record.h"
 
-#include <cstdint>
-
 /// The primary service AP that a secondary one of `type` follows ("ath10", "ath11", "ath14"), or
 /// null for another type.
-const char* reference_intf_name(int32_t type);
+const char* reference_intf_name(intf_type type);
 
-/// `enable` 1 enables, any other value disables. Enabling a station returns only once the
+/// Brings the interface up or down. Enabling a station returns only once the
 /// supplicant has taken it: there is no limit on the number of tries, a second apart.
-void dev_intf_enable_set(intf_record* record, uint8_t enable);
-
-/// Sets `disabled` to "1" on every service AP and backhaul AP in table order; nothing is applied.
-void device_ap_intf_uci_disable_all();
+void dev_intf_enable_set(intf_record* record, intf_switch on);

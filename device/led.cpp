@@ -2,6 +2,7 @@
 
 #include "runtime/command.h"
 #include "runtime/flow_log.h"
+#include "runtime/table_check.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +12,7 @@
 namespace {
 
 struct led_row {
-    int state;
+    led_state state;
     const char* pattern;
     /// Shown while the number of links is within these bounds.
     int32_t num_min;
@@ -30,19 +31,13 @@ constexpr std::array<led_row, 4> LED_TABLE = {{
     {LED_FINISH, "BackhaulFinish", NUM_LOWEST, NUM_HIGHEST},
 }};
 
-constexpr bool led_rows_are_in_order() {
-    for (size_t i = 0; i < LED_TABLE.size(); ++i) {
-        if (LED_TABLE[i].state != static_cast<int>(i)) {
-            return false;
-        }
-    }
-    return true;
-}
-static_assert(led_rows_are_in_order(), "each LED state has one row");
+static_assert(LED_TABLE.size() == LED_FINISH + 1 &&
+                  table_keys_count_up(LED_TABLE, [](const auto& row) { return row.state; }),
+              "each LED state has one row");
 
 }  // namespace
 
-const char* led_pattern_choose(int state, int32_t backhaul_sta_num) {
+const char* led_pattern_choose(led_state state, int32_t backhaul_sta_num) {
     const auto* const row = std::ranges::find(LED_TABLE, state, &led_row::state);
     if (row == LED_TABLE.end() || backhaul_sta_num < row->num_min ||
         backhaul_sta_num > row->num_max) {
@@ -51,7 +46,7 @@ const char* led_pattern_choose(int state, int32_t backhaul_sta_num) {
     return row->pattern;
 }
 
-void device_led_control(int state, int32_t backhaul_sta_num) {
+void device_led_control(led_state state, int32_t backhaul_sta_num) {
     const char* const pattern = led_pattern_choose(state, backhaul_sta_num);
     if (pattern == nullptr) {
         return;

@@ -13,7 +13,7 @@ enum led_state : int {
 };
 
 /// Pattern word of a request at a number of links, or null when the LED is left alone.
-const char* led_pattern_choose(int state, int32_t backhaul_sta_num);
+const char* led_pattern_choose(led_state state, int32_t backhaul_sta_num);
 
 /// Shows `state`; callers pass the number of links after they have updated it.
-void device_led_control(int state, int32_t backhaul_sta_num);
+void device_led_control(led_state state, int32_t backhaul_sta_num);

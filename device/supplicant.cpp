@@ -1,7 +1,6 @@
 #include "device/supplicant.h"
 
-#include "device/intf_enable.h"
-#include "device/system_probe.h"
+#include "device/pid_file.h"
 #include "device/uci.h"
 #include "runtime/command.h"
 #include "runtime/file_io.h"
@@ -24,7 +23,7 @@ constexpr size_t STATUS_LINE_SIZE = 257;
 /// One try to attach; true when interface_add did not answer FAIL.
 bool supplicant_interface_add(const intf_record* record) {
     const char* const name = record->name.data();
-    if (pid_file_alive(SUPPLICANT_PID_PATH) == 0) {
+    if (!pid_file_alive(SUPPLICANT_PID_PATH)) {
         command_run("/etc/init.d/qca-wpa-supplicant boot");
         sleep(1);
     }
@@ -38,8 +37,7 @@ bool supplicant_interface_add(const intf_record* record) {
                        name, path.data(), name);
     const File file(WPA_RESULT_PATH, "r");
     std::array<char, 64> word{};
-    return !file || file_first_word(file.get(), word) == 0 ||
-           std::string_view(word.data()) != "FAIL";
+    return !file || !file_first_word(file.get(), word) || std::string_view(word.data()) != "FAIL";
 }
 
 }  // namespace
@@ -51,7 +49,7 @@ void device_supplicant_attach(const intf_record* record) {
         if (!supplicant_interface_add(record)) {
             device_supplicant_detach(record);
             flow_log("%s : wpa_cli fail, try again\n", CALLER);
-        } else if (wpa_state(record) == 1) {
+        } else if (wpa_state(record)) {
             flow_log("%s : %s is INTERFACE_DISABLED, restart it\n", CALLER, record->name.data());
             device_supplicant_detach(record);
         } else {
@@ -91,9 +89,9 @@ bool wpa_state_line_is_disabled(const char* line) {
     return std::strstr(line, "INTERFACE_DISABLED") != nullptr;
 }
 
-int wpa_state(const intf_record* record) {
+bool wpa_state(const intf_record* record) {
     if (record->type != BACKHAUL_STA) {
-        return 0;
+        return false;
     }
     const char* const name = record->name.data();
     command_format_run(COMMAND_SIZE_LONG,
@@ -101,15 +99,15 @@ int wpa_state(const intf_record* record) {
                        name, name);
     const File file(WPA_STATUS_PATH, "r");
     if (!file) {
-        return 0;
+        return false;
     }
     std::array<char, STATUS_LINE_SIZE> line{};
     while (std::fgets(line.data(), static_cast<int>(line.size()), file.get()) != nullptr) {
         if (std::strstr(line.data(), "wpa_state") != nullptr) {
-            return wpa_state_line_is_disabled(line.data()) ? 1 : 0;
+            return wpa_state_line_is_disabled(line.data());
         }
     }
-    return 0;
+    return false;
 }
 
 void device_sta_intf_ssid_set(const intf_record* record) {
@@ -126,31 +124,12 @@ void device_sta_intf_ssid_set(const intf_record* record) {
     command_run(line.data());
 }
 
-void device_sta_disconnect(const intf_record* record) {
-    const char* const name = record->name.data();
-    command_format_run(COMMAND_SIZE_LONG, "wpa_cli -i %s -p /var/run/wpa_supplicant-%s disconnect",
-                       name, name);
-}
-
-void device_sta_reconnect(intf_record* record) {
-    // An unreadable pid file (-1) counts as a running supplicant.
-    if (pid_file_alive(SUPPLICANT_PID_PATH) == 0) {
-        dev_intf_enable_set(record, 1);
-        return;
-    }
-    const char* const name = record->name.data();
-    command_format_run(COMMAND_SIZE_SHORT, "ifconfig %s down", name);
-    command_format_run(COMMAND_SIZE_SHORT, "ifconfig %s up", name);
-    command_format_run(COMMAND_SIZE_LONG, "wpa_cli -i %s -p /var/run/wpa_supplicant-%s reconnect",
-                       name, name);
-}
-
-int device_sta_config_exist(const intf_record* record) {
+bool device_sta_config_exist(const intf_record* record) {
     std::array<char, KEY_SIZE> value{};
     wireless_uci_get(record->name.data(), "ssid", value);
     if (value[0] == '\0') {
-        return 0;
+        return false;
     }
     wireless_uci_get(record->name.data(), "WPAPSKkey", value);
-    return value[0] != '\0' ? 1 : 0;
+    return value[0] != '\0';
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-// The station side: the supplicant's configuration file, its state, and joining, leaving and
-// coming back. Any thread; result files have fixed names and no lock.
+// The global supplicant: a station's configuration file, attaching it and its state. Any thread;
+// result files have fixed names and no lock.
 
 #include "intf/intf_record.h"
 
@@ -23,8 +23,8 @@ void device_supplicant_detach(const intf_record* record);
 /// WPA2PSK the block stays open (no closing brace).
 void device_supplicant_conf_write(const intf_record* record, const char* path);
 
-/// 1 when the supplicant reports the station as INTERFACE_DISABLED, else 0.
-int wpa_state(const intf_record* record);
+/// Whether the supplicant reports the station as INTERFACE_DISABLED.
+bool wpa_state(const intf_record* record);
 
 /// Whether a status line says INTERFACE_DISABLED.
 bool wpa_state_line_is_disabled(const char* line);
@@ -32,10 +32,5 @@ bool wpa_state_line_is_disabled(const char* line);
 /// Sets the driver's ESSID to the configured SSID.
 void device_sta_intf_ssid_set(const intf_record* record);
 
-void device_sta_disconnect(const intf_record* record);
-
-/// Interface down and up, then reconnect; enables the station instead when no supplicant runs.
-void device_sta_reconnect(intf_record* record);
-
-/// 1 if both options `ssid` and `WPAPSKkey` of the interface are set, else 0.
-int device_sta_config_exist(const intf_record* record);
+/// Whether both options `ssid` and `WPAPSKkey` of the interface are set.
+bool device_sta_config_exist(const intf_record* record);

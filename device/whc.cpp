@@ -87,12 +87,12 @@ void device_other_band_bssid_get(const char* /*name*/, uint8_t* out, size_t leng
 }
 
 mac_address best_ap_target(const mac_address& configured, const mac_address& current) {
-    return bssid_is_zero(configured) == 0 ? configured : current;
+    return !bssid_is_zero(configured) ? configured : current;
 }
 
 void device_config_best_ap(const intf_record* record) {
     const mac_address current = record->bssid.get();
-    if (bssid_is_zero(current) != 0) {
+    if (bssid_is_zero(current)) {
         return;
     }
     const mac_text target = mac_format(best_ap_target(record->configured_bssid.get(), current));

@@ -3,6 +3,8 @@
 #include "runtime/command.h"
 #include "runtime/file_io.h"
 #include "runtime/runtime_block.h"
+#include "runtime/scoped_lock.h"
+#include "runtime/table_check.h"
 
 #include <algorithm>
 #include <array>
@@ -17,17 +19,8 @@ constexpr std::array<radio_row, 4> RADIO_TABLE = {{
     {BAND_5G_HIGH, "wifi2", "/tmp/wifi5G_2_Apply", "/tmp/wifi5G_2_Status"},
 }};
 
-constexpr bool radio_bands_are_unique() {
-    for (size_t i = 0; i < RADIO_TABLE.size(); ++i) {
-        for (size_t j = i + 1; j < RADIO_TABLE.size(); ++j) {
-            if (RADIO_TABLE[i].band == RADIO_TABLE[j].band) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
-static_assert(radio_bands_are_unique(), "each band has one radio");
+static_assert(table_keys_are_unique(RADIO_TABLE, [](const auto& row) { return row.band; }),
+              "each band has one radio");
 static_assert(std::ranges::all_of(RADIO_TABLE,
                                   [](const radio_row& row) {
                                       return std::string_view(row.radio).size() == 5;
@@ -47,9 +40,8 @@ void device_wireless_apply(const intf_record* record) {
         return;
     }
     // Held over the restart: the service reads one pair of files at a time.
-    pthread_mutex_lock(&runtime.apply_lock);
+    const ScopedLock lock(runtime.apply_lock);
     file_rewrite(WIRELESS_DEV_PATH, row->radio);
     file_rewrite(row->apply_path, record->name.data());
     command_run("/etc/init.d/wireless restart");
-    pthread_mutex_unlock(&runtime.apply_lock);
 }

@@ -11,7 +11,7 @@ inline constexpr char WIRELESS_DEV_PATH[] = "/tmp/WirelessDev";
 
 /// The radio of a band and its files, or null for a band without a radio.
 struct radio_row {
-    uint8_t band;
+    intf_band band;
     const char* radio;        ///< "wifi0", "wifi1", "wifi2"
     const char* apply_path;   ///< takes the interface name
     const char* status_path;  ///< first word holds "isSetting" while the service applies

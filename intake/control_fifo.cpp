@@ -1,5 +1,17 @@
 #include "intake/control_fifo.h"
 
+#include "device/approval_list.h"
+#include "device/companion_ap.h"
+#include "device/intf_enable.h"
+#include "intake/eth_event.h"
+#include "intake/fifo_command.h"
+#include "intf/intf_table.h"
+#include "link/backup_link.h"
+#include "msg/msg_send.h"
+#include "runtime/mode_file.h"
+#include "runtime/runtime_block.h"
+#include "runtime/worker_end.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,25 +22,12 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "device/approval_list.h"
-#include "device/companion_ap.h"
-#include "device/intf_enable.h"
-#include "intake/fifo_command.h"
-#include "intf/intf_table.h"
-#include "link/backup_link.h"
-#include "msg/eth_event.h"
-#include "msg/msg_receive.h"
-#include "msg/msg_send.h"
-#include "runtime/mode_file.h"
-#include "runtime/runtime_block.h"
-#include "runtime/worker.h"
-
 namespace {
 
 constexpr mode_t FIFO_MODE = 0777;
 
 /// The role is taken up by the next worker: says so, leaves it in the file and ends this one.
-[[noreturn]] void role_change(uint8_t master, const char* word) {
+[[noreturn]] void role_change(bool master, const char* word) {
     runtime.master = master;
     std::printf("%s : mode change to %s\n", "backhaul_fifo_recv", word);
     mode_file_write(word);
@@ -36,10 +35,8 @@ constexpr mode_t FIFO_MODE = 0777;
 }
 
 void uplink_scan_request() {
-    backhaul_sta_uplink_scan_count_clear();
-    backhaul_sta_other_band_scan_enable();
-    backhaul_slave_backhaul_restore();
-    backhaul_send_msg("UPLINKSCAN", BACKHAUL_MSG_PORT);
+    uplink_scan_reopen();
+    backhaul_send_msg(msg_word::uplink_scan, BACKHAUL_MSG_PORT);
 }
 
 }  // namespace
@@ -60,11 +57,12 @@ void control_fifo_create() {
 void backhaul_fifo_recv() {
     std::array<char, FIFO_READ_SIZE> buffer{};
     const ssize_t count = read(runtime.fifo_fd, buffer.data(), buffer.size());
-    switch (fifo_command_parse(buffer, count, runtime.master)) {
+    const fifo_command command = fifo_command_parse(buffer, count, runtime.master);
+    switch (command) {
         case fifo_command::master:
-            role_change(1, MODE_MASTER);
+            role_change(true, MODE_MASTER);
         case fifo_command::slave:
-            role_change(0, MODE_SLAVE);
+            role_change(false, MODE_SLAVE);
         case fifo_command::approval_list_changed:
             service_ap_approval_apply();
             break;
@@ -72,11 +70,11 @@ void backhaul_fifo_recv() {
             uplink_scan_request();
             break;
         case fifo_command::network_reload:
-            backhaul_send_msg("NETWORKRELOAD", BACKHAUL_MSG_PORT);
+            backhaul_send_msg(msg_word::network_reload, BACKHAUL_MSG_PORT);
             break;
         case fifo_command::eth_detect:
         case fifo_command::eth_lost:
-            backhaul_eth_event_handle(buffer.data());
+            backhaul_eth_event_handle(command);
             break;
         case fifo_command::none:
             break;
@@ -84,13 +82,13 @@ void backhaul_fifo_recv() {
 }
 
 void service_ap_approval_apply() {
-    const uint8_t enable = approval_list_approved_count() == 0 ? 1 : 0;
+    const intf_switch on = approval_list_approved_count() == 0 ? INTF_ENABLE : INTF_DISABLE;
     for (auto& record : intf_table_walk()) {
         if (record.follow_primary == 0 || !intf_type_is_service_ap(record.type)) {
             continue;
         }
         device_hidden_ap_set(0);
-        dev_intf_enable_set(&record, enable);
+        dev_intf_enable_set(&record, on);
     }
-    runtime.approval_changed = 1;
+    runtime.approval_changed = true;
 }

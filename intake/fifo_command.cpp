@@ -1,5 +1,7 @@
 #include "intake/fifo_command.h"
 
+#include "runtime/table_check.h"
+
 #include <cstring>
 
 namespace {
@@ -22,13 +24,15 @@ constexpr std::array<command_row, 7> COMMAND_ROWS = {{
     {"eth_detect", role_condition::any, fifo_command::eth_detect},
     {"eth_lost", role_condition::any, fifo_command::eth_lost},
 }};
+static_assert(COMMAND_ROWS.size() == static_cast<size_t>(fifo_command::none) &&
+              table_keys_count_up(COMMAND_ROWS, [](const auto& row) { return row.command; }));
 
-bool role_fits(role_condition condition, uint8_t master) {
+bool role_fits(role_condition condition, bool master) {
     switch (condition) {
         case role_condition::extender_only:
-            return master == 0;
+            return !master;
         case role_condition::root_only:
-            return master != 0;
+            return master;
         case role_condition::any:
             break;
     }
@@ -37,8 +41,7 @@ bool role_fits(role_condition condition, uint8_t master) {
 
 }  // namespace
 
-fifo_command fifo_command_parse(std::array<char, FIFO_READ_SIZE>& buffer, long count,
-                                uint8_t master) {
+fifo_command fifo_command_parse(std::array<char, FIFO_READ_SIZE>& buffer, long count, bool master) {
     if (count <= 0 || static_cast<size_t>(count) > buffer.size()) {
         return fifo_command::none;
     }
@@ -49,4 +52,9 @@ fifo_command fifo_command_parse(std::array<char, FIFO_READ_SIZE>& buffer, long c
         }
     }
     return fifo_command::none;
+}
+
+const char* fifo_command_text(fifo_command command) {
+    return command == fifo_command::none ? nullptr
+                                         : COMMAND_ROWS[static_cast<size_t>(command)].word;
 }

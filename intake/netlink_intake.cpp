@@ -4,21 +4,20 @@
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "device/channel_monitor.h"
 #include "device/client_control.h"
-#include "device/system_probe.h"
 #include "intake/netlink_walk.h"
 #include "intake/wireless_event.h"
 #include "intf/intf_table.h"
-#include "link/link_state.h"
 #include "link/slave_event.h"
-#include "root/dfs.h"
+#include "radar/dfs.h"
+#include "runtime/descriptor.h"
 #include "runtime/flow_log.h"
 #include "runtime/runtime_block.h"
 
@@ -114,31 +113,31 @@ bool event_handle(const wireless_event& event, const char* intf_name) {
             return client_left(event, intf_name);
         case CHANNEL_CHANGE:
             return channel_changed(event, intf_name);
-        default:
-            return true;
+        case WIRELESS_EVENT_NONE:
+            break;
     }
+    return true;
 }
 
 }  // namespace
 
-int netlink_open() {
-    runtime.netlink_fd = socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE);
-    if (runtime.netlink_fd < 0) {
+bool netlink_open() {
+    Descriptor sock(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
+    if (!sock) {
         std::printf("netlink: Failed to open netlink socket: %s", std::strerror(errno));
         std::fflush(stdout);
-        return -1;
+        return false;
     }
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
     address.nl_groups = RTMGRP_LINK;
-    if (bind(runtime.netlink_fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+    if (bind(sock.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
         std::printf("netlink: Failed to bind netlink socket: %s", std::strerror(errno));
         std::fflush(stdout);
-        close(runtime.netlink_fd);
-        runtime.netlink_fd = -1;
-        return -1;
+        return false;
     }
-    return 0;
+    runtime.netlink_fd = sock.release();
+    return true;
 }
 
 void netlink_recv() {

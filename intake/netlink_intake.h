@@ -8,9 +8,9 @@
 #include <cstdint>
 #include <span>
 
-/// Opens and binds `runtime.netlink_fd` (group 1). Returns 0, or -1 after printing why; the
-/// descriptor is then -1 and the daemon runs without driver events.
-int netlink_open();
+/// Opens and binds `runtime.netlink_fd` (group 1). False after printing why; the descriptor is
+/// then -1 and the daemon runs without driver events.
+bool netlink_open();
 
 /// Reads one batch (at most 8192 bytes, without blocking) and handles its messages.
 void netlink_recv();

@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "intake/control_fifo.h"
+#include "intake/msg_receive.h"
 #include "intake/netlink_intake.h"
-#include "msg/msg_receive.h"
 #include "runtime/runtime_block.h"
 
 namespace {

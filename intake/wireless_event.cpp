@@ -98,7 +98,7 @@ void data_copy(wireless_event& event, std::span<const uint8_t> bytes) {
     std::copy_n(bytes.begin(), size, event.data.begin());
 }
 
-wireless_event address_event(std::span<const uint8_t> record, int code) {
+wireless_event address_event(std::span<const uint8_t> record, wireless_event_code code) {
     wireless_event event;
     event.code = code;
     data_copy(event, record_address(record));
@@ -131,7 +131,7 @@ wireless_event custom_event(std::span<const uint8_t> record) {
 wireless_event record_decode(std::span<const uint8_t> record) {
     switch (native_read<uint16_t>(record, 2)) {
         case COMMAND_AP_ADDRESS:
-            if (bssid_is_zero(record_address(record)) != 0) {
+            if (bssid_is_zero(record_address(record))) {
                 return address_event(record, STA_CONNECTION_DOWN);
             }
             return address_event(record, STA_CONNECTION_UP);

@@ -29,7 +29,7 @@ enum wireless_event_code : int {
 inline constexpr size_t WIRELESS_DATA_SIZE = 64;
 
 struct wireless_event {
-    int code = WIRELESS_EVENT_NONE;
+    wireless_event_code code = WIRELESS_EVENT_NONE;
     /// The first six bytes are the MAC address, or the first byte is the channel.
     std::array<uint8_t, WIRELESS_DATA_SIZE> data{};
     /// Text to log for a driver-reported disassociation (a format of six address bytes and the

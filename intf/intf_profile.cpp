@@ -1,5 +1,7 @@
 #include "intf/intf_profile.h"
 
+#include "runtime/table_check.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
@@ -11,12 +13,12 @@ namespace {
 
 struct type_keyword {
     const char* keyword;
-    int32_t type;
+    intf_type type;
 };
 
 struct band_keyword {
     const char* keyword;
-    uint8_t band;
+    intf_band band;
 };
 
 constexpr std::array<type_keyword, 8> TYPE_KEYWORDS = {{
@@ -37,19 +39,9 @@ constexpr std::array<band_keyword, 4> BAND_KEYWORDS = {{
     {"5l", BAND_5G_LOW},
 }};
 
-constexpr bool types_are_complete() {
-    std::array<int, INTF_TYPE_OTHER> seen{};
-    for (const auto& row : TYPE_KEYWORDS) {
-        ++seen[static_cast<size_t>(row.type)];
-    }
-    for (const int count : seen) {
-        if (count != 1) {
-            return false;
-        }
-    }
-    return true;
-}
-static_assert(types_are_complete(), "each type has exactly one keyword");
+static_assert(TYPE_KEYWORDS.size() == INTF_TYPE_OTHER &&
+                  table_keys_are_unique(TYPE_KEYWORDS, [](const auto& row) { return row.type; }),
+              "each type has exactly one keyword");
 
 bool is_space(char c) {
     return std::isspace(static_cast<unsigned char>(c)) != 0;
@@ -82,10 +74,10 @@ void intf_profile_line_scan(const char* text, intf_profile_line& line) {
         return;
     }
     // Numbers wrap to their width, and one that does not scan keeps the line before's.
-    std::sscanf(text, "%hu %hhu", &line.priority, &line.follow_primary);  // NOLINT(cert-err34-c)
+    std::sscanf(text, "%hu %hhu", &line.priority, &line.follow_primary);
 }
 
-int32_t intf_type_code(const char* keyword) {
+intf_type intf_type_code(const char* keyword) {
     for (const auto& row : TYPE_KEYWORDS) {
         if (std::strcmp(keyword, row.keyword) == 0) {
             return row.type;
@@ -94,7 +86,7 @@ int32_t intf_type_code(const char* keyword) {
     return INTF_TYPE_OTHER;
 }
 
-uint8_t intf_band_code(const char* keyword) {
+intf_band intf_band_code(const char* keyword) {
     for (const auto& row : BAND_KEYWORDS) {
         if (std::strcmp(keyword, row.keyword) == 0) {
             return row.band;

@@ -24,7 +24,7 @@ struct intf_profile_line {
 void intf_profile_line_scan(const char* text, intf_profile_line& line);
 
 /// Type code of a type keyword (exact, case-sensitive), INTF_TYPE_OTHER when unknown.
-int32_t intf_type_code(const char* keyword);
+intf_type intf_type_code(const char* keyword);
 
 /// Band bit of a band keyword: "2" 1, "5" 2, "5h" 4, "5l" 8, else 0.
-uint8_t intf_band_code(const char* keyword);
+intf_band intf_band_code(const char* keyword);

@@ -4,10 +4,11 @@
 //
 // One record per line of the interface profile, built once by the loader (main thread of a
 // worker) and never freed. Afterwards the socket thread, the timer thread and the main thread
-// write the live fields without a lock (relaxed atomics); which of them and when is said in
-// link/ for the link state and its timeout, in intake/ for `bssid` and `channel`. Field order
+// write the live fields without a lock (relaxed atomics): the link state and its timeout as
+// link/link_state.h tells, `bssid` and `channel` from driver events (intake/). Field order
 // and sizes are fixed.
 
+#include "intf/link_codes.h"
 #include "runtime/mac_text.h"
 #include "runtime/relaxed.h"
 
@@ -16,6 +17,8 @@
 #include <cstdint>
 
 inline constexpr size_t INTF_NAME_SIZE = 16;
+/// Name of the wired backhaul's record.
+inline constexpr char ETH_INTF_NAME[] = "eth";
 
 /// Interface types (second column of the profile).
 enum intf_type : int32_t {
@@ -54,20 +57,19 @@ struct intf_record {
     Relaxed<uint8_t> ready_count{0};
     Relaxed<uint8_t> uplink_scan_count{0};
     uint16_t priority = 0;
-    /// 1 while a timeout is pending; written under `timer_mutex`.
-    Relaxed<uint8_t> timer_type{0};
-    Relaxed<uint8_t> held_down{0};
-    /// 1 once the agent's output file of this AP exists.
-    Relaxed<uint8_t> autoconfig_state{0};
+    /// On while a timeout is pending; written under `timer_mutex`.
+    Relaxed<timer_switch> timer_type{TIMER_OFF};
+    Relaxed<bool> held_down{false};
+    /// Set once the agent's output file of this AP exists.
+    Relaxed<bool> autoconfig_state{false};
     /// 0 = independent interface, else it follows the primary service AP of its type.
     uint8_t follow_primary = 0;
-    Relaxed<uint8_t> other_band_scan_enable{0};
-    Relaxed<uint8_t> other_band_switching{0};
+    Relaxed<bool> other_band_scan_enable{false};
+    Relaxed<bool> other_band_switching{false};
     /// time() at which the pending timeout started, 0 = none; written under `timer_mutex`.
     Relaxed<uint32_t> timer_start{0};
-    int32_t type = INTF_TYPE_OTHER;
-    /// Link state (link/link_state.h).
-    Relaxed<int32_t> state{0};
+    intf_type type = INTF_TYPE_OTHER;
+    Relaxed<link_state> state{INIT};
 };
 
 static_assert(offsetof(intf_record, name) == 0);
@@ -92,6 +94,6 @@ static_assert(offsetof(intf_record, state) == 52);
 static_assert(sizeof(intf_record) == 56);
 
 /// True for the three service AP types that clients use.
-constexpr bool intf_type_is_service_ap(int32_t type) {
+constexpr bool intf_type_is_service_ap(intf_type type) {
     return type == MAIN_SERVICE_AP || type == GUEST_SERVICE_AP || type == VISITOR_SERVICE_AP;
 }

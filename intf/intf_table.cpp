@@ -1,14 +1,11 @@
 #include "intf/intf_table.h"
 
-#include <pthread.h>
-
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include "intf/intf_profile.h"
 #include "runtime/file_io.h"
+#include "runtime/heap.h"
 #include "runtime/runtime_block.h"
 
 namespace {
@@ -16,8 +13,8 @@ namespace {
 /// Counting reads the file in pieces of this size: a longer line counts more than once, and the
 /// table has a record for each count.
 constexpr size_t COUNT_BUFFER_SIZE = 64;
-
-pthread_mutex_t table_lock = PTHREAD_MUTEX_INITIALIZER;
+/// What is scanned of a line: its five columns stand at its beginning.
+constexpr size_t LINE_SIZE = 1024;
 
 int32_t profile_line_count(FILE* file) {
     std::array<char, COUNT_BUFFER_SIZE> piece{};
@@ -28,44 +25,22 @@ int32_t profile_line_count(FILE* file) {
     return count;
 }
 
-/// Reads whole lines of any length; the memory goes with the reader.
-class LineReader {
-public:
-    explicit LineReader(FILE* file) : file_(file) {}
-    ~LineReader() {
-        std::free(line_);
-    }
-    LineReader(const LineReader&) = delete;
-    LineReader& operator=(const LineReader&) = delete;
-
-    /// The next line, null at the end.
-    const char* next() {
-        return getline(&line_, &size_, file_) < 0 ? nullptr : line_;
-    }
-
-private:
-    FILE* file_;
-    char* line_ = nullptr;
-    size_t size_ = 0;
-};
-
 void record_fill(intf_record& record, const intf_profile_line& line) {
     record.name = line.name;
     record.type = intf_type_code(line.type.data());
     record.band = intf_band_code(line.band.data());
     record.priority = line.priority;
     record.follow_primary = line.follow_primary;
-    record.other_band_scan_enable = 1;
+    record.other_band_scan_enable = true;
 }
 
 /// Fills every record; those past the last line repeat it.
 void records_fill(FILE* file, std::span<intf_record> records) {
-    LineReader reader(file);
+    std::array<char, LINE_SIZE> text{};
     intf_profile_line line;
     for (auto& record : records) {
-        const char* const text = reader.next();
-        if (text != nullptr) {
-            intf_profile_line_scan(text, line);
+        if (file_next_line(file, text)) {
+            intf_profile_line_scan(text.data(), line);
         }
         record_fill(record, line);
     }
@@ -83,7 +58,7 @@ int intf_table_load() {
         return 0;
     }
     std::rewind(file.get());
-    auto* const records = new (std::nothrow) intf_record[static_cast<size_t>(count)];
+    auto* const records = heap_make<intf_record>(static_cast<size_t>(count));
     if (records == nullptr) {
         return -1;
     }
@@ -118,12 +93,4 @@ intf_record* intf_find_by_name(const char* name) {
         }
     }
     return nullptr;
-}
-
-void intf_table_lock() {
-    pthread_mutex_lock(&table_lock);
-}
-
-void intf_table_unlock() {
-    pthread_mutex_unlock(&table_lock);
 }

@@ -3,8 +3,8 @@
 // The interface table: one record per line of "/tmp/wifi_if_profile", in file order.
 //
 // Loaded once per worker on the main thread while the socket thread already runs; until then a
-// walk finds no record. Neither pointer, count nor order change afterwards, and there is no
-// reload: a changed profile takes effect at the next worker. The accessors take no lock.
+// walk finds no record. Nothing of that changes afterwards; there is no reload: a changed profile
+// takes effect at the next worker. The accessors take no lock.
 
 #include "intf/intf_record.h"
 
@@ -27,7 +27,3 @@ std::span<intf_record> intf_table_walk();
 
 /// First record whose name equals `name` exactly, or null.
 intf_record* intf_find_by_name(const char* name);
-
-/// A leaf lock around the two walks that a scan request makes; nothing is called under it.
-void intf_table_lock();
-void intf_table_unlock();

@@ -4,6 +4,7 @@
 #include "device/led.h"
 #include "intf/intf_table.h"
 #include "link/link_state.h"
+#include "link/uplink_scan.h"
 #include "runtime/flow_log.h"
 #include "runtime/runtime_block.h"
 
@@ -18,7 +19,7 @@ bool losses_reach_limit(const intf_record* record) {
 
 void station_start(intf_record* record) {
     backhaul_intf_state_change(record, CONNECTING_BACKHAUL_AP);
-    dev_intf_enable_set(record, 1);
+    dev_intf_enable_set(record, INTF_ENABLE);
 }
 
 void backup_found(intf_record* record, intf_record* backup, bool record_is_preferred) {
@@ -87,7 +88,13 @@ void backhaul_slave_wifi_loop_handle(intf_record* record) {
     flow_log("%s : Enter\n", __func__);
     record->disconnect_count = static_cast<int8_t>(runtime.loop_disconnect);
     backhaul_intf_state_change(record, CONNECT_PENDING);
-    dev_intf_enable_set(record, 0);
+    dev_intf_enable_set(record, INTF_DISABLE);
+}
+
+void uplink_scan_reopen() {
+    backhaul_sta_uplink_scan_count_clear();
+    backhaul_sta_other_band_scan_enable();
+    backhaul_slave_backhaul_restore();
 }
 
 void backhaul_slave_backhaul_restore() {

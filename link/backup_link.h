@@ -21,6 +21,10 @@ void find_backup_backhaul_link(intf_record* record);
 /// Parks `record`, whose uplink would close a loop, with the imposed disconnect count.
 void backhaul_slave_wifi_loop_handle(intf_record* record);
 
+/// Another scan was asked for, by a command or by another node: every station may scan again, and
+/// what is parked is released. Socket thread.
+void uplink_scan_reopen();
+
 /// Clears every station's disconnect count and releases the parked ones; restarts the preferred
 /// station when it was among them.
 void backhaul_slave_backhaul_restore();

@@ -6,9 +6,6 @@
 // and the timer thread. Both functions log and leave everything else alone when the profile has
 // no record "eth" (the flag is written first).
 
-/// Name of the wired backhaul's record.
-inline constexpr char ETH_INTF_NAME[] = "eth";
-
 /// A wired backhaul has appeared: parks the stations and moves "eth" on.
 void wifi_slave_eth_detect();
 

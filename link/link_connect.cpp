@@ -1,16 +1,17 @@
 #include "link/link_connect.h"
 
-#include "device/ap_policy.h"
+#include "device/autoconfig_agent.h"
+#include "device/hop_distance.h"
+#include "device/hyd.h"
 #include "device/intf_enable.h"
 #include "device/led.h"
-#include "intf/autoconfig_agent.h"
+#include "device/service_ap.h"
 #include "link/backhaul_status.h"
 #include "link/backup_link.h"
 #include "link/link_state.h"
-#include "link/link_tools.h"
-#include "root/topology_check.h"
 #include "runtime/flow_log.h"
 #include "runtime/runtime_block.h"
+#include "topology/topology_check.h"
 
 namespace {
 
@@ -23,14 +24,14 @@ void links_up_decrement() {
 /// Back to idle and off; the backup's place is free again.
 void backup_station_release(intf_record* backup) {
     backhaul_intf_state_change(backup, INIT);
-    dev_intf_enable_set(backup, 0);
+    dev_intf_enable_set(backup, INTF_DISABLE);
     runtime.backup_backhaul_sta = nullptr;
 }
 
 void first_link_up(intf_record* record) {
     // For its side effect: "/tmp/rootdistance" is brought up to date.
     qca_dist_get(record);
-    backhaul_status_write(CONNECT_WITH_BACKHAUL_AP);
+    backhaul_status_write(backhaul_status::connected);
     device_ap_intf_uci_disable_all();
     hyd_alive_check();
     flow_log("%s(%s) : Sync Service AP settings\n", CONNECTED, record->name.data());
@@ -64,7 +65,7 @@ void preferred_station_back(intf_record* record) {
     flow_log("%s : Best backhaul come back, disable backup sta(%s)\n", CONNECTED,
              backup->name.data());
     links_up_decrement();
-    const int32_t backup_state = backup->state;
+    const link_state backup_state = backup->state;
     backup_station_release(backup);
     if (backup_state == CONNECT_WITH_BACKHAUL_AP) {
         flow_log("%s : backup sta is doing auto-config, try to continue it\n", CONNECTED);
@@ -91,7 +92,7 @@ void surplus_link_down(intf_record* record) {
              record->name.data());
     links_up_decrement();
     backhaul_intf_state_change(record, INIT);
-    dev_intf_enable_set(record, 0);
+    dev_intf_enable_set(record, INTF_DISABLE);
     // Cleared even when the backup is another record.
     runtime.backup_backhaul_sta = nullptr;
 }

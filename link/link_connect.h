@@ -20,7 +20,7 @@ struct link_connect_view {
     int32_t links_up;  ///< including this one
     bool record_is_preferred;
     bool has_backup;
-    int32_t preferred_state;  ///< 0 when there is no preferred station
+    link_state preferred_state;  ///< INIT when there is no preferred station
 };
 
 link_connect_case link_connect_choose(const link_connect_view& view);

@@ -17,10 +17,11 @@ enum class link_loss_action {
 };
 
 /// Whether a loss counts: never on 2.4 GHz, never while switching to a target AP.
-bool link_loss_counts(uint8_t band, int32_t state);
+bool link_loss_counts(uint8_t band, link_state state);
 
 /// Action for a station in `state` whose (already updated) count is `disconnect_count`.
-link_loss_action link_loss_choose(int32_t state, int8_t disconnect_count, uint8_t max_disconnect);
+link_loss_action link_loss_choose(link_state state, int8_t disconnect_count,
+                                  uint8_t max_disconnect);
 
 /// The reaction to the loss of `record`'s link.
 void backhaul_disconnected(intf_record* record);

@@ -1,14 +1,16 @@
 #include "link/link_state.h"
 
-#include "link/link_timer.h"
+#include "intf/intf_timer.h"
 #include "runtime/flow_log.h"
+#include "runtime/table_check.h"
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
-constexpr auto ARM = link_timer_action::arm;
-constexpr auto CLEAR = link_timer_action::clear;
+constexpr timer_switch ARM = TIMER_ON;
+constexpr timer_switch CLEAR = TIMER_OFF;
 
 constexpr std::array LINK_TRANSITIONS = {
     link_transition{INIT, INIT, ARM},
@@ -51,7 +53,7 @@ constexpr std::array LINK_TRANSITIONS = {
     link_transition{ETH_BACKHAUL_READY, ETH_BACKHAUL_CONNECTED, ARM},
 };
 
-constexpr const link_transition* transition_find(int32_t current, int32_t requested) {
+constexpr const link_transition* transition_find(link_state current, link_state requested) {
     for (const link_transition& row : LINK_TRANSITIONS) {
         if (row.current == current && row.requested == requested) {
             return &row;
@@ -60,17 +62,7 @@ constexpr const link_transition* transition_find(int32_t current, int32_t reques
     return nullptr;
 }
 
-constexpr bool every_pair_is_there_once() {
-    for (size_t i = 0; i < LINK_TRANSITIONS.size(); ++i) {
-        const link_transition& row = LINK_TRANSITIONS[i];
-        if (transition_find(row.current, row.requested) != &row) {
-            return false;
-        }
-    }
-    return true;
-}
-
-constexpr bool state_may_be_entered(int32_t state) {
+constexpr bool state_may_be_entered(link_state state) {
     switch (state) {
         case INIT:
         case CONNECTING_BACKHAUL_AP:
@@ -83,12 +75,19 @@ constexpr bool state_may_be_entered(int32_t state) {
         case ETH_BACKHAUL_READY:
         case ETH_BACKHAUL_STANDBY:
             return true;
-        default:
-            return false;
+        case LINK_STATE_8:
+        case LINK_STATE_9:
+        case DFS_MONITORING:
+        case DFS_BLOCKING:
+        case AP_TIMER_WAIT:
+            break;
     }
+    return false;
 }
 
-static_assert(every_pair_is_there_once());
+static_assert(table_keys_are_unique(LINK_TRANSITIONS, [](const link_transition& row) {
+    return row.current * LINK_STATE_COUNT + row.requested;
+}));
 static_assert(std::ranges::all_of(LINK_TRANSITIONS, [](const link_transition& row) {
     return state_may_be_entered(row.current) && state_may_be_entered(row.requested);
 }));
@@ -127,7 +126,7 @@ std::span<const link_transition> link_transition_table() {
     return LINK_TRANSITIONS;
 }
 
-const link_transition* link_transition_find(int32_t current, int32_t requested) {
+const link_transition* link_transition_find(link_state current, link_state requested) {
     return transition_find(current, requested);
 }
 
@@ -138,8 +137,8 @@ const char* link_state_name(int32_t state) {
     return LINK_STATE_NAMES[static_cast<size_t>(state)];
 }
 
-void backhaul_intf_state_change(intf_record* record, int32_t requested) {
-    const int32_t current = record->state;
+void backhaul_intf_state_change(intf_record* record, link_state requested) {
+    const link_state current = record->state;
     flow_log("%s : change %s state from %d to %d\n", __func__, record->name.data(), current,
              requested);
     const link_transition* const transition = link_transition_find(current, requested);
@@ -147,5 +146,5 @@ void backhaul_intf_state_change(intf_record* record, int32_t requested) {
         return;
     }
     record->state = transition->requested;
-    intf_timer_set(record, transition->timer == link_timer_action::arm ? 1 : 0);
+    intf_timer_set(record, transition->timer);
 }

@@ -1,8 +1,9 @@
 #include "link/ready_tick.h"
 
-#include "device/ap_policy.h"
+#include "device/ap_alive.h"
+#include "device/association.h"
 #include "device/whc.h"
-#include "link/link_timer.h"
+#include "intf/intf_timer.h"
 #include "link/slave_event.h"
 #include "link/uplink_scan.h"
 #include "runtime/flow_log.h"
@@ -29,10 +30,10 @@ enum class scan_end { go_on, switching };
 
 /// Both scans of one tick; `switching` ends the tick, its timer already re-armed by the switch.
 scan_end better_uplink_scan(intf_record* record) {
-    if (record->other_band_scan_enable != 0) {
+    if (record->other_band_scan_enable) {
         flow_log("%s : do other band scan\n", CHECKER);
         if (backhaul_intf_other_band_scan(record) == OTHER_BAND_SCAN_FOUND) {
-            record->other_band_switching = 1;
+            record->other_band_switching = true;
             wifi_slave_event_process(record, CONFIG_BEST_AP);
             return scan_end::go_on;
         }
@@ -63,15 +64,15 @@ ready_decay_result ready_decay_step(int8_t disconnect_count, uint8_t ready_count
 }
 
 void backhaul_ready_tick(intf_record* record) {
-    intf_timer_set(record, 0);
-    ap_alive_chk(0);
+    intf_timer_set(record, TIMER_OFF);
+    ap_alive_chk(backhaul_ap_check::with_option_d);
     disconnects_forgive(record);
     if (record->uplink_scan_count < UPLINK_SCANS_MAX &&
         better_uplink_scan(record) == scan_end::switching) {
         return;
     }
-    intf_timer_set(record, 1);
-    if (intf_associated(record->name.data()) == 1) {
+    intf_timer_set(record, TIMER_ON);
+    if (intf_associated(record->name.data())) {
         return;
     }
     flow_log("%s : backhaul(%s) is discconnected, try to reconnect\n", CHECKER,

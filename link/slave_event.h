@@ -9,20 +9,9 @@
 
 #include "intf/intf_record.h"
 
-#include <cstdint>
-
-enum slave_event : uint32_t {
-    START = 0,
-    ASSOC = 1,
-    AP_DISASSOC = 2,
-    TIMEOUT = 5,
-    AUTO_CONFIG_SUCCESS = 6,
-    CONFIG_BEST_AP = 7,
-};
-
 /// Handles `event` for `record`. Returns with the mutex released, except on the path "eth_intf is
 /// NULL" (a wired backhaul is flagged but the profile has no record "eth"), which keeps it.
-void wifi_slave_event_process(intf_record* record, uint32_t event);
+void wifi_slave_event_process(intf_record* record, slave_event event);
 
 /// Applies the service AP settings that auto-configuration brought, framed by the LED.
 void service_ap_reload();

@@ -1,16 +1,19 @@
 #include "link/timeout_check.h"
 
-#include "device/ap_policy.h"
-#include "device/station_info.h"
-#include "intf/autoconfig_agent.h"
+#include "device/ap_alive.h"
+#include "device/association.h"
+#include "device/autoconfig_agent.h"
+#include "device/intf_existence.h"
 #include "intf/intf_table.h"
+#include "intf/intf_timer.h"
 #include "link/link_state.h"
-#include "link/link_timer.h"
 #include "link/ready_tick.h"
 #include "link/slave_event.h"
-#include "root/dfs.h"
+#include "radar/dfs.h"
 #include "runtime/flow_log.h"
 #include "runtime/runtime_block.h"
+#include "runtime/scoped_lock.h"
+#include "runtime/table_check.h"
 
 #include <unistd.h>
 #include <array>
@@ -20,7 +23,8 @@ namespace {
 
 constexpr char CHECKER[] = "interface_timeout_chk";
 
-/// A parked station waits this long for each counted loss.
+/// A parked station is looked at after this long for each counted loss, and stays parked. Its
+/// parking has cleared the timeout, so this runs only where something else has armed it since.
 constexpr int32_t PENDING_SECONDS_PER_LOSS = 60;
 
 void init_timeout(intf_record* record) {
@@ -29,7 +33,7 @@ void init_timeout(intf_record* record) {
 
 void connecting_timeout(intf_record* record) {
     flow_log("%s : %s -> CONNECTING_BACKHAUL_AP timeout\n", CHECKER, record->name.data());
-    if (intf_associated(record->name.data()) != 1) {
+    if (!intf_associated(record->name.data())) {
         wifi_slave_event_process(record, TIMEOUT);
         return;
     }
@@ -48,7 +52,7 @@ void autoconfig_timeout(intf_record* record) {
     wifi_slave_event_process(record, TIMEOUT);
 }
 
-void target_timeout(intf_record* record) {
+void switch_timeout(intf_record* record) {
     flow_log("%s : %s -> CONNECTING_TARTGET_BACKHAUL_AP timeout\n", CHECKER, record->name.data());
     wifi_slave_event_process(record, TIMEOUT);
 }
@@ -56,7 +60,7 @@ void target_timeout(intf_record* record) {
 void pending_timeout(intf_record* record) {
     flow_log("%s : %s -> CONNECT_PENDING timeout\n", CHECKER, record->name.data());
     flow_log("%s : keep %s in PENDING state\n", CHECKER, record->name.data());
-    intf_timer_set(record, 0);
+    intf_timer_set(record, TIMER_OFF);
 }
 
 void unnamed_timeout(intf_record* record) {
@@ -73,21 +77,22 @@ void dfs_blocking_timeout(intf_record* record) {
 }
 
 void periodic_existence_check(intf_record* record) {
-    intf_timer_set(record, 0);
-    pthread_mutex_lock(&runtime.state_mutex);
-    device_wifi_intf_existence_chk();
-    pthread_mutex_unlock(&runtime.state_mutex);
-    intf_timer_set(record, 1);
+    intf_timer_set(record, TIMER_OFF);
+    {
+        const ScopedLock lock(runtime.state_mutex);
+        device_wifi_intf_existence_chk();
+    }
+    intf_timer_set(record, TIMER_ON);
 }
 
 void wired_ready_tick(intf_record* record) {
-    intf_timer_set(record, 0);
-    ap_alive_chk(0);
-    intf_timer_set(record, 1);
+    intf_timer_set(record, TIMER_OFF);
+    ap_alive_chk(backhaul_ap_check::with_option_d);
+    intf_timer_set(record, TIMER_ON);
 }
 
 struct timeout_row {
-    int32_t state;
+    link_state state;
     int32_t seconds;
     bool waits_for_autoconfig;
     void (*act)(intf_record*);
@@ -97,7 +102,7 @@ constexpr std::array TIMEOUTS = {
     timeout_row{INIT, 5, false, init_timeout},
     timeout_row{CONNECTING_BACKHAUL_AP, 180, false, connecting_timeout},
     timeout_row{CONNECT_WITH_BACKHAUL_AP, 15, true, autoconfig_timeout},
-    timeout_row{CONNECTING_TARGET_BACKHAUL_AP, 120, false, target_timeout},
+    timeout_row{CONNECTING_TARGET_BACKHAUL_AP, 120, false, switch_timeout},
     timeout_row{CONNECT_PENDING, PENDING_SECONDS_PER_LOSS, false, pending_timeout},
     timeout_row{BACKHAUL_READY, 60, false, backhaul_ready_tick},
     timeout_row{LINK_STATE_8, 15, true, autoconfig_timeout},
@@ -109,17 +114,9 @@ constexpr std::array TIMEOUTS = {
     timeout_row{ETH_BACKHAUL_READY, 60, false, wired_ready_tick},
 };
 
-constexpr bool every_state_is_there_once() {
-    for (size_t i = 0; i + 1 < TIMEOUTS.size(); ++i) {
-        if (TIMEOUTS[i].state >= TIMEOUTS[i + 1].state) {
-            return false;
-        }
-    }
-    return true;
-}
-static_assert(every_state_is_there_once());
+static_assert(table_keys_are_unique(TIMEOUTS, [](const timeout_row& row) { return row.state; }));
 
-const timeout_row* timeout_row_find(int32_t state) {
+const timeout_row* timeout_row_find(link_state state) {
     for (const timeout_row& row : TIMEOUTS) {
         if (row.state == state) {
             return &row;
@@ -130,7 +127,7 @@ const timeout_row* timeout_row_find(int32_t state) {
 
 }  // namespace
 
-timeout_limit timeout_limit_get(int32_t state, int8_t disconnect_count) {
+timeout_limit timeout_limit_get(link_state state, int8_t disconnect_count) {
     const timeout_row* const row = timeout_row_find(state);
     if (row == nullptr) {
         return {.checked = false, .seconds = TIMEOUT_NEVER};
@@ -142,7 +139,7 @@ timeout_limit timeout_limit_get(int32_t state, int8_t disconnect_count) {
 }
 
 void interface_timeout_chk(intf_record* record, uint32_t now) {
-    const int32_t state = record->state;
+    const link_state state = record->state;
     const uint32_t timer_start = record->timer_start;
     const timeout_row* const row = timeout_row_find(state);
     // Another thread may have cleared the timeout since the sweep saw it pending: without a start
@@ -150,7 +147,7 @@ void interface_timeout_chk(intf_record* record, uint32_t now) {
     if (row == nullptr || timer_start == 0) {
         return;
     }
-    if (row->waits_for_autoconfig && autoconfig_result_get() != 0) {
+    if (row->waits_for_autoconfig && autoconfig_result_get()) {
         wifi_slave_event_process(record, AUTO_CONFIG_SUCCESS);
         return;
     }

@@ -21,7 +21,7 @@ struct timeout_limit {
 };
 
 /// Limit of a link state; `disconnect_count` scales that of CONNECT_PENDING.
-timeout_limit timeout_limit_get(int32_t state, int8_t disconnect_count);
+timeout_limit timeout_limit_get(link_state state, int8_t disconnect_count);
 
 /// Thread body; the argument is unused. Never returns.
 void* backhaul_timer_monitor(void* argument);

@@ -3,6 +3,8 @@
 #include "device/whc.h"
 #include "intf/intf_table.h"
 #include "runtime/flow_log.h"
+#include "runtime/runtime_block.h"
+#include "runtime/scoped_lock.h"
 
 namespace {
 
@@ -49,7 +51,7 @@ int scan_run(const scan_kind& kind, intf_record* record) {
 }  // namespace
 
 bool scan_candidate_is_new(const mac_address& candidate, const mac_address& current) {
-    return bssid_is_zero(candidate) == 0 && candidate != current;
+    return !bssid_is_zero(candidate) && candidate != current;
 }
 
 int backhaul_intf_other_band_scan(intf_record* record) {
@@ -60,7 +62,8 @@ int backhaul_intf_uplink_scan(intf_record* record) {
     return scan_run(UPLINK_SCAN, record);
 }
 
-void uplink_scan_count_reset() {
+void backhaul_sta_uplink_scan_count_clear() {
+    const ScopedLock lock(runtime.intf_table_lock);
     for (intf_record& record : intf_table_walk()) {
         if (record.type == BACKHAUL_STA) {
             record.uplink_scan_count = 0;
@@ -68,10 +71,11 @@ void uplink_scan_count_reset() {
     }
 }
 
-void other_band_scan_enable_all() {
+void backhaul_sta_other_band_scan_enable() {
+    const ScopedLock lock(runtime.intf_table_lock);
     for (intf_record& record : intf_table_walk()) {
         if (record.type == BACKHAUL_STA) {
-            record.other_band_scan_enable = 1;
+            record.other_band_scan_enable = true;
         }
     }
 }

@@ -21,8 +21,8 @@ int backhaul_intf_other_band_scan(intf_record* record);
 /// Returns 1 when a better AP was chosen, else 0.
 int backhaul_intf_uplink_scan(intf_record* record);
 
-/// Sets `uplink_scan_count` to 0 on every station.
-void uplink_scan_count_reset();
+/// Sets `uplink_scan_count` to 0 on every station, under the table's leaf lock.
+void backhaul_sta_uplink_scan_count_clear();
 
-/// Sets `other_band_scan_enable` to 1 on every station.
-void other_band_scan_enable_all();
+/// Sets `other_band_scan_enable` on every station, under the table's leaf lock.
+void backhaul_sta_other_band_scan_enable();

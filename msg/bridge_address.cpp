@@ -1,10 +1,12 @@
 #include "msg/bridge_address.h"
 
-#include "msg/udp_socket.h"
+#include "runtime/descriptor.h"
 
 #include <arpa/inet.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -23,7 +25,7 @@ ifreq address_request(const char* ifname) {
 }  // namespace
 
 int get_intf_bcast_address(const char* ifname, sockaddr_in* addr) {
-    const Socket sock(SOCK_DGRAM);
+    const Descriptor sock(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (!sock) {
         std::perror("socket");
         return -1;
@@ -49,7 +51,7 @@ int get_intf_bcast_address(const char* ifname, sockaddr_in* addr) {
 
 void get_intf_ip_address(char* text) {
     // The stream socket serves as a handle only.
-    const Socket sock(SOCK_STREAM);
+    const Descriptor sock(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!sock) {
         return;
     }

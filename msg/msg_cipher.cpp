@@ -39,10 +39,10 @@ size_t backhaul_msg_encrypt(const char* message, msg_bytes& out) {
     return std::fread(out.data(), 1, out.size(), file.get());
 }
 
-int backhaul_msg_decrypt(std::span<const uint8_t> data, msg_word& out) {
+bool backhaul_msg_decrypt(std::span<const uint8_t> data, msg_text& out) {
     const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
-    if (file_rewrite(SSL_INPUT_PATH, bytes) != 0) {
-        return -1;
+    if (!file_rewrite(SSL_INPUT_PATH, bytes)) {
+        return false;
     }
     const pass_phrase phrase = pass_phrase_get();
     // No old plaintext may survive a failure.
@@ -52,8 +52,8 @@ int backhaul_msg_decrypt(std::span<const uint8_t> data, msg_word& out) {
                        phrase.data());
     const File file(SSL_DECRYPT_PATH, "r");
     if (!file) {
-        return -1;
+        return false;
     }
     file_first_word(file.get(), out);
-    return 0;
+    return true;
 }

@@ -18,11 +18,11 @@ inline constexpr char SSL_DECRYPT_PATH[] = "/tmp/ssl_decrypt";
 inline constexpr size_t MSG_SIZE = 256;
 
 using msg_bytes = std::array<uint8_t, MSG_SIZE>;
-using msg_word = std::array<char, MSG_SIZE>;
+using msg_text = std::array<char, MSG_SIZE>;
 
 /// Enciphers `message` into `out`. Returns the number of bytes, 0 when nothing could be produced.
 size_t backhaul_msg_encrypt(const char* message, msg_bytes& out);
 
 /// Deciphers `data` and puts the first word of the plaintext into `out` (zeroed by the caller).
-/// Returns 0, or -1 when one of the files cannot be opened.
-int backhaul_msg_decrypt(std::span<const uint8_t> data, msg_word& out);
+/// False when one of the files cannot be opened.
+bool backhaul_msg_decrypt(std::span<const uint8_t> data, msg_text& out);

@@ -1,9 +1,9 @@
 #include "root/ap_list.h"
 
 #include "device/txpower.h"
-#include "root/topology_db.h"
-#include "runtime/event_log.h"
+#include "root/event_log.h"
 #include "runtime/file_io.h"
+#include "runtime/heap.h"
 #include "runtime/runtime_block.h"
 
 #include <cstdio>
@@ -17,8 +17,6 @@ constexpr size_t LIST_WORD_SIZE = 24;
 
 /// Collects the file so that it is written in one go up to 3,400 addresses.
 constexpr size_t LIST_FILE_BUFFER_SIZE = 64UL * 1024UL;
-
-using almac_text = std::array<char, ALMAC_SIZE>;
 
 /// The address as a node holds it. All comparisons use this form: an address that is too long for
 /// a node would otherwise never be found again and join anew on every tick.
@@ -67,7 +65,7 @@ bool ap_presence_step(ap_presence& presence, const char* alive, const char* not_
 }
 
 void backhaul_ap_list_init() {
-    if (file_exists(AP_LIST_PATH) == 0) {
+    if (!file_exists(AP_LIST_PATH)) {
         return;
     }
     const File file(AP_LIST_PATH, "r");
@@ -78,12 +76,12 @@ void backhaul_ap_list_init() {
     // A last address without a line end does not count: the list file always ends in one.
     std::array<char, LIST_WORD_SIZE> word{};
     while (file_next_word(file.get(), word) == word_result::word) {
-        backhaul_ap_node_add(word.data(), 1);
+        backhaul_ap_node_add(word.data(), ap_source::file);
     }
 }
 
-void backhaul_ap_node_add(const char* almac, unsigned char from_file) {
-    auto* node = static_cast<ap_node*>(std::malloc(sizeof(ap_node)));
+void backhaul_ap_node_add(const char* almac, ap_source source) {
+    auto* const node = heap_make<ap_node>();
     if (node == nullptr) {
         std::printf("%s : malloc fail\n", __func__);
         return;
@@ -95,7 +93,7 @@ void backhaul_ap_node_add(const char* almac, unsigned char from_file) {
     }
     *node = ap_node{almac_cut(almac), nullptr};
     node_append(node);
-    if (from_file != 1) {
+    if (source == ap_source::database) {
         backhaul_ap_list_update();
     }
 }
@@ -114,7 +112,7 @@ void backhaul_ap_node_del(const char* almac) {
     node_unlink(node, previous);
     // `almac` may be the node's own text.
     const char* leaving = almac == node->almac.data() ? wanted.data() : almac;
-    std::free(node);
+    heap_drop(node);
     event_log(leaving, EVENT_LOG_LEAVE);
     backhaul_ap_list_update();
     runtime.ap_count -= 1;
@@ -123,14 +121,14 @@ void backhaul_ap_node_del(const char* almac) {
     }
 }
 
-int backhaul_ap_list_find(const char* almac) {
+bool backhaul_ap_list_find(const char* almac) {
     const almac_text wanted = almac_cut(almac);
     for (const ap_node* node = runtime.ap_list_head; node != nullptr; node = node->next) {
         if (std::strcmp(node->almac.data(), wanted.data()) == 0) {
-            return 1;
+            return true;
         }
     }
-    return 0;
+    return false;
 }
 
 void backhaul_ap_list_update() {
@@ -157,9 +155,9 @@ void backhaul_ap_list_sync() {
         if (almac == nullptr) {
             continue;
         }
-        const bool listed = backhaul_ap_list_find(almac) == 1;
+        const bool listed = backhaul_ap_list_find(almac);
         if (present && !listed) {
-            backhaul_ap_node_add(almac, 0);
+            backhaul_ap_node_add(almac, ap_source::database);
         } else if (!present && listed) {
             backhaul_ap_node_del(almac);
         }

@@ -6,14 +6,12 @@
 // holds whole lines (written in one go). The rule who is alive is `ap_presence_step`, a function
 // of one database row.
 
-#include <array>
-#include <cstddef>
+#include "topology/topology_db.h"
 
 inline constexpr char AP_LIST_PATH[] = "/tmp/backhaul_ap_list";
-inline constexpr size_t ALMAC_SIZE = 20;
 
 struct ap_node {
-    std::array<char, ALMAC_SIZE> almac;
+    almac_text almac;
     ap_node* next;
 };
 
@@ -30,14 +28,17 @@ bool ap_presence_step(ap_presence& presence, const char* alive, const char* not_
 /// Loads the file at the start of the root loop; each address is logged as joining.
 void backhaul_ap_list_init();
 
-/// Appends a node. `from_file` 1: the file is not rewritten.
-void backhaul_ap_node_add(const char* almac, unsigned char from_file);
+/// Where an address of the list comes from: the file is not rewritten with its own content.
+enum class ap_source { file, database };
+
+/// Appends a node.
+void backhaul_ap_node_add(const char* almac, ap_source source);
 
 /// Removes the first node with that address, if any.
 void backhaul_ap_node_del(const char* almac);
 
-/// Returns 1 when a node with exactly that address is in the list, else 0.
-int backhaul_ap_list_find(const char* almac);
+/// Whether a node with exactly that address is in the list.
+bool backhaul_ap_list_find(const char* almac);
 
 /// Rewrites the file from the list.
 void backhaul_ap_list_update();

@@ -6,7 +6,7 @@
 #include "intf/intf_table.h"
 #include "runtime/runtime_block.h"
 
-root_intf_action root_intf_choose(int32_t type, uint8_t follow_primary, int approved) {
+root_intf_action root_intf_choose(intf_type type, uint8_t follow_primary, int approved) {
     if (type == BACKHAUL_AP) {
         return root_intf_action::enable_if_configured;
     }
@@ -25,11 +25,11 @@ void backhaul_root_intf_init() {
         const root_intf_action action =
             root_intf_choose(record.type, record.follow_primary, approved);
         if (action == root_intf_action::disable) {
-            dev_intf_enable_set(&record, 0);
+            dev_intf_enable_set(&record, INTF_DISABLE);
         } else if (action == root_intf_action::enable_if_configured &&
-                   device_sta_config_exist(&record) == 1) {
-            dev_intf_enable_set(&record, 1);
+                   device_sta_config_exist(&record)) {
+            dev_intf_enable_set(&record, INTF_ENABLE);
         }
     }
-    runtime.approval_changed = 1;
+    runtime.approval_changed = true;
 }

@@ -14,6 +14,6 @@ enum class root_intf_action {
 };
 
 /// Action for an interface, given the number of approved nodes.
-root_intf_action root_intf_choose(int32_t type, uint8_t follow_primary, int approved);
+root_intf_action root_intf_choose(intf_type type, uint8_t follow_primary, int approved);
 
 void backhaul_root_intf_init();

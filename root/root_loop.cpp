@@ -1,8 +1,8 @@
 #include "root/root_loop.h"
 
-#include "device/ap_policy.h"
+#include "device/ap_alive.h"
+#include "device/channel_monitor.h"
 #include "device/companion_ap.h"
-#include "device/system_probe.h"
 #include "msg/msg_send.h"
 #include "root/ap_list.h"
 #include "runtime/runtime_block.h"
@@ -21,11 +21,11 @@ constexpr std::array<root_timer, ROOT_TIMER_COUNT> ROOT_TIMERS{{
     {10, 10, backhaul_ap_list_sync},
     {60, 30,
      [] {
-         ap_alive_chk(1);
+         ap_alive_chk(backhaul_ap_check::always);
      }},
     {5, 5,
      [] {
-         backhaul_send_msg("ImRootAP", ROOT_ANNOUNCE_PORT);
+         backhaul_send_msg(msg_word::root_announcement, ROOT_ANNOUNCE_PORT);
      }},
     {120, 90,
      [] {

@@ -1,5 +1,7 @@
 #include "runtime/file_io.h"
 
+#include "runtime/descriptor.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 #include <array>
@@ -51,9 +53,9 @@ File::~File() {
     }
 }
 
-int file_first_word(FILE* file, std::span<char> out) {
+bool file_first_word(FILE* file, std::span<char> out) {
     int last = EOF;
-    return word_read(file, out, last) > 0 ? 1 : 0;
+    return word_read(file, out, last) > 0;
 }
 
 word_result file_next_word(FILE* file, std::span<char> out) {
@@ -65,13 +67,28 @@ word_result file_next_word(FILE* file, std::span<char> out) {
     return std::ferror(file) != 0 ? word_result::failed : word_result::at_end;
 }
 
-int file_rewrite(const char* path, std::string_view content) {
-    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0) {
-        return -1;
+bool file_next_line(FILE* file, std::span<char> out) {
+    size_t length = 0;
+    int c = std::getc(file);
+    if (c == EOF) {
+        return false;
+    }
+    for (; c != EOF && c != '\n'; c = std::getc(file)) {
+        if (length + 1 < out.size()) {
+            out[length++] = static_cast<char>(c);
+        }
+    }
+    out[length] = '\0';
+    return true;
+}
+
+bool file_rewrite(const char* path, std::string_view content) {
+    const Descriptor file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (!file) {
+        return false;
     }
     while (!content.empty()) {
-        const ssize_t written = write(fd, content.data(), content.size());
+        const ssize_t written = write(file.get(), content.data(), content.size());
         if (written < 0 && errno == EINTR) {
             continue;
         }
@@ -80,10 +97,9 @@ int file_rewrite(const char* path, std::string_view content) {
         }
         content.remove_prefix(static_cast<size_t>(written));
     }
-    close(fd);
-    return 0;
+    return true;
 }
 
-int file_exists(const char* path) {
-    return access(path, F_OK) == 0 ? 1 : 0;
+bool file_exists(const char* path) {
+    return access(path, F_OK) == 0;
 }

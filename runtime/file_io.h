@@ -31,9 +31,8 @@ private:
 };
 
 /// Reads the first word (white-space delimited) of an open stream into `out`, at most
-/// out.size() - 1 characters, always terminated. Returns 1 when a word was read, else 0 with an
-/// empty `out`.
-int file_first_word(FILE* file, std::span<char> out);
+/// out.size() - 1 characters, always terminated. False, with an empty `out`, when there is none.
+bool file_first_word(FILE* file, std::span<char> out);
 
 /// Result of reading one word with "the file must go on after it" semantics.
 enum class word_result {
@@ -47,8 +46,12 @@ enum class word_result {
 word_result file_next_word(FILE* file, std::span<char> out);
 
 /// Writes `content` as the whole of the file at `path` (truncated or created) in one write.
-/// Returns 0, or -1 when it cannot be opened (the file then keeps what it held).
-int file_rewrite(const char* path, std::string_view content);
+/// False when it cannot be opened (the file then keeps what it held).
+bool file_rewrite(const char* path, std::string_view content);
 
-/// Returns 1 when access(path, F_OK) succeeds, else 0.
-int file_exists(const char* path);
+/// Reads the next line of an open stream into `out`, without its line end; what does not fit is
+/// dropped. False at the end of the file.
+bool file_next_line(FILE* file, std::span<char> out);
+
+/// Whether access(path, F_OK) succeeds.
+bool file_exists(const char* path);

@@ -9,14 +9,13 @@ mac_text mac_format(const mac_address& mac) {
     return text;
 }
 
-int bssid_is_zero(const mac_address& mac) {
-    return mac == mac_address{} ? 1 : 0;
+bool bssid_is_zero(const mac_address& mac) {
+    return mac == mac_address{};
 }
 
 int mac_scan(const char* text, mac_address& mac) {
     // The bytes are taken modulo 256 and a partial scan is an answer: the format is the contract.
-    const int scanned = std::sscanf(text,  // NOLINT(cert-err34-c)
-                                    "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac[0], &mac[1], &mac[2],
-                                    &mac[3], &mac[4], &mac[5]);
+    const int scanned = std::sscanf(text, "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx", &mac[0], &mac[1],
+                                    &mac[2], &mac[3], &mac[4], &mac[5]);
     return scanned > 0 ? scanned : 0;
 }

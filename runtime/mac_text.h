@@ -16,8 +16,8 @@ using mac_text = std::array<char, MAC_TEXT_SIZE>;
 /// Six two-digit lower-case hexadecimal bytes joined by colons.
 mac_text mac_format(const mac_address& mac);
 
-/// Returns 1 when all six bytes are 0 (there is no AP), else 0.
-int bssid_is_zero(const mac_address& mac);
+/// Whether all six bytes are 0: there is no AP.
+bool bssid_is_zero(const mac_address& mac);
 
 /// Parses "%hhx:%hhx:%hhx:%hhx:%hhx:%hhx" into `mac`; bytes that do not scan keep their value.
 /// Returns the number of bytes scanned.

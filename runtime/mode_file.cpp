@@ -5,23 +5,23 @@
 
 #include "runtime/file_io.h"
 
-uint8_t mode_role(const char* word, uint8_t current) {
+bool mode_role(const char* word, bool current) {
     if (std::strcmp(word, MODE_MASTER) == 0) {
-        return 1;
+        return true;
     }
     if (std::strcmp(word, MODE_SLAVE) == 0) {
-        return 0;
+        return false;
     }
     return current;
 }
 
-int mode_file_read(std::array<char, MODE_WORD_SIZE>& word) {
+bool mode_file_read(std::array<char, MODE_WORD_SIZE>& word) {
     const File file(MODE_FILE_PATH, "r");
     if (!file) {
-        return -1;
+        return false;
     }
     file_first_word(file.get(), word);
-    return 0;
+    return true;
 }
 
 void mode_file_write(const char* word) {

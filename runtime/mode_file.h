@@ -7,19 +7,19 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 
 inline constexpr char MODE_FILE_PATH[] = "/tmp/backhaul_mode_change";
 inline constexpr char MODE_MASTER[] = "master";
 inline constexpr char MODE_SLAVE[] = "slave";
 inline constexpr size_t MODE_WORD_SIZE = 32;
 
-/// Role after reading `word`: "master" gives 1, "slave" 0, anything else `current`.
-uint8_t mode_role(const char* word, uint8_t current);
+/// Whether the node is a root after reading `word`: "master" says so, "slave" denies it, anything
+/// else leaves `current`.
+bool mode_role(const char* word, bool current);
 
-/// Fills `word` with the file's first word (empty when the file is). Returns 0, or -1 when the
-/// file does not exist or cannot be opened. A last word without a line end counts.
-int mode_file_read(std::array<char, MODE_WORD_SIZE>& word);
+/// Fills `word` with the file's first word (empty when the file is). False when the file
+/// does not exist or cannot be opened. A last word without a line end counts.
+bool mode_file_read(std::array<char, MODE_WORD_SIZE>& word);
 
 /// Writes `word` and a line end; skipped silently when the file cannot be opened.
 void mode_file_write(const char* word);

@@ -19,7 +19,7 @@ template <typename T>
 class Relaxed {
 public:
     constexpr Relaxed() noexcept = default;
-    constexpr Relaxed(T value) noexcept : value_(value) {}  // NOLINT(google-explicit-constructor)
+    constexpr Relaxed(T value) noexcept : value_(value) {}
     Relaxed(const Relaxed& other) noexcept : value_(other.get()) {}
     Relaxed& operator=(const Relaxed& other) noexcept {
         set(other.get());
@@ -33,7 +33,7 @@ public:
 
     operator T() const noexcept {
         return get();
-    }  // NOLINT(google-explicit-constructor)
+    }
     T get() const noexcept {
         return value_.load(std::memory_order_relaxed);
     }

@@ -13,7 +13,8 @@
 // (`backhaul_sock_handle`), timer (`backhaul_timer_monitor`: the main thread of an extender, a
 // thread of its own on a root), announce (`loop_slave_handle`, extender only).
 //
-// Lock order: `state_mutex` before `timer_mutex`, never the reverse. `apply_lock` is a leaf.
+// Lock order: `state_mutex` before `timer_mutex`, never the reverse. `apply_lock` and
+// `intf_table_lock` (the two walks that a scan request makes) are leaves.
 
 #include "runtime/relaxed.h"
 
@@ -25,6 +26,7 @@
 struct intf_record;
 struct ap_node;
 struct event_log_entry;
+struct frequency_list;
 struct sqlite3;
 
 /// Wireless Extensions version assumed when driver events are decoded.
@@ -35,6 +37,9 @@ inline constexpr uint16_t BACKHAUL_MSG_PORT = 36003;
 inline constexpr uint16_t ROOT_ANNOUNCE_PORT = 36002;
 /// Bytes of a dotted IPv4 text with its terminator.
 inline constexpr size_t IP_TEXT_SIZE = 16;
+
+/// `visitor_network_feature` while it is not known.
+inline constexpr int32_t VISITOR_FEATURE_UNKNOWN = -1;
 
 /// Index into `runtime_block::service_ap_enabled` and `companion_reload`.
 enum service_ap_index : uint8_t {
@@ -52,17 +57,18 @@ struct runtime_block {
     /// Kept at -1: the root loop's timers are its own locals.
     int timer_fd = -1;
 
-    /// 1 = root. Written at start-up and by the socket thread just before it ends the worker.
-    Relaxed<uint8_t> master{0};
+    /// This node is the root. Written at start-up and by the socket thread just before it ends the
+    /// worker.
+    Relaxed<bool> master{false};
     /// Option d. Written by the supervisor only.
-    uint8_t backhaul_ap_enable = 0;
+    bool backhaul_ap_enable = false;
     /// Option b, a heap copy handed to `loop_slave_handle`. Written by the supervisor only.
     char* b_arg = nullptr;
     /// Highest descriptor of the socket loop; written by the socket thread only.
     Relaxed<int> max_fd{0};
     /// Set by the socket thread (approval list command) and by the root's start; cleared by the
     /// root loop.
-    Relaxed<uint8_t> approval_changed{0};
+    Relaxed<bool> approval_changed{false};
 
     // The root's list of extenders: root loop thread only.
     ap_node* ap_list_head = nullptr;
@@ -72,16 +78,16 @@ struct runtime_block {
     // Link bookkeeping of the extender: written under `state_mutex` by the dispatcher's callees,
     // and without it by the Ethernet detection (socket thread) and the slave start (main thread).
     Relaxed<int32_t> backhaul_sta_num{0};
-    /// 1 once the slave start has classified the interfaces (main thread).
-    Relaxed<uint8_t> intf_init_done{0};
+    /// Set once the slave start has classified the interfaces (main thread).
+    Relaxed<bool> intf_init_done{false};
     Relaxed<intf_record*> backup_backhaul_sta{nullptr};
     /// Never changes after the slave start.
     Relaxed<intf_record*> best_backhaul_sta{nullptr};
 
-    /// 1 while a wired backhaul is present (socket thread).
-    Relaxed<uint8_t> eth_backhaul_active{0};
-    /// 1 once a station was found without configuration; never cleared (dispatcher).
-    Relaxed<uint8_t> sta_unconfigured{0};
+    /// Set while a wired backhaul is present (socket thread).
+    Relaxed<bool> eth_backhaul_active{false};
+    /// Set once a station was found without configuration; never cleared (dispatcher).
+    Relaxed<bool> sta_unconfigured{false};
 
     /// Address of the root last heard; written by the announce thread only, read by senders.
     RelaxedText<IP_TEXT_SIZE> rootap_ip;
@@ -102,18 +108,25 @@ struct runtime_block {
     std::atomic<intf_record*> intf_table{nullptr};
     std::atomic<int32_t> intf_num{0};
 
-    /// Per service AP (main, guest, visitor): 1 when the reference interface was not disabled at
+    /// Per service AP (main, guest, visitor): whether the reference interface was not disabled at
     /// the last enable. `dev_intf_enable_set` on any thread, the root's configuration check.
-    std::array<Relaxed<uint8_t>, 3> service_ap_enabled{};
+    std::array<Relaxed<bool>, 3> service_ap_enabled{};
     /// Companions "ath22" and "ath23" to be reloaded at the next check; root loop thread only.
-    std::array<uint8_t, 2> companion_reload{};
+    std::array<bool, 2> companion_reload{};
 
-    /// 1 once this node may broadcast: set at start-up on a root, by the socket thread on an
+    /// Set once this node may broadcast: set at start-up on a root, by the socket thread on an
     /// extender; never cleared.
-    Relaxed<uint8_t> backhaul_valid{0};
+    Relaxed<bool> backhaul_valid{false};
 
-    /// Topology database; set at start-up, used by every thread (SQLite serialises it).
+    /// Topology database and the memory of its connection, which is never closed; set at start-up,
+    /// used by every thread (SQLite serialises it).
     sqlite3* db = nullptr;
+    void* db_lookaside = nullptr;
+
+    /// What the system tool says of the visitor network, once it has told; timer thread.
+    Relaxed<int32_t> visitor_network_feature{VISITOR_FEATURE_UNKNOWN};
+    /// The radio's channels, once it has told any; timer thread.
+    frequency_list* dfs_channel_cache = nullptr;
 
     // Statically initialised and never initialised again: the socket thread may be inside the
     // dispatcher before the slave start, and a root never runs the slave start.
@@ -121,12 +134,13 @@ struct runtime_block {
     pthread_cond_t timer_cond = PTHREAD_COND_INITIALIZER;
     pthread_mutex_t state_mutex = PTHREAD_MUTEX_INITIALIZER;
     pthread_mutex_t apply_lock = PTHREAD_MUTEX_INITIALIZER;
+    pthread_mutex_t intf_table_lock = PTHREAD_MUTEX_INITIALIZER;
 
     // Settings of the command line and of the start hint; written by the supervisor only.
     uint8_t max_disconnect = 3;
     uint8_t loop_disconnect = 10;
     uint8_t ready_decay = 5;
-    uint8_t intf_init = 1;
+    bool intf_init = true;
 };
 
 extern runtime_block runtime;

@@ -1,8 +1,8 @@
+#include "runtime/thread_start.h"
+
 #include <pthread.h>
 
 #include <cstddef>
-
-#include "runtime/worker.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
+#include "runtime/worker_end.h"
+
 #include <unistd.h>
 
 #include <cstdio>
-
-#include "runtime/worker.h"
 
 #ifdef BACKHAUL_COVERAGE
 extern "C" void __gcov_dump(void);

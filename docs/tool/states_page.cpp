@@ -11,7 +11,7 @@ namespace {
 
 /// What the table cannot tell: one sentence for each state.
 struct state_note {
-    int32_t state;
+    link_state state;
     const char* meaning;
 };
 
@@ -33,13 +33,13 @@ constexpr state_note STATE_NOTES[] = {
     {ETH_BACKHAUL_STANDBY, "Station parked because the uplink is carried elsewhere."},
 };
 
-const char* timer_word(link_timer_action action) {
-    return action == link_timer_action::arm ? "arm" : "clear";
+const char* timer_word(timer_switch timer) {
+    return timer == TIMER_ON ? "arm" : "clear";
 }
 
-void limit_print(int32_t state) {
-    const timeout_limit one = timeout_limit_get(state, 1);
-    const timeout_limit two = timeout_limit_get(state, 2);
+void limit_print(link_state state) {
+    const timeout_limit one = timeout_limit_get(static_cast<link_state>(state), 1);
+    const timeout_limit two = timeout_limit_get(static_cast<link_state>(state), 2);
     if (!one.checked) {
         printf("none");
     } else if (one.seconds != two.seconds) {
@@ -52,7 +52,7 @@ void limit_print(int32_t state) {
 void states_print() {
     printf("| Value | State | Acts when more than | Meaning |\n|---|---|---|---|\n");
     for (const state_note& note : STATE_NOTES) {
-        printf("| %d | %s | ", note.state, link_state_name(note.state));
+        printf("| %d | %s | ", note.state, link_state_name(static_cast<link_state>(note.state)));
         limit_print(note.state);
         printf(" | %s |\n", note.meaning);
     }
@@ -77,13 +77,14 @@ bool state_has_way_out(int32_t state) {
     return false;
 }
 
-void matrix_row_print(int32_t current) {
-    printf("| %d %s |", current, link_state_name(current));
+void matrix_row_print(link_state current) {
+    printf("| %d %s |", current, link_state_name(static_cast<link_state>(current)));
     for (int32_t requested = 0; requested < LINK_STATE_COUNT; ++requested) {
         if (!state_is_requested(requested)) {
             continue;
         }
-        const link_transition* const row = link_transition_find(current, requested);
+        const link_transition* const row = link_transition_find(static_cast<link_state>(current),
+                                                                static_cast<link_state>(requested));
         if (row == nullptr) {
             printf(" - |");
         } else if (row->current == row->requested) {
@@ -111,7 +112,7 @@ void matrix_print() {
     printf("\n");
     for (int32_t current = 0; current < LINK_STATE_COUNT; ++current) {
         if (state_has_way_out(current)) {
-            matrix_row_print(current);
+            matrix_row_print(static_cast<link_state>(current));
         }
     }
 }
@@ -149,7 +150,8 @@ void drawing_print() {
         if (!state_has_way_out(note.state)) {
             continue;
         }
-        printf("    s%d [label=\"%d %s\\n", note.state, note.state, link_state_name(note.state));
+        printf("    s%d [label=\"%d %s\\n", note.state, note.state,
+               link_state_name(static_cast<link_state>(note.state)));
         limit_print(note.state);
         printf("\"];\n");
     }

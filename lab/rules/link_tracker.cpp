@@ -131,8 +131,9 @@ void state_changed(LinkTracker* tracker, const StateChangeLine& line, std::int64
                                       ", but by the transition table in " +
                                       std::to_string(link->state)});
     }
-    const link_transition* const row = link_transition_find(line.from, line.requested);
-    const std::int32_t state = row == nullptr ? line.from : row->requested;
+    const link_transition* const row = link_transition_find(
+        static_cast<link_state>(line.from), static_cast<link_state>(line.requested));
+    const std::int32_t state = row == nullptr ? line.from : std::int32_t{row->requested};
     if (line.from == CONNECT_PENDING && state == CONNECTING_BACKHAUL_AP) {
         news->releases.push_back(
             {link->interface, time,
@@ -147,7 +148,7 @@ void state_changed(LinkTracker* tracker, const StateChangeLine& line, std::int64
         link->also.clear();
     }
     if (row != nullptr) {
-        link->is_armed = row->timer == link_timer_action::arm;
+        link->is_armed = row->timer == TIMER_ON;
         link->armed_at = time;
     }
     if (state == BACKHAUL_READY || state == ETH_BACKHAUL_READY) {

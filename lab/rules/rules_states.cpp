@@ -35,7 +35,7 @@ std::string late_reason(const Look& look, const TrackedLink& link) {
 }
 
 void limit_check(const Look& look, const TrackedLink& link) {
-    const timeout_limit limit = timeout_limit_get(link.state, 0);
+    const timeout_limit limit = timeout_limit_get(static_cast<link_state>(link.state), 0);
     const bool limited =
         link.is_known && limit.checked && (state_must_pass(link.state) || link.state == INIT);
     const bool late = limited && link.is_armed && look.time - link.armed_at > limit.seconds;

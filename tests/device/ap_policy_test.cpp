@@ -1,6 +1,9 @@
 // Keeping the service APs up and in step.
 
-#include "device/ap_policy.h"
+#include "device/ap_alive.h"
+#include "device/ap_settings_reload.h"
+#include "device/association.h"
+#include "device/hyd.h"
 
 #include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"
@@ -71,7 +74,7 @@ TEST_F(ApPolicy, clears_the_radar_count_of_every_interface_at_a_reload) {
                                        static_cast<size_t>(runtime.intf_num.load()));
     for (intf_record& record : table) {
         record.dfs_count = 3;
-        record.state = 5;
+        record.state = CONNECTING_TARGET_BACKHAUL_AP;
     }
     device_reload_ap_settings();
     for (const intf_record& record : table) {
@@ -99,7 +102,7 @@ TEST_F(ApPolicy, applies_each_service_ap_that_is_not_alive) {
     for (const char* const name : {"ath10", "ath20", "ath1", "ath14"}) {
         bss_down(name);
     }
-    ap_alive_chk(0);
+    ap_alive_chk(backhaul_ap_check::with_option_d);
     EXPECT_THAT(
         journal(),
         ElementsAre("$ uci get wireless.ath10.disabled", "$ iwconfig ath10 | grep Not-Associated",
@@ -113,7 +116,7 @@ TEST_F(ApPolicy, applies_each_service_ap_that_is_not_alive) {
 TEST_F(ApPolicy, checks_backhaul_aps_too_when_forced) {
     intf_add("ath20", BACKHAUL_AP, BAND_5G);
     bss_down("ath20");
-    ap_alive_chk(1);
+    ap_alive_chk(backhaul_ap_check::always);
     EXPECT_THAT(journal(), ElementsAre("$ uci get wireless.ath20.disabled",
                                        "$ iwconfig ath20 | grep Not-Associated",
                                        "ap_alive_chk(not alive) : reload ath20", APPLY));
@@ -123,7 +126,7 @@ TEST_F(ApPolicy, checks_backhaul_aps_too_with_option_d) {
     runtime.backhaul_ap_enable = 1;
     intf_add("ath20", BACKHAUL_AP, BAND_5G);
     bss_down("ath20");
-    ap_alive_chk(0);
+    ap_alive_chk(backhaul_ap_check::with_option_d);
     EXPECT_EQ(harness::flow_log_lines(),
               std::vector<std::string>{"ap_alive_chk(not alive) : reload ath20"});
 }
@@ -131,15 +134,15 @@ TEST_F(ApPolicy, checks_backhaul_aps_too_with_option_d) {
 TEST_F(ApPolicy, leaves_backhaul_aps_alone_when_neither_forced_nor_optioned) {
     intf_add("ath20", BACKHAUL_AP, BAND_5G);
     bss_down("ath20");
-    ap_alive_chk(0);
-    ap_alive_chk(2);
+    ap_alive_chk(backhaul_ap_check::with_option_d);
+    ap_alive_chk(static_cast<backhaul_ap_check>(2));
     EXPECT_THAT(journal(), IsEmpty());
 }
 
 TEST_F(ApPolicy, applies_nothing_while_every_ap_is_alive) {
     intf_add("ath10", MAIN_SERVICE_AP, BAND_5G);
     lab::wifi_mode_set("", "ath10", "Master");
-    ap_alive_chk(0);
+    ap_alive_chk(backhaul_ap_check::with_option_d);
     EXPECT_THAT(journal(), ElementsAre("$ uci get wireless.ath10.disabled",
                                        "$ iwconfig ath10 | grep Not-Associated"));
 }
@@ -148,7 +151,7 @@ TEST_F(ApPolicy, never_applies_an_ap_that_is_disabled_on_purpose) {
     intf_add("ath10", MAIN_SERVICE_AP, BAND_5G);
     bss_down("ath10");
     uci_put("ath10.disabled", "1");
-    ap_alive_chk(1);
+    ap_alive_chk(backhaul_ap_check::always);
     EXPECT_THAT(journal(), ElementsAre("$ uci get wireless.ath10.disabled"));
 }
 
@@ -158,7 +161,7 @@ TEST_F(ApPolicy, applies_an_ap_that_stays_dead_again_at_each_check) {
     for (int check = 0; check < 3; ++check) {
         // The restart before did not help.
         bss_down("ath10");
-        ap_alive_chk(check == 1 ? 1 : 0);
+        ap_alive_chk(check == 1 ? backhaul_ap_check::always : backhaul_ap_check::with_option_d);
         expected.insert(expected.end(), {"$ uci get wireless.ath10.disabled",
                                          "$ iwconfig ath10 | grep Not-Associated",
                                          "ap_alive_chk(not alive) : reload ath10", APPLY});

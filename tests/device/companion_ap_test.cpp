@@ -106,9 +106,9 @@ TEST_F(CompanionAp, offers_each_disabled_companion_when_an_approved_node_is_of_t
 
 TEST_F(CompanionAp, skips_a_companion_that_the_table_lacks) {
     runtime.intf_num = 1;
-    device_5g_high_ap_set(2);
+    device_5g_high_ap_set(INTF_DISABLE);
     EXPECT_THAT(journal(),
-                ElementsAre("device_5g_high_ap_set : config 2", "$ uci set wireless.ath23.hidden=1",
+                ElementsAre("device_5g_high_ap_set : config 0", "$ uci set wireless.ath23.hidden=1",
                             COMMIT, "$ uci get wireless.ath23.disabled",
                             "$ uci set wireless.ath23.disabled=1", COMMIT, APPLY));
 }
@@ -155,10 +155,10 @@ protected:
         return std::string("device_wifi_config_check : reload ") + with().companion + " " +
                std::to_string(enabled);
     }
-    Relaxed<uint8_t>& enabled() const {
+    Relaxed<bool>& enabled() const {
         return runtime.service_ap_enabled[with().flag];
     }
-    uint8_t& reload() const {
+    bool& reload() const {
         return runtime.companion_reload[with().flag];
     }
 };

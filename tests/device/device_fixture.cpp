@@ -1,13 +1,13 @@
 #include "tests/device/device_fixture.h"
 
-#include "device/station_info.h"
 #include "lab/tools/state_layout.h"
+#include "runtime/runtime_block.h"
 
 #include <unistd.h>
 
 void DeviceTest::SetUp() {
     harness::TableTest::SetUp();
-    visitor_network_feature = VISITOR_FEATURE_UNKNOWN;
+    runtime.visitor_network_feature = VISITOR_FEATURE_UNKNOWN;
 }
 
 intf_record* DeviceTest::intf_add(const char* name, int32_t type, uint8_t band,

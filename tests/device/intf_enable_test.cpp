@@ -1,6 +1,7 @@
 // Enabling and disabling access points.
 
 #include "device/intf_enable.h"
+#include "device/service_ap.h"
 
 #include "runtime/runtime_block.h"
 #include "tests/device/device_fixture.h"
@@ -22,7 +23,8 @@ protected:
 
 TEST_F(IntfEnable, enables_and_applies_a_backhaul_ap_whatever_the_configuration_says) {
     uci_put("ath20.disabled", "1");
-    dev_intf_enable_set(intf_add("ath20", BACKHAUL_AP, BAND_5G, 1), 1);
+    dev_intf_enable_set(intf_add("ath20", BACKHAUL_AP, BAND_5G, 1),
+                        static_cast<intf_switch>(INTF_ENABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : enable ath20",
                                        "$ uci set wireless.ath20.disabled=0", COMMIT, APPLY));
     EXPECT_EQ(uci_value("ath20.disabled"), "0");
@@ -30,22 +32,16 @@ TEST_F(IntfEnable, enables_and_applies_a_backhaul_ap_whatever_the_configuration_
 
 TEST_F(IntfEnable, disables_and_applies_a_backhaul_ap_although_it_is_disabled) {
     uci_put("ath20.disabled", "1");
-    dev_intf_enable_set(intf_add("ath20", BACKHAUL_AP, BAND_5G), 0);
+    dev_intf_enable_set(intf_add("ath20", BACKHAUL_AP, BAND_5G),
+                        static_cast<intf_switch>(INTF_DISABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : disable ath20",
                                        "$ uci set wireless.ath20.disabled=1", COMMIT, APPLY));
 }
 
-TEST_F(IntfEnable, takes_every_value_but_one_for_a_disable) {
-    for (const uint8_t enable : {uint8_t{0}, uint8_t{2}, uint8_t{255}}) {
-        dev_intf_enable_set(intf_add("ath20", BACKHAUL_AP, BAND_5G), enable);
-        EXPECT_EQ(uci_value("ath20.disabled"), "1") << int{enable};
-    }
-    EXPECT_THAT(harness::flow_log_lines(), testing::Each("dev_intf_enable_set : disable ath20"));
-}
-
 TEST_F(IntfEnable, applies_an_independent_service_ap_that_is_not_disabled) {
     uci_put("ath1.disabled", "0");
-    dev_intf_enable_set(intf_add("ath1", GUEST_SERVICE_AP, BAND_24G), 1);
+    dev_intf_enable_set(intf_add("ath1", GUEST_SERVICE_AP, BAND_24G),
+                        static_cast<intf_switch>(INTF_ENABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : enable ath1",
                                        "$ uci get wireless.ath1.disabled", APPLY));
     EXPECT_EQ(enabled_flags(), (std::array<int, 3>{0, 0, 0}));
@@ -53,14 +49,16 @@ TEST_F(IntfEnable, applies_an_independent_service_ap_that_is_not_disabled) {
 
 TEST_F(IntfEnable, leaves_an_independent_service_ap_alone_that_is_disabled) {
     uci_put("ath1.disabled", "1");
-    dev_intf_enable_set(intf_add("ath1", GUEST_SERVICE_AP, BAND_24G), 1);
+    dev_intf_enable_set(intf_add("ath1", GUEST_SERVICE_AP, BAND_24G),
+                        static_cast<intf_switch>(INTF_ENABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : enable ath1",
                                        "$ uci get wireless.ath1.disabled"));
     EXPECT_EQ(uci_value("ath1.disabled"), "1");
 }
 
 TEST_F(IntfEnable, leaves_an_independent_service_ap_alone_without_the_option) {
-    dev_intf_enable_set(intf_add("ath1", GUEST_SERVICE_AP, BAND_24G), 1);
+    dev_intf_enable_set(intf_add("ath1", GUEST_SERVICE_AP, BAND_24G),
+                        static_cast<intf_switch>(INTF_ENABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : enable ath1",
                                        "$ uci get wireless.ath1.disabled"));
 }
@@ -88,7 +86,8 @@ TEST_P(IntfFollow, copies_an_enabled_primary_notes_it_and_applies) {
     const std::string name = reference.name;
     uci_put(name + ".disabled", "0");
     uci_put("ath5.disabled", "1");
-    dev_intf_enable_set(intf_add("ath5", reference.type, BAND_24G, 1), 1);
+    dev_intf_enable_set(intf_add("ath5", reference.type, BAND_24G, 1),
+                        static_cast<intf_switch>(INTF_ENABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : enable ath5",
                                        "$ uci get wireless." + name + ".disabled",
                                        "$ uci set wireless.ath5.disabled=0", COMMIT, APPLY));
@@ -100,10 +99,11 @@ TEST_P(IntfFollow, copies_a_disabled_primary_notes_it_and_does_not_apply) {
     const std::string name = reference.name;
     uci_put(name + ".disabled", "1");
     uci_put("ath5.disabled", "0");
-    for (Relaxed<uint8_t>& enabled : runtime.service_ap_enabled) {
+    for (Relaxed<bool>& enabled : runtime.service_ap_enabled) {
         enabled = 1;
     }
-    dev_intf_enable_set(intf_add("ath5", reference.type, BAND_24G, 7), 1);
+    dev_intf_enable_set(intf_add("ath5", reference.type, BAND_24G, 7),
+                        static_cast<intf_switch>(INTF_ENABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : enable ath5",
                                        "$ uci get wireless." + name + ".disabled",
                                        "$ uci set wireless.ath5.disabled=1", COMMIT));
@@ -117,7 +117,8 @@ INSTANTIATE_TEST_SUITE_P(Types, IntfFollow, testing::ValuesIn(REFERENCES));
 
 TEST_F(IntfEnable, copies_the_empty_value_of_a_primary_that_is_not_configured) {
     runtime.service_ap_enabled[0] = 1;
-    dev_intf_enable_set(intf_add("ath0", MAIN_SERVICE_AP, BAND_24G, 1), 1);
+    dev_intf_enable_set(intf_add("ath0", MAIN_SERVICE_AP, BAND_24G, 1),
+                        static_cast<intf_switch>(INTF_ENABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : enable ath0",
                                        "$ uci get wireless.ath10.disabled",
                                        "$ uci set wireless.ath0.disabled=", COMMIT));
@@ -126,7 +127,8 @@ TEST_F(IntfEnable, copies_the_empty_value_of_a_primary_that_is_not_configured) {
 
 TEST_F(IntfEnable, copies_at_most_seven_characters) {
     uci_put("ath10.disabled", "0000000000");
-    dev_intf_enable_set(intf_add("ath0", MAIN_SERVICE_AP, BAND_24G, 1), 1);
+    dev_intf_enable_set(intf_add("ath0", MAIN_SERVICE_AP, BAND_24G, 1),
+                        static_cast<intf_switch>(INTF_ENABLE));
     EXPECT_EQ(journal().at(2), "$ uci set wireless.ath0.disabled=0000000");
     EXPECT_EQ(journal().size(), 4U);
 }
@@ -134,7 +136,8 @@ TEST_F(IntfEnable, copies_at_most_seven_characters) {
 TEST_F(IntfEnable, reads_nothing_for_another_type_that_follows) {
     for (const int32_t type : {PRE_DEF_AP, ETHERNET, AP_TIMER_INTF, INTF_TYPE_OTHER}) {
         harness::take_lines();
-        dev_intf_enable_set(intf_add("ath7", type, BAND_24G, 1), 1);
+        dev_intf_enable_set(intf_add("ath7", type, BAND_24G, 1),
+                            static_cast<intf_switch>(INTF_ENABLE));
         EXPECT_THAT(harness::take_lines(), testing::IsEmpty()) << type;
     }
     EXPECT_THAT(harness::flow_log_lines(), testing::Each("dev_intf_enable_set : enable ath7"));
@@ -143,14 +146,16 @@ TEST_F(IntfEnable, reads_nothing_for_another_type_that_follows) {
 
 TEST_F(IntfEnable, honours_the_own_option_of_another_type_that_does_not_follow) {
     uci_put("ath7.disabled", "0");
-    dev_intf_enable_set(intf_add("ath7", AP_TIMER_INTF, BAND_24G), 1);
+    dev_intf_enable_set(intf_add("ath7", AP_TIMER_INTF, BAND_24G),
+                        static_cast<intf_switch>(INTF_ENABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : enable ath7",
                                        "$ uci get wireless.ath7.disabled", APPLY));
 }
 
 TEST_F(IntfEnable, disables_and_applies_a_service_ap_that_is_enabled) {
     uci_put("ath0.disabled", "0");
-    dev_intf_enable_set(intf_add("ath0", MAIN_SERVICE_AP, BAND_24G, 1), 0);
+    dev_intf_enable_set(intf_add("ath0", MAIN_SERVICE_AP, BAND_24G, 1),
+                        static_cast<intf_switch>(INTF_DISABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : disable ath0",
                                        "$ uci get wireless.ath0.disabled",
                                        "$ uci set wireless.ath0.disabled=1", COMMIT, APPLY));
@@ -159,13 +164,15 @@ TEST_F(IntfEnable, disables_and_applies_a_service_ap_that_is_enabled) {
 
 TEST_F(IntfEnable, does_not_apply_a_service_ap_that_is_disabled_already) {
     uci_put("ath0.disabled", "1");
-    dev_intf_enable_set(intf_add("ath0", MAIN_SERVICE_AP, BAND_24G), 0);
+    dev_intf_enable_set(intf_add("ath0", MAIN_SERVICE_AP, BAND_24G),
+                        static_cast<intf_switch>(INTF_DISABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : disable ath0",
                                        "$ uci get wireless.ath0.disabled"));
 }
 
 TEST_F(IntfEnable, does_not_disable_a_service_ap_without_the_option) {
-    dev_intf_enable_set(intf_add("ath0", MAIN_SERVICE_AP, BAND_24G), 0);
+    dev_intf_enable_set(intf_add("ath0", MAIN_SERVICE_AP, BAND_24G),
+                        static_cast<intf_switch>(INTF_DISABLE));
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : disable ath0",
                                        "$ uci get wireless.ath0.disabled"));
     EXPECT_EQ(uci_value("ath0.disabled"), "");

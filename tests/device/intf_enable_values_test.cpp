@@ -14,7 +14,7 @@ TEST(ReferenceIntf, names_the_primary_of_each_service_ap_type) {
 
 TEST(ReferenceIntf, is_none_for_every_other_type) {
     for (const int32_t type : {3, 4, 5, 6, 7, 8, 9, -1}) {
-        EXPECT_EQ(reference_intf_name(type), nullptr) << type;
+        EXPECT_EQ(reference_intf_name(static_cast<intf_type>(type)), nullptr) << type;
     }
 }
 

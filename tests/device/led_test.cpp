@@ -53,7 +53,7 @@ TEST_F(Led, shows_the_same_pattern_again_when_asked_again) {
 TEST_F(Led, runs_and_logs_nothing_while_the_led_is_left_alone) {
     device_led_control(LED_DISCONNECTED, 1);
     device_led_control(LED_CONNECTED, 2);
-    device_led_control(4, 0);
+    device_led_control(static_cast<led_state>(4), 0);
     EXPECT_THAT(journal(), IsEmpty());
 }
 

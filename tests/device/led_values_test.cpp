@@ -10,7 +10,7 @@
 namespace {
 
 std::string pattern(int state, int32_t backhaul_sta_num) {
-    const char* const word = led_pattern_choose(state, backhaul_sta_num);
+    const char* const word = led_pattern_choose(static_cast<led_state>(state), backhaul_sta_num);
     return word != nullptr ? word : "-";
 }
 

@@ -62,7 +62,7 @@ protected:
 };
 
 TEST_F(StationEnable, configures_the_radio_then_attaches_to_the_supplicant) {
-    dev_intf_enable_set(station_, 1);
+    dev_intf_enable_set(station_, INTF_ENABLE);
     EXPECT_THAT(journal(), ElementsAreArray(PROLOGUE + CONF_READ + Lines{ADD, STATUS}));
     EXPECT_EQ(uci_value("ath0.disabled"), "0");
     EXPECT_EQ(file_text("/tmp/WirelessDev"), "wifi1");
@@ -74,7 +74,7 @@ TEST_F(StationEnable, configures_the_radio_then_attaches_to_the_supplicant) {
 }
 
 TEST_F(StationEnable, gives_the_supplicant_tool_one_empty_word) {
-    dev_intf_enable_set(station_, 1);
+    dev_intf_enable_set(station_, INTF_ENABLE);
     std::vector<std::string> words;
     for (const lab::CallRecord& call : lab::call_records("")) {
         if (call.tool == "wpa_cli" && call.words.at(2) == "interface_add") {
@@ -88,7 +88,7 @@ TEST_F(StationEnable, gives_the_supplicant_tool_one_empty_word) {
 
 TEST_F(StationEnable, boots_the_supplicant_and_waits_a_second_when_none_runs) {
     lab::supplicant_pid_file_remove("");
-    dev_intf_enable_set(station_, 1);
+    dev_intf_enable_set(station_, INTF_ENABLE);
     EXPECT_THAT(journal(),
                 ElementsAreArray(PROLOGUE + Lines{BOOT} + CONF_READ + Lines{ADD, STATUS}));
     EXPECT_EQ(clock_now(), START_TIME + 1);
@@ -97,7 +97,7 @@ TEST_F(StationEnable, boots_the_supplicant_and_waits_a_second_when_none_runs) {
 TEST_F(StationEnable, boots_no_second_supplicant_when_the_pid_file_cannot_be_opened) {
     lab::supplicant_pid_file_remove("");
     ASSERT_EQ(mknod(SUPPLICANT_PID_PATH, S_IFSOCK | 0600, 0), 0);
-    dev_intf_enable_set(station_, 1);
+    dev_intf_enable_set(station_, INTF_ENABLE);
     EXPECT_THAT(journal(), ElementsAreArray(PROLOGUE + CONF_READ + Lines{ADD, STATUS}));
     unlink(SUPPLICANT_PID_PATH);
 }
@@ -106,7 +106,7 @@ TEST_F(StationEnable, removes_logs_and_tries_again_for_each_fail_answer) {
     for (int i = 0; i < 3; ++i) {
         lab::answer_push("", "wpa_cli.interface_add", "FAIL\n");
     }
-    dev_intf_enable_set(station_, 1);
+    dev_intf_enable_set(station_, INTF_ENABLE);
     const Lines failed = CONF_READ + Lines{ADD, REMOVE, FAIL_LOG};
     EXPECT_THAT(journal(), ElementsAreArray(PROLOGUE + failed + failed + failed + CONF_READ +
                                             Lines{ADD, STATUS}));
@@ -117,7 +117,7 @@ TEST_F(StationEnable, boots_before_each_try_while_the_supplicant_stays_away) {
     lab::supplicant_pid_file_remove("");
     lab::supplicant_boot_set("", lab::SupplicantBoot::NO_FILE);
     lab::answer_push("", "wpa_cli.interface_add", "FAIL\n");
-    dev_intf_enable_set(station_, 1);
+    dev_intf_enable_set(station_, INTF_ENABLE);
     EXPECT_THAT(journal(), ElementsAreArray(PROLOGUE + Lines{BOOT} + CONF_READ +
                                             Lines{ADD, REMOVE, FAIL_LOG, BOOT} + CONF_READ +
                                             Lines{ADD, STATUS}));
@@ -127,7 +127,7 @@ TEST_F(StationEnable, boots_before_each_try_while_the_supplicant_stays_away) {
 TEST_F(StationEnable, logs_removes_and_tries_again_while_the_interface_is_disabled) {
     lab::answer_push("", "wpa_cli.status", "wpa_state=INTERFACE_DISABLED\n");
     lab::answer_push("", "wpa_cli.status", "wpa_state=INTERFACE_DISABLED\n");
-    dev_intf_enable_set(station_, 1);
+    dev_intf_enable_set(station_, INTF_ENABLE);
     const Lines disabled = CONF_READ + Lines{ADD, STATUS, DISABLED_LOG, REMOVE};
     EXPECT_THAT(journal(),
                 ElementsAreArray(PROLOGUE + disabled + disabled + CONF_READ + Lines{ADD, STATUS}));
@@ -136,14 +136,14 @@ TEST_F(StationEnable, logs_removes_and_tries_again_while_the_interface_is_disabl
 
 TEST_F(StationEnable, goes_on_to_the_state_when_there_is_no_answer_file) {
     ASSERT_EQ(symlink("/tmp/no/such/folder/file", WPA_RESULT_PATH), 0);
-    dev_intf_enable_set(station_, 1);
+    dev_intf_enable_set(station_, INTF_ENABLE);
     EXPECT_THAT(journal(), ElementsAreArray(PROLOGUE + CONF_READ + Lines{ADD, STATUS}));
 }
 
 TEST_F(StationEnable, takes_an_empty_answer_after_a_fail_for_no_fail) {
     lab::answer_push("", "wpa_cli.interface_add", "FAIL\n");
     lab::answer_push("", "wpa_cli.interface_add", "\n");
-    dev_intf_enable_set(station_, 1);
+    dev_intf_enable_set(station_, INTF_ENABLE);
     EXPECT_THAT(journal(), ElementsAreArray(PROLOGUE + CONF_READ + Lines{ADD, REMOVE, FAIL_LOG} +
                                             CONF_READ + Lines{ADD, STATUS}));
 }
@@ -152,7 +152,7 @@ TEST_F(StationEnable, takes_only_the_exact_word_for_a_fail) {
     for (const char* const word : {"FAIL-BUSY\n", "fail\n", "OK FAIL\n"}) {
         harness::take_lines();
         lab::answer_push("", "wpa_cli.interface_add", word);
-        dev_intf_enable_set(station_, 1);
+        dev_intf_enable_set(station_, INTF_ENABLE);
         EXPECT_THAT(harness::take_lines(), testing::Not(testing::Contains(REMOVE + 2))) << word;
     }
 }
@@ -164,7 +164,7 @@ TEST_F(StationEnable, reads_the_configuration_anew_for_each_try) {
     lab::answer_push("", "uci.get.wireless.ath0.ssid", "mesh\n");
     lab::answer_push("", "uci.get.wireless.ath0.ssid", "renamed\n");
     lab::gate_open("", "change");
-    dev_intf_enable_set(station_, 1);
+    dev_intf_enable_set(station_, INTF_ENABLE);
     EXPECT_THAT(file_text("/tmp/wpa_supplicant-ath0.conf"), testing::HasSubstr("\"renamed\""));
 }
 
@@ -180,7 +180,7 @@ TEST_F(StationEnable, attaches_a_station_with_the_longest_name_whole) {
 }
 
 TEST_F(StationEnable, detaches_then_disables_and_applies) {
-    dev_intf_enable_set(station_, 0);
+    dev_intf_enable_set(station_, INTF_DISABLE);
     EXPECT_THAT(journal(), ElementsAre("dev_intf_enable_set : disable ath0", REMOVE,
                                        "$ uci set wireless.ath0.disabled=1", COMMIT, APPLY));
     EXPECT_EQ(uci_value("ath0.disabled"), "1");
@@ -188,7 +188,7 @@ TEST_F(StationEnable, detaches_then_disables_and_applies) {
 
 TEST_F(StationEnable, detaches_although_no_supplicant_runs) {
     lab::supplicant_pid_file_remove("");
-    dev_intf_enable_set(station_, 0);
+    dev_intf_enable_set(station_, INTF_DISABLE);
     EXPECT_EQ(journal().at(1), REMOVE);
 }
 

@@ -1,6 +1,8 @@
 // The upstream address in a line of iwconfig, and which interfaces are looked for.
 
-#include "device/station_info.h"
+#include "device/association.h"
+#include "device/first_mac.h"
+#include "device/intf_existence.h"
 
 #include <gtest/gtest.h>
 
@@ -53,7 +55,8 @@ TEST(AccessPointLine, takes_only_the_first_31_characters_of_the_address) {
 TEST(IntfExistence, always_probes_main_and_guest_and_backhaul_interfaces) {
     for (const int32_t feature : {-1, 0, 1, 2}) {
         for (const int32_t type : {MAIN_SERVICE_AP, GUEST_SERVICE_AP, BACKHAUL_STA, BACKHAUL_AP}) {
-            EXPECT_TRUE(intf_existence_probed(type, feature)) << type << " at " << feature;
+            EXPECT_TRUE(intf_existence_probed(static_cast<intf_type>(type), feature))
+                << type << " at " << feature;
         }
     }
 }
@@ -67,7 +70,7 @@ TEST(IntfExistence, probes_visitor_interfaces_only_while_the_visitor_network_is_
 
 TEST(IntfExistence, never_probes_another_type) {
     for (const int32_t type : {5, 6, 7, 8, -1}) {
-        EXPECT_FALSE(intf_existence_probed(type, 2)) << type;
+        EXPECT_FALSE(intf_existence_probed(static_cast<intf_type>(type), 2)) << type;
     }
 }
 

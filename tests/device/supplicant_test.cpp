@@ -1,6 +1,7 @@
 // The station side: configuration file, state, and joining, leaving and coming back.
 
 #include "device/supplicant.h"
+#include "device/station_link.h"
 
 #include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"

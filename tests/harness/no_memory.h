@@ -1,6 +1,5 @@
 // Memory that is refused: link `test_no_memory`, and for as long as a NoMemory lives its thread
-// gets none from malloc(), calloc() and new (std::nothrow). The ordinary `new` of the test itself
-// and what shared libraries ask for stay granted.
+// gets none from calloc(), which heap_make() and nothing else of the daemon calls.
 #pragma once
 
 namespace harness {

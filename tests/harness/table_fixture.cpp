@@ -2,7 +2,6 @@
 
 #include "lab/tools/record.h"
 #include "lab/tools/state_layout.h"
-#include "runtime/options.h"
 #include "runtime/runtime_block.h"
 
 #include <unistd.h>
@@ -17,7 +16,10 @@ namespace {
 void runtime_fresh(std::array<intf_record, 16>& table) {
     runtime.intf_num = 0;
     runtime.intf_table = table.data();
-    options_default_set(runtime);
+    runtime.max_disconnect = 3;
+    runtime.loop_disconnect = 10;
+    runtime.ready_decay = 5;
+    runtime.intf_init = true;
     runtime.backhaul_ap_enable = 0;
     runtime.master = 0;
     runtime.approval_changed = 0;
@@ -32,7 +34,7 @@ void runtime_fresh(std::array<intf_record, 16>& table) {
     runtime.flow_log_lines = 0;
     runtime.backhaul_valid = 0;
     runtime.companion_reload = {};
-    for (Relaxed<uint8_t>& enabled : runtime.service_ap_enabled) {
+    for (Relaxed<bool>& enabled : runtime.service_ap_enabled) {
         enabled = 0;
     }
 }
@@ -92,7 +94,7 @@ intf_record* TableTest::intf_add(const char* name, int32_t type, uint8_t band, u
     const auto index = static_cast<size_t>(runtime.intf_num.load());
     intf_record& record = table_.at(index);
     std::strncpy(record.name.data(), name, record.name.size() - 1);
-    record.type = type;
+    record.type = static_cast<intf_type>(type);
     record.band = band;
     record.priority = priority;
     record.follow_primary = follow_primary;

@@ -38,9 +38,9 @@ protected:
         harness::exit_code(
             [&] {
                 prepare();
-                const int result = netlink_open();
+                const bool result = netlink_open();
                 // Not printed but written: what came before must be out already.
-                dprintf(STDOUT_FILENO, "|%d|%d", result, runtime.netlink_fd);
+                dprintf(STDOUT_FILENO, "|%d|%d", result ? 1 : 0, runtime.netlink_fd);
             },
             harness::WHOLE_OUT);
         return harness::file_text("/tmp/out");
@@ -48,7 +48,7 @@ protected:
 };
 
 TEST_F(NetlinkSocket, is_raw_in_the_link_group_and_closed_on_exec) {
-    ASSERT_EQ(netlink_open(), 0);
+    ASSERT_TRUE(netlink_open());
     sockaddr_nl address{};
     socklen_t length = sizeof address;
     ASSERT_EQ(getsockname(runtime.netlink_fd, reinterpret_cast<sockaddr*>(&address), &length), 0);
@@ -65,19 +65,19 @@ TEST_F(NetlinkSocket, is_raw_in_the_link_group_and_closed_on_exec) {
 
 TEST_F(NetlinkSocket, says_without_a_line_end_that_it_cannot_be_made) {
     EXPECT_EQ(open_in_child([] { static const harness::DescriptorsRefused refused; }),
-              "netlink: Failed to open netlink socket: Too many open files|-1|-1");
+              "netlink: Failed to open netlink socket: Too many open files|0|-1");
 }
 
 TEST_F(NetlinkSocket, is_closed_again_when_it_cannot_be_bound) {
     EXPECT_EQ(open_in_child(harness::binds_refuse),
-              "netlink: Failed to bind netlink socket: Permission denied|-1|-1");
+              "netlink: Failed to bind netlink socket: Permission denied|0|-1");
 }
 
 class DriverMessage : public NetlinkSocket {
 protected:
     void SetUp() override {
         TableTest::SetUp();
-        ASSERT_EQ(netlink_open(), 0);
+        ASSERT_TRUE(netlink_open());
         ASSERT_EQ(lab::driver_open(&driver_, 0), 0) << driver_.error;
         index_ = lab::driver_interface_index(driver_, "ath0");
         ASSERT_GT(index_, 0);
@@ -93,7 +93,7 @@ protected:
 
 TEST_F(DriverMessage, reaches_the_record_of_its_interface) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
-    record->state = QUIET_STATE;
+    record->state = static_cast<link_state>(QUIET_STATE);
     sent(lab::driver_associated(&driver_, "ath0", AP));
     netlink_recv();
     EXPECT_THAT(journal_take(), ElementsAre("STA_CONNECTION_UP", "Connect with : 02:00:00:00:0a:01",
@@ -103,7 +103,7 @@ TEST_F(DriverMessage, reaches_the_record_of_its_interface) {
 
 TEST_F(DriverMessage, is_understood_with_a_padded_header_too) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
-    record->state = QUIET_STATE;
+    record->state = static_cast<link_state>(QUIET_STATE);
     driver_.layout = EventLayout::PADDED;
     sent(lab::driver_associated(&driver_, "ath0", AP));
     netlink_recv();
@@ -231,7 +231,7 @@ protected:
 
 TEST_F(WirelessEventProcess, posts_the_loss_and_shows_the_ap_that_was_lost) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
-    record->state = QUIET_STATE;
+    record->state = static_cast<link_state>(QUIET_STATE);
     record->bssid.set(AP);
     process(down(), "ath0");
     EXPECT_THAT(journal_take(),
@@ -242,7 +242,7 @@ TEST_F(WirelessEventProcess, posts_the_loss_and_shows_the_ap_that_was_lost) {
 
 TEST_F(WirelessEventProcess, ignores_a_loss_while_it_moves_to_the_target_ap) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
-    record->state = 5;
+    record->state = CONNECTING_TARGET_BACKHAUL_AP;
     record->bssid.set(AP);
     process(down(), "ath0");
     EXPECT_THAT(journal_take(),
@@ -340,7 +340,7 @@ TEST_F(WirelessEventProcess, runs_only_the_monitor_for_another_type) {
 
 TEST_F(WirelessEventProcess, handles_the_events_of_one_attribute_in_order) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
-    record->state = QUIET_STATE;
+    record->state = static_cast<link_state>(QUIET_STATE);
     process(lab::joined({down(), channel(44), up(), left()}), "ath0");
     EXPECT_THAT(journal_take(),
                 ElementsAre("STA_CONNECTION_DOWN", "Disconnect with : 00:00:00:00:00:00",

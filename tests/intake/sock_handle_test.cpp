@@ -23,12 +23,13 @@
 #include <utility>
 
 #include "intake/control_fifo.h"
+#include "intake/msg_socket.h"
 #include "intake/netlink_intake.h"
 #include "lab/driver/netlink_sender.h"
 #include "lab/tools/answer.h"
 #include "lab/tools/record.h"
 #include "runtime/runtime_block.h"
-#include "runtime/worker.h"
+#include "runtime/thread_start.h"
 #include "tests/harness/table_fixture.h"
 
 namespace {
@@ -54,7 +55,7 @@ protected:
     }
 
     void sources_open() {
-        ASSERT_EQ(netlink_open(), 0);
+        ASSERT_TRUE(netlink_open());
         control_fifo_create();
         msg_socket_open();
     }
@@ -161,7 +162,7 @@ TEST_F(SockHandle, lets_a_node_message_wait_until_a_command_is_done) {
 }
 
 TEST_F(SockHandle, works_without_the_fifo) {
-    ASSERT_EQ(netlink_open(), 0);
+    ASSERT_TRUE(netlink_open());
     msg_socket_open();
     serve();
     driver_event("ath0");
@@ -206,7 +207,7 @@ TEST_F(SockHandle, leaves_out_a_descriptor_that_select_cannot_hold) {
     const rlimit enough{std::max(before.rlim_cur, rlim_t{2 * FD_SETSIZE}),
                         std::max(before.rlim_max, rlim_t{2 * FD_SETSIZE})};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &enough), 0);
-    ASSERT_EQ(netlink_open(), 0);
+    ASSERT_TRUE(netlink_open());
     const int high = fcntl(runtime.netlink_fd, F_DUPFD_CLOEXEC, FD_SETSIZE);
     ASSERT_GE(high, FD_SETSIZE);
     close(std::exchange(runtime.netlink_fd, high));

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "runtime/heap.h"
 #include "runtime/runtime_block.h"
 #include "tests/harness/no_memory.h"
 #include "tests/harness/sandbox.h"
@@ -27,7 +28,7 @@ protected:
     }
 
     static void table_forget() {
-        delete[] runtime.intf_table.exchange(nullptr);
+        heap_drop(runtime.intf_table.exchange(nullptr));
         runtime.intf_num = 0;
     }
 

@@ -2,15 +2,19 @@
 
 #include "link/link_connect.h"
 
+#include "device/association.h"
+#include "device/hop_distance.h"
+#include "device/hyd.h"
+#include "device/service_ap.h"
 #include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"
+#include "link/autoconfig_timeout.h"
 #include "link/backup_link.h"
 #include "link/link_disconnect.h"
-#include "link/link_recovery.h"
-#include "link/link_tools.h"
-#include "root/topology_db.h"
+#include "link/network_reload.h"
 #include "runtime/runtime_block.h"
 #include "tests/link/link_fixture.h"
+#include "topology/topology_db.h"
 
 #include <gmock/gmock.h>
 #include <sqlite3.h>
@@ -462,8 +466,8 @@ TEST_F(LinkTools, knows_the_distance_even_when_its_file_cannot_be_written) {
 
 TEST_F(LinkTools, tells_hyd_of_the_given_station_alone) {
     const intf_record* const namesake = intf_add("ath0", BACKHAUL_STA, BAND_24G);
-    hyd_bcast_reset(namesake, 1);
-    hyd_bcast_reset(ath0, 0);
+    hyd_bcast_reset(namesake, INTF_ENABLE);
+    hyd_bcast_reset(ath0, INTF_DISABLE);
     EXPECT_THAT(journal_take(),
                 ElementsAreArray(joined({bcast("ath0", "enable"), bcast("ath0", "disable")})));
 }
@@ -471,8 +475,8 @@ TEST_F(LinkTools, tells_hyd_of_the_given_station_alone) {
 TEST_F(LinkTools, runs_whole_lines_for_an_interface_name_of_15_characters) {
     const intf_record* const record = intf_add("a-name-of-15-ch", BACKHAUL_STA, BAND_5G);
     qca_dist_get(record);
-    hyd_bcast_reset(record, 1);
-    hyd_bcast_reset(record, 0);
+    hyd_bcast_reset(record, INTF_ENABLE);
+    hyd_bcast_reset(record, INTF_DISABLE);
     EXPECT_EQ(backhaul_sta_is_associated(record), 0) << "there is no such device";
     EXPECT_THAT(harness::recorded_lines(),
                 ElementsAre("iwpriv a-name-of-15-ch get_whc_dist > /tmp/ath_dist",
@@ -482,14 +486,14 @@ TEST_F(LinkTools, runs_whole_lines_for_an_interface_name_of_15_characters) {
 }
 
 TEST_F(LinkTools, tells_hyd_nothing_about_a_record_that_is_no_station) {
-    hyd_bcast_reset(eth, 1);
-    hyd_bcast_reset(ath20, 0);
+    hyd_bcast_reset(eth, INTF_ENABLE);
+    hyd_bcast_reset(ath20, INTF_DISABLE);
     EXPECT_THAT(journal_take(), IsEmpty());
 }
 
 TEST_F(LinkTools, switches_service_aps_in_table_order_and_no_predefined_ap) {
     intf_add("ath2", PRE_DEF_AP, BAND_24G);
-    service_ap_enable_all(1);
+    service_ap_enable_all(INTF_ENABLE);
     EXPECT_THAT(
         journal_take(),
         ElementsAre("dev_intf_enable_set : enable ath10", "$ uci get wireless.ath10.disabled",

@@ -1,7 +1,7 @@
 #include "tests/link/link_fixture.h"
 
+#include "intf/intf_timer.h"
 #include "lab/tools/state_layout.h"
-#include "link/link_timer.h"
 #include "runtime/runtime_block.h"
 
 void LinkTest::SetUp() {
@@ -35,8 +35,8 @@ void LinkTest::SetUp() {
 }
 
 void LinkTest::enter(intf_record* record, int32_t state) {
-    record->state = state;
-    intf_timer_set(record, 1);
+    record->state = static_cast<link_state>(state);
+    intf_timer_set(record, TIMER_ON);
 }
 
 std::string status_file() {

@@ -43,7 +43,7 @@ protected:
                                  const std::string& key, Look look) {
         enter(record, state);
         look_at_call(
-            key, [=] { wifi_slave_event_process(record, number); }, look);
+            key, [=] { wifi_slave_event_process(record, static_cast<slave_event>(number)); }, look);
     }
 
     static bool dispatcher_is_busy() {

@@ -4,9 +4,9 @@
 #include "link/slave_event.h"
 
 #include "intf/intf_table.h"
+#include "intf/intf_timer.h"
 #include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"
-#include "link/link_timer.h"
 #include "runtime/runtime_block.h"
 #include "tests/link/link_fixture.h"
 
@@ -25,7 +25,7 @@ protected:
     /// announced, the state's name.
     void expect_reaction(intf_record* record, uint32_t number, const std::string& state_name,
                          const Journal& reaction) {
-        wifi_slave_event_process(record, number);
+        wifi_slave_event_process(record, static_cast<slave_event>(number));
         Journal expected = event(record->name.data(), static_cast<int>(number));
         if (!state_name.empty()) {
             expected.push_back("wifi_slave_event_process : " + state_name);

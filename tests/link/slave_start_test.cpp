@@ -2,11 +2,13 @@
 
 #include "link/slave_start.h"
 
+#include "device/association.h"
+#include "intf/intf_timer.h"
 #include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"
+#include "link/autoconfig_timeout.h"
 #include "link/eth_switch.h"
-#include "link/link_recovery.h"
-#include "link/link_timer.h"
+#include "link/network_reload.h"
 #include "runtime/runtime_block.h"
 #include "tests/link/link_fixture.h"
 
@@ -87,8 +89,8 @@ TEST_F(SlaveStart, makes_the_first_of_two_equal_stations_the_preferred_one) {
 TEST_F(SlaveStart, leaves_predefined_and_unknown_types_untouched) {
     intf_record* const predefined = intf_add("ath2", PRE_DEF_AP, BAND_24G);
     intf_record* const unknown = intf_add("x", INTF_TYPE_OTHER, BAND_24G);
-    predefined->state = 5;
-    unknown->state = 6;
+    predefined->state = CONNECTING_TARGET_BACKHAUL_AP;
+    unknown->state = CONNECT_PENDING;
     backhaul_slave_init();
     EXPECT_EQ(predefined->state, 5);
     EXPECT_EQ(unknown->state, 6);
@@ -250,7 +252,7 @@ TEST_F(LinkRecovery, gives_linked_stations_one_loss_of_credit_at_a_network_reloa
 
 TEST_F(LinkRecovery, gives_no_credit_to_stations_without_a_link) {
     for (int32_t state : {0, 3, 5, 6, 16}) {
-        ath0->state = state;
+        ath0->state = static_cast<link_state>(state);
         backhaul_network_reload_handle();
         EXPECT_THAT(journal_take(), ElementsAre("backhaul_network_reload_handle : Enter")) << state;
         EXPECT_EQ(ath0->disconnect_count, 0);

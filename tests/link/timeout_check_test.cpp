@@ -2,9 +2,9 @@
 
 #include "link/timeout_check.h"
 
+#include "intf/intf_timer.h"
 #include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"
-#include "link/link_timer.h"
 #include "link/uplink_scan.h"
 #include "runtime/runtime_block.h"
 #include "tests/link/link_fixture.h"
@@ -73,7 +73,7 @@ TEST_F(TimeoutCheck, logs_the_same_text_for_each_state_that_waits_for_the_agent)
         EXPECT_EQ(journal.at(0),
                   "interface_timeout_chk : ath0 -> CONNECT_WITH_BACKHAUL_AP timeout");
         EXPECT_EQ(journal.at(1), "wifi_slave_event_process : ifname ath0 event 5");
-        intf_timer_set(ath0, 0);
+        intf_timer_set(ath0, TIMER_OFF);
         harness::clock_start(START_TIME);
     }
 }
@@ -126,7 +126,7 @@ TEST_F(TimeoutCheck, posts_a_timeout_without_a_line_for_the_unnamed_state) {
 TEST_F(TimeoutCheck, rechecks_radar_states_after_180_and_2400_seconds) {
     EXPECT_EQ(due_after(ath20, DFS_MONITORING, 180).at(0),
               "$ radartool -i wifi2 getnol /tmp/nol_list");
-    intf_timer_set(ath20, 0);
+    intf_timer_set(ath20, TIMER_OFF);
     harness::clock_start(START_TIME);
     const Journal journal = due_after(ath20, DFS_BLOCKING, 2400);
     EXPECT_EQ(journal.at(0), "interface_timeout_chk : ath20 -> DFS_BLOCKING timeout");
@@ -169,7 +169,7 @@ TEST_F(TimeoutCheck, ignores_states_without_a_limit) {
 TEST_F(TimeoutCheck, lets_nothing_fall_due_when_the_clock_was_set_back_or_the_timeout_cleared) {
     enter(ath0, INIT);
     interface_timeout_chk(ath0, START_TIME - 100000);
-    intf_timer_set(ath0, 0);
+    intf_timer_set(ath0, TIMER_OFF);
     interface_timeout_chk(ath0, START_TIME + 100000);
     EXPECT_THAT(journal_take(), IsEmpty());
 }
@@ -339,8 +339,8 @@ TEST_F(UplinkScan, reopens_the_budget_of_stations_only) {
         record->uplink_scan_count = 6;
         record->other_band_scan_enable = 0;
     }
-    uplink_scan_count_reset();
-    other_band_scan_enable_all();
+    backhaul_sta_uplink_scan_count_clear();
+    backhaul_sta_other_band_scan_enable();
     for (intf_record* record : {ath0, ath1}) {
         EXPECT_EQ(record->uplink_scan_count, 0);
         EXPECT_EQ(record->other_band_scan_enable, 1);

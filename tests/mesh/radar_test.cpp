@@ -4,7 +4,6 @@
 #include "tests/harness/story.h"
 #include "tests/process/extender_lines.h"
 
-
 namespace {
 
 class Radar : public harness::Story {

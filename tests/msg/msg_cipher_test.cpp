@@ -24,13 +24,13 @@ protected:
         return {reinterpret_cast<const char*>(bytes.data()), size};
     }
     struct plain {
-        int result;
+        bool result;
         std::string word;
     };
     static plain decrypt(const std::string& bytes) {
-        msg_word word{};
+        msg_text word{};
         const std::span data(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-        const int result = backhaul_msg_decrypt(data, word);
+        const bool result = backhaul_msg_decrypt(data, word);
         return {result, word.data()};
     }
 };
@@ -49,7 +49,7 @@ TEST_F(MsgCipher, opens_what_the_real_tool_sealed) {
     for (const phrase_row& row : PHRASES) {
         ssid_is(row.configured);
         const plain opened = decrypt(message_seal("UPLINKSCAN", row.opening));
-        EXPECT_EQ(opened.result, 0) << row.configured;
+        EXPECT_TRUE(opened.result) << row.configured;
         EXPECT_EQ(opened.word, "UPLINKSCAN") << row.configured;
     }
 }
@@ -105,7 +105,7 @@ TEST_F(MsgCipher, has_nothing_to_send_when_openssl_is_missing) {
     put_file("/tmp/ssl_output", "old");
     EXPECT_EQ(encrypt("UPLINKSCAN"), "");
     const plain opened = decrypt(sealed);
-    EXPECT_EQ(opened.result, 0);
+    EXPECT_TRUE(opened.result);
     EXPECT_EQ(opened.word, "");
     setenv("PATH", path.c_str(), 1);
 }
@@ -141,7 +141,7 @@ TEST_F(MsgCipher, never_takes_an_old_plaintext_for_a_new_one) {
     put_file("/tmp/ssl_decrypt", "UPLINKSCAN");
     ssid_is("odd\"quote");
     const plain opened = decrypt("garbage");
-    EXPECT_EQ(opened.result, -1) << "the shell refuses the line";
+    EXPECT_FALSE(opened.result) << "the shell refuses the line";
     EXPECT_EQ(opened.word, "");
     EXPECT_FALSE(file_is_there("/tmp/ssl_decrypt"));
 }
@@ -149,7 +149,7 @@ TEST_F(MsgCipher, never_takes_an_old_plaintext_for_a_new_one) {
 TEST_F(MsgCipher, fails_before_anything_is_run_when_its_input_cannot_be_written) {
     std::filesystem::create_directory("/tmp/ssl_input");
     const plain opened = decrypt(message_seal("UPLINKSCAN", "mesh"));
-    EXPECT_EQ(opened.result, -1);
+    EXPECT_FALSE(opened.result);
     EXPECT_EQ(opened.word, "");
     expect_journal({});
 }

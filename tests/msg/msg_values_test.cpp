@@ -1,28 +1,37 @@
 // Values of the message protocol: keywords, errors that are worth another try, addresses as text.
 
 #include "msg/bridge_address.h"
-#include "msg/msg_receive.h"
 #include "msg/msg_send.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <cerrno>
+#include <utility>
+#include <vector>
 
 namespace {
 
-TEST(Keyword, is_found_for_the_five_words) {
-    EXPECT_EQ(msg_keyword_find("FLUSHFORWARDING"), msg_keyword::flush_forwarding);
-    EXPECT_EQ(msg_keyword_find("UPLINKSCAN"), msg_keyword::uplink_scan);
-    EXPECT_EQ(msg_keyword_find("NETWORKRELOAD"), msg_keyword::network_reload);
-    EXPECT_EQ(msg_keyword_find("CHECK_VALID"), msg_keyword::check_valid);
-    EXPECT_EQ(msg_keyword_find("CHECK_VALID_REPLY"), msg_keyword::check_valid_reply);
+TEST(MsgWord, has_one_text_by_which_it_is_found) {
+    const std::vector<std::pair<msg_word, const char*>> words = {
+        {msg_word::flush_forwarding, "FLUSHFORWARDING"},
+        {msg_word::uplink_scan, "UPLINKSCAN"},
+        {msg_word::network_reload, "NETWORKRELOAD"},
+        {msg_word::check_valid, "CHECK_VALID"},
+        {msg_word::check_valid_reply, "CHECK_VALID_REPLY"},
+        {msg_word::root_announcement, "ImRootAP"},
+    };
+    for (const auto& [word, text] : words) {
+        EXPECT_STREQ(msg_word_text(word), text);
+        EXPECT_EQ(msg_word_find(text), word) << text;
+    }
+    EXPECT_EQ(msg_word_text(msg_word::unknown), nullptr);
 }
 
-TEST(Keyword, is_none_for_every_other_word) {
-    for (const char* const word :
-         {"", "ImRootAP", "check_valid", "CHECK_VALID_", "CHECK_VALID_REPLY2", "CHECK_VALI",
+TEST(MsgWord, is_unknown_for_every_other_text) {
+    for (const char* const text :
+         {"", "ImRootAP2", "check_valid", "CHECK_VALID_", "CHECK_VALID_REPLY2", "CHECK_VALI",
           "UPLINKSCAN ", " UPLINKSCAN", "FLUSHFORWARDING\n", "Uplinkscan"}) {
-        EXPECT_EQ(msg_keyword_find(word), msg_keyword::none) << word;
+        EXPECT_EQ(msg_word_find(text), msg_word::unknown) << text;
     }
 }
 

@@ -143,8 +143,8 @@ TEST_F(ApList, cuts_a_word_that_is_too_long_and_drops_its_rest) {
 }
 
 TEST_F(ApList, appends_a_node_and_rewrites_the_file) {
-    backhaul_ap_node_add("02:00:00:00:00:02", 0);
-    backhaul_ap_node_add("02:00:00:00:00:01", 0);
+    backhaul_ap_node_add("02:00:00:00:00:02", ap_source::database);
+    backhaul_ap_node_add("02:00:00:00:00:01", ap_source::database);
     EXPECT_THAT(list_now(), ElementsAre(almac("02"), almac("01")));
     EXPECT_EQ(file_text(LIST), "02:00:00:00:00:02\n02:00:00:00:00:01\n");
     EXPECT_EQ(runtime.ap_count, 2);
@@ -152,17 +152,17 @@ TEST_F(ApList, appends_a_node_and_rewrites_the_file) {
     expect_journal({joins("(02:00:00:00:00:02)"), POWER_DOWN, joins("(02:00:00:00:00:01)")});
 }
 
-TEST_F(ApList, rewrites_the_file_for_every_origin_but_1) {
-    backhaul_ap_node_add("02:00:00:00:00:01", 1);
+TEST_F(ApList, leaves_the_file_alone_for_what_comes_from_it) {
+    backhaul_ap_node_add("02:00:00:00:00:01", ap_source::file);
     EXPECT_FALSE(file_is_there(LIST));
-    backhaul_ap_node_add("02:00:00:00:00:02", 2);
+    backhaul_ap_node_add("02:00:00:00:00:02", ap_source::database);
     EXPECT_EQ(file_text(LIST), "02:00:00:00:00:01\n02:00:00:00:00:02\n");
 }
 
 TEST_F(ApList, logs_a_join_before_the_power_and_writes_the_file_last) {
     lab::answer_hold("", "vlog", "log");
     lab::answer_hold("", "iwpriv.wifi1", "power");
-    std::thread root([] { backhaul_ap_node_add("02:00:00:00:00:01", 0); });
+    std::thread root([] { backhaul_ap_node_add("02:00:00:00:00:01", ap_source::database); });
     EXPECT_TRUE(harness::wait_until([] { return harness::recorded_calls().size() == 1; }));
     EXPECT_FALSE(file_is_there(POWER));
     EXPECT_FALSE(file_is_there("/var/log/backhaul_log"));
@@ -176,7 +176,7 @@ TEST_F(ApList, logs_a_join_before_the_power_and_writes_the_file_last) {
 }
 
 TEST_F(ApList, logs_a_leave_before_the_file_and_raises_the_power_last) {
-    backhaul_ap_node_add("02:00:00:00:00:01", 0);
+    backhaul_ap_node_add("02:00:00:00:00:01", ap_source::database);
     harness::take_calls();
     lab::answer_hold("", "vlog", "log");
     lab::answer_hold("", "iwconfig", "power");
@@ -193,21 +193,21 @@ TEST_F(ApList, logs_a_leave_before_the_file_and_raises_the_power_last) {
 }
 
 TEST_F(ApList, lowers_the_power_once_and_restores_it_when_the_last_one_leaves) {
-    backhaul_ap_node_add("a", 0);
-    backhaul_ap_node_add("b", 0);
+    backhaul_ap_node_add("a", ap_source::database);
+    backhaul_ap_node_add("b", ap_source::database);
     backhaul_ap_node_del("a");
     expect_journal({joins("(a)"), POWER_DOWN, joins("(b)"), leaves("(a)")});
     EXPECT_EQ(file_text(POWER), "23\n");
     backhaul_ap_node_del("b");
     expect_journal({leaves("(b)"), POWER_UP});
     EXPECT_FALSE(file_is_there(POWER));
-    backhaul_ap_node_add("c", 0);
+    backhaul_ap_node_add("c", ap_source::database);
     expect_journal({joins("(c)"), POWER_DOWN});
 }
 
 TEST_F(ApList, changes_nothing_when_an_unknown_node_is_removed) {
     backhaul_ap_node_del("a");
-    backhaul_ap_node_add("a", 0);
+    backhaul_ap_node_add("a", ap_source::database);
     journal_take();
     put_file(LIST, "untouched");
     backhaul_ap_node_del("b");
@@ -220,7 +220,7 @@ TEST_F(ApList, changes_nothing_when_an_unknown_node_is_removed) {
 
 TEST_F(ApList, can_lose_its_head_its_tail_and_a_node_between) {
     for (const char* const name : {"a", "b", "c", "d", "e"}) {
-        backhaul_ap_node_add(name, 0);
+        backhaul_ap_node_add(name, ap_source::database);
     }
     backhaul_ap_node_del("c");
     EXPECT_THAT(list_now(), ElementsAre("a", "b", "d", "e"));
@@ -229,31 +229,31 @@ TEST_F(ApList, can_lose_its_head_its_tail_and_a_node_between) {
     EXPECT_STREQ(runtime.ap_list_tail->almac.data(), "d");
     backhaul_ap_node_del("a");
     EXPECT_THAT(list_now(), ElementsAre("b", "d"));
-    backhaul_ap_node_add("f", 0);
+    backhaul_ap_node_add("f", ap_source::database);
     EXPECT_THAT(list_now(), ElementsAre("b", "d", "f"));
     EXPECT_EQ(file_text(LIST), "b\nd\nf\n");
 }
 
 TEST_F(ApList, takes_a_node_again_after_its_only_one_has_left) {
-    backhaul_ap_node_add("a", 0);
+    backhaul_ap_node_add("a", ap_source::database);
     backhaul_ap_node_del("a");
     EXPECT_EQ(runtime.ap_list_head, nullptr);
     EXPECT_EQ(file_text(LIST), "");
-    backhaul_ap_node_add("b", 0);
-    backhaul_ap_node_add("c", 0);
+    backhaul_ap_node_add("b", ap_source::database);
+    backhaul_ap_node_add("c", ap_source::database);
     EXPECT_THAT(list_now(), ElementsAre("b", "c"));
 }
 
 TEST_F(ApList, removes_the_first_of_two_equal_nodes) {
     for (const char* const name : {"a", "b", "a"}) {
-        backhaul_ap_node_add(name, 0);
+        backhaul_ap_node_add(name, ap_source::database);
     }
     backhaul_ap_node_del("a");
     EXPECT_THAT(list_now(), ElementsAre("b", "a"));
 }
 
 TEST_F(ApList, can_be_given_the_text_of_the_node_that_leaves) {
-    backhaul_ap_node_add("02:00:00:00:00:01", 0);
+    backhaul_ap_node_add("02:00:00:00:00:01", ap_source::database);
     journal_take();
     backhaul_ap_node_del(runtime.ap_list_head->almac.data());
     expect_journal({leaves("(02:00:00:00:00:01)"), POWER_UP});
@@ -263,7 +263,7 @@ TEST_F(ApList, says_so_and_changes_nothing_when_there_is_no_memory_for_a_node) {
     testing::internal::CaptureStdout();
     {
         const harness::NoMemory refused;
-        backhaul_ap_node_add("02:00:00:00:00:01", 0);
+        backhaul_ap_node_add("02:00:00:00:00:01", ap_source::database);
     }
     EXPECT_EQ(harness::captured_stdout(), "backhaul_ap_node_add : malloc fail\n");
     EXPECT_EQ(runtime.ap_list_head, nullptr);
@@ -273,7 +273,7 @@ TEST_F(ApList, says_so_and_changes_nothing_when_there_is_no_memory_for_a_node) {
 }
 
 TEST_F(ApList, finds_a_node_by_its_exact_address) {
-    backhaul_ap_node_add("02:00:00:00:00:0a", 0);
+    backhaul_ap_node_add("02:00:00:00:00:0a", ap_source::database);
     EXPECT_EQ(backhaul_ap_list_find("02:00:00:00:00:0a"), 1);
     EXPECT_EQ(backhaul_ap_list_find("02:00:00:00:00:0A"), 0);
     EXPECT_EQ(backhaul_ap_list_find("02:00:00:00:00:0"), 0);
@@ -282,7 +282,7 @@ TEST_F(ApList, finds_a_node_by_its_exact_address) {
 
 TEST_F(ApList, says_so_when_its_file_cannot_be_written_and_keeps_the_change) {
     std::filesystem::create_directory(LIST);
-    EXPECT_EQ(printed([] { backhaul_ap_node_add("a", 0); }),
+    EXPECT_EQ(printed([] { backhaul_ap_node_add("a", ap_source::database); }),
               "backhaul_ap_list_update : can not open file\n");
     EXPECT_THAT(list_now(), ElementsAre("a"));
     EXPECT_EQ(printed([] { backhaul_ap_node_del("a"); }),
@@ -293,7 +293,7 @@ TEST_F(ApList, says_so_when_its_file_cannot_be_written_and_keeps_the_change) {
 TEST_F(ApList, is_written_in_one_go) {
     runtime.ap_count = 5;  // no tools for the power
     for (int i = 0; i < 300; ++i) {
-        backhaul_ap_node_add("02:00:00:00:00:01", 1);
+        backhaul_ap_node_add("02:00:00:00:00:01", ap_source::file);
     }
     const long before = write_calls();
     backhaul_ap_list_update();
@@ -308,7 +308,7 @@ TEST_F(ApList, never_shows_half_a_line_to_a_reader) {
         std::array<char, 20> name{};
         std::snprintf(name.data(), name.size(), "02:00:00:00:%02x:%02x", i / 256, i % 256);
         runtime.ap_count = 5;  // no tools for the power
-        backhaul_ap_node_add(name.data(), 1);
+        backhaul_ap_node_add(name.data(), ap_source::file);
     }
     std::atomic<bool> done{false};
     int reads = 0;

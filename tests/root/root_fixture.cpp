@@ -1,10 +1,11 @@
 #include "tests/root/root_fixture.h"
 
+#include "radar/dfs_channels.h"
 #include "root/ap_list.h"
-#include "root/dfs_channels.h"
-#include "root/topology_db.h"
-#include "runtime/event_log.h"
+#include "root/event_log.h"
+#include "runtime/heap.h"
 #include "runtime/runtime_block.h"
+#include "topology/topology_db.h"
 
 #include <dlfcn.h>
 #include <sqlite3.h>
@@ -22,14 +23,14 @@ void lists_clear() {
     while (runtime.ap_list_head != nullptr) {
         ap_node* const node = runtime.ap_list_head;
         runtime.ap_list_head = node->next;
-        std::free(node);
+        heap_drop(node);
     }
     runtime.ap_list_tail = nullptr;
     runtime.ap_count = 0;
     while (runtime.event_log_head != nullptr) {
         event_log_entry* const entry = runtime.event_log_head;
         runtime.event_log_head = entry->next;
-        delete entry;
+        heap_drop(entry);
     }
     runtime.event_log_tail = nullptr;
     runtime.event_log_num = 0;
@@ -78,7 +79,7 @@ extern "C" int sqlite3_db_config(sqlite3* db, int option, ...) {
 void RootTest::SetUp() {
     harness::TableTest::SetUp();
     lists_clear();
-    dfs_channel_cache = {};
+    runtime.dfs_channel_cache = nullptr;
     runtime.db = nullptr;
     sqlite_asked() = {};
     traced_statements().clear();

@@ -6,9 +6,9 @@
 #include "lab/node/udp_peer.h"
 #include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"
-#include "root/topology_db.h"
 #include "runtime/runtime_block.h"
 #include "tests/root/root_fixture.h"
+#include "topology/topology_db.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>

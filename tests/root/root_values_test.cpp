@@ -2,9 +2,9 @@
 // takes up or down, one line of the approval list.
 
 #include "intf/intf_record.h"
-#include "root/admission.h"
 #include "root/ap_list.h"
 #include "root/root_intf.h"
+#include "topology/admission.h"
 
 #include <gtest/gtest.h>
 
@@ -66,7 +66,8 @@ using action = root_intf_action;
 TEST(RootInterface, is_enabled_when_independent_whatever_is_approved) {
     for (const int32_t type : {MAIN_SERVICE_AP, GUEST_SERVICE_AP, VISITOR_SERVICE_AP, PRE_DEF_AP}) {
         for (const int approved : {0, 1, 9}) {
-            EXPECT_EQ(root_intf_choose(type, 0, approved), action::enable_if_configured)
+            EXPECT_EQ(root_intf_choose(static_cast<intf_type>(type), 0, approved),
+                      action::enable_if_configured)
                 << type << " " << approved;
         }
     }
@@ -75,15 +76,19 @@ TEST(RootInterface, is_enabled_when_independent_whatever_is_approved) {
 TEST(RootInterface, is_disabled_when_it_follows_and_a_node_is_approved) {
     for (const int32_t type : {MAIN_SERVICE_AP, GUEST_SERVICE_AP, VISITOR_SERVICE_AP, PRE_DEF_AP}) {
         for (const uint8_t follow : {uint8_t{1}, uint8_t{2}, uint8_t{255}}) {
-            EXPECT_EQ(root_intf_choose(type, follow, 1), action::disable) << type;
-            EXPECT_EQ(root_intf_choose(type, follow, 3), action::disable) << type;
+            EXPECT_EQ(root_intf_choose(static_cast<intf_type>(type), follow, 1), action::disable)
+                << type;
+            EXPECT_EQ(root_intf_choose(static_cast<intf_type>(type), follow, 3), action::disable)
+                << type;
         }
     }
 }
 
 TEST(RootInterface, is_enabled_when_it_follows_and_no_node_is_approved) {
     for (const int32_t type : {MAIN_SERVICE_AP, GUEST_SERVICE_AP, VISITOR_SERVICE_AP, PRE_DEF_AP}) {
-        EXPECT_EQ(root_intf_choose(type, 1, 0), action::enable_if_configured) << type;
+        EXPECT_EQ(root_intf_choose(static_cast<intf_type>(type), 1, 0),
+                  action::enable_if_configured)
+            << type;
     }
 }
 
@@ -98,8 +103,8 @@ TEST(RootInterface, is_enabled_for_a_backhaul_ap_whatever_else_is_set) {
 
 TEST(RootInterface, is_left_alone_when_its_type_is_no_access_point) {
     for (const int32_t type : {3, 6, 7, 8, 9, -1}) {
-        EXPECT_EQ(root_intf_choose(type, 0, 0), action::none) << type;
-        EXPECT_EQ(root_intf_choose(type, 1, 1), action::none) << type;
+        EXPECT_EQ(root_intf_choose(static_cast<intf_type>(type), 0, 0), action::none) << type;
+        EXPECT_EQ(root_intf_choose(static_cast<intf_type>(type), 1, 1), action::none) << type;
     }
 }
 

@@ -15,17 +15,17 @@ class FileIo : public harness::SandboxTest {};
 
 TEST_F(FileIo, rewrite_makes_the_content_the_whole_of_the_file) {
     harness::put_file("/tmp/status", "something longer\nthan that\n");
-    EXPECT_EQ(file_rewrite("/tmp/status", "ready\n"), 0);
+    EXPECT_TRUE(file_rewrite("/tmp/status", "ready\n"));
     EXPECT_EQ(file_text("/tmp/status"), "ready\n");
-    EXPECT_EQ(file_rewrite("/tmp/status", ""), 0);
+    EXPECT_TRUE(file_rewrite("/tmp/status", ""));
     EXPECT_EQ(file_text("/tmp/status"), "");
-    EXPECT_EQ(file_rewrite("/tmp/new", "x"), 0);
+    EXPECT_TRUE(file_rewrite("/tmp/new", "x"));
     EXPECT_EQ(file_text("/tmp/new"), "x");
 }
 
 TEST_F(FileIo, rewrite_makes_a_file_that_others_may_read) {
     const mode_t before = umask(022);
-    EXPECT_EQ(file_rewrite("/tmp/status", "ready\n"), 0);
+    EXPECT_TRUE(file_rewrite("/tmp/status", "ready\n"));
     umask(before);
     struct stat about {};
     ASSERT_EQ(stat("/tmp/status", &about), 0);
@@ -34,8 +34,8 @@ TEST_F(FileIo, rewrite_makes_a_file_that_others_may_read) {
 
 TEST_F(FileIo, rewrite_fails_when_the_file_cannot_be_opened) {
     mkdir("/tmp/folder", 0755);
-    EXPECT_EQ(file_rewrite("/tmp/folder", "x"), -1);
-    EXPECT_EQ(file_rewrite("/tmp/missing/file", "x"), -1);
+    EXPECT_FALSE(file_rewrite("/tmp/folder", "x"));
+    EXPECT_FALSE(file_rewrite("/tmp/missing/file", "x"));
 }
 
 TEST_F(FileIo, exists_is_1_for_files_and_folders_and_else_0) {

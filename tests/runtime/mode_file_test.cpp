@@ -21,7 +21,7 @@ protected:
         harness::put_file(ROLE, content);
         std::array<char, MODE_WORD_SIZE> word;
         word.fill('x');
-        EXPECT_EQ(mode_file_read(word), 0);
+        EXPECT_TRUE(mode_file_read(word));
         EXPECT_EQ(file_text(ROLE), content) << "the file stays";
         return word.data();
     }
@@ -45,7 +45,7 @@ TEST_F(RoleFile, gives_its_first_word) {
 TEST_F(RoleFile, gives_nothing_when_there_is_none) {
     std::array<char, MODE_WORD_SIZE> word;
     word.fill('x');
-    EXPECT_EQ(mode_file_read(word), -1);
+    EXPECT_FALSE(mode_file_read(word));
 }
 
 TEST_F(RoleFile, is_skipped_silently_when_it_cannot_be_written) {
