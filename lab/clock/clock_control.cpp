@@ -303,13 +303,22 @@ int MovedClock::settle(std::string& error) {
     return wait_quiet(error);
 }
 
+// One node may wake another that was looked at before it. Between the two looks at all of them lies
+// a moment at which nobody ran; a packet that was under way then has been delivered and woken its
+// receiver, or is under way still.
+bool MovedClock::all_quiet() {
+    return std::all_of(nodes_.begin(), nodes_.end(),
+                       [](const auto& node) { return node->watch->is_quiet(); }) &&
+           !packets_under_way() && std::all_of(nodes_.begin(), nodes_.end(), [](const auto& node) {
+               return node->watch->is_quiet_still();
+           });
+}
+
 int MovedClock::wait_quiet(std::string& error) {
     const auto end = RealClock::now() + patience;
     useconds_t pause = 0;
     for (;;) {
-        const bool quiet = std::all_of(nodes_.begin(), nodes_.end(),
-                                       [](const auto& node) { return node->watch->is_quiet(); });
-        if (quiet) {
+        if (all_quiet()) {
             if (!at_rest || !at_rest()) {
                 return 0;
             }

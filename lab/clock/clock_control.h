@@ -102,6 +102,7 @@ private:
     int call_sleeper(const Due& due, std::string& error);
     int fire_timers(std::string& error);
     int move_to(std::uint32_t second, std::string& error);
+    bool all_quiet();
     int wait_quiet(std::string& error);
     std::string describe() const;
 

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <utility>
 
 #include "lab/clock/proc_entries.h"
@@ -66,7 +67,34 @@ bool may_run(char state) {
     return strchr("SITtZX", state) == nullptr;
 }
 
+// A line a processor, of hexadecimal numbers; this one counts what waits there to be delivered.
+constexpr int BACKLOG_COLUMN = 11;
+
 }  // namespace
+
+bool packets_under_way(std::string_view softnet_stat) {
+    std::istringstream lines{std::string(softnet_stat)};
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string word;
+        for (int column = 0; column <= BACKLOG_COLUMN; ++column) {
+            words >> word;
+        }
+        // An older kernel has fewer columns.
+        if (words && word.find_first_not_of('0') != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool packets_under_way() {
+    std::array<char, 32768> text{};
+    const int fd = open("/proc/net/softnet_stat", O_RDONLY | O_CLOEXEC);
+    const ssize_t got = fd < 0 ? 0 : read(fd, text.data(), text.size());
+    close(fd);
+    return got > 0 && packets_under_way({text.data(), static_cast<size_t>(got)});
+}
 
 QuietWatch::QuietWatch(std::string proc, std::vector<pid_t> except)
     : proc_(std::move(proc)),
@@ -170,6 +198,10 @@ bool QuietWatch::is_quiet() {
     }
     complete_at_ = newest;
     return true;
+}
+
+bool QuietWatch::is_quiet_still() {
+    return look(true) && newest_pid() == complete_at_;
 }
 
 bool QuietWatch::thread_exists(pid_t pid, pid_t tid) const {

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace lab {
@@ -25,6 +26,11 @@ struct WatchedThread {
     std::uint64_t switches = 0;  // voluntary and other context switches together
 };
 
+// Whether a packet was sent that its receiver has not got yet, by what /proc/net/softnet_stat says:
+// a machine that is busy delivers late, and until then whoever waits for the packet seems to rest.
+bool packets_under_way(std::string_view softnet_stat);
+bool packets_under_way();
+
 class QuietWatch {
 public:
     // `proc` is the node's /proc as the caller sees it, "/proc/PID/root/proc" or "/proc". Threads
@@ -36,6 +42,9 @@ public:
 
     // Two looks and what lies between them, without waiting for anything but a processor.
     bool is_quiet();
+
+    // Whether nobody has run since is_quiet() said yes: one more look.
+    bool is_quiet_still();
 
     bool thread_exists(pid_t pid, pid_t tid) const;
 

@@ -10,17 +10,16 @@ namespace {
 struct Conversion {
     std::string_view text;
     PieceKind kind;
-    std::string_view sample;
 };
 
 constexpr std::array<Conversion, 7> kConversions = {{
-    {"%s", PieceKind::TEXT, "some words"},
-    {"%d", PieceKind::SIGNED, "-7"},
-    {"%u", PieceKind::UNSIGNED, "7"},
-    {"%hhu", PieceKind::UNSIGNED, "7"},
-    {"%.2x", PieceKind::HEX_BYTE, "0a"},
-    {"%02hhx", PieceKind::HEX_BYTE, "0a"},
-    {"%f", PieceKind::FRACTION, "1.200000"},
+    {"%s", PieceKind::TEXT},
+    {"%d", PieceKind::SIGNED},
+    {"%u", PieceKind::UNSIGNED},
+    {"%hhu", PieceKind::UNSIGNED},
+    {"%.2x", PieceKind::HEX_BYTE},
+    {"%02hhx", PieceKind::HEX_BYTE},
+    {"%f", PieceKind::FRACTION},
 }};
 constexpr size_t kFractionDigits = 6;
 
@@ -137,18 +136,6 @@ bool form_gives(const Form& form, std::string_view text) {
 
 bool form_begins(const Form& form, std::string_view text) {
     return gives(form, 0, text, false);
-}
-
-std::string form_sample(const Form& form) {
-    std::string sample;
-    for (const Piece& piece : form) {
-        const auto is_it = [&piece](const Conversion& one) {
-            return one.kind == piece.kind;
-        };
-        const auto* known = std::find_if(kConversions.begin(), kConversions.end(), is_it);
-        sample += known == kConversions.end() ? piece.literal : known->sample;
-    }
-    return sample;
 }
 
 }  // namespace contract

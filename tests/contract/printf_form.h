@@ -30,7 +30,4 @@ bool form_gives(const Form& form, std::string_view text);
 // Whether `text` begins with what printing the form gives.
 bool form_begins(const Form& form, std::string_view text);
 
-// One line that the form gives.
-std::string form_sample(const Form& form);
-
 }  // namespace contract

@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "daemon/options.h"
@@ -36,37 +38,25 @@ TEST(Options, default_to_3_10_5_and_1) {
     EXPECT_EQ(block.intf_init, 1);
 }
 
-TEST(Options, leave_everything_at_its_default_when_none_is_given) {
-    runtime_block block;
-    options_default_set(block);
-    parse(block, {});
-    EXPECT_EQ(block.master, 0);
-    EXPECT_EQ(block.backhaul_ap_enable, 0);
-    EXPECT_EQ(block.b_arg, nullptr);
-    EXPECT_EQ(block.max_disconnect, 3);
-    EXPECT_EQ(block.loop_disconnect, 10);
-    EXPECT_EQ(block.ready_decay, 5);
-}
+/// -m, -d, -p, -x, -r and -b as they stand in a block.
+using fields = std::tuple<int, int, int, int, int, std::string>;
 
-TEST(Options, set_the_field_of_each_letter) {
+fields parsed(std::vector<std::string> words) {
     runtime_block block;
     options_default_set(block);
-    parse(block, {"-m", "-d", "-p", "7", "-x", "20", "-r", "9", "-b", "eth0 text"});
-    EXPECT_EQ(block.master, 1);
-    EXPECT_EQ(block.backhaul_ap_enable, 1);
-    EXPECT_EQ(block.max_disconnect, 7);
-    EXPECT_EQ(block.loop_disconnect, 20);
-    EXPECT_EQ(block.ready_decay, 9);
-    EXPECT_STREQ(block.b_arg, "eth0 text");
-    EXPECT_EQ(block.intf_init, 1);
+    parse(block, std::move(words));
+    const std::string text = block.b_arg == nullptr ? "none" : block.b_arg;
     std::free(block.b_arg);
+    EXPECT_EQ(block.intf_init, 1);
+    return {block.master,          block.backhaul_ap_enable, block.max_disconnect,
+            block.loop_disconnect, block.ready_decay,        text};
 }
 
-TEST(Options, take_d_without_an_argument) {
-    runtime_block block;
-    parse(block, {"-dm"});
-    EXPECT_EQ(block.backhaul_ap_enable, 1);
-    EXPECT_EQ(block.master, 1);
+TEST(Options, set_the_field_of_each_letter_and_leave_the_others_at_their_defaults) {
+    EXPECT_EQ(parsed({}), (fields{0, 0, 3, 10, 5, "none"}));
+    EXPECT_EQ(parsed({"-m", "-d", "-p", "7", "-x", "20", "-r", "9", "-b", "eth0 text"}),
+              (fields{1, 1, 7, 20, 9, "eth0 text"}));
+    EXPECT_EQ(parsed({"-dm"}), (fields{1, 1, 3, 10, 5, "none"})) << "-d takes no argument";
 }
 
 TEST(OptionNumber, is_kept_in_one_byte) {
@@ -81,33 +71,18 @@ TEST(OptionNumber, is_kept_in_one_byte) {
 }
 
 TEST(Options, store_0_for_p_256_and_44_for_p_300) {
-    runtime_block block;
-    parse(block, {"-p", "256"});
-    EXPECT_EQ(block.max_disconnect, 0);
-    parse(block, {"-p300"});
-    EXPECT_EQ(block.max_disconnect, 44);
-    parse(block, {"-p", "0"});
-    EXPECT_EQ(block.max_disconnect, 0);
+    EXPECT_EQ(parsed({"-p", "256"}), (fields{0, 0, 0, 10, 5, "none"}));
+    EXPECT_EQ(parsed({"-p300"}), (fields{0, 0, 44, 10, 5, "none"}));
+    EXPECT_EQ(parsed({"-p", "0"}), (fields{0, 0, 0, 10, 5, "none"}));
 }
 
-TEST(Options, go_on_after_an_unknown_letter) {
-    runtime_block block;
+TEST(Options, go_on_after_an_unknown_letter_and_a_missing_argument) {
     testing::internal::CaptureStderr();
-    parse(block, {"-q", "-m", "-p", "4"});
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "backhaul_monitor: invalid option -- 'q'\n");
-    EXPECT_EQ(block.master, 1);
-    EXPECT_EQ(block.max_disconnect, 4);
-}
-
-TEST(Options, keep_the_default_when_the_argument_is_missing) {
-    runtime_block block;
-    options_default_set(block);
-    testing::internal::CaptureStderr();
-    parse(block, {"-m", "-x"});
+    EXPECT_EQ(parsed({"-q", "-m", "-p", "4"}), (fields{1, 0, 4, 10, 5, "none"}));
+    EXPECT_EQ(parsed({"-m", "-x"}), (fields{1, 0, 3, 10, 5, "none"}));
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "backhaul_monitor: invalid option -- 'q'\n"
               "backhaul_monitor: option requires an argument -- 'x'\n");
-    EXPECT_EQ(block.master, 1);
-    EXPECT_EQ(block.loop_disconnect, 10);
 }
 
 TEST(Options, keep_the_last_b_and_do_not_free_the_first) {

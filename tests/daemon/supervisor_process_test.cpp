@@ -36,12 +36,6 @@ protected:
         skip();
     }
 
-    void kill_worker(int signal) {
-        std::string error;
-        ASSERT_EQ(router().daemon().kill_worker(signal, error), 0) << error;
-        settle();
-    }
-
     /// The lines of a log file of the router, without dates.
     Lines log_file(const std::string& path) {
         Lines lines;
@@ -65,7 +59,7 @@ protected:
 TEST_F(Restart, is_quiet_and_takes_a_second_after_signal_10) {
     start_extender();
     expect_log({START, "..."});
-    kill_worker(10);
+    router().kill_worker(10);
     EXPECT_EQ(router().daemon().worker(), 0);
     expect_log({});
     expect_no_file(CRASH);
@@ -79,7 +73,7 @@ TEST_F(Restart, is_quiet_and_takes_a_second_after_signal_10) {
 TEST_F(Restart, keeps_the_flow_log_of_a_worker_that_was_killed) {
     start_extender();
     expect_log({START, "..."});
-    kill_worker(SIGKILL);
+    router().kill_worker(SIGKILL);
     expect_log({"abnormal termination : 9"});
     expect_no_file(LIVE);
     const Lines crash = log_file(CRASH);
@@ -93,10 +87,10 @@ TEST_F(Restart, keeps_the_flow_log_of_a_worker_that_was_killed) {
 
 TEST_F(Restart, keeps_the_flow_log_of_a_worker_that_crashed_and_replaces_an_older_one) {
     start_extender_that_can_crash();
-    kill_worker(SIGSEGV);
+    router().kill_worker(SIGSEGV);
     EXPECT_EQ(log_file(CRASH).back(), "abnormal termination : 11");
     advance(1);
-    kill_worker(SIGTERM);
+    router().kill_worker(SIGTERM);
     const Lines crash = log_file(CRASH);
     EXPECT_EQ(crash.front(), START);
     EXPECT_EQ(crash.back(), "abnormal termination : 15");
@@ -128,7 +122,7 @@ TEST_F(Restart, happens_20_times_in_a_row_without_a_zombie_or_a_lost_descriptor)
     std::set<pid_t> workers = {router().daemon().worker()};
     expect_log({START, "..."});
     for (int i = 0; i < 20; ++i) {
-        kill_worker(SIGKILL);
+        router().kill_worker(SIGKILL);
         expect_log({"abnormal termination : 9"});
         advance(1);
         expect_log({START, "..."});
@@ -141,21 +135,12 @@ TEST_F(Restart, happens_20_times_in_a_row_without_a_zombie_or_a_lost_descriptor)
     EXPECT_THAT(lab::zombies(router().node()), IsEmpty());
 }
 
-TEST_F(Restart, prints_one_line_for_each_worker) {
-    start_extender();
-    for (int i = 0; i < 3; ++i) {
-        kill_worker(10);
-        advance(1);
-    }
-    expect_out({"Wait pid", "Wait pid", "Wait pid", "Wait pid"});
-}
-
 TEST_F(Restart, takes_the_supervisors_settings_along) {
     add_root().put_file("/tmp/backhaul_init_conf", "intf_init_skip\n");
     router().start({"-m"});
     expect_no_file("/tmp/backhaul_init_conf");
     expect_shell({});
-    kill_worker(10);
+    router().kill_worker(10);
     advance(1);
     expect_shell({});
     EXPECT_THAT(router().file(lab::kDaemonOut), testing::HasSubstr("Master\n"));
@@ -177,7 +162,7 @@ TEST_F(Restart, makes_the_control_fifo_anew) {
     const int old_writer =
         open(router().node().at("/tmp/backhaul_fifo").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     ASSERT_GE(old_writer, 0);
-    kill_worker(10);
+    router().kill_worker(10);
     advance(1);
     struct stat after {};
     ASSERT_EQ(stat(router().node().at("/tmp/backhaul_fifo").c_str(), &after), 0);

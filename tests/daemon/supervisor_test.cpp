@@ -2,19 +2,12 @@
 
 #include "daemon/supervisor.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -30,6 +23,8 @@ using harness::file_is_there;
 using harness::file_text;
 using testing::ElementsAre;
 
+/// How a supervisor ends whose worker was told "done".
+constexpr int KILLED = -SIGKILL;
 constexpr char CRASH[] = "/var/log/backhaul_flow_log.crash";
 constexpr char START[] = "<-- backhaul_monitor start -->";
 
@@ -68,24 +63,6 @@ void worker_by_order() {
     worker_end_by(std::atoi(order.c_str()));
 }
 
-/// Fork fails from here on; what starts a thread of this process still works.
-void forks_forbid() {
-    constexpr uint32_t SHARES_MEMORY = 0x100;  // CLONE_VM
-    const sock_filter program[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 0, 2),
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args)),
-        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, SHARES_MEMORY, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
-    };
-    const sock_fprog whole{sizeof program / sizeof program[0], const_cast<sock_filter*>(program)};
-    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
-        prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &whole) != 0) {
-        _exit(98);
-    }
-}
-
 class Supervisor : public harness::SandboxTest {
 protected:
     static constexpr uint32_t START_TIME = 1000000;
@@ -96,35 +73,25 @@ protected:
         runtime.flow_log_lines = 0;
     }
 
-    /// Runs a supervisor until a worker is told "done". Returns its wait status, -1 when it does
-    /// not end.
-    static int supervise(const std::string& orders, void (*prepare)() = nullptr) {
+    /// Runs a supervisor of `worker` until a worker is told "done". Gives how it ended.
+    static int supervise(const std::string& orders, void (*prepare)() = nullptr,
+                         void (*worker)() = worker_by_order) {
         harness::put_file("/tmp/orders", orders);
-        const pid_t child = fork();
-        if (child == 0) {
-            const rlimit no_core{0, 0};
-            setrlimit(RLIMIT_CORE, &no_core);
-            const int fd = open("/tmp/out", O_WRONLY | O_CREAT | O_APPEND, 0600);
-            dup2(fd, STDOUT_FILENO);
-            close(fd);
-            std::setvbuf(stdout, nullptr, _IOLBF, 0);
-            if (prepare != nullptr) {
-                prepare();
-            }
-            supervisor_run(worker_by_order);
-        }
-        int status = -1;
-        if (!harness::wait_until([&] { return waitpid(child, &status, WNOHANG) == child; })) {
-            kill(child, SIGKILL);
-            waitpid(child, nullptr, 0);
-            return -1;
-        }
-        return status;
+        return harness::exit_code(
+            [=] {
+                const rlimit no_core{0, 0};
+                setrlimit(RLIMIT_CORE, &no_core);
+                if (prepare != nullptr) {
+                    prepare();
+                }
+                supervisor_run(worker);
+            },
+            harness::LINES_OUT);
     }
 };
 
 TEST_F(Supervisor, logs_any_exit_as_normal_with_the_value_1) {
-    EXPECT_EQ(supervise("exit0 exit1 exit7 done"), SIGKILL);
+    EXPECT_EQ(supervise("exit0 exit1 exit7 done"), KILLED);
     EXPECT_THAT(harness::flow_log_lines(),
                 ElementsAre(START, "normal termination : 1", START, "normal termination : 1", START,
                             "normal termination : 1", START));
@@ -133,7 +100,7 @@ TEST_F(Supervisor, logs_any_exit_as_normal_with_the_value_1) {
 }
 
 TEST_F(Supervisor, restarts_quietly_after_signal_10) {
-    EXPECT_EQ(supervise("10 done"), SIGKILL);
+    EXPECT_EQ(supervise("10 done"), KILLED);
     EXPECT_THAT(harness::flow_log_lines(), ElementsAre(START, START));
     EXPECT_FALSE(file_is_there(CRASH));
     EXPECT_EQ(harness::clock_now(), START_TIME + 1);
@@ -143,7 +110,7 @@ TEST_F(Supervisor, keeps_the_flow_log_of_a_worker_killed_by_another_signal) {
     for (const int signal : {SIGSEGV, SIGKILL, SIGTERM, SIGUSR2}) {
         SetUp();
         const std::string number = std::to_string(signal);
-        EXPECT_EQ(supervise(number + " done"), SIGKILL);
+        EXPECT_EQ(supervise(number + " done"), KILLED);
         EXPECT_THAT(harness::without_dates(file_text(CRASH)),
                     ElementsAre(START, "abnormal termination : " + number))
             << "the line comes before the renaming";
@@ -154,7 +121,7 @@ TEST_F(Supervisor, keeps_the_flow_log_of_a_worker_killed_by_another_signal) {
 
 TEST_F(Supervisor, replaces_an_older_crash_log) {
     harness::put_file(CRASH, "older\n");
-    EXPECT_EQ(supervise("exit0 9 11 done"), SIGKILL);
+    EXPECT_EQ(supervise("exit0 9 11 done"), KILLED);
     EXPECT_THAT(harness::without_dates(file_text(CRASH)),
                 ElementsAre(START, "abnormal termination : 11"));
 }
@@ -162,13 +129,13 @@ TEST_F(Supervisor, replaces_an_older_crash_log) {
 TEST_F(Supervisor, goes_on_when_the_flow_log_cannot_be_written_or_renamed) {
     mkdir(CRASH, 0755);
     harness::put_file(std::string(CRASH) + "/keeps", "it");
-    EXPECT_EQ(supervise("9 9 done"), SIGKILL);
+    EXPECT_EQ(supervise("9 9 done"), KILLED);
     EXPECT_THAT(harness::flow_log_lines(), ElementsAre(START, "abnormal termination : 9", START,
                                                        "abnormal termination : 9", START));
 }
 
 TEST_F(Supervisor, prints_each_line_once_and_in_order) {
-    EXPECT_EQ(supervise("exit0 9 10 done"), SIGKILL);
+    EXPECT_EQ(supervise("exit0 9 10 done"), KILLED);
     const std::string out = file_text("/tmp/out");
     size_t waits = 0;
     for (size_t at = out.find("Wait pid\n"); at != std::string::npos;
@@ -193,13 +160,13 @@ TEST_F(Supervisor, waits_on_when_a_signal_interrupts_it) {
                             };
                             sigaction(SIGALRM, &handler, nullptr);
                         }),
-              SIGKILL);
+              KILLED);
     EXPECT_THAT(harness::flow_log_lines(), ElementsAre(START, "normal termination : 1", START,
                                                        "normal termination : 1", START));
 }
 
 TEST_F(Supervisor, ends_with_status_0_and_without_a_word_when_fork_fails) {
-    EXPECT_EQ(supervise("exit0 done", forks_forbid), 0);
+    EXPECT_EQ(supervise("exit0 done", harness::forks_refuse), 0);
     EXPECT_FALSE(file_is_there(FLOW_LOG_PATH));
     EXPECT_EQ(file_text("/tmp/out"), "");
     EXPECT_EQ(file_text("/tmp/orders"), "exit0 done") << "no worker ran";
@@ -208,20 +175,15 @@ TEST_F(Supervisor, ends_with_status_0_and_without_a_word_when_fork_fails) {
 TEST_F(Supervisor, starts_each_worker_with_a_count_of_its_own_and_the_same_settings) {
     runtime.flow_log_lines = 123;
     runtime.intf_init = 0;
-    harness::put_file("/tmp/orders", "exit0 done");
-    const pid_t child = fork();
-    if (child == 0) {
-        supervisor_run([] {
-            // The start line was the first call of this process.
-            flow_log("count %d, intf_init %d\n", static_cast<int>(runtime.flow_log_lines),
-                     runtime.intf_init);
-            runtime.intf_init = 1;
-            runtime.master = 1;
-            worker_by_order();
-        });
-    }
-    int status = -1;
-    ASSERT_TRUE(harness::wait_until([&] { return waitpid(child, &status, WNOHANG) == child; }));
+    const int end = supervise("exit0 done", nullptr, [] {
+        // The start line was the first call of this process.
+        flow_log("count %d, intf_init %d\n", static_cast<int>(runtime.flow_log_lines),
+                 runtime.intf_init);
+        runtime.intf_init = 1;
+        runtime.master = 1;
+        worker_by_order();
+    });
+    EXPECT_EQ(end, KILLED);
     runtime.intf_init = 1;
     EXPECT_THAT(harness::flow_log_lines(),
                 ElementsAre(START, "count 1, intf_init 0", "normal termination : 1", START,
@@ -233,23 +195,18 @@ TEST_F(Supervisor, leaves_no_zombie_after_20_kills_in_a_row) {
     for (int i = 0; i < 20; ++i) {
         orders += "9 ";
     }
-    harness::put_file("/tmp/orders", orders + "done");
-    const pid_t child = fork();
-    if (child == 0) {
-        supervisor_run([] {
-            if (file_text("/tmp/orders") == "done") {
-                // What the supervisor has for children now: this worker alone.
-                const std::string children =
-                    file_text("/proc/" + std::to_string(getppid()) + "/task/" +
-                              std::to_string(getppid()) + "/children");
-                harness::put_file("/tmp/children",
-                                  children == std::to_string(getpid()) + " " ? "one" : children);
-            }
-            worker_by_order();
-        });
-    }
-    int status = -1;
-    ASSERT_TRUE(harness::wait_until([&] { return waitpid(child, &status, WNOHANG) == child; }));
+    const int end = supervise(orders + "done", nullptr, [] {
+        if (file_text("/tmp/orders") == "done") {
+            // What the supervisor has for children now: this worker alone.
+            const std::string supervisor = std::to_string(getppid());
+            const std::string children =
+                file_text("/proc/" + supervisor + "/task/" + supervisor + "/children");
+            harness::put_file("/tmp/children",
+                              children == std::to_string(getpid()) + " " ? "one" : children);
+        }
+        worker_by_order();
+    });
+    EXPECT_EQ(end, KILLED);
     EXPECT_EQ(file_text("/tmp/children"), "one");
     EXPECT_EQ(harness::clock_now(), START_TIME + 20);
 }

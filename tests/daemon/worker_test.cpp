@@ -8,46 +8,23 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <netinet/in.h>
 #include <pthread.h>
-#include <sched.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
-#include <cstddef>
 #include <cstdio>
 #include <string>
 
 #include "runtime/runtime_block.h"
-#include "tests/harness/sandbox.h"
+#include "tests/harness/table_fixture.h"
 
 namespace {
 
-class MessageSocket : public harness::SandboxTest {
-protected:
-    void SetUp() override {
-        SandboxTest::SetUp();
-        runtime.master = 0;
-        runtime.backhaul_valid = 0;
-    }
-    void TearDown() override {
-        if (runtime.msg_fd != -1) {
-            close(runtime.msg_fd);
-        }
-        runtime.msg_fd = -1;
-        runtime.master = 0;
-        runtime.backhaul_valid = 0;
-        SandboxTest::TearDown();
-    }
-};
+using harness::exit_code;
+
+class MessageSocket : public harness::TableTest {};
 
 TEST_F(MessageSocket, is_udp_on_port_36003_of_every_address_and_closed_on_exec) {
     msg_socket_open();
@@ -80,16 +57,10 @@ TEST_F(MessageSocket, ends_the_worker_with_status_1_when_the_port_is_taken) {
     EXPECT_EXIT(msg_socket_open(), testing::ExitedWithCode(1), "^bind: Address already in use\n$");
 }
 
-/// From here on no descriptor can be made.
-void descriptors_use_up() {
-    const rlimit none{3, 3};
-    setrlimit(RLIMIT_NOFILE, &none);
-}
-
 TEST_F(MessageSocket, ends_the_worker_with_status_1_when_it_cannot_be_made) {
     EXPECT_EXIT(
         {
-            descriptors_use_up();
+            const harness::DescriptorsRefused refused;
             msg_socket_open();
         },
         testing::ExitedWithCode(1), "^socket: Too many open files\n$");
@@ -102,33 +73,14 @@ TEST_F(WorkerEnd, has_the_given_status) {
     EXPECT_EXIT(worker_end_now(7), testing::ExitedWithCode(7), "");
 }
 
-/// Runs `body` in a child whose standard output is the file /tmp/out, fully buffered. Returns the
-/// child's wait status, or -1 when it does not end.
-template <typename Body>
-int run_in_child(Body body) {
-    const pid_t child = fork();
-    if (child == 0) {
-        const int fd = open("/tmp/out", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        dup2(fd, STDOUT_FILENO);
-        std::setvbuf(stdout, nullptr, _IOFBF, 4096);
-        body();
-        _exit(99);
-    }
-    int status = -1;
-    if (!harness::wait_until([&] { return waitpid(child, &status, WNOHANG) == child; })) {
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-        return -1;
-    }
-    return status;
-}
-
 TEST_F(WorkerEnd, loses_nothing_that_was_printed) {
-    const int status = run_in_child([] {
-        std::fputs("no line end", stdout);
-        worker_end_now(5);
-    });
-    EXPECT_EQ(status, 5 << 8);
+    const int code = exit_code(
+        [] {
+            std::fputs("no line end", stdout);
+            worker_end_now(5);
+        },
+        harness::WHOLE_OUT);
+    EXPECT_EQ(code, 5);
     EXPECT_EQ(harness::file_text("/tmp/out"), "no line end");
 }
 
@@ -137,7 +89,7 @@ void* read_for_ever(void* file) {
 }
 
 TEST_F(WorkerEnd, does_not_wait_for_a_thread_inside_a_read) {
-    const int status = run_in_child([] {
+    const int code = exit_code([] {
         int ends[2];
         if (pipe(ends) != 0) {
             _exit(98);
@@ -158,54 +110,39 @@ TEST_F(WorkerEnd, does_not_wait_for_a_thread_inside_a_read) {
         }
         worker_end_now(0);
     });
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(code, 0);
 }
 
 TEST_F(WorkerEnd, works_on_any_thread) {
-    const int status = run_in_child([] {
-        std::fputs("from a thread\n", stdout);
-        thread_start([](void*) -> void* { worker_end_now(4); }, nullptr);
-        for (;;) {
-            pause();
-        }
-    });
-    EXPECT_EQ(status, 4 << 8);
+    const int code = exit_code(
+        [] {
+            std::fputs("from a thread\n", stdout);
+            thread_start([](void*) -> void* { worker_end_now(4); }, nullptr);
+            for (;;) {
+                pause();
+            }
+        },
+        harness::WHOLE_OUT);
+    EXPECT_EQ(code, 4);
     EXPECT_EQ(harness::file_text("/tmp/out"), "from a thread\n");
-}
-
-/// No thread can be started from here on; processes can.
-void threads_forbid() {
-    const sock_filter program[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone3, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 0, 3),
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[0])),
-        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, CLONE_THREAD, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAGAIN),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog whole{sizeof program / sizeof program[0], const_cast<sock_filter*>(program)};
-    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
-        prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &whole) != 0) {
-        _exit(98);
-    }
 }
 
 class WorkerThreads : public harness::SandboxTest {};
 
 TEST_F(WorkerThreads, are_missed_without_a_word_when_they_cannot_be_started) {
     harness::put_file("/tmp/netprobe.db", "");
-    const int status = run_in_child([] {
-        dup2(open("/tmp/err", O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
-        threads_forbid();
-        if (thread_start(read_for_ever, nullptr) <= 0) {
-            _exit(97);
-        }
-        // It goes on until it misses the profile.
-        backhaul_monitor();
-    });
-    EXPECT_EQ(status, 0);
+    const int code = exit_code(
+        [] {
+            dup2(open("/tmp/err", O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+            harness::threads_refuse();
+            if (thread_start(read_for_ever, nullptr) <= 0) {
+                _exit(97);
+            }
+            // It goes on until it misses the profile.
+            backhaul_monitor();
+        },
+        harness::WHOLE_OUT);
+    EXPECT_EQ(code, 0);
     EXPECT_EQ(harness::file_text("/tmp/out"), "Init WiFi interface table fail\n");
     EXPECT_EQ(harness::file_text("/tmp/err"), "");
 }

@@ -3,7 +3,6 @@
 #include "lab/tools/state_layout.h"
 #include "runtime/runtime_block.h"
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 void DeviceTest::SetUp() {
@@ -29,10 +28,7 @@ unsigned pid_alive() {
 }
 
 unsigned pid_gone() {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(0);
-    }
-    waitpid(child, nullptr, 0);
-    return static_cast<unsigned>(child);
+    harness::Child child([] { _exit(0); });
+    child.wait();
+    return static_cast<unsigned>(child.pid());
 }

@@ -10,7 +10,6 @@
 #include "tests/device/device_fixture.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -188,12 +187,10 @@ TEST_F(IntfExistence, asks_again_while_the_tool_tells_no_feature) {
 }
 
 TEST_F(IntfExistence, logs_no_feature_when_there_is_no_pipe) {
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit none{0, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    device_wifi_intf_existence_chk();
-    setrlimit(RLIMIT_NOFILE, &before);
+    {
+        const harness::DescriptorsRefused refused;
+        device_wifi_intf_existence_chk();
+    }
     EXPECT_EQ(runtime.visitor_network_feature.get(), -1);
     EXPECT_THAT(journal(), testing::IsEmpty());
 }

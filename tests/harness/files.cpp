@@ -66,8 +66,4 @@ std::vector<std::string> without_dates(const std::string& log_text) {
     return lines;
 }
 
-void short_pause() {
-    usleep(500);
-}
-
 }  // namespace harness

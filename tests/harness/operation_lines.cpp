@@ -110,10 +110,93 @@ Lines txpower_decrease() {
             "$ iwpriv wifi1 cca_threshold -65"};
 }
 
-Lines message_sent(const std::string& word) {
-    return {
-        "$ uci get wireless.ath20.ssid",
-        "$ echo -n '" + word + "' | openssl aes-128-cbc -e -k 'mesh-backhaul' > /tmp/ssl_output"};
+Lines message_sent(const std::string& word, const std::string& pass_phrase) {
+    return {"$ uci get wireless.ath20.ssid", "$ echo -n '" + word +
+                                                 "' | openssl aes-128-cbc -e -k '" + pass_phrase +
+                                                 "' > /tmp/ssl_output"};
+}
+
+Lines message_opened(const std::string& pass_phrase) {
+    return {"$ uci get wireless.ath20.ssid", "$ openssl aes-128-cbc -d -k \"" + pass_phrase +
+                                                 "\" -in /tmp/ssl_input > /tmp/ssl_decrypt"};
+}
+
+Lines tables_flushed() {
+    return {"device_forward_table_flush : Enter",
+            "$ echo 1 > /sys/devices/virtual/net/br-lan/bridge/flush", "$ hyctl flushatbl br-lan",
+            "$ hyctl flushdtbl br-lan"};
+}
+
+Lines loss_counted(const std::string& name, int losses) {
+    return {"backhaul_disconnected(" + name + ") : try to connect again",
+            "backhaul_disconnected(" + name + ") : sta_intf->disconnect_count " +
+                std::to_string(losses)};
+}
+
+Lines no_link_left() {
+    return {"backhaul_disconnected : No backhaul link, disassociate all sta in backhaul ap",
+            "backhaul_disconnected : No backhaul link, disable all service AP"};
+}
+
+Lines parked(const std::string& name) {
+    return joined({station_off(name), change(name, 7, 6), change(name, 6, 6)});
+}
+
+Lines search_finding() {
+    return {"find_backup_backhaul_link : finding backup backhaul link"};
+}
+
+Lines backup_enabled(const std::string& name) {
+    return joined({search_finding(),
+                   change(name, 0, 3),
+                   station_on(name),
+                   {"find_backup_backhaul_link : found backup backhaul sta " + name}});
+}
+
+Lines target_joined(const std::string& name, const std::string& bssid) {
+    const std::string wpa_cli = "$ wpa_cli -p /var/run/wpa_supplicant-" + name;
+    return joined(
+        {change(name, 7, 5),
+         {wpa_cli + " disable_network 0", "device_config_best_ap : config best bssid " + bssid,
+          wpa_cli + " set_network 0 bssid " + bssid, wpa_cli + " enable_network 0"}});
+}
+
+Lines aps_disabled_in_store(const Lines& names) {
+    Lines all;
+    for (const std::string& name : names) {
+        all.push_back("$ uci set wireless." + name + ".disabled=1");
+        all.push_back("$ uci commit wireless");
+    }
+    return all;
+}
+
+Lines distance(const std::string& name, int value) {
+    return {"$ iwpriv " + name + " get_whc_dist > /tmp/ath_dist",
+            "qca_dist_get : dist " + std::to_string(value)};
+}
+
+Lines settings_reload(const Lines& names) {
+    Lines reloaded;
+    for (const std::string& name : names) {
+        reloaded.push_back("device_reload_ap_settings : reload " + name);
+        reloaded.push_back("$ /etc/init.d/wireless restart");
+    }
+    return joined({
+        led("BackhaulConfig"),
+        {"device_reload_ap_settings : Enter", "$ uci set hyd.config.Enable=0",
+         "$ /etc/init.d/hyd stop"},
+        reloaded,
+        backhaul_ap_off(),
+        {"$ uci set hyd.config.Enable=1", "$ uci commit hyd", "$ /etc/init.d/hyd restart",
+         "device_reload_ap_settings : Leave 0.000000", "$ wifi_channel_monitor once"},
+        led("BackhaulFinish"),
+        {"$ /usr/sbin/vl1905App 18 1 1"},
+    });
+}
+
+Lines admission_asked_in_vain() {
+    return joined(
+        {message_sent("CHECK_VALID"), {"backhaul_send_unicast_msg : sendto error 13 ''"}});
 }
 
 }  // namespace harness

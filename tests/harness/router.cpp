@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -36,21 +37,18 @@ lab::DriverSender& Driver::sender() {
     return sender_;
 }
 
-void Driver::check(int result, const char* file, int line) {
-    if (result != 0) {
-        ADD_FAILURE_AT(file, line) << sender_.error;
-    }
+void Driver::check(int result, Where where) {
+    fail_if(result != 0, sender_.error, where);
 }
 
-void Driver::associated(const std::string& station, const std::string& ap, const char* file,
-                        int line) {
+void Driver::associated(const std::string& station, const std::string& ap, Where where) {
     associated_silently(station, ap);
-    check(lab::driver_associated(&sender(), station, address_of(ap)), file, line);
+    check(lab::driver_associated(&sender(), station, address_of(ap)), where);
 }
 
-void Driver::lost(const std::string& station, const char* file, int line) {
+void Driver::lost(const std::string& station, Where where) {
     lost_silently(station);
-    check(lab::driver_disassociated(&sender(), station), file, line);
+    check(lab::driver_disassociated(&sender(), station), where);
 }
 
 void Driver::associated_silently(const std::string& station, const std::string& ap) {
@@ -61,26 +59,24 @@ void Driver::lost_silently(const std::string& station) {
     lab::wifi_not_associated_set(node_.root(), station);
 }
 
-void Driver::client_joined(const std::string& interface, const std::string& client,
-                           const char* file, int line) {
-    check(lab::driver_client_joined(&sender(), interface, address_of(client)), file, line);
+void Driver::client_joined(const std::string& interface, const std::string& client, Where where) {
+    check(lab::driver_client_joined(&sender(), interface, address_of(client)), where);
 }
 
-void Driver::client_left(const std::string& interface, const std::string& client, const char* file,
-                         int line) {
-    check(lab::driver_client_left(&sender(), interface, address_of(client)), file, line);
+void Driver::client_left(const std::string& interface, const std::string& client, Where where) {
+    check(lab::driver_client_left(&sender(), interface, address_of(client)), where);
 }
 
-void Driver::channel(const std::string& interface, unsigned channel, const char* file, int line) {
+void Driver::channel(const std::string& interface, unsigned channel, Where where) {
     check(lab::driver_channel_changed(&sender(), interface, static_cast<std::uint8_t>(channel)),
-          file, line);
+          where);
 }
 
 void Driver::leave_reason(const std::string& interface, unsigned number, const std::string& client,
-                          unsigned reason, const char* file, int line) {
+                          unsigned reason, Where where) {
     check(lab::driver_leave_reason(&sender(), interface, static_cast<std::uint16_t>(number),
                                    address_of(client), reason),
-          file, line);
+          where);
 }
 
 Router::Router(std::unique_ptr<lab::Node> node, std::function<void()> settle)
@@ -91,21 +87,19 @@ Router::Router(std::unique_ptr<lab::Node> node, std::function<void()> settle)
       driver_(*node_) {}
 
 void Router::start(const std::vector<std::string>& arguments,
-                   const std::vector<std::string>& environment, const char* file, int line) {
+                   const std::vector<std::string>& environment, Where where) {
     std::string error;
     if (daemon_.start({arguments, environment}, error) != 0) {
-        ADD_FAILURE_AT(file, line) << error;
+        fail_at(where, error);
     }
     // Only a log that was seen can be followed when it is renamed.
     update();
 }
 
-void Router::kill_worker(int signal, const char* file, int line) {
+void Router::kill_worker(int signal, Where where) {
     std::string error;
     update();
-    if (daemon_.kill_worker(signal, error) != 0) {
-        ADD_FAILURE_AT(file, line) << error;
-    }
+    fail_if(daemon_.kill_worker(signal, error) != 0, error, where);
     update();
 }
 
@@ -128,22 +122,18 @@ void Router::remove_file(const std::string& path) {
     EXPECT_TRUE(lab::file_remove(node_->at(path))) << path;
 }
 
-void Router::sql(const std::string& statements, const char* file, int line) {
+void Router::sql(const std::string& statements, Where where) {
     std::string error;
-    if (lab::database_run(*node_, statements, error) != 0) {
-        ADD_FAILURE_AT(file, line) << error;
-    }
+    fail_if(lab::database_run(*node_, statements, error) != 0, error, where);
 }
 
 void Router::uci(const std::string& key, const std::string& value) {
     EXPECT_TRUE(lab::uci_store_set(root(), key, value)) << key;
 }
 
-void Router::command(const std::string& bytes, const char* file, int line) {
+void Router::command(const std::string& bytes, Where where) {
     std::string error;
-    if (lab::fifo_command(*node_, bytes, error) != 0) {
-        ADD_FAILURE_AT(file, line) << error;
-    }
+    fail_if(lab::fifo_command(*node_, bytes, error) != 0, error, where);
 }
 
 void Router::update() {
@@ -155,69 +145,77 @@ void Router::update() {
 }
 
 void Router::expect(const std::string& kind, const Lines& expected, const Lines& all,
-                    size_t& cursor, const char* file, int line) {
+                    size_t& cursor, Where where) {
     const std::string difference = lines_differ(expected, from(all, cursor));
     cursor = all.size();
     if (!difference.empty()) {
-        ADD_FAILURE_AT(file, line)
-            << node_->options().name << ": " << kind << " (- missing, + unexpected):\n"
-            << difference;
+        fail_at(where, node_->options().name, ": ", kind, " (- missing, + unexpected):\n",
+                difference);
     }
 }
 
-void Router::expect_log(const Lines& lines, const char* file, int line) {
-    expect("flow log", lines, log(), cursors_.log, file, line);
+void Router::expect_log(const Lines& lines, Where where) {
+    expect("flow log", lines, log(), cursors_.log, where);
 }
 
-void Router::expect_shell(const Lines& lines, const char* file, int line) {
-    expect("shell lines", lines, shell(), cursors_.shell, file, line);
+void Router::expect_shell(const Lines& lines, Where where) {
+    expect("shell lines", lines, shell(), cursors_.shell, where);
 }
 
-void Router::expect_calls(const Lines& lines, const char* file, int line) {
-    expect("tool calls", lines, calls(), cursors_.calls, file, line);
+void Router::expect_calls(const Lines& lines, Where where) {
+    expect("tool calls", lines, calls(), cursors_.calls, where);
 }
 
-void Router::expect_out(const Lines& lines, const char* file, int line) {
+void Router::expect_out(const Lines& lines, Where where) {
     update();
-    expect("standard output", lines, journal_.out(), cursors_.out, file, line);
+    expect("standard output", lines, journal_.out(), cursors_.out, where);
 }
 
-void Router::expect_err(const Lines& lines, const char* file, int line) {
+void Router::expect_out_of_both(Lines lines, Where where) {
     update();
-    expect("standard error", lines, journal_.err(), cursors_.err, file, line);
+    Lines found = from(journal_.out(), cursors_.out);
+    std::sort(found.begin(), found.end());
+    std::sort(lines.begin(), lines.end());
+    cursors_.out += found.size();
+    size_t begin = 0;
+    expect("standard output in any order", lines, found, begin, where);
 }
 
-void Router::expect_journal(const Lines& lines, const char* file, int line) {
-    expect("journal", lines, journal(), cursors_.journal, file, line);
+void Router::expect_err(const Lines& lines, Where where) {
+    update();
+    expect("standard error", lines, journal_.err(), cursors_.err, where);
 }
 
-void Router::expect_status(const std::string& text, const char* file, int line) {
-    expect_file("/tmp/backhaul_status", text, file, line);
+void Router::expect_journal(const Lines& lines, Where where) {
+    expect("journal", lines, journal(), cursors_.journal, where);
 }
 
-void Router::expect_file(const std::string& path, const std::string& text, const char* file,
-                         int line) {
+void Router::expect_status(const std::string& text, Where where) {
+    expect_file("/tmp/backhaul_status", text, where);
+}
+
+void Router::expect_file(const std::string& path, const std::string& text, Where where) {
     settle_();
     const std::string found = this->file(path);
     if (found != text || !has_file(path)) {
-        ADD_FAILURE_AT(file, line) << path << (has_file(path) ? " holds " : " is missing, not ")
-                                   << testing::PrintToString(has_file(path) ? found : text)
-                                   << " expected " << testing::PrintToString(text);
+        fail_at(where, path, (has_file(path) ? " holds " : " is missing, not "),
+                testing::PrintToString(has_file(path) ? found : text), " expected ",
+                testing::PrintToString(text));
     }
 }
 
-void Router::expect_no_file(const std::string& path, const char* file, int line) {
+void Router::expect_no_file(const std::string& path, Where where) {
     settle_();
     if (has_file(path)) {
-        ADD_FAILURE_AT(file, line) << path << " should not be there; it holds "
-                                   << testing::PrintToString(this->file(path));
+        fail_at(where, path, " should not be there; it holds ",
+                testing::PrintToString(this->file(path)));
     }
 }
 
-void Router::expect_state(const std::string& interface, int state, const char* file, int line) {
+void Router::expect_state(const std::string& interface, int state, Where where) {
     const int found = state_after(log(), interface);
     if (found != state) {
-        ADD_FAILURE_AT(file, line) << interface << " is in state " << found << ", not " << state;
+        fail_at(where, interface, " is in state ", found, ", not ", state);
     }
 }
 

@@ -16,10 +16,9 @@
 #include "lab/node/journal.h"
 #include "lab/node/node.h"
 #include "tests/harness/line_match.h"
+#include "tests/harness/where.h"
 
 namespace harness {
-
-#define HARNESS_HERE const char *file = __builtin_FILE(), int line = __builtin_LINE()
 
 // The wireless driver of one router: each call changes what the tools then say and sends the event
 // that the real driver would.
@@ -28,22 +27,25 @@ public:
     explicit Driver(lab::Node& node);
 
     // The station is associated with the AP ("02:00:00:00:01:01"), or has lost it.
-    void associated(const std::string& station, const std::string& ap, HARNESS_HERE);
-    void lost(const std::string& station, HARNESS_HERE);
+    void associated(const std::string& station, const std::string& ap,
+                    Where where = Where::current());
+    void lost(const std::string& station, Where where = Where::current());
     // As above, but the event never reaches the daemon.
     void associated_silently(const std::string& station, const std::string& ap);
     void lost_silently(const std::string& station);
-    void client_joined(const std::string& interface, const std::string& client, HARNESS_HERE);
-    void client_left(const std::string& interface, const std::string& client, HARNESS_HERE);
-    void channel(const std::string& interface, unsigned channel, HARNESS_HERE);
+    void client_joined(const std::string& interface, const std::string& client,
+                       Where where = Where::current());
+    void client_left(const std::string& interface, const std::string& client,
+                     Where where = Where::current());
+    void channel(const std::string& interface, unsigned channel, Where where = Where::current());
     void leave_reason(const std::string& interface, unsigned number, const std::string& client,
-                      unsigned reason, HARNESS_HERE);
+                      unsigned reason, Where where = Where::current());
 
     // For anything else: events in any layout, broken messages.
     lab::DriverSender& sender();
 
 private:
-    void check(int result, const char* file, int line);
+    void check(int result, Where where);
     lab::Node& node_;
     lab::DriverSender sender_;
 };
@@ -67,35 +69,40 @@ public:
 
     // Starts the daemon with these arguments and waits until it rests.
     void start(const std::vector<std::string>& arguments = {},
-               const std::vector<std::string>& environment = {}, HARNESS_HERE);
+               const std::vector<std::string>& environment = {}, Where where = Where::current());
 
     // Ends the worker with a signal; one second later the supervisor starts the next one.
-    void kill_worker(int signal, HARNESS_HERE);
+    void kill_worker(int signal, Where where = Where::current());
 
     // Files of the router, by their own names.
     std::string file(const std::string& path) const;
     bool has_file(const std::string& path) const;
     void put_file(const std::string& path, const std::string& text);
     void remove_file(const std::string& path);
-    void sql(const std::string& statements, HARNESS_HERE);
+    void sql(const std::string& statements, Where where = Where::current());
     void uci(const std::string& key, const std::string& value);
 
     // One write into the control FIFO, bytes as they are ("uplink_scan\n").
-    void command(const std::string& bytes, HARNESS_HERE);
+    void command(const std::string& bytes, Where where = Where::current());
 
-    void expect_log(const Lines& lines, HARNESS_HERE);
-    void expect_shell(const Lines& lines, HARNESS_HERE);
-    void expect_calls(const Lines& lines, HARNESS_HERE);  // of stand-in tools, "uci get a.b.c"
-    void expect_out(const Lines& lines, HARNESS_HERE);    // standard output
-    void expect_err(const Lines& lines, HARNESS_HERE);
+    void expect_log(const Lines& lines, Where where = Where::current());
+    void expect_shell(const Lines& lines, Where where = Where::current());
+    void expect_calls(const Lines& lines,
+                      Where where = Where::current());  // of stand-in tools, "uci get a.b.c"
+    void expect_out(const Lines& lines, Where where = Where::current());  // standard output
+    // Standard output of the supervisor and its new worker, who print side by side: any order.
+    void expect_out_of_both(Lines lines, Where where = Where::current());
+    void expect_err(const Lines& lines, Where where = Where::current());
     // Log and shell lines as one story, shell lines as "$ LINE".
-    void expect_journal(const Lines& lines, HARNESS_HERE);
-    void expect_status(const std::string& text, HARNESS_HERE);  // of /tmp/backhaul_status
-    void expect_file(const std::string& path, const std::string& text, HARNESS_HERE);
-    void expect_no_file(const std::string& path, HARNESS_HERE);
+    void expect_journal(const Lines& lines, Where where = Where::current());
+    void expect_status(const std::string& text,
+                       Where where = Where::current());  // of /tmp/backhaul_status
+    void expect_file(const std::string& path, const std::string& text,
+                     Where where = Where::current());
+    void expect_no_file(const std::string& path, Where where = Where::current());
     // The link state that the log's last change of that interface leaves. States that the daemon
     // stores without a change line are not seen.
-    void expect_state(const std::string& interface, int state, HARNESS_HERE);
+    void expect_state(const std::string& interface, int state, Where where = Where::current());
 
     // Forgets everything that came so far, of all kinds.
     void skip();
@@ -127,7 +134,7 @@ private:
         size_t journal = 0;
     };
     void expect(const std::string& kind, const Lines& expected, const Lines& all, size_t& cursor,
-                const char* file, int line);
+                Where where);
     void update();
 
     std::unique_ptr<lab::Node> node_;

@@ -184,7 +184,6 @@ void SandboxTest::TearDown() {
     contract_note_commands(recorded_lines());
     // Where tests put the output of a child.
     contract_note_stdout_file("/tmp/out");
-    contract_note_stdout_file("/tmp/root_out");
     contract_note_files("");
     contract_save();
 }

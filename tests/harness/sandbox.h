@@ -13,6 +13,9 @@
 #include <vector>
 
 #include "lab/clock/clock_control.h"
+#include "tests/harness/child.h"
+#include "tests/harness/refusal.h"
+#include "tests/harness/wait.h"
 
 namespace harness {
 
@@ -56,28 +59,11 @@ std::vector<lab::ArmedTimer> clock_timers();
 // Waits until all other threads and processes of the sandbox are blocked.
 void clock_settle();
 
-// Waits until `condition` holds, polling; false when it does not within `limit_ms` of real time.
-template <typename Condition>
-bool wait_until(Condition condition, int limit_ms = 10000);
-void short_pause();
-
 // Starts every test with empty /tmp and /var/log, nothing recorded, no answers set and real time.
 class SandboxTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
 };
-
-template <typename Condition>
-bool wait_until(Condition condition, int limit_ms) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(limit_ms);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        short_pause();
-    }
-    return true;
-}
 
 }  // namespace harness

@@ -14,22 +14,16 @@ std::string daemon_program() {
     return wanted == nullptr ? BACKHAUL_BUILD_DIR "/backhaul_monitor" : wanted;
 }
 
-void fail_if(bool failed, const std::string& error, const char* file, int line) {
-    if (failed) {
-        ADD_FAILURE_AT(file, line) << error;
-    }
-}
-
 }  // namespace
 
-Router& Story::add_router(lab::NodeOptions options, const char* file, int line) {
+Router& Story::add_router(lab::NodeOptions options, Where where) {
     options.programs = BACKHAUL_BUILD_DIR "/lab";
     options.daemon = daemon_program();
     options.keep = {BACKHAUL_BUILD_DIR};
     std::string error;
     std::unique_ptr<lab::Node> node = lab::Node::make(options, error);
     if (node == nullptr || clock_.add_node(node->root(), error) != 0) {
-        ADD_FAILURE_AT(file, line) << error;
+        fail_at(where, error);
         fprintf(stderr, "FAILED: %s\n", error.c_str());
         abort();
     }
@@ -38,108 +32,82 @@ Router& Story::add_router(lab::NodeOptions options, const char* file, int line) 
     return *routers_.back();
 }
 
-Router& Story::add_extender(lab::NodeOptions options, const char* file, int line) {
+Router& Story::add_extender(lab::NodeOptions options, Where where) {
     if (options.name == lab::NodeOptions{}.name) {
         options.name = "extender";
     }
-    Router& made = add_router(std::move(options), file, line);
+    Router& made = add_router(std::move(options), where);
     std::string error;
-    fail_if(lab::standard_extender(made.node(), error) != 0, error, file, line);
+    fail_if(lab::standard_extender(made.node(), error) != 0, error, where);
     return made;
 }
 
-Router& Story::add_root(lab::NodeOptions options, const char* file, int line) {
+Router& Story::add_root(lab::NodeOptions options, Where where) {
     if (options.name == lab::NodeOptions{}.name) {
         options.name = "root";
     }
-    Router& made = add_router(std::move(options), file, line);
+    Router& made = add_router(std::move(options), where);
     std::string error;
-    fail_if(lab::standard_root(made.node(), error) != 0, error, file, line);
+    fail_if(lab::standard_root(made.node(), error) != 0, error, where);
     return made;
 }
 
-void Story::start_extender(const std::vector<std::string>& arguments, const char* file, int line) {
-    add_extender({}, file, line).start(arguments, {}, file, line);
+void Story::start_extender(const std::vector<std::string>& arguments, Where where) {
+    add_extender({}, where).start(arguments, {}, where);
 }
 
-void Story::start_root(const std::vector<std::string>& arguments, const char* file, int line) {
-    add_root({}, file, line).start(arguments, {}, file, line);
+void Story::start_root(const std::vector<std::string>& arguments, Where where) {
+    add_root({}, where).start(arguments, {}, where);
 }
 
 void Story::start_ready_extender(const std::vector<std::string>& arguments, bool admitted,
-                                 const char* file, int line) {
-    start_extender(arguments, file, line);
+                                 Where where) {
+    start_extender(arguments, where);
     if (admitted) {
-        admit(file, line);
+        admit(where);
     }
-    advance(10, file, line);
-    driver().associated("ath0", ap(1), file, line);
-    advance_until([this] { return router().file("/tmp/backhaul_status") == "ready\n"; }, 60, file,
-                  line);
+    advance(10, where);
+    driver().associated("ath0", ap(1), where);
+    advance_until([this] { return router().file("/tmp/backhaul_status") == "ready\n"; }, 60, where);
     skip();
     heard();
 }
 
-Router& Story::router() {
-    return router(0);
-}
-
-Router& Story::router(size_t number) {
-    return *routers_.at(number);
-}
-
-Driver& Story::driver() {
-    return router().driver();
-}
-
-void Story::advance(std::uint32_t seconds, const char* file, int line) {
+void Story::advance(std::uint32_t seconds, Where where) {
     std::string error;
-    fail_if(clock_.advance(seconds, error) != 0, error, file, line);
+    fail_if(clock_.advance(seconds, error) != 0, error, where);
 }
 
-void Story::settle(const char* file, int line) {
+void Story::settle(Where where) {
     std::string error;
-    fail_if(clock_.settle(error) != 0, error, file, line);
-}
-
-std::uint32_t Story::now() {
-    return clock_.now();
-}
-
-lab::MovedClock& Story::clock() {
-    return clock_;
+    fail_if(clock_.settle(error) != 0, error, where);
 }
 
 std::uint32_t Story::advance_until(const std::function<bool()>& condition, std::uint32_t limit,
-                                   const char* file, int line) {
+                                   Where where) {
     const std::uint32_t start = now();
-    settle(file, line);
+    settle(where);
     bool holds = condition();
     if (!holds) {
         std::string error;
         const auto look = [&holds, &condition] {
             return holds = condition();
         };
-        fail_if(clock_.advance(limit, error, look) != 0, error, file, line);
+        fail_if(clock_.advance(limit, error, look) != 0, error, where);
     }
     if (!holds) {
-        ADD_FAILURE_AT(file, line) << "nothing of the kind within " << limit << " seconds; the log "
-                                   << "ends with " << testing::PrintToString(router().new_log());
+        fail_at(where, "nothing of the kind within ", limit, " seconds; the log ", "ends with ",
+                testing::PrintToString(router().new_log()));
     }
     return now() - start;
 }
 
-std::uint32_t Story::advance_until_log(const std::string& text, std::uint32_t limit,
-                                       const char* file, int line) {
+std::uint32_t Story::advance_until_log(const std::string& text, std::uint32_t limit, Where where) {
     const auto is_there = [this, &text] {
         const Lines lines = router().new_log();
         return std::find(lines.begin(), lines.end(), text) != lines.end();
     };
-    return advance_until(is_there, limit, file, line);
-}
-
-std::string Story::ap(unsigned number) {
-    return lab::ap_address(number);
+    return advance_until(is_there, limit, where);
 }
 
 lab::UdpPeer& Story::peer() {
@@ -160,10 +128,10 @@ void Story::say(const std::string& word, const std::string& to) {
     settle();
 }
 
-void Story::admit(const char* file, int line) {
+void Story::admit(Where where) {
     announce_root();
     say("CHECK_VALID_REPLY", router().node().ip());
-    router().expect_file("/tmp/rootap_ip", "192.168.1.1\n", file, line);
+    router().expect_file("/tmp/rootap_ip", "192.168.1.1\n", where);
 }
 
 std::vector<std::string> Story::heard() {
@@ -206,51 +174,6 @@ void Story::keep_evidence() {
         lab::evidence_collect(one->node(), folder);
     }
     printf("evidence: %s\n", folder.c_str());
-}
-
-void Story::expect_log(const Lines& lines, const char* file, int line) {
-    router().expect_log(lines, file, line);
-}
-
-void Story::expect_shell(const Lines& lines, const char* file, int line) {
-    router().expect_shell(lines, file, line);
-}
-
-void Story::expect_calls(const Lines& lines, const char* file, int line) {
-    router().expect_calls(lines, file, line);
-}
-
-void Story::expect_out(const Lines& lines, const char* file, int line) {
-    router().expect_out(lines, file, line);
-}
-
-void Story::expect_err(const Lines& lines, const char* file, int line) {
-    router().expect_err(lines, file, line);
-}
-
-void Story::expect_journal(const Lines& lines, const char* file, int line) {
-    router().expect_journal(lines, file, line);
-}
-
-void Story::expect_status(const std::string& text, const char* file, int line) {
-    router().expect_status(text, file, line);
-}
-
-void Story::expect_file(const std::string& path, const std::string& text, const char* file,
-                        int line) {
-    router().expect_file(path, text, file, line);
-}
-
-void Story::expect_no_file(const std::string& path, const char* file, int line) {
-    router().expect_no_file(path, file, line);
-}
-
-void Story::expect_state(const std::string& interface, int state, const char* file, int line) {
-    router().expect_state(interface, state, file, line);
-}
-
-void Story::skip() {
-    router().skip();
 }
 
 }  // namespace harness

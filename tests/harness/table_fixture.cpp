@@ -75,6 +75,15 @@ void TableTest::SetUp() {
 }
 
 void TableTest::TearDown() {
+    for (int* const fd : {&runtime.netlink_fd, &runtime.fifo_fd, &runtime.msg_fd}) {
+        if (*fd != -1) {
+            close(*fd);
+        }
+        *fd = -1;
+    }
+    runtime.max_fd = 0;
+    runtime.master = 0;
+    runtime.backhaul_valid = 0;
     runtime.intf_num = 0;
     runtime.intf_table = nullptr;
     SandboxTest::TearDown();

@@ -4,9 +4,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -31,14 +29,6 @@ constexpr char ROLE[] = "/tmp/backhaul_mode_change";
 
 class ControlFifo : public harness::TableTest {
 protected:
-    void TearDown() override {
-        if (runtime.fifo_fd != -1) {
-            close(runtime.fifo_fd);
-        }
-        runtime.fifo_fd = -1;
-        TableTest::TearDown();
-    }
-
     /// Writes `bytes` into the FIFO at once and lets the daemon read it.
     static void command(const std::string& bytes) {
         const int writer = open(FIFO, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
@@ -48,20 +38,9 @@ protected:
         backhaul_fifo_recv();
     }
 
-    /// As above in a child process, for a command that ends the worker. Returns the exit status
-    /// and what was printed, or a negative status when it did not exit.
-    static int command_in_child(const std::string& bytes, std::string& out) {
-        const pid_t child = fork();
-        if (child == 0) {
-            const int fd = open("/tmp/out", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            dup2(fd, STDOUT_FILENO);
-            command(bytes);
-            _exit(99);
-        }
-        int status = -1;
-        waitpid(child, &status, 0);
-        out = file_text("/tmp/out");
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    /// As above in a child process, for a command that ends the worker: how it ended.
+    static int command_in_child(const std::string& bytes) {
+        return harness::exit_code([&] { command(bytes); }, harness::WHOLE_OUT);
     }
 
     /// The words that were given to the cipher, oldest first: what was sent.
@@ -102,36 +81,30 @@ TEST_F(ControlFifo, stays_away_when_the_name_cannot_be_taken) {
 }
 
 TEST_F(ControlFifo, stays_closed_when_it_cannot_be_opened) {
-    const pid_t child = fork();
-    if (child == 0) {
-        const int fd = open("/tmp/out", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        dup2(fd, STDOUT_FILENO);
-        const rlimit none{3, 3};
-        setrlimit(RLIMIT_NOFILE, &none);
-        control_fifo_create();
-        std::fflush(stdout);
-        _exit(runtime.fifo_fd == -1 ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    const int code = harness::exit_code(
+        [] {
+            const harness::DescriptorsRefused refused;
+            control_fifo_create();
+            std::fflush(stdout);
+            _exit(runtime.fifo_fd == -1 ? 0 : 1);
+        },
+        harness::WHOLE_OUT);
+    EXPECT_EQ(code, 0);
     EXPECT_EQ(file_text("/tmp/out"), "fifo: Failed to open fifo: Too many open files\n");
 }
 
 TEST_F(ControlFifo, makes_an_extender_a_root_by_ending_the_worker) {
     control_fifo_create();
-    std::string out;
-    EXPECT_EQ(command_in_child("master\n", out), 0);
-    EXPECT_EQ(out, "backhaul_fifo_recv : mode change to master\n");
+    EXPECT_EQ(command_in_child("master\n"), 0);
+    EXPECT_EQ(file_text("/tmp/out"), "backhaul_fifo_recv : mode change to master\n");
     EXPECT_EQ(file_text(ROLE), "master\n");
 }
 
 TEST_F(ControlFifo, makes_a_root_an_extender_by_ending_the_worker) {
     runtime.master = 1;
     control_fifo_create();
-    std::string out;
-    EXPECT_EQ(command_in_child("slave\n", out), 0);
-    EXPECT_EQ(out, "backhaul_fifo_recv : mode change to slave\n");
+    EXPECT_EQ(command_in_child("slave\n"), 0);
+    EXPECT_EQ(file_text("/tmp/out"), "backhaul_fifo_recv : mode change to slave\n");
     EXPECT_EQ(file_text(ROLE), "slave\n");
 }
 
@@ -139,30 +112,20 @@ TEST_F(ControlFifo, says_the_new_role_before_it_writes_it) {
     // Opening the role file waits for a reader.
     ASSERT_EQ(mkfifo(ROLE, 0600), 0);
     control_fifo_create();
-    const pid_t child = fork();
-    if (child == 0) {
-        const int fd = open("/tmp/out", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        dup2(fd, STDOUT_FILENO);
-        std::setvbuf(stdout, nullptr, _IOLBF, 0);
-        command("master\n");
-        _exit(99);
-    }
+    harness::Child child([] { command("master\n"); }, harness::LINES_OUT);
     EXPECT_TRUE(harness::wait_until([] {
         return file_text("/tmp/out") == "backhaul_fifo_recv : mode change to master\n";
     })) << file_text("/tmp/out");
-    EXPECT_EQ(waitpid(child, nullptr, WNOHANG), 0) << "it ended before the role was written";
+    EXPECT_TRUE(child.is_running()) << "it ended before the role was written";
     EXPECT_EQ(file_text(ROLE), "master\n");
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(child.wait(), 0);
 }
 
 TEST_F(ControlFifo, ends_the_worker_even_when_the_role_file_cannot_be_written) {
     mkdir(ROLE, 0755);
     control_fifo_create();
-    std::string out;
-    EXPECT_EQ(command_in_child("master\n", out), 0);
-    EXPECT_EQ(out, "backhaul_fifo_recv : mode change to master\n");
+    EXPECT_EQ(command_in_child("master\n"), 0);
+    EXPECT_EQ(file_text("/tmp/out"), "backhaul_fifo_recv : mode change to master\n");
 }
 
 TEST_F(ControlFifo, changes_nothing_for_the_role_that_the_node_has) {
@@ -181,8 +144,10 @@ TEST_F(ControlFifo, changes_nothing_for_the_role_that_the_node_has) {
 TEST_F(ControlFifo, drops_unknown_commands_without_a_word) {
     control_fifo_create();
     testing::internal::CaptureStdout();
-    for (const char* const bytes :
-         {"master", "eth_detect\neth_lost\n", "reboot\n", "\n", "approval_list_changed\n"}) {
+    for (const std::string bytes :
+         {"master", "masterx\n", "MASTER\n", "master\r\n", "eth_detect\neth_lost\n", "reboot\n",
+          "uplink_scan \n", " uplink_scan\n", "\n", "x", "approval_list_changed\n",
+          "a command that is longer than any one read of 32 bytes\n"}) {
         command(bytes);
         EXPECT_THAT(journal_take(), IsEmpty()) << bytes;
     }

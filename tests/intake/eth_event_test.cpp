@@ -46,7 +46,7 @@ TEST_F(EthEvent, is_taken_for_a_cable_with_reply_type_work_broadcast_and_flush) 
     const auto other = neighbour(36003);
     backhaul_eth_event_handle(fifo_command::eth_detect);
     expect_journal({event("eth_detect"), reply("eth_detect_reply"), DETECTING,
-                    enciphered("FLUSHFORWARDING"), flushed()});
+                    enciphered("FLUSHFORWARDING"), harness::tables_flushed()});
     EXPECT_EQ(file_text(REPLY_PATH), "eth_detect_reply\n");
     EXPECT_EQ(file_text(TYPE_PATH), "ethernet\n");
     EXPECT_EQ(runtime.eth_backhaul_active, 1);
@@ -75,7 +75,7 @@ TEST_F(EthEvent, waits_with_the_work_until_the_agent_reads_the_reply) {
     EXPECT_FALSE(file_is_there(TYPE_PATH));
     EXPECT_EQ(file_text(REPLY_PATH), "eth_detect_reply\n");
     socket_thread.join();
-    expect_journal({DETECTING, enciphered("FLUSHFORWARDING"), flushed()});
+    expect_journal({DETECTING, enciphered("FLUSHFORWARDING"), harness::tables_flushed()});
 }
 
 TEST_F(EthEvent, is_refused_without_a_wired_interface) {
@@ -104,7 +104,7 @@ TEST_F(EthEvent, asks_for_admission_in_place_of_the_broadcast_before_it_is_admit
     runtime.rootap_ip.set("192.168.1.20");
     backhaul_eth_event_handle(fifo_command::eth_detect);
     expect_journal({event("eth_detect"), reply("eth_detect_reply"), DETECTING,
-                    enciphered("CHECK_VALID"), flushed()});
+                    enciphered("CHECK_VALID"), harness::tables_flushed()});
 }
 
 TEST_F(EthEvent, recovers_the_wireless_backhaul_when_the_cable_is_gone) {

@@ -69,13 +69,13 @@ protected:
 
 TEST_F(MsgReceive, flushes_the_forwarding_tables) {
     deliver_word("FLUSHFORWARDING");
-    expect_journal({deciphered(), received("FLUSHFORWARDING"), flushed()});
+    expect_journal({deciphered(), received("FLUSHFORWARDING"), harness::tables_flushed()});
 }
 
 TEST_F(MsgReceive, hears_a_broadcast_as_well) {
     ASSERT_EQ(sender_->send("192.168.1.255", 36003, message_seal("FLUSHFORWARDING", "mesh")), 0);
     receive();
-    expect_journal({deciphered(), received("FLUSHFORWARDING"), flushed()});
+    expect_journal({deciphered(), received("FLUSHFORWARDING"), harness::tables_flushed()});
 }
 
 TEST_F(MsgReceive, opens_the_scan_budget_of_every_station_and_restores_the_parked_ones) {
@@ -211,7 +211,7 @@ TEST_F(MsgReceive, filters_nothing_while_its_own_address_is_not_known) {
     ASSERT_EQ(self.send(HERE, 36003, message_seal("FLUSHFORWARDING", "mesh")), 0);
     receive();
     network("addr del 192.168.1.10/24 dev ath10\n");
-    expect_journal({deciphered(), received("FLUSHFORWARDING", HERE), flushed()});
+    expect_journal({deciphered(), received("FLUSHFORWARDING", HERE), harness::tables_flushed()});
 }
 
 TEST_F(MsgReceive, reads_its_own_address_for_each_datagram) {
@@ -260,12 +260,12 @@ TEST_F(MsgReceive, obeys_a_keyword_that_fills_256_bytes_with_what_follows) {
     const std::string whole = message_seal("FLUSHFORWARDING " + std::string(223, 'x'), "mesh");
     ASSERT_EQ(whole.size(), 256u);
     deliver(whole);
-    expect_journal({deciphered(), received("FLUSHFORWARDING"), flushed()});
+    expect_journal({deciphered(), received("FLUSHFORWARDING"), harness::tables_flushed()});
 }
 
 TEST_F(MsgReceive, obeys_a_keyword_with_text_behind_a_blank) {
     deliver_word("FLUSHFORWARDING and more");
-    expect_journal({deciphered(), received("FLUSHFORWARDING"), flushed()});
+    expect_journal({deciphered(), received("FLUSHFORWARDING"), harness::tables_flushed()});
 }
 
 TEST_F(MsgReceive, obeys_a_node_that_shares_an_empty_pass_phrase) {

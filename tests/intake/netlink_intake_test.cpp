@@ -4,20 +4,13 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <linux/filter.h>
 #include <linux/netlink.h>
-#include <linux/seccomp.h>
 #include <net/if.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <initializer_list>
 #include <string>
 
@@ -40,29 +33,16 @@ constexpr int32_t QUIET_STATE = 6;
 
 class NetlinkSocket : public harness::TableTest {
 protected:
-    void TearDown() override {
-        if (runtime.netlink_fd != -1) {
-            close(runtime.netlink_fd);
-        }
-        runtime.netlink_fd = -1;
-        TableTest::TearDown();
-    }
-
     /// What netlink_open prints in a child after `prepare`, with its result and the descriptor.
-    static std::string open_in_child(void (*prepare)()) {
-        const pid_t child = fork();
-        if (child == 0) {
-            const int fd = open("/tmp/out", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            dup2(fd, STDOUT_FILENO);
-            close(fd);
-            prepare();
-            const bool result = netlink_open();
-            // Not printed but written: what came before must be out already.
-            const std::string rest =
-                "|" + std::to_string(result) + "|" + std::to_string(runtime.netlink_fd);
-            _exit(write(STDOUT_FILENO, rest.data(), rest.size()) > 0 ? 0 : 1);
-        }
-        waitpid(child, nullptr, 0);
+    static std::string open_in_child(const std::function<void()>& prepare) {
+        harness::exit_code(
+            [&] {
+                prepare();
+                const bool result = netlink_open();
+                // Not printed but written: what came before must be out already.
+                dprintf(STDOUT_FILENO, "|%d|%d", result ? 1 : 0, runtime.netlink_fd);
+            },
+            harness::WHOLE_OUT);
         return harness::file_text("/tmp/out");
     }
 };
@@ -84,30 +64,12 @@ TEST_F(NetlinkSocket, is_raw_in_the_link_group_and_closed_on_exec) {
 }
 
 TEST_F(NetlinkSocket, says_without_a_line_end_that_it_cannot_be_made) {
-    EXPECT_EQ(open_in_child([] {
-                  const rlimit none{3, 3};
-                  setrlimit(RLIMIT_NOFILE, &none);
-              }),
+    EXPECT_EQ(open_in_child([] { static const harness::DescriptorsRefused refused; }),
               "netlink: Failed to open netlink socket: Too many open files|0|-1");
 }
 
-/// bind() fails from here on.
-void binds_forbid() {
-    const sock_filter program[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_bind, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EACCES),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog whole{sizeof program / sizeof program[0], const_cast<sock_filter*>(program)};
-    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
-        prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &whole) != 0) {
-        _exit(98);
-    }
-}
-
 TEST_F(NetlinkSocket, is_closed_again_when_it_cannot_be_bound) {
-    EXPECT_EQ(open_in_child(binds_forbid),
+    EXPECT_EQ(open_in_child(harness::binds_refuse),
               "netlink: Failed to bind netlink socket: Permission denied|0|-1");
 }
 

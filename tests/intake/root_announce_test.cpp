@@ -13,12 +13,12 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/time.h>
-#include <sys/wait.h>
 #include <unistd.h>
-#include <csignal>
+#include <optional>
 
 namespace {
 
+using harness::exit_code;
 using harness::file_is_there;
 using harness::file_text;
 using lab::message_seal;
@@ -38,10 +38,7 @@ const Journal ENTERED = {"loop_slave_handle : Enter"};
 class RootAnnounce : public MsgTest {
 protected:
     void TearDown() override {
-        if (listener_ > 0) {
-            kill(listener_, SIGKILL);
-            waitpid(listener_, nullptr, 0);
-        }
+        listener_.reset();
         MsgTest::TearDown();
     }
 
@@ -61,10 +58,7 @@ protected:
     /// Runs the listener in a process of its own.
     void start_listener() {
         intf_add("eth", ETHERNET, BAND_NONE);
-        listener_ = fork();
-        if (listener_ == 0) {
-            listener_run();
-        }
+        listener_.emplace(listener_run);
         ASSERT_TRUE(harness::wait_until([] { return port_is_taken(); }));
         expect_journal({ENTERED});
     }
@@ -76,7 +70,7 @@ protected:
         for (int fd = 3; fd < 100; ++fd) {
             std::array<char, 64> target{};
             const std::string path =
-                "/proc/" + std::to_string(listener_) + "/fd/" + std::to_string(fd);
+                "/proc/" + std::to_string(listener_->pid()) + "/fd/" + std::to_string(fd);
             if (readlink(path.c_str(), target.data(), target.size() - 1) > 0 &&
                 std::string(target.data()).find("socket") == 0) {
                 return std::to_string(fd);
@@ -85,7 +79,7 @@ protected:
         return "none";
     }
 
-    pid_t listener_ = -1;
+    std::optional<harness::Child> listener_;
 };
 
 TEST_F(RootAnnounce, notes_the_root_that_it_hears_first) {
@@ -171,7 +165,7 @@ TEST_F(RootAnnounce, waits_on_after_empty_broken_and_long_datagrams) {
 TEST_F(RootAnnounce, closes_its_socket_in_the_tools_that_it_runs) {
     start_listener();
     const std::string info =
-        file_text("/proc/" + std::to_string(listener_) + "/fdinfo/" + socket_number());
+        file_text("/proc/" + std::to_string(listener_->pid()) + "/fdinfo/" + socket_number());
     EXPECT_NE(info.find("flags:\t02000002"), std::string::npos) << info;
 }
 
@@ -189,7 +183,7 @@ TEST_F(RootAnnounce, only_waits_again_after_a_time_without_announcements) {
 
 TEST_F(RootAnnounce, detaches_the_thread_that_it_runs_on) {
     intf_add("eth", ETHERNET, BAND_NONE);
-    const int status = status_of([] {
+    const int code = exit_code([] {
         pthread_t thread{};
         pthread_create(&thread, nullptr, loop_slave_handle, nullptr);
         const bool listening = harness::wait_until([] { return port_is_taken(); });
@@ -199,11 +193,11 @@ TEST_F(RootAnnounce, detaches_the_thread_that_it_runs_on) {
         pthread_attr_getdetachstate(&attributes, &state);
         _exit(listening && state == PTHREAD_CREATE_DETACHED ? 7 : 8);
     });
-    EXPECT_EQ(status, 7);
+    EXPECT_EQ(code, 7);
 }
 
 TEST_F(RootAnnounce, waits_30_seconds_at_a_time) {
-    const int status = status_of([] {
+    const int code = exit_code([] {
         sockets().on_option = [](const socket_script::option& option) {
             const timeval limit{30, 0};
             const std::string bytes(reinterpret_cast<const char*>(&limit), sizeof(limit));
@@ -211,12 +205,12 @@ TEST_F(RootAnnounce, waits_30_seconds_at_a_time) {
         };
         listener_run();
     });
-    EXPECT_EQ(status, 7);
+    EXPECT_EQ(code, 7);
 }
 
 TEST_F(RootAnnounce, says_so_and_goes_on_when_the_waiting_time_is_refused) {
     const std::string err = printed_err([] {
-        EXPECT_EQ(status_of([] {
+        EXPECT_EQ(exit_code([] {
                       sockets().fail_options = true;
                       listener_run();
                   }),
@@ -228,7 +222,7 @@ TEST_F(RootAnnounce, says_so_and_goes_on_when_the_waiting_time_is_refused) {
 
 TEST_F(RootAnnounce, ends_the_worker_without_a_wired_interface) {
     intf_add("eth0", ETHERNET, BAND_NONE);
-    EXPECT_EQ(status_of([] { listener_run(); }), 1);
+    EXPECT_EQ(exit_code([] { listener_run(); }), 1);
     expect_journal({ENTERED, {"loop_slave_handle : Can not get ethernet interface"}});
 }
 
@@ -238,7 +232,7 @@ TEST_F(RootAnnounce, ends_the_worker_when_its_port_is_taken_before_it_looks_for_
     address.sin_family = AF_INET;
     address.sin_port = htons(36002);
     ASSERT_EQ(bind(other, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    const std::string err = printed_err([] { EXPECT_EQ(status_of([] { listener_run(); }), 1); });
+    const std::string err = printed_err([] { EXPECT_EQ(exit_code([] { listener_run(); }), 1); });
     close(other);
     EXPECT_EQ(err, "bind: Address already in use\n");
     expect_journal({ENTERED});
@@ -246,7 +240,7 @@ TEST_F(RootAnnounce, ends_the_worker_when_its_port_is_taken_before_it_looks_for_
 
 TEST_F(RootAnnounce, tries_every_second_for_a_socket_and_says_so_each_time) {
     const std::string err = printed_err([] {
-        EXPECT_EQ(status_of([] {
+        EXPECT_EQ(exit_code([] {
                       sockets().fail_sockets = 3;
                       listener_run();
                   }),

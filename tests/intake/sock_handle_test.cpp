@@ -12,13 +12,12 @@
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <csignal>
-#include <cstdio>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -51,19 +50,7 @@ protected:
     }
 
     void TearDown() override {
-        if (child_ > 0) {
-            // With the tools that it may be running.
-            kill(-child_, SIGKILL);
-            waitpid(child_, nullptr, 0);
-            EXPECT_TRUE(wait_until([this] { return kill(-child_, 0) != 0; }));
-        }
-        for (int* const fd : {&runtime.netlink_fd, &runtime.fifo_fd, &runtime.msg_fd}) {
-            if (*fd != -1) {
-                close(*fd);
-            }
-            *fd = -1;
-        }
-        runtime.max_fd = 0;
+        child_.reset();
         TableTest::TearDown();
     }
 
@@ -75,14 +62,7 @@ protected:
 
     /// Serves the open descriptors in a child, with its standard output in /tmp/out.
     void serve() {
-        child_ = fork();
-        setpgid(child_, child_);
-        if (child_ == 0) {
-            const int fd = open("/tmp/out", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-            dup2(fd, STDOUT_FILENO);
-            std::setvbuf(stdout, nullptr, _IOLBF, 0);
-            backhaul_sock_handle(nullptr);
-        }
+        child_.emplace([] { backhaul_sock_handle(nullptr); }, harness::LINES_OUT);
     }
 
     void driver_event(const char* name) {
@@ -125,7 +105,7 @@ protected:
     }
 
     lab::DriverSender driver_;
-    pid_t child_ = -1;
+    std::optional<harness::Child> child_;
 
 private:
     harness::Journal seen_;
@@ -216,8 +196,8 @@ bool waits_without_limit(pid_t pid) {
 TEST_F(SockHandle, waits_without_a_limit) {
     sources_open();
     serve();
-    EXPECT_TRUE(wait_until([this] { return waits_without_limit(child_); }))
-        << file_text("/proc/" + std::to_string(child_) + "/syscall");
+    EXPECT_TRUE(wait_until([this] { return waits_without_limit(child_->pid()); }))
+        << file_text("/proc/" + std::to_string(child_->pid()) + "/syscall");
 }
 
 TEST_F(SockHandle, leaves_out_a_descriptor_that_select_cannot_hold) {
@@ -265,7 +245,7 @@ TEST_F(SockHandle, goes_on_when_a_signal_interrupts_it) {
     serve();
     sigaction(SIGUSR2, &before, nullptr);
     EXPECT_TRUE(wait_until([this] {
-        kill(child_, SIGUSR2);
+        kill(child_->pid(), SIGUSR2);
         return file_text("/tmp/out").rfind("select error: Interrupted system call\n", 0) == 0;
     })) << file_text("/tmp/out");
     fifo_command("eth_lost\n");
@@ -274,17 +254,14 @@ TEST_F(SockHandle, goes_on_when_a_signal_interrupts_it) {
 
 TEST_F(SockHandle, raises_the_highest_descriptor_and_never_lowers_it) {
     control_fifo_create();
-    const pid_t child = fork();
-    if (child == 0) {
-        runtime.max_fd = 300;
-        thread_start(backhaul_sock_handle, nullptr);
-        fifo_command("eth_lost\n");
-        const bool served = wait_until([] { return !harness::recorded_lines().empty(); });
-        _exit(served && runtime.max_fd == 300 ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    EXPECT_EQ(harness::exit_code([] {
+                  runtime.max_fd = 300;
+                  thread_start(backhaul_sock_handle, nullptr);
+                  fifo_command("eth_lost\n");
+                  const bool served = wait_until([] { return !harness::recorded_lines().empty(); });
+                  _exit(served && runtime.max_fd == 300 ? 0 : 1);
+              }),
+              0);
 }
 
 }  // namespace

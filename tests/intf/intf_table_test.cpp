@@ -5,24 +5,14 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <new>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "runtime/heap.h"
 #include "runtime/runtime_block.h"
+#include "tests/harness/no_memory.h"
 #include "tests/harness/sandbox.h"
-
-namespace {
-bool memory_is_gone = false;
-}
-
-// The loader asks for its table with calloc; nothing else does while it runs.
-extern "C" void* __real_calloc(size_t count, size_t size);
-extern "C" void* __wrap_calloc(size_t count, size_t size) {
-    return memory_is_gone ? nullptr : __real_calloc(count, size);
-}
 
 namespace {
 
@@ -167,9 +157,10 @@ TEST_F(IntfTable, is_empty_when_there_is_no_memory_for_it) {
     harness::put_file(PROFILE, "ath0 BACKHAUL_STA 5 1 0\n");
     const int next = dup(STDIN_FILENO);
     close(next);
-    memory_is_gone = true;
-    EXPECT_EQ(intf_table_load(), -1);
-    memory_is_gone = false;
+    {
+        const harness::NoMemory refused;
+        EXPECT_EQ(intf_table_load(), -1);
+    }
     EXPECT_EQ(intf_table_count(), 0);
     EXPECT_EQ(intf_table_get(), nullptr);
     EXPECT_THAT(names(), testing::IsEmpty());

@@ -5,7 +5,6 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/timerfd.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -17,6 +16,7 @@
 #include <mutex>
 #include <thread>
 
+#include "lab/clock/quiet.h"
 #include "lab/sandbox/layout.h"
 #include "tests/harness/sandbox.h"
 
@@ -181,16 +181,24 @@ TEST_F(MovedClock, fails_with_the_name_of_the_thread_that_never_rests) {
     EXPECT_NE(error.find("never_rests R"), std::string::npos) << error;
 }
 
+TEST(PacketsUnderWay, are_those_that_any_processor_has_still_to_deliver) {
+    const std::string idle =
+        "0002d991 00000007 00000001 00000000 00000000 00000000 00000000 00000000 00000000 "
+        "00000002 00000003 00000000 00000001 00000000 00000000\n";
+    std::string busy = idle;
+    busy[11 * 9 + 7] = '1';
+    EXPECT_FALSE(lab::packets_under_way(idle + idle));
+    EXPECT_TRUE(lab::packets_under_way(idle + busy));
+    EXPECT_FALSE(lab::packets_under_way("0002d991 00000007 00000001\n")) << "an older kernel";
+    EXPECT_FALSE(lab::packets_under_way(""));
+}
+
 TEST_F(MovedClock, forgets_a_sleeper_whose_process_was_killed) {
     clock_start(kStart, lab::CLOCK_HELD);
-    const pid_t child = fork();
-    if (child == 0) {
-        sleep(100);
-        _exit(0);
+    {
+        const harness::Child child([] { sleep(100); });
+        clock_settle();
     }
-    clock_settle();
-    kill(child, SIGKILL);
-    EXPECT_EQ(waitpid(child, nullptr, 0), child);
     clock_advance(200);
     EXPECT_EQ(clock_now(), kStart + 200);
 }

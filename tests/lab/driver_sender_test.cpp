@@ -3,18 +3,18 @@
 #include <linux/netlink.h>
 #include <poll.h>
 #include <sched.h>
-#include <signal.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "lab/driver/netlink_sender.h"
 #include "lab/sandbox/sandbox.h"
+#include "tests/harness/child.h"
 
 namespace {
 
@@ -68,21 +68,17 @@ protected:
     void SetUp() override {
         std::array<int, 2> channel{};
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, channel.data()), 0);
-        node = fork();
-        if (node == 0) {
-            router(channel[1]);
-        }
+        node.emplace([&channel] { router(channel[1]); });
         close(channel[1]);
         from_node = channel[0];
         ASSERT_EQ(received(), (Bytes{'u', 'p'}))
             << "no network namespace with an interface: needs root or user namespaces, and ip";
-        ASSERT_EQ(lab::driver_open(&sender, node), 0) << sender.error;
+        ASSERT_EQ(lab::driver_open(&sender, node->pid()), 0) << sender.error;
     }
 
     void TearDown() override {
         close(from_node);
-        kill(node, SIGKILL);
-        waitpid(node, nullptr, 0);
+        node.reset();
     }
 
     // The next datagram that the node's listener got, empty when none came in time.
@@ -101,7 +97,7 @@ protected:
         return lab::wireless_message(lab::driver_interface_index(sender, "ath0"), "ath0", stream);
     }
 
-    pid_t node = -1;
+    std::optional<harness::Child> node;
     int from_node = -1;
     lab::DriverSender sender;
 };
@@ -162,7 +158,7 @@ TEST_F(DriverSenderTest, leaves_the_caller_in_its_own_namespace) {
     std::array<char, 64> after{};
     ASSERT_GT(readlink("/proc/self/ns/net", before.data(), before.size() - 1), 0);
     lab::DriverSender again;
-    ASSERT_EQ(lab::driver_open(&again, node), 0) << again.error;
+    ASSERT_EQ(lab::driver_open(&again, node->pid()), 0) << again.error;
     ASSERT_GT(readlink("/proc/self/ns/net", after.data(), after.size() - 1), 0);
     EXPECT_STREQ(before.data(), after.data());
 }

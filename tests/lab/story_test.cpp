@@ -22,25 +22,6 @@ using harness::Story;
 
 class StoryBed : public Story {};
 
-TEST_F(StoryBed, brings_an_extender_from_start_to_ready) {
-    start_extender();
-    expect_status("not ready\n");
-    advance(9);
-    expect_shell({"uci get wireless.ath10.disabled", "uci set wireless.ath10.disabled=1", "...",
-                  "uci set wireless.ath20.disabled=1", "uci commit wireless",
-                  "/etc/init.d/wireless restart"});
-    advance(1);
-    expect_state("ath0", 3);
-    driver().associated("ath0", ap(1));
-    expect_state("ath0", 4);
-    expect_status("connected\n");
-    advance(16);
-    expect_status("connected\n");
-    advance(1);
-    expect_status("ready\n");
-    expect_state("ath0", 7);
-}
-
 TEST_F(StoryBed, does_the_same_in_the_same_second_in_every_run) {
     Lines first;
     for (int run = 0; run < 3; ++run) {
@@ -66,30 +47,6 @@ TEST_F(StoryBed, does_the_same_in_the_same_second_in_every_run) {
     EXPECT_GT(first.size(), 100U);
 }
 
-TEST_F(StoryBed, starts_a_test_with_a_ready_extender) {
-    start_ready_extender();
-    expect_status("ready\n");
-    expect_log({});
-    expect_shell({});
-    driver().lost("ath0");
-    expect_journal({"STA_CONNECTION_DOWN", "Disconnect with : 02:00:00:00:01:01", "..."});
-    expect_status("not ready\n");
-}
-
-TEST_F(StoryBed, tells_log_and_shell_lines_in_the_order_in_which_they_came) {
-    start_ready_extender();
-    driver().lost("ath0");
-    expect_journal(
-        {"STA_CONNECTION_DOWN", "Disconnect with : 02:00:00:00:01:01",
-         "wifi_slave_event_process : ifname ath0 event 2",
-         "wifi_slave_event_process : BACKHAUL_READY", "wifi_slave_event_process : AP_DISASSOC",
-         "hyd_bcast_reset : disable bcast in ath0", "$ hyctl setifbcast br-lan ath0 disable",
-         "$ wpa_cli -i ath0 -p /var/run/wpa_supplicant-ath0 disconnect",
-         "backhaul_disconnected : No backhaul link, disassociate all sta in backhaul ap", "...",
-         "backhaul_disconnected : No backhaul link, disable all service AP",
-         "dev_intf_enable_set : disable ath10", "$ uci get wireless.ath10.disabled", "..."});
-}
-
 TEST_F(StoryBed, stamps_log_lines_and_shell_lines_with_the_moved_second) {
     start_extender();
     advance(10);
@@ -97,18 +54,6 @@ TEST_F(StoryBed, stamps_log_lines_and_shell_lines_with_the_moved_second) {
     for (const lab::JournalEntry& entry : router().entries()) {
         EXPECT_TRUE(entry.time == 1700000000 || entry.time == 1700000010) << entry.text;
     }
-}
-
-TEST_F(StoryBed, starts_a_new_worker_one_second_after_the_old_one_was_killed) {
-    start_extender();
-    const pid_t first = router().daemon().worker();
-    router().kill_worker(SIGKILL);
-    EXPECT_EQ(router().daemon().worker(), 0);
-    advance(1);
-    EXPECT_GT(router().daemon().worker(), first);
-    expect_log({"<-- backhaul_monitor start -->", "...", "abnormal termination : 9",
-                "<-- backhaul_monitor start -->", "..."});
-    EXPECT_TRUE(router().has_file("/var/log/backhaul_flow_log.crash"));
 }
 
 TEST_F(StoryBed, sees_every_start_of_a_worker_that_is_killed_again_and_again) {
@@ -120,13 +65,6 @@ TEST_F(StoryBed, sees_every_start_of_a_worker_that_is_killed_again_and_again) {
     const Lines lines = router().log();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "<-- backhaul_monitor start -->"), 6);
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "abnormal termination : 11"), 5);
-}
-
-TEST_F(StoryBed, gives_started_tools_no_descriptor_of_the_daemon) {
-    start_ready_extender();
-    for (const lab::JournalEntry& entry : router().entries()) {
-        EXPECT_EQ(entry.stamp.descriptors, Lines{}) << entry.text;
-    }
 }
 
 TEST_F(StoryBed, shows_threads_descriptors_and_memory_of_the_worker) {
@@ -151,33 +89,6 @@ TEST_F(StoryBed, lets_time_pass_while_a_tool_hangs_at_its_gate) {
     expect_shell({"uci get wireless.ath0.ssid", "iwconfig ath0 essid on", "..."});
 }
 
-TEST_F(StoryBed, delivers_fifo_commands_and_node_messages) {
-    start_ready_extender();
-    router().command("uplink_scan\n");
-    expect_log({"backhaul_slave_backhaul_restore : Enter"});
-    EXPECT_EQ(heard(), Lines{"UPLINKSCAN"});
-    say("FLUSHFORWARDING", router().node().ip());
-    expect_log({"backhaul_notification_recv : recv FLUSHFORWARDING from 192.168.1.1", "..."});
-}
-
-TEST_F(StoryBed, connects_two_routers_that_hear_each_others_broadcasts) {
-    lab::NodeOptions other;
-    other.name = "other";
-    other.address = "192.168.1.21/24";
-    add_extender().start();
-    harness::Router& second = add_extender(other);
-    second.start();
-    announce_root();
-    router(0).expect_file("/tmp/rootap_ip", "192.168.1.1\n");
-    second.expect_file("/tmp/rootap_ip", "192.168.1.1\n");
-    say("CHECK_VALID_REPLY", "192.168.1.20");
-    router(0).skip();
-    second.skip();
-    router(0).command("network_reload\n");
-    router(0).expect_log({});
-    second.expect_log({"backhaul_network_reload_handle : Enter"});
-}
-
 TEST_F(StoryBed, hears_nothing_over_a_cable_that_was_pulled) {
     start_extender();
     std::string error;
@@ -187,25 +98,6 @@ TEST_F(StoryBed, hears_nothing_over_a_cable_that_was_pulled) {
     ASSERT_EQ(router().node().cable(true, error), 0) << error;
     announce_root();
     expect_file("/tmp/rootap_ip", "192.168.1.1\n");
-}
-
-TEST_F(StoryBed, arms_the_eight_timers_of_a_root_in_moved_time) {
-    start_root();
-    expect_out({"...", "Master"});
-    const std::vector<lab::ArmedTimer> timers = clock().timers();
-    ASSERT_EQ(timers.size(), 8U);
-    EXPECT_EQ(timers[2].first, 5U);
-    EXPECT_EQ(timers[2].period, 5U);
-    EXPECT_EQ(timers[7].first, 140U);
-    EXPECT_EQ(timers[7].due, lab::kNodeStartTime + 140);
-    lab::UdpPeer announced(36002);
-    advance(4);
-    EXPECT_EQ(announced.take().size(), 0U);
-    advance(1);
-    const std::vector<lab::Datagram> first = announced.take();
-    ASSERT_EQ(first.size(), 1U);
-    EXPECT_EQ(lab::message_open(first[0].bytes, lab::kMeshName), "ImRootAP");
-    EXPECT_EQ(first[0].from, "192.168.1.20");
 }
 
 TEST_F(StoryBed, holds_the_database_locked_for_as_long_as_the_test_wants) {

@@ -15,4 +15,4 @@ backhaul_test(lab_driver_test LABEL unit
     SOURCES
         ${CMAKE_CURRENT_LIST_DIR}/driver_event_test.cpp
         ${CMAKE_CURRENT_LIST_DIR}/driver_sender_test.cpp
-    LIBS lab_driver lab_sandbox)
+    LIBS test_child lab_driver lab_sandbox)

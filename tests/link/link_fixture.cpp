@@ -43,11 +43,6 @@ std::string status_file() {
     return harness::file_text("/tmp/backhaul_status");
 }
 
-Journal distance(const std::string& name, int value) {
-    return {"$ iwpriv " + name + " get_whc_dist > /tmp/ath_dist",
-            "qca_dist_get : dist " + std::to_string(value)};
-}
-
 Journal agent_start_all() {
     return {"$ /usr/sbin/vl1905App 17 0x00 1>/dev/null 2>&1",
             "$ /usr/sbin/vl1905App 17 0x21 1>/dev/null 2>&1",
@@ -56,37 +51,9 @@ Journal agent_start_all() {
 }
 
 Journal uci_disable_all() {
-    Journal all;
-    for (const char* name : {"ath10", "ath11", "ath14", "ath20"}) {
-        all.push_back("$ uci set wireless." + std::string(name) + ".disabled=1");
-        all.push_back("$ uci commit wireless");
-    }
-    return all;
+    return harness::aps_disabled_in_store({"ath10", "ath11", "ath14", "ath20"});
 }
 
 Journal settings_reload() {
-    return joined({
-        led("BackhaulConfig"),
-        {"device_reload_ap_settings : Enter", "$ uci set hyd.config.Enable=0",
-         "$ /etc/init.d/hyd stop", "device_reload_ap_settings : reload ath10",
-         "$ /etc/init.d/wireless restart", "device_reload_ap_settings : reload ath11",
-         "$ /etc/init.d/wireless restart", "device_reload_ap_settings : reload ath14",
-         "$ /etc/init.d/wireless restart", "dev_intf_enable_set : disable ath20",
-         "$ uci set wireless.ath20.disabled=1", "$ uci commit wireless",
-         "$ /etc/init.d/wireless restart", "$ uci set hyd.config.Enable=1", "$ uci commit hyd",
-         "$ /etc/init.d/hyd restart", "device_reload_ap_settings : Leave 0.000000",
-         "$ wifi_channel_monitor once"},
-        led("BackhaulFinish"),
-        {"$ /usr/sbin/vl1905App 18 1 1"},
-    });
-}
-
-Journal admission_asked() {
-    return {"$ uci get wireless.ath20.ssid",
-            "$ echo -n 'CHECK_VALID' | openssl aes-128-cbc -e -k 'mesh-backhaul' > /tmp/ssl_output",
-            "backhaul_send_unicast_msg : sendto error 13 ''"};
-}
-
-Journal search_finding() {
-    return {"find_backup_backhaul_link : finding backup backhaul link"};
+    return harness::settings_reload({"ath10", "ath11", "ath14"});
 }

@@ -9,21 +9,29 @@
 #include <cstdint>
 #include <string>
 
+using harness::admission_asked_in_vain;
 using harness::agent_reload;
 using harness::ap_off;
 using harness::ap_off_already;
+using harness::backup_enabled;
 using harness::bcast;
 using harness::change;
+using harness::distance;
 using harness::event;
 using harness::hyd_check;
 using harness::joined;
 using harness::Journal;
 using harness::led;
+using harness::loss_counted;
 using harness::message_sent;
+using harness::no_link_left;
+using harness::parked;
+using harness::search_finding;
 using harness::station_disconnect;
 using harness::station_off;
 using harness::station_on;
 using harness::station_reconnect;
+using harness::target_joined;
 using harness::txpower_decrease;
 
 class LinkTest : public harness::TableTest {
@@ -53,9 +61,6 @@ protected:
 std::string status_file();
 
 // Journal pieces, each the whole of one operation.
-Journal distance(const std::string& name, int value);
 Journal agent_start_all();
 Journal uci_disable_all();
 Journal settings_reload();
-Journal admission_asked();
-Journal search_finding();

@@ -95,6 +95,7 @@ public:
     Waiter() : thread_([this] { run(); }) {}
     ~Waiter() {
         stop_ = true;
+        stop_.notify_all();
         release();
         thread_.join();
         runtime.active_timer_count = 0;
@@ -108,9 +109,7 @@ private:
         while (!stop_) {
             intf_timer_wait();
             ++wakes_;
-            while (!stop_) {
-                harness::short_pause();
-            }
+            stop_.wait(false);
         }
     }
     static void release() {

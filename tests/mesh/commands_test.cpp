@@ -1,58 +1,13 @@
 // One-word commands through the control FIFO, on the real daemon in both roles.
 
 #include "lab/tools/answer.h"
-#include "tests/harness/story.h"
-#include "tests/process/extender_lines.h"
+#include "tests/mesh/mesh_story.h"
 
 namespace {
 
 constexpr char MODE_FILE[] = "/tmp/backhaul_mode_change";
 
-class Commands : public harness::Story {
-protected:
-    void command(const std::string& bytes) {
-        router().command(bytes);
-        settle();
-    }
-};
-
-TEST_F(Commands, makes_the_next_worker_a_root_with_master) {
-    start_extender();
-    advance(11);
-    skip();
-    command("master\n");
-    expect_file(MODE_FILE, "master\n");
-    expect_out({"backhaul_fifo_recv : mode change to master"});
-    expect_log({"normal termination : 1"});
-    advance(1);
-    expect_out({"Wait pid", "Master"});
-    expect_file(MODE_FILE, "master\n");
-    skip();
-    command("master\n");
-    expect_out({});
-    expect_log({});
-}
-
-TEST_F(Commands, makes_the_next_worker_an_extender_with_slave_although_the_supervisor_is_a_root) {
-    start_root();
-    skip();
-    command("slave\n");
-    expect_file(MODE_FILE, "slave\n");
-    expect_out({"backhaul_fifo_recv : mode change to slave"});
-    expect_log({"normal termination : 1"});
-    advance(12);
-    expect_out({"Wait pid", "Slave"});
-}
-
-TEST_F(Commands, changes_nothing_when_the_role_is_the_node_s_own) {
-    start_extender();
-    router().put_file(MODE_FILE, "other\n");
-    skip();
-    command("slave\n");
-    expect_file(MODE_FILE, "other\n");
-    expect_out({});
-    expect_log({});
-}
+class Commands : public MeshStory {};
 
 TEST_F(Commands, ends_the_worker_at_once_although_another_thread_waits_for_a_tool) {
     start_ready_extender();
@@ -65,37 +20,7 @@ TEST_F(Commands, ends_the_worker_at_once_although_another_thread_waits_for_a_too
     expect_file(MODE_FILE, "master\n");
     lab::gate_open(router().root(), "slow");
     advance(1);
-    expect_out({"...", "Master"});
-}
-
-TEST_F(Commands, ignores_what_is_not_exactly_a_command) {
-    start_ready_extender();
-    const std::string unknown[] = {"master",  // without a line end it reads "maste"
-                                   "masterx\n",
-                                   "MASTER\n",
-                                   "master\r\n",
-                                   "eth_detect\neth_lost\n",
-                                   "uplink_scan \n",
-                                   " uplink_scan\n",
-                                   "\n",
-                                   "x",
-                                   "approval_list_changed\n",  // roots only
-                                   std::string(31, 'a') + "\n",
-                                   std::string(200, 'b') + "\n"};
-    for (const std::string& bytes : unknown) {
-        command(bytes);
-        expect_journal({});
-    }
-    expect_no_file(MODE_FILE);
-    EXPECT_EQ(heard(), std::vector<std::string>{});
-}
-
-TEST_F(Commands, takes_a_read_of_32_bytes_at_most) {
-    start_ready_extender();
-    // The first 32 bytes are one command too long to be one; the rest is a command of its own.
-    command(std::string(32, 'a') + "network_reload\n");
-    expect_journal(message_sent("NETWORKRELOAD"));
-    EXPECT_EQ(heard(), std::vector<std::string>{"NETWORKRELOAD"});
+    expect_out_of_both({"backhaul_fifo_recv : mode change to master", "Wait pid", "Master"});
 }
 
 TEST_F(Commands, opens_scans_and_releases_parked_stations_before_it_tells_the_mesh) {
@@ -109,20 +34,9 @@ TEST_F(Commands, opens_scans_and_releases_parked_stations_before_it_tells_the_me
 }
 
 TEST_F(Commands, gives_six_new_scans_with_uplink_scan) {
-    start_ready_extender();
-    advance(7 * 64);
-    expect_log({"...", "interface_timeout_chk : do uplink scan 5", "..."});
-    skip();
-    advance(130);
-    for (const std::string& line : router().new_log()) {
-        EXPECT_EQ(line.find("uplink scan"), std::string::npos) << line;
-    }
+    start_with_scans_used_up();
     command("uplink_scan\n");
-    skip();
-    advance(66);
-    expect_log({"interface_timeout_chk : do other band scan",
-                "interface_timeout_chk : do uplink scan 0",
-                "device_backhaul_ap_ul_rate_update : ul_rate 300"});
+    expect_scans_anew();
 }
 
 TEST_F(Commands, tells_the_mesh_of_a_network_reload_without_reloading_itself) {
@@ -174,19 +88,6 @@ TEST_F(ApprovalCommand, disables_the_secondary_aps_once_somebody_is_approved) {
     advance_until_log("device_ap_steering_workaround : Enter", 61);
     expect_log(
         {"...", "device_ap_steering_workaround : Enter", "device_5g_high_ap_set : config 0"});
-}
-
-TEST_F(Commands, works_without_a_fifo_that_could_not_be_made) {
-    add_extender();
-    // A folder with something in it cannot be removed, so no FIFO takes its place.
-    router().put_file("/tmp/backhaul_fifo/keep", "");
-    router().start();
-    settle();
-    EXPECT_NE(router().file(lab::kDaemonOut).find("mkfifo : error\n"), std::string::npos);
-    admit();
-    advance(10);
-    driver().associated("ath0", ap(1));
-    expect_status("connected\n");
 }
 
 }  // namespace

@@ -1,20 +1,28 @@
 #include "tests/mesh/mesh_story.h"
 
-Lines message_opened(const std::string& pass_phrase) {
-    return {"$ uci get wireless.ath20.ssid", "$ openssl aes-128-cbc -d -k \"" + pass_phrase +
-                                                 "\" -in /tmp/ssl_input > /tmp/ssl_decrypt"};
+Lines received(const std::string& word, const std::string& from) {
+    return {"backhaul_notification_recv : recv " + word + " from " + from};
 }
 
-Lines message_sealed(const std::string& word, const std::string& pass_phrase) {
-    return {"$ uci get wireless.ath20.ssid", "$ echo -n '" + word +
-                                                 "' | openssl aes-128-cbc -e -k '" + pass_phrase +
-                                                 "' > /tmp/ssl_output"};
+void MeshStory::start_with_scans_used_up(Where where) {
+    start_ready_extender({}, true, where);
+    advance(7 * 64, where);
+    expect_log({"...", "interface_timeout_chk : do uplink scan 5", "..."}, where);
+    skip();
+    advance(130, where);
+    for (const std::string& line : router().new_log()) {
+        harness::fail_if(line.find("uplink scan") != std::string::npos, line, where);
+    }
+    skip();
 }
 
-Lines tables_flushed() {
-    return {"device_forward_table_flush : Enter",
-            "$ echo 1 > /sys/devices/virtual/net/br-lan/bridge/flush", "$ hyctl flushatbl br-lan",
-            "$ hyctl flushdtbl br-lan"};
+void MeshStory::expect_scans_anew(Where where) {
+    skip();
+    advance(66, where);
+    expect_log(
+        {"interface_timeout_chk : do other band scan", "interface_timeout_chk : do uplink scan 0",
+         "device_backhaul_ap_ul_rate_update : ul_rate 300"},
+        where);
 }
 
 void MeshStory::command(const std::string& bytes) {
@@ -45,14 +53,14 @@ std::string MeshStory::second_neighbour() {
 }
 
 void MeshStory::run_inside(harness::Router& in, const std::vector<std::string>& words,
-                           const char* file, int line) {
+                           Where where) {
     lab::SpawnPlan plan;
     plan.words = words;
     plan.moved_clock = false;
     std::string error;
     const int status = in.node().run(plan, error);
     if (status != 0) {
-        ADD_FAILURE_AT(file, line) << words.front() << " ended with " << status << " " << error;
+        harness::fail_at(where, words.front(), " ended with ", status, " ", error);
     }
-    settle(file, line);
+    settle(where);
 }

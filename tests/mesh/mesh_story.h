@@ -15,18 +15,18 @@ inline constexpr char APPROVAL_LIST[] = "/tmp/ApplicationData/Approvelist";
 inline constexpr char SSL_INPUT[] = "/tmp/ssl_input";
 inline constexpr char SSL_OUTPUT[] = "/tmp/ssl_output";
 inline constexpr char SSL_DECRYPT[] = "/tmp/ssl_decrypt";
-inline constexpr char MESSAGE_RECV[] = "backhaul_notification_recv : recv ";
 
-/// Opens a datagram; the pass phrase is the mesh's unless told otherwise.
-Lines message_opened(const std::string& pass_phrase = "mesh-backhaul");
-/// Seals a word under another pass phrase than the mesh's.
-Lines message_sealed(const std::string& word, const std::string& pass_phrase);
-/// The forwarding tables are flushed.
-Lines tables_flushed();
+/// A word was understood.
+Lines received(const std::string& word, const std::string& from = "192.168.1.1");
 
 class MeshStory : public harness::Story {
 protected:
     using Words = std::vector<std::string>;
+
+    /// A ready extender that has made all scans of this outage.
+    void start_with_scans_used_up(Where where = Where::current());
+    /// From here on its first scan of another six.
+    void expect_scans_anew(Where where = Where::current());
 
     /// One command into the FIFO of a router, served.
     void command(const std::string& bytes);
@@ -40,5 +40,6 @@ protected:
     static std::string second_neighbour();
 
     /// A program in a router's namespaces, with status 0.
-    void run_inside(harness::Router& in, const std::vector<std::string>& words, HARNESS_HERE);
+    void run_inside(harness::Router& in, const std::vector<std::string>& words,
+                    Where where = Where::current());
 };

@@ -74,28 +74,23 @@ TEST_F(Messages, reach_the_daemon_of_another_router) {
     other.expect_journal(
         joined({{"backhaul_slave_backhaul_restore : Enter"}, message_sent("UPLINKSCAN")}));
     root.expect_journal(joined({message_opened(),
-                                {std::string(MESSAGE_RECV) + "UPLINKSCAN from 192.168.1.21",
-                                 "backhaul_slave_backhaul_restore : Enter"}}));
+                                received("UPLINKSCAN", "192.168.1.21"),
+                                {"backhaul_slave_backhaul_restore : Enter"}}));
 }
 
 TEST_F(Messages, are_obeyed_word_by_word) {
     start_ready_extender();
     say("FLUSHFORWARDING", "192.168.1.20");
-    expect_journal(joined({message_opened(),
-                           {"backhaul_notification_recv : recv FLUSHFORWARDING from 192.168.1.1"},
-                           tables_flushed()}));
+    expect_journal(joined({message_opened(), received("FLUSHFORWARDING"), tables_flushed()}));
     say("UPLINKSCAN", "192.168.1.20");
-    expect_journal(joined({message_opened(),
-                           {"backhaul_notification_recv : recv UPLINKSCAN from 192.168.1.1",
-                            "backhaul_slave_backhaul_restore : Enter"}}));
+    expect_journal(joined(
+        {message_opened(), received("UPLINKSCAN"), {"backhaul_slave_backhaul_restore : Enter"}}));
     say("NETWORKRELOAD", "192.168.1.20");
     expect_journal(joined({message_opened(),
                            {"backhaul_network_reload_handle : Enter",
                             "backhaul_network_reload_handle : intf(ath0) disconnect_count -1"}}));
     say("CHECK_VALID_REPLY", "192.168.1.20");
-    expect_journal(
-        joined({message_opened(),
-                {"backhaul_notification_recv : recv CHECK_VALID_REPLY from 192.168.1.1"}}));
+    expect_journal(joined({message_opened(), received("CHECK_VALID_REPLY")}));
     EXPECT_EQ(heard(), Words{});
 }
 
@@ -103,33 +98,20 @@ TEST_F(Messages, are_obeyed_from_whoever_knows_the_pass_phrase) {
     start_ready_extender();
     const std::string stranger = second_neighbour();
     datagram(lab::message_seal("FLUSHFORWARDING", PHRASE), 36003, stranger);
-    expect_journal(joined({message_opened(),
-                           {"backhaul_notification_recv : recv FLUSHFORWARDING from 192.168.1.2"},
-                           tables_flushed()}));
+    expect_journal(
+        joined({message_opened(), received("FLUSHFORWARDING", "192.168.1.2"), tables_flushed()}));
 }
 
 TEST_F(Messages, are_obeyed_to_the_broadcast_address_as_well) {
     start_ready_extender();
     say("FLUSHFORWARDING", "192.168.1.255");
-    expect_log({"backhaul_notification_recv : recv FLUSHFORWARDING from 192.168.1.1",
-                "device_forward_table_flush : Enter"});
+    expect_log(joined({received("FLUSHFORWARDING"), {tables_flushed().front()}}));
 }
 
 TEST_F(Messages, give_six_new_scans_with_the_word_for_scanning) {
-    start_ready_extender();
-    advance(7 * 64);
-    expect_log({"...", "interface_timeout_chk : do uplink scan 5", "..."});
-    skip();
-    advance(130);
-    for (const std::string& line : router().new_log()) {
-        EXPECT_EQ(line.find("uplink scan"), std::string::npos) << line;
-    }
+    start_with_scans_used_up();
     say("UPLINKSCAN", "192.168.1.20");
-    skip();
-    advance(66);
-    expect_log({"interface_timeout_chk : do other band scan",
-                "interface_timeout_chk : do uplink scan 0",
-                "device_backhaul_ap_ul_rate_update : ul_rate 300"});
+    expect_scans_anew();
 }
 
 TEST_F(Messages, are_dropped_without_a_word_unless_they_are_one_of_five) {
@@ -149,8 +131,7 @@ TEST_F(Messages, are_cut_at_the_first_blank) {
     for (const char* text : {"FLUSHFORWARDING and more text", "FLUSHFORWARDING\n",
                              "  FLUSHFORWARDING", "\n\tFLUSHFORWARDING\tUPLINKSCAN"}) {
         say(text, "192.168.1.20");
-        expect_log({"backhaul_notification_recv : recv FLUSHFORWARDING from 192.168.1.1",
-                    "device_forward_table_flush : Enter"});
+        expect_log(joined({received("FLUSHFORWARDING"), {tables_flushed().front()}}));
     }
 }
 
@@ -166,99 +147,45 @@ TEST_F(Messages, leave_their_bytes_and_their_text_behind) {
     expect_file(SSL_DECRYPT, "FLUSHFORWARDING x");
 }
 
-class MessageBytes : public Messages {
-protected:
-    void SetUp() override {
-        start_ready_extender();
-        // The last text that was opened: no failure may take it for its own.
-        say("FLUSHFORWARDING", "192.168.1.20");
-        skip();
-    }
-
-    /// Taken, opened in vain.
-    void expect_ignored(const std::string& bytes, HARNESS_HERE) {
-        datagram(bytes);
-        expect_journal(message_opened(), file, line);
-    }
-};
-
-TEST_F(MessageBytes, of_length_zero_are_not_even_opened) {
+TEST_F(Messages, are_opened_in_vain_and_forgotten_when_they_are_none) {
+    start_ready_extender();
+    // The last text that was opened: no failure may take it for its own.
+    say("FLUSHFORWARDING", "192.168.1.20");
+    skip();
     const std::string before = router().file(SSL_INPUT);
     datagram("");
     expect_journal({});
     expect_file(SSL_INPUT, before);
-    say("FLUSHFORWARDING", "192.168.1.20");
-    expect_journal(joined({message_opened(),
-                           {"backhaul_notification_recv : recv FLUSHFORWARDING from 192.168.1.1"},
-                           tables_flushed()}));
-}
-
-TEST_F(MessageBytes, of_one_byte_are_ignored) {
-    expect_ignored("F");
-    expect_file(SSL_INPUT, "F");
-    expect_file(SSL_DECRYPT, "");
-}
-
-TEST_F(MessageBytes, without_the_container_are_ignored) {
+    const std::string whole = lab::message_seal("FLUSHFORWARDING", PHRASE);
     for (const std::string& bytes :
-         {std::string("FLUSHFORWARDING"), std::string(256, '\0'), std::string("Salted__"),
-          std::string("Salted__12345678"), std::string("Salted__12345678abc"),
-          std::string("salted__") + lab::message_seal("FLUSHFORWARDING", PHRASE).substr(8)}) {
-        expect_ignored(bytes);
+         {std::string("F"), std::string("FLUSHFORWARDING"), std::string(256, '\0'),
+          std::string("Salted__"), std::string("Salted__12345678"), "salted__" + whole.substr(8),
+          whole.substr(0, 31), whole.substr(0, 16), whole.substr(0, 9)}) {
+        datagram(bytes);
+        expect_journal(message_opened());
         expect_file(SSL_INPUT, bytes);
         expect_file(SSL_DECRYPT, "");
     }
-}
-
-TEST_F(MessageBytes, with_any_end_missing_are_ignored) {
-    const std::string whole = lab::message_seal("FLUSHFORWARDING", PHRASE);
-    for (const size_t length : {size_t{31}, size_t{20}, size_t{16}, size_t{9}}) {
-        expect_ignored(whole.substr(0, length));
-        expect_file(SSL_DECRYPT, "");
+    for (const char* phrase : {"mesh-backhauL", "mesh", "", "mesh-backhaul "}) {
+        datagram(lab::message_seal("FLUSHFORWARDING", phrase));
+        expect_journal(message_opened());
     }
 }
 
-TEST_F(MessageBytes, of_256_are_taken_whole) {
+TEST_F(Messages, are_taken_up_to_256_bytes) {
+    start_ready_extender();
     // 8 of mark, 8 of salt, 239 of text and one of padding.
     const std::string bytes =
         lab::message_seal("FLUSHFORWARDING" + std::string(239 - 15, ' '), PHRASE);
     ASSERT_EQ(bytes.size(), 256U);
-    datagram(bytes);
-    expect_file(SSL_INPUT, bytes);
-    expect_journal(joined({message_opened(),
-                           {"backhaul_notification_recv : recv FLUSHFORWARDING from 192.168.1.1"},
-                           tables_flushed()}));
-}
-
-TEST_F(MessageBytes, of_257_are_cut) {
-    const std::string bytes =
-        lab::message_seal("FLUSHFORWARDING" + std::string(239 - 15, ' '), PHRASE);
-    datagram(bytes + "x");
-    expect_file(SSL_INPUT, bytes);
-    expect_log({"backhaul_notification_recv : recv FLUSHFORWARDING from 192.168.1.1",
-                "device_forward_table_flush : Enter"});
-    skip();
-    expect_ignored(std::string(257, 'x'));
-    expect_file(SSL_INPUT, std::string(256, 'x'));
-}
-
-TEST_F(MessageBytes, of_1400_are_cut_and_ignored) {
-    // Sealed texts come in blocks of 16: eight more bytes make it 1,400.
-    const std::string bytes =
-        lab::message_seal(std::string(1375, 'F'), PHRASE) + std::string(8, 'x');
-    ASSERT_EQ(bytes.size(), 1400U);
-    expect_ignored(bytes);
-    expect_file(SSL_INPUT, bytes.substr(0, 256));
-    expect_ignored(std::string(1400, '\xFF'));
-    expect_file(SSL_INPUT, std::string(256, '\xFF'));
-}
-
-TEST_F(MessageBytes, of_a_right_word_under_a_wrong_pass_phrase_are_ignored) {
-    for (const char* phrase : {"mesh-backhauL", "mesh", "", "mesh-backhaul "}) {
-        for (const char* word : {"FLUSHFORWARDING", "UPLINKSCAN", "CHECK_VALID_REPLY"}) {
-            expect_ignored(lab::message_seal(word, phrase));
-        }
+    for (const std::string& sent : {bytes, bytes + "x"}) {
+        datagram(sent);
+        expect_file(SSL_INPUT, bytes);
+        expect_journal(joined({message_opened(), received("FLUSHFORWARDING"), tables_flushed()}));
     }
+    datagram(std::string(1400, '\xFF'));
+    expect_file(SSL_INPUT, std::string(256, '\xFF'));
+    expect_journal(message_opened());
 }
 
 class MessagePorts : public Messages {};

@@ -66,7 +66,7 @@ protected:
 TEST_P(PassPhrase, is_quoted_singly_to_send) {
     lab::UdpPeer neighbour(36003);
     command("network_reload\n");
-    expect_journal(message_sealed("NETWORKRELOAD", GetParam().read));
+    expect_journal(message_sent("NETWORKRELOAD", GetParam().read));
     const std::vector<lab::Datagram> sent = neighbour.take();
     ASSERT_EQ(sent.size(), GetParam().opens.size());
     for (const std::string& phrase : GetParam().opens) {
@@ -117,8 +117,8 @@ TEST_F(PassPhraseOfTheMoment, sends_the_last_bytes_once_more_when_the_shell_refu
     router().uci("wireless.ath20.ssid", "it's");
     skip();
     command("uplink_scan\n");
-    expect_journal(joined(
-        {{"backhaul_slave_backhaul_restore : Enter"}, message_sealed("UPLINKSCAN", "it's")}));
+    expect_journal(
+        joined({{"backhaul_slave_backhaul_restore : Enter"}, message_sent("UPLINKSCAN", "it's")}));
     const std::vector<lab::Datagram> sent = neighbour.take();
     ASSERT_EQ(sent.size(), 2U);
     EXPECT_EQ(sent[1].bytes, sent[0].bytes);
@@ -130,7 +130,7 @@ TEST_F(PassPhraseOfTheMoment, is_empty_without_the_option) {
     run_inside(router(), {"sh", "-c", "uci delete wireless.ath20.ssid; uci commit wireless"});
     skip();
     command("network_reload\n");
-    expect_journal(message_sealed("NETWORKRELOAD", ""));
+    expect_journal(message_sent("NETWORKRELOAD", ""));
     const std::vector<lab::Datagram> sent = neighbour.take();
     ASSERT_EQ(sent.size(), 1U);
     EXPECT_EQ(lab::message_open(sent[0].bytes, ""), "NETWORKRELOAD");

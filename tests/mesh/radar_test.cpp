@@ -4,8 +4,6 @@
 #include "tests/harness/story.h"
 #include "tests/process/extender_lines.h"
 
-#include <array>
-
 namespace {
 
 class Radar : public harness::Story {
@@ -117,32 +115,6 @@ TEST_F(Radar, looks_again_every_180_seconds_while_a_channel_is_free) {
     }
 }
 
-TEST_F(Radar, takes_every_channel_for_free_when_radartool_fails) {
-    lab::nol_unset(router().root());
-    channels({36, 52, 100, 36});
-    skip();
-    advance(181);
-    EXPECT_EQ(radar_journal(), Lines{"$ radartool -i wifi2 getnol /tmp/nol_list"});
-}
-
-TEST_F(Radar, blocks_the_ap_while_the_driver_does_not_tell_its_channels) {
-    router().remove_file("/run/lab/channels");
-    router().expect_out({"..."});
-    channels({36, 52, 100, 36});
-    skip();
-    advance(181);
-    EXPECT_EQ(radar_journal(), (Lines{"$ radartool -i wifi2 getnol /tmp/nol_list",
-                                      "device_dfs_monitoring : Disable ath20",
-                                      "$ uci set wireless.ath20.disabled=1"}));
-    EXPECT_EQ(router()
-                  .file("/run/lab/out/stdout")
-                  .find("device_wifi_get_channel_list : IEEE80211_IOCTL_GETCHANINFO failed\n"),
-              router().file("/run/lab/out/stdout").size() -
-                  std::string("device_wifi_get_channel_list : IEEE80211_IOCTL_GETCHANINFO "
-                              "failed\n")
-                      .size());
-}
-
 TEST_F(Radar, counts_afresh_after_a_settings_reload) {
     channels({36, 52, 100});
     driver().lost("ath0");
@@ -154,19 +126,6 @@ TEST_F(Radar, counts_afresh_after_a_settings_reload) {
     channels({36});
     EXPECT_EQ(radar_journal(), (Lines{"backhaul_dfs_check : intf->channel 100 channel 36",
                                       "backhaul_dfs_check : dfs_count 1 state 0"}));
-}
-
-TEST_F(Radar, is_no_matter_for_any_other_interface) {
-    for (const unsigned number : {36U, 52U, 100U, 36U}) {
-        driver().channel("ath10", number);
-        driver().channel("ath0", number);
-    }
-    Lines expected;
-    for (int round = 0; round < 4; ++round) {
-        expected.insert(expected.end(), {"CHANNEL_CHANGE(ath10)", "$ wifi_channel_monitor once",
-                                         "CHANNEL_CHANGE(ath0)", "$ wifi_channel_monitor once"});
-    }
-    expect_journal(expected);
 }
 
 }  // namespace

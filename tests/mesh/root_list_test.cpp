@@ -32,9 +32,9 @@ protected:
     }
 
     /// The next look at the list, and what it left besides the announcement.
-    void next_look(const Lines& expected, HARNESS_HERE) {
-        only_second((age() / 10 + 1) * 10, file, line);
-        expect_journal(joined({expected, announced()}), file, line);
+    void next_look(const Lines& expected, Where where = Where::current()) {
+        only_second((age() / 10 + 1) * 10, where);
+        expect_journal(joined({expected, announced()}), where);
     }
 };
 
@@ -75,44 +75,6 @@ TEST_F(RootList, keeps_a_node_for_two_missed_probes_and_drops_it_at_the_third) {
                 "Attic(02:00:00:00:00:41) join\n");
 }
 
-TEST_F(RootList, raises_the_power_only_when_the_last_node_has_left) {
-    start_alone();
-    device("41", "Attic");
-    device("42", "Barn");
-    next_look(joined({event_told("Attic(02:00:00:00:00:41) join"), txpower_decrease(),
-                      event_told("Barn(02:00:00:00:00:42) join")}));
-    probes("41", "2", "0");
-    next_look(event_told("Attic(02:00:00:00:00:41) leave"));
-    expect_file(LIST, "02:00:00:00:00:42\n");
-    probes("42", "0", "3");
-    next_look(joined({event_told("Barn(02:00:00:00:00:42) leave"), txpower_recover()}));
-    expect_file(LIST, "");
-}
-
-TEST_F(RootList, takes_a_null_for_the_row_before) {
-    start_alone();
-    device("41", "Attic");
-    device("42", "Barn");
-    device("43", "Cellar");
-    probes("41", "0", "3");
-    probes("42", "NULL", "NULL");
-    probes("43", "1", "NULL");
-    next_look(joined({event_told("Cellar(02:00:00:00:00:43) join"), txpower_decrease()}));
-    probes("41", "1", "0");
-    next_look(joined(
-        {event_told("Attic(02:00:00:00:00:41) join"), event_told("Barn(02:00:00:00:00:42) join")}));
-    expect_file(LIST, "02:00:00:00:00:43\n02:00:00:00:00:41\n02:00:00:00:00:42\n");
-}
-
-TEST_F(RootList, keeps_a_node_whose_row_is_gone) {
-    start_alone();
-    device("41", "Attic");
-    next_look(joined({event_told("Attic(02:00:00:00:00:41) join"), txpower_decrease()}));
-    router().sql("DELETE FROM Device WHERE DevType='L2Device';");
-    next_look({});
-    expect_file(LIST, "02:00:00:00:00:41\n");
-}
-
 TEST_F(RootList, is_taken_over_by_the_next_worker_with_a_join_for_each_node) {
     start_alone();
     for (const auto& [last, name] : {std::pair{"41", "Attic"}, {"42", "Barn"}, {"43", "Cellar"}}) {
@@ -150,16 +112,6 @@ TEST_F(RootList, is_not_told_of_by_an_extender) {
     advance(9);
     expect_calls({});
     expect_file(LIST, "02:00:00:00:00:41\n");
-}
-
-TEST_F(RootList, drops_a_last_line_without_an_end_and_any_word_is_one) {
-    add_root().put_file(LIST, "02:00:00:00:00:41 not-an-address\n\n02:00:00:00:00:42");
-    router().sql("DELETE FROM Device WHERE DevType='L2Device';");
-    router().start({"-m"});
-    expect_file(EVENTS,
-                "(02:00:00:00:00:41) join\n"
-                "(not-an-address) join\n");
-    expect_file(LIST, "02:00:00:00:00:41 not-an-address\n\n02:00:00:00:00:42");
 }
 
 TEST_F(RootList, lives_with_a_folder_in_the_place_of_its_file) {

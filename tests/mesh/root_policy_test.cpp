@@ -145,12 +145,6 @@ TEST_F(ApprovalList, hides_companions_that_run_already_and_nothing_else) {
                            hidden("ath23"), ap_on_following("ath23", "ath11")}));
 }
 
-TEST_F(ApprovalList, takes_only_the_exact_model_for_the_one) {
-    start_with_approvals("a 1 MRX7\nb 1 MRX700\nc 1 mrx70\nd 1 MRX70x\n");
-    only_second(60);
-    expect_log(joined({ENTER, config(0)}));
-}
-
 TEST_F(ApprovalList, is_looked_at_every_ten_seconds_until_its_models_are_there) {
     start_with_approvals("02:00:00:00:00:20 1\n02:00:00:00:00:30 0 MRX70\n");
     only_second(60);
@@ -164,15 +158,6 @@ TEST_F(ApprovalList, is_looked_at_every_ten_seconds_until_its_models_are_there) 
     expect_log(joined({ENTER, config(0)}));
     only_second(100);
     expect_journal(announced());
-}
-
-TEST_F(ApprovalList, repeats_the_verdict_of_the_line_before_for_a_line_without_one) {
-    start_with_approvals("02:00:00:00:00:20 1 MRX50\n02:00:00:00:00:30\n");
-    only_second(60);
-    expect_log(NOT_READY);
-    approvals("02:00:00:00:00:20 0 MRX50\n02:00:00:00:00:30\n");
-    only_second(70);
-    expect_log(ENTER);
 }
 
 TEST_F(ApprovalList, is_looked_at_again_after_the_command) {

@@ -58,11 +58,11 @@ void RootStory::approvals(const std::string& list) {
     router().put_file(APPROVAL_LIST, list);
 }
 
-void RootStory::only_second(std::uint32_t second, const char* file, int line) {
-    ASSERT_GT(second, age()) << "at " << file << ":" << line;
-    advance(second - age() - 1, file, line);
+void RootStory::only_second(std::uint32_t second, Where where) {
+    ASSERT_GT(second, age()) << "at line " << where.line();
+    advance(second - age() - 1, where);
     skip();
-    advance(1, file, line);
+    advance(1, where);
 }
 
 std::uint32_t RootStory::age() {

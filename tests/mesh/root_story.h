@@ -31,7 +31,7 @@ protected:
 
     /// Moves to the second before `second` (of the root's life), forgets what came, and moves one
     /// second further.
-    void only_second(std::uint32_t second, HARNESS_HERE);
+    void only_second(std::uint32_t second, Where where = Where::current());
 
     /// Seconds since the start of the story.
     std::uint32_t age();

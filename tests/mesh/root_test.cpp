@@ -5,7 +5,6 @@
 #include "lab/tools/state_layout.h"
 #include "tests/mesh/root_story.h"
 
-#include <algorithm>
 #include <map>
 
 namespace {
@@ -21,21 +20,6 @@ protected:
         approvals("02:00:00:00:00:20 1 MRX50\n");
         router().start({"-m"});
     }
-
-    /// Both, in either order: they come from two processes.
-    void expect_started_as_root(HARNESS_HERE) {
-        settle();
-        Lines out = {};
-        std::string text = router().file(lab::kDaemonOut);
-        for (size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n')) {
-            out.push_back(text.substr(0, end));
-            text.erase(0, end + 1);
-        }
-        std::sort(out.begin(), out.end());
-        if (out != Lines{"Master", "Wait pid"} || !text.empty()) {
-            ADD_FAILURE_AT(file, line) << testing::PrintToString(out) << text;
-        }
-    }
 };
 
 TEST_F(RootStart, enables_its_configured_aps_in_the_order_of_the_table) {
@@ -44,7 +28,7 @@ TEST_F(RootStart, enables_its_configured_aps_in_the_order_of_the_table) {
                            ap_on("ath11"), is_configured("ath20"), backhaul_ap_on(),
                            is_configured("ath22"), ap_on_following("ath22", "ath10"),
                            is_configured("ath23"), ap_on_following("ath23", "ath11")}));
-    expect_started_as_root();
+    expect_out_of_both({"Wait pid", "Master"});
     expect_err({});
 }
 
@@ -93,7 +77,7 @@ TEST_F(RootStart, touches_neither_stations_nor_what_is_not_configured) {
 TEST_F(RootStart, leaves_the_aps_as_they_are_with_the_hint) {
     start_with_hint("intf_init_skip\n");
     expect_journal(STARTED);
-    expect_started_as_root();
+    expect_out_of_both({"Wait pid", "Master"});
     expect_no_file(HINT);
     // Nobody asked for a look at the approval list either.
     only_second(60);
@@ -120,17 +104,17 @@ TEST_F(RootStart, overlooks_a_hint_without_a_line_end_and_removes_it) {
 
 class RootTimers : public RootStory {
 protected:
-    void expect_timers(std::uint32_t start, HARNESS_HERE) {
-        settle(file, line);
+    void expect_timers(std::uint32_t start, Where where = Where::current()) {
+        settle(where);
         const std::vector<std::pair<std::uint32_t, std::uint32_t>> expected = {
             {10, 10}, {60, 30}, {5, 5}, {120, 90}, {60, 10}, {120, 50}, {130, 50}, {140, 50}};
         std::vector<std::pair<std::uint32_t, std::uint32_t>> armed;
         for (const lab::ArmedTimer& timer : clock().timers()) {
             armed.emplace_back(timer.first, timer.period);
-            EXPECT_EQ(timer.due, start + timer.first) << "at " << file << ":" << line;
+            EXPECT_EQ(timer.due, start + timer.first) << "at line " << where.line();
         }
         if (armed != expected) {
-            ADD_FAILURE_AT(file, line) << testing::PrintToString(armed);
+            harness::fail_at(where, testing::PrintToString(armed));
         }
     }
 

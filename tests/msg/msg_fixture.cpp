@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <cerrno>
 #include <thread>
@@ -108,15 +107,10 @@ void MsgTest::SetUp() {
     sockets() = {};
     ssid_is("mesh");
     runtime.backhaul_valid = 1;
-    runtime.msg_fd = -1;
     runtime.db = nullptr;
 }
 
 void MsgTest::TearDown() {
-    if (runtime.msg_fd >= 0) {
-        close(runtime.msg_fd);
-    }
-    runtime.msg_fd = -1;
     sockets() = {};
     bridge_restore();
     harness::TableTest::TearDown();
@@ -162,32 +156,4 @@ std::string printed_err(const std::function<void()>& action) {
     testing::internal::CaptureStderr();
     action();
     return harness::captured_stderr();
-}
-
-int status_of(const std::function<void()>& action) {
-    const pid_t child = fork();
-    if (child == 0) {
-        action();
-        _exit(99);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
-
-Journal enciphered(const std::string& word, const std::string& phrase) {
-    return {
-        "$ uci get wireless.ath20.ssid",
-        "$ echo -n '" + word + "' | openssl aes-128-cbc -e -k '" + phrase + "' > /tmp/ssl_output"};
-}
-
-Journal deciphered(const std::string& phrase) {
-    return {"$ uci get wireless.ath20.ssid",
-            "$ openssl aes-128-cbc -d -k \"" + phrase + "\" -in /tmp/ssl_input > /tmp/ssl_decrypt"};
-}
-
-Journal flushed() {
-    return {"device_forward_table_flush : Enter",
-            "$ echo 1 > /sys/devices/virtual/net/br-lan/bridge/flush", "$ hyctl flushatbl br-lan",
-            "$ hyctl flushdtbl br-lan"};
 }

@@ -41,9 +41,6 @@ lab::Datagram heard_by(lab::UdpPeer& peer);
 std::string printed_out(const std::function<void()>& action);
 std::string printed_err(const std::function<void()>& action);
 
-/// What ends a process of its own in which `action` runs: its exit status.
-int status_of(const std::function<void()>& action);
-
 /// How the socket calls of the code under test go, and what they asked for.
 struct socket_script {
     int pass_sockets = 0;  ///< so many succeed first
@@ -82,8 +79,9 @@ inline constexpr std::array<phrase_row, 10> PHRASES{{
 }};
 
 /// Lines of one enciphering and of one deciphering under the pass phrase `phrase`.
-Journal enciphered(const std::string& word, const std::string& phrase = "mesh");
-Journal deciphered(const std::string& phrase = "mesh");
-
-/// Lines of a flush of this node's forwarding tables.
-Journal flushed();
+inline Journal enciphered(const std::string& word, const std::string& phrase = "mesh") {
+    return harness::message_sent(word, phrase);
+}
+inline Journal deciphered(const std::string& phrase = "mesh") {
+    return harness::message_opened(phrase);
+}

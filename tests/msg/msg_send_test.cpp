@@ -291,7 +291,7 @@ TEST_F(MsgSend, ends_the_worker_when_no_socket_can_be_made) {
     for (const bool broadcast : {true, false}) {
         int status = 0;
         const std::string err = printed_err([&] {
-            status = status_of([&] {
+            status = harness::exit_code([&] {
                 sockets().fail_sockets = 1;
                 if (broadcast) {
                     backhaul_send_msg(msg_word::uplink_scan, 36003);

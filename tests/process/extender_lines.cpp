@@ -1,16 +1,7 @@
 #include "tests/process/extender_lines.h"
 
 Lines aps_disabled_in_store() {
-    Lines all;
-    for (const char* name : {"ath10", "ath11", "ath20"}) {
-        all.push_back("$ uci set wireless." + std::string(name) + ".disabled=1");
-        all.push_back("$ uci commit wireless");
-    }
-    return all;
-}
-
-Lines distance(const std::string& name) {
-    return {"$ iwpriv " + name + " get_whc_dist > /tmp/ath_dist", "qca_dist_get : dist 1"};
+    return harness::aps_disabled_in_store({"ath10", "ath11", "ath20"});
 }
 
 Lines agent_start() {
@@ -20,23 +11,7 @@ Lines agent_start() {
 }
 
 Lines settings_reload() {
-    return joined({
-        led("BackhaulConfig"),
-        {"device_reload_ap_settings : Enter", "$ uci set hyd.config.Enable=0",
-         "$ /etc/init.d/hyd stop", "device_reload_ap_settings : reload ath10",
-         "$ /etc/init.d/wireless restart", "device_reload_ap_settings : reload ath11",
-         "$ /etc/init.d/wireless restart"},
-        backhaul_ap_off(),
-        {"$ uci set hyd.config.Enable=1", "$ uci commit hyd", "$ /etc/init.d/hyd restart",
-         "device_reload_ap_settings : Leave 0.000000", "$ wifi_channel_monitor once"},
-        led("BackhaulFinish"),
-        {"$ /usr/sbin/vl1905App 18 1 1"},
-    });
-}
-
-Lines admission_asked_in_vain() {
-    return joined(
-        {message_sent("CHECK_VALID"), {"backhaul_send_unicast_msg : sendto error 13 ''"}});
+    return harness::settings_reload({"ath10", "ath11"});
 }
 
 Lines first_start(const std::string& name) {
@@ -113,8 +88,7 @@ Lines ready_link_lost(const std::string& name, const std::string& ap) {
         state_line("AP_DISASSOC"),
         bcast(name, "disable"),
         station_disconnect(name),
-        {"backhaul_disconnected : No backhaul link, disassociate all sta in backhaul ap",
-         "backhaul_disconnected : No backhaul link, disable all service AP"},
+        no_link_left(),
         ap_off_already("ath10"),
         ap_off_already("ath11"),
     });
@@ -122,10 +96,8 @@ Lines ready_link_lost(const std::string& name, const std::string& ap) {
 
 Lines tries_again(const std::string& name, int from, int losses) {
     return joined({
-        {"backhaul_disconnected(" + name + ") : try to connect again",
-         "backhaul_disconnected(" + name + ") : sta_intf->disconnect_count " +
-             std::to_string(losses),
-         "backhaul_disconnected : try to reconnect"},
+        loss_counted(name, losses),
+        {"backhaul_disconnected : try to reconnect"},
         station_reconnect(name),
         change(name, from, 3),
         led("BackhaulDisConnect"),

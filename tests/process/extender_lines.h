@@ -8,32 +8,39 @@
 
 #include <string>
 
+using harness::admission_asked_in_vain;
 using harness::agent_reload;
 using harness::ap_off;
 using harness::ap_off_already;
 using harness::backhaul_ap_off;
+using harness::backup_enabled;
 using harness::bcast;
 using harness::change;
+using harness::distance;
 using harness::event;
 using harness::hyd_check;
 using harness::joined;
 using harness::led;
 using harness::Lines;
+using harness::loss_counted;
+using harness::message_opened;
 using harness::message_sent;
+using harness::no_link_left;
+using harness::parked;
+using harness::search_finding;
 using harness::state_line;
 using harness::station_disconnect;
 using harness::station_off;
 using harness::station_on;
 using harness::station_reconnect;
+using harness::tables_flushed;
+using harness::target_joined;
 using harness::txpower_decrease;
 
 // Single operations on the standard extender.
 Lines aps_disabled_in_store();
-Lines distance(const std::string& name);
 Lines agent_start();
 Lines settings_reload();
-/// The node is not admitted yet and knows no root: what it sends instead of any message.
-Lines admission_asked_in_vain();
 
 // Whole reactions.
 

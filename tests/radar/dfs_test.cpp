@@ -3,6 +3,7 @@
 #include "radar/dfs.h"
 
 #include "lab/tools/answer.h"
+#include "lab/tools/record.h"
 #include "lab/tools/state_layout.h"
 #include "link/link_state.h"
 #include "radar/dfs_channels.h"
@@ -11,7 +12,6 @@
 #include "tests/root/root_fixture.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <unistd.h>
 #include <cstring>
 #include <filesystem>
@@ -231,6 +231,27 @@ TEST_F(Dfs, has_stopped_the_wait_while_it_looks_at_the_channels) {
     expect_armed_at(START_TIME);
 }
 
+TEST_F(Dfs, has_entered_the_new_state_while_the_ap_is_being_switched) {
+    channels_are("5260");
+    const auto expect_state_at_switch = [this](void (*handler)(intf_record*), link_state state) {
+        lab::answer_hold("", "uci.set", "switch");
+        std::thread timer([&] { handler(ath20_); });
+        EXPECT_TRUE(harness::wait_until([] {
+            const std::vector<std::string> calls = harness::recorded_calls();
+            return !calls.empty() && calls.back().starts_with("uci set ");
+        }));
+        EXPECT_EQ(ath20_->state, state);
+        lab::gate_open("", "switch");
+        timer.join();
+    };
+    enter(DFS_MONITORING);
+    lab::nol_set("", {5260});
+    expect_state_at_switch(device_dfs_monitoring, DFS_BLOCKING);
+    lab::nol_set("", {});
+    lab::records_clear("");
+    expect_state_at_switch(device_dfs_blocking, DFS_MONITORING);
+}
+
 TEST_F(Dfs, asks_the_driver_once_for_the_channels_of_the_interface) {
     channels_are("5260");
     EXPECT_EQ(device_dfs_channel_available(ath20_), 1);
@@ -277,15 +298,11 @@ TEST_F(Dfs, cuts_the_interface_name_of_the_request_at_15_characters) {
 
 TEST_F(Dfs, says_so_when_no_socket_can_be_made) {
     testing::internal::CaptureStdout();
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    const int next = dup(0);
-    close(next);
-    const rlimit full{static_cast<rlim_t>(next), limit.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &full), 0);
     frequency_list channels;
-    device_wifi_get_channel_list("ath20", channels);
-    setrlimit(RLIMIT_NOFILE, &limit);
+    {
+        const harness::DescriptorsRefused refused;
+        device_wifi_get_channel_list("ath20", channels);
+    }
     EXPECT_EQ(harness::captured_stdout(), "device_wifi_get_channel_list : Socket error\n");
     EXPECT_EQ(channels.count, 0u);
 }

@@ -5,6 +5,7 @@
 #include "lab/tools/answer.h"
 #include "runtime/runtime_block.h"
 #include "tests/harness/contract_record.h"
+#include "tests/harness/no_memory.h"
 #include "tests/root/root_fixture.h"
 
 #include <fcntl.h>
@@ -256,6 +257,19 @@ TEST_F(ApList, can_be_given_the_text_of_the_node_that_leaves) {
     journal_take();
     backhaul_ap_node_del(runtime.ap_list_head->almac.data());
     expect_journal({leaves("(02:00:00:00:00:01)"), POWER_UP});
+}
+
+TEST_F(ApList, says_so_and_changes_nothing_when_there_is_no_memory_for_a_node) {
+    testing::internal::CaptureStdout();
+    {
+        const harness::NoMemory refused;
+        backhaul_ap_node_add("02:00:00:00:00:01", ap_source::database);
+    }
+    EXPECT_EQ(harness::captured_stdout(), "backhaul_ap_node_add : malloc fail\n");
+    EXPECT_EQ(runtime.ap_list_head, nullptr);
+    EXPECT_EQ(runtime.ap_count, 0);
+    EXPECT_EQ(journal_take(), Journal{});
+    EXPECT_FALSE(harness::file_is_there("/tmp/backhaul_ap_list"));
 }
 
 TEST_F(ApList, finds_a_node_by_its_exact_address) {

@@ -13,18 +13,9 @@
 #include "lab/tools/answer.h"
 #include "runtime/heap.h"
 #include "runtime/runtime_block.h"
+#include "tests/harness/no_memory.h"
 #include "tests/harness/sandbox.h"
 #include "topology/topology_db.h"
-
-namespace {
-bool memory_is_gone = false;
-}
-
-// The history asks for its entries with calloc.
-extern "C" void* __real_calloc(size_t count, size_t size);
-extern "C" void* __wrap_calloc(size_t count, size_t size) {
-    return memory_is_gone ? nullptr : __real_calloc(count, size);
-}
 
 namespace {
 
@@ -136,9 +127,10 @@ TEST_F(EventLog, keeps_the_list_when_the_file_cannot_be_opened) {
 
 TEST_F(EventLog, tells_the_system_log_of_an_entry_for_which_there_is_no_memory) {
     event_log("1", EVENT_LOG_JOIN);
-    memory_is_gone = true;
-    event_log("2", EVENT_LOG_JOIN);
-    memory_is_gone = false;
+    {
+        const harness::NoMemory refused;
+        event_log("2", EVENT_LOG_JOIN);
+    }
     EXPECT_EQ(runtime.event_log_num, 1);
     EXPECT_EQ(file_text(LOG), "(1) join\n");
     event_log("3", EVENT_LOG_LEAVE);

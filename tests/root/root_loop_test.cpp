@@ -10,11 +10,9 @@
 #include "tests/root/root_fixture.h"
 #include "topology/topology_db.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 #include <unistd.h>
-#include <csignal>
+#include <optional>
 
 namespace {
 
@@ -24,9 +22,7 @@ using harness::put_file;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-const Journal ANNOUNCED = {"$ uci get wireless.ath20.ssid",
-                           "$ echo -n 'ImRootAP' | openssl aes-128-cbc -e -k 'mesh' > "
-                           "/tmp/ssl_output"};
+const Journal ANNOUNCED = harness::message_sent("ImRootAP", "mesh");
 const Journal CHECKED = {"$ uci get wireless.ath10.disabled",
                          "$ iwconfig ath10 | grep Not-Associated"};
 
@@ -47,9 +43,8 @@ protected:
         harness::clock_start(START_TIME, lab::CLOCK_HELD);
     }
     void TearDown() override {
-        if (root_ > 0) {
-            kill(root_, SIGKILL);
-            waitpid(root_, nullptr, 0);
+        if (root_) {
+            root_.reset();
             // Let the last of its timers fall due: the clock takes them back then.
             clock_advance(150);
         }
@@ -57,16 +52,13 @@ protected:
     }
 
     void start_root() {
-        root_ = fork();
-        if (root_ == 0) {
-            const int out = open("/tmp/root_out", O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-            dup2(out, STDOUT_FILENO);
-            setvbuf(stdout, nullptr, _IOLBF, 0);
-            if (backhaul_db_open() == 0) {
-                backhaul_root_loop();
-            }
-            _exit(1);
-        }
+        root_.emplace(
+            [] {
+                if (backhaul_db_open() == 0) {
+                    backhaul_root_loop();
+                }
+            },
+            harness::LINES_OUT);
         ASSERT_TRUE(harness::wait_until([this] { return timers().size() == 8; }));
         harness::clock_settle();
     }
@@ -74,7 +66,7 @@ protected:
     std::vector<lab::ArmedTimer> timers() const {
         std::vector<lab::ArmedTimer> own;
         for (const lab::ArmedTimer& timer : harness::clock_timers()) {
-            if (timer.pid == root_ && timer.first != 0) {
+            if (timer.pid == root_->pid() && timer.first != 0) {
                 own.push_back(timer);
             }
         }
@@ -85,7 +77,7 @@ protected:
     }
 
 private:
-    pid_t root_ = -1;
+    std::optional<harness::Child> root_;
 };
 
 TEST_F(RootLoop, arms_its_eight_timers_once) {
@@ -218,7 +210,7 @@ TEST_F(RootLoop, delays_the_others_behind_a_slow_handler_and_loses_none) {
 TEST_F(RootLoop, prints_nothing_while_all_goes_well) {
     start_root();
     clock_advance(100);
-    EXPECT_EQ(file_text("/tmp/root_out"), "");
+    EXPECT_EQ(file_text("/tmp/out"), "");
 }
 
 }  // namespace

@@ -7,11 +7,11 @@
 #include "root/ap_list.h"
 #include "root/root_loop.h"
 #include "tests/harness/contract_record.h"
+#include "tests/harness/refusal.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
@@ -247,15 +247,10 @@ TEST_F(RootTimers, close_the_descriptor_that_could_not_be_armed) {
 
 TEST_F(RootTimers, say_so_when_there_is_no_descriptor_left) {
     testing::internal::CaptureStdout();
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    const int next = dup(0);
-    close(next);
-    const rlimit full{static_cast<rlim_t>(next), limit.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &full), 0);
-    const int result = backhaul_timerfd_create(1, 1);
-    setrlimit(RLIMIT_NOFILE, &limit);
-    EXPECT_EQ(result, -1);
+    {
+        const harness::DescriptorsRefused refused;
+        EXPECT_EQ(backhaul_timerfd_create(1, 1), -1);
+    }
     EXPECT_EQ(harness::captured_stdout(), "timerfd_create() failed\n");
 }
 

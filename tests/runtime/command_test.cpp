@@ -2,7 +2,6 @@
 
 #include "runtime/command.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -100,19 +99,16 @@ TEST_F(Command, pipe_waits_for_its_line_when_it_goes) {
 }
 
 TEST_F(Command, prints_before_the_line_what_was_printed_before_it) {
-    const pid_t child = fork();
-    if (child == 0) {
-        const int fd = open("/tmp/out", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        dup2(fd, STDOUT_FILENO);
-        std::setvbuf(stdout, nullptr, _IOFBF, 4096);
-        std::fputs("before the line\n", stdout);
-        command_run("echo the line");
-        std::fputs("before the pipe\n", stdout);
-        { const CommandPipe pipe("echo the pipe >> /tmp/out"); }
-        std::fflush(stdout);
-        _exit(0);
-    }
-    ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    const int code = harness::exit_code(
+        [] {
+            std::fputs("before the line\n", stdout);
+            command_run("echo the line");
+            std::fputs("before the pipe\n", stdout);
+            { const CommandPipe pipe("echo the pipe >> /tmp/out"); }
+            std::fflush(stdout);
+        },
+        harness::WHOLE_OUT);
+    EXPECT_EQ(code, harness::BODY_RETURNED);
     EXPECT_EQ(file_text("/tmp/out"), "before the line\nthe line\nbefore the pipe\nthe pipe\n");
 }
 

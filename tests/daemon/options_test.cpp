@@ -1,21 +1,20 @@
-// Files that are read at a start: the one-shot hint and the role file.
+// The one-shot hint of a start.
+
+#include "daemon/options.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <string>
 
-#include "daemon/options.h"
-#include "runtime/mode_file.h"
+#include "runtime/runtime_block.h"
 #include "tests/harness/sandbox.h"
 
 namespace {
 
 using harness::file_is_there;
-using harness::file_text;
 
 constexpr char HINT[] = "/tmp/backhaul_init_conf";
-constexpr char ROLE[] = "/tmp/backhaul_mode_change";
 
 class StartHint : public harness::SandboxTest {
 protected:
@@ -77,48 +76,6 @@ TEST_F(StartHint, ends_on_a_read_error) {
     mkdir(HINT, 0755);
     intf_init_skip();
     EXPECT_EQ(runtime.intf_init, 1);
-}
-
-class RoleFile : public harness::SandboxTest {
-protected:
-    static std::string word_of(const std::string& content) {
-        harness::put_file(ROLE, content);
-        std::array<char, MODE_WORD_SIZE> word;
-        word.fill('x');
-        EXPECT_TRUE(mode_file_read(word));
-        EXPECT_EQ(file_text(ROLE), content) << "the file stays";
-        return word.data();
-    }
-};
-
-TEST_F(RoleFile, holds_one_word_with_a_line_end) {
-    mode_file_write("master");
-    EXPECT_EQ(file_text(ROLE), "master\n");
-    mode_file_write("slave");
-    EXPECT_EQ(file_text(ROLE), "slave\n");
-}
-
-TEST_F(RoleFile, gives_its_first_word) {
-    EXPECT_EQ(word_of("master\n"), "master");
-    EXPECT_EQ(word_of("slave"), "slave") << "also without a line end";
-    EXPECT_EQ(word_of("\n slave master\n"), "slave");
-    EXPECT_EQ(word_of(""), "");
-    EXPECT_EQ(word_of(std::string(100, 'm') + "\n"), std::string(31, 'm'));
-}
-
-TEST_F(RoleFile, gives_nothing_when_there_is_none) {
-    std::array<char, MODE_WORD_SIZE> word;
-    word.fill('x');
-    EXPECT_FALSE(mode_file_read(word));
-}
-
-TEST_F(RoleFile, is_skipped_silently_when_it_cannot_be_written) {
-    mkdir(ROLE, 0755);
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    mode_file_write("master");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 }  // namespace
