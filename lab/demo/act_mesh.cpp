@@ -101,7 +101,8 @@ void tables_print(const Mesh& mesh, const Player& player, bool in_colour) {
 
 }  // namespace
 
-int act_mesh(const MeshOptions& options, const std::string& scenario_file, bool in_colour) {
+int act_mesh(const MeshOptions& options, const OutsidePlace& evidence,
+             const std::string& scenario_file, bool in_colour) {
     Scenario scenario;
     std::string error;
     if (!scenario_load(scenario_file, &scenario)) {
@@ -125,10 +126,12 @@ int act_mesh(const MeshOptions& options, const std::string& scenario_file, bool 
            duration_text(mesh->passed()).c_str(), static_cast<int>(RULE_NAMES.size()),
            static_cast<int>(status.known));
     if (!good) {
-        const std::string folder = evidence_folder("mesh", options.programs + "/../evidence");
-        mesh_evidence_write(*mesh, folder);
-        printf("%s%s%sevidence: %s\n", error.c_str(), error.empty() ? "" : "\n",
-               violations_text(*mesh).c_str(), folder.c_str());
+        printf("%s%s%s", error.c_str(), error.empty() ? "" : "\n", violations_text(*mesh).c_str());
+        EvidenceFolder folder;
+        if (evidence_folder_make(evidence, "mesh", &folder, error)) {
+            mesh_evidence_write(*mesh, folder.path);
+        }
+        printf("evidence: %s\n", folder.name.empty() ? error.c_str() : folder.name.c_str());
     }
     return good ? 0 : 1;
 }

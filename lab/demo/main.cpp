@@ -8,6 +8,7 @@
 
 #include "lab/demo/act_mesh.h"
 #include "lab/demo/acts.h"
+#include "lab/node/evidence.h"
 #include "lab/sandbox/sandbox.h"
 
 namespace {
@@ -16,7 +17,8 @@ namespace {
 int enter_outer_sandbox(const std::string& programs, const std::string& build, std::string& error) {
     lab::SandboxOptions options;
     options.programs = programs;
-    options.keep = {build};
+    // The scenario of the last act lies among the sources.
+    options.keep = {build, std::filesystem::path(BACKHAUL_DEMONSTRATION).parent_path()};
     options.tools = false;
     options.network.switch_bridge = true;
     options.network.address = "192.168.1.254/24";
@@ -50,16 +52,18 @@ int main(int argc, char** argv) {
     setvbuf(stdout, nullptr, _IOLBF, 0);
 
     std::string error;
-    if (enter_outer_sandbox(programs, build, error) != 0) {
+    lab::OutsidePlace evidence;
+    if (!lab::evidence_place_open("", lab::EVIDENCE_FOLDER, &evidence, error) ||
+        enter_outer_sandbox(programs, build, error) != 0) {
         fprintf(stderr, "the demonstration cannot run here: %s\n", error.c_str());
         return 1;
     }
     int result = 0;
     {
-        lab::Stage stage({programs, daemon, colour});
+        lab::Stage stage({programs, daemon, evidence, colour});
         play(stage);
         result = stage.finish();
     }
-    const lab::MeshOptions options{programs, daemon, {programs}, false};
-    return result == 0 ? lab::act_mesh(options, BACKHAUL_DEMONSTRATION, colour) : result;
+    const lab::MeshOptions options{programs, daemon, false};
+    return result == 0 ? lab::act_mesh(options, evidence, BACKHAUL_DEMONSTRATION, colour) : result;
 }

@@ -43,11 +43,16 @@ void Stage::fail(const std::string& text) {
     }
     good_ = false;
     printf("          %s %s\n", paint(kRed, "NOT SEEN").c_str(), text.c_str());
-    const std::string folder = evidence_folder("demonstration", options_.programs + "/../evidence");
-    for (const auto& actor : actors_) {
-        evidence_collect(actor->node(), folder);
+    EvidenceFolder folder;
+    std::string error;
+    if (!evidence_folder_make(options_.evidence, "demonstration", &folder, error)) {
+        printf("          %s\n", error.c_str());
+        return;
     }
-    printf("          evidence: %s\n", folder.c_str());
+    for (const auto& actor : actors_) {
+        evidence_collect(actor->node(), folder.path);
+    }
+    printf("          evidence: %s\n", folder.name.c_str());
 }
 
 void Stage::settle() {
@@ -60,7 +65,6 @@ void Stage::settle() {
 Actor& Stage::add(NodeOptions options, int (*furnish)(const Node&, std::string&)) {
     options.programs = options_.programs;
     options.daemon = options_.daemon;
-    options.keep = {options_.programs};
     options.start_time = started_ == 0 ? kNodeStartTime : clock_.now();
     std::string error;
     std::unique_ptr<Node> node = Node::make(options, error);

@@ -19,6 +19,7 @@
 #include "lab/node/daemon.h"
 #include "lab/node/journal.h"
 #include "lab/node/node.h"
+#include "lab/sandbox/outside.h"
 
 namespace lab {
 
@@ -49,6 +50,7 @@ private:
 struct StageOptions {
     std::string programs;  // folder of the lab's helper programs
     std::string daemon;
+    const OutsidePlace& evidence;  // where to leave it
     bool colour = false;
 };
 

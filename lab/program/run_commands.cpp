@@ -18,7 +18,7 @@ constexpr int SECONDS_AN_HOUR = 3600;
 
 /// Tells what differed and where the evidence is; the exit code.
 int run_finish(const Arguments& arguments, Run* run) {
-    run_leave_evidence(arguments, run);
+    run_leave_evidence(run);
     if (arguments.json) {
         printf("%s\n", run_json(*run).c_str());
     } else if (!run_is_good(*run)) {

@@ -24,7 +24,6 @@ protected:
             lab::NodeOptions options;
             options.name = "n" + std::to_string(index);
             options.programs = std::string(BACKHAUL_BUILD_DIR) + "/lab";
-            options.keep = {options.programs};
             options.address = "192.168.1." + std::to_string(10 + index) + "/24";
             options.radios = {};
             options.switch_name = lab::MeshNetwork::switch_name(index);
