@@ -286,7 +286,8 @@ int mount_kernel_views(std::string& error) {
                     "cannot mount a fresh /proc (a container that hides parts of /proc "
                     "allows this to root only)");
     }
-    if (mount("sysfs", "/sys", "sysfs", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
+    if (mount("sysfs", "/sys", "sysfs", MS_NOSUID | MS_NODEV | MS_NOEXEC | MS_RDONLY, nullptr) !=
+        0) {
         return fail(error, "cannot mount a fresh /sys");
     }
     return 0;
