@@ -74,7 +74,7 @@ TEST(ScenarioGenerate, refuses_shapes_and_numbers_it_does_not_know) {
     EXPECT_FALSE(scenario_generate("tree", one, &scenario, &error));
     EXPECT_EQ(error, "say `tree CHILDREN GRANDCHILDREN`");
     EXPECT_FALSE(scenario_generate("grid", many, &scenario, &error));
-    EXPECT_EQ(error, "a mesh has at most 200 nodes");
+    EXPECT_EQ(error, "a mesh has at most 128 nodes");
 }
 
 }  // namespace
