@@ -76,6 +76,9 @@ int chaos_command(const Arguments& arguments) {
     if (nodes < 2) {
         return complain("a mesh for `chaos` has two nodes at least", EXIT_USAGE);
     }
+    if (nodes > MOST_NODES) {
+        return complain("a mesh has at most " + std::to_string(MOST_NODES) + " nodes", EXIT_USAGE);
+    }
     ChaosOptions options;
     options.seed = arguments.seed.value_or(options.seed);
     options.seconds = (arguments.hours > 0 ? arguments.hours : CHAOS_HOURS) * SECONDS_AN_HOUR;

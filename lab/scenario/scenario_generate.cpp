@@ -10,6 +10,9 @@
 namespace lab {
 namespace {
 
+// Of one that is typed: too many nodes are told as such, not as a number that cannot be read.
+constexpr int LARGEST_NUMBER = 10000;
+
 std::string node_name(int number) {
     return number == 0 ? "root" : "e" + std::to_string(number);
 }
@@ -127,7 +130,7 @@ bool scenario_generate(const std::string& shape, std::span<const std::string> nu
         std::array<int, 2> values = {0, 0};
         bool good = numbers.size() == row.numbers;
         for (std::size_t at = 0; good && at < row.numbers; ++at) {
-            good = word_number(numbers[at], row.least, MOST_NODES, &values[at]);
+            good = word_number(numbers[at], row.least, LARGEST_NUMBER, &values[at]);
         }
         if (!good) {
             *error = "say `" + std::string(row.usage) + "`";

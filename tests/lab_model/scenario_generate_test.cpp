@@ -73,6 +73,9 @@ TEST(ScenarioGenerate, refuses_shapes_and_numbers_it_does_not_know) {
     EXPECT_EQ(error, "say `line NODES`");
     EXPECT_FALSE(scenario_generate("tree", one, &scenario, &error));
     EXPECT_EQ(error, "say `tree CHILDREN GRANDCHILDREN`");
+    const std::vector<std::string> one_more = {std::to_string(MOST_NODES + 1)};
+    EXPECT_FALSE(scenario_generate("star", one_more, &scenario, &error));
+    EXPECT_EQ(error, "a mesh has at most 128 nodes");
     EXPECT_FALSE(scenario_generate("grid", many, &scenario, &error));
     EXPECT_EQ(error, "a mesh has at most 128 nodes");
 }
