@@ -1,13 +1,17 @@
-// How long a mesh of 32 nodes takes to come up on this machine, and how much memory it needs.
+// How long meshes of several sizes take to come up on this machine, what of it the lab itself
+// takes, and how much memory they need. Sizes may be given as arguments.
 //
-// Floors of the same run: for the time, the same number of shell lines run one after the other with
-// nothing in them; for the memory, the same nodes before any daemon runs.
+// The daemons' part grows with the square of the nodes: everybody reads everybody's messages, and
+// each is a program of its own. Floors of the same run: for the time, the same number of shell
+// lines run one after the other with nothing in them; for the memory, the same nodes before any
+// daemon runs.
 
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -23,9 +27,8 @@
 
 namespace {
 
-constexpr int CHILDREN = 7;
-constexpr int GRANDCHILDREN = 4;  // with 7 + 24 of them and the root 32 nodes
-constexpr std::size_t NODES = 32;
+constexpr int CHILDREN = 7;  // of the root and of each of its children
+constexpr std::array SIZES = {8, 16, 32};
 constexpr int LONGEST_SECONDS = 900;
 constexpr int SHELL_LINES = 300;
 
@@ -35,14 +38,26 @@ double seconds_since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-lab::Scenario mesh_of_32() {
-    lab::Scenario scenario = lab::scenario_tree(CHILDREN, GRANDCHILDREN);
-    scenario.nodes.resize(NODES);
+lab::Scenario mesh_of(int nodes) {
+    int grandchildren = 1;
+    while (1 + CHILDREN * (1 + grandchildren) < nodes) {
+        ++grandchildren;
+    }
+    lab::Scenario scenario = lab::scenario_tree(CHILDREN, grandchildren);
+    scenario.nodes.resize(static_cast<std::size_t>(nodes));
     std::erase_if(scenario.hearings, [&scenario](const lab::ScenarioHearing& hearing) {
         return lab::scenario_node_find(scenario, hearing.a) == nullptr ||
                lab::scenario_node_find(scenario, hearing.b) == nullptr;
     });
     return scenario;
+}
+
+/// Processor time of this process, which is the lab's own.
+double own_seconds() {
+    rusage used{};
+    getrusage(RUSAGE_SELF, &used);
+    return static_cast<double>(used.ru_utime.tv_sec + used.ru_stime.tv_sec) +
+           static_cast<double>(used.ru_utime.tv_usec + used.ru_stime.tv_usec) / 1e6;
 }
 
 /// Memory of a process, shared pages counted in parts, in kB.
@@ -89,8 +104,8 @@ bool all_ready(const lab::Mesh& mesh) {
     return lab::mesh_condition_holds(mesh, ready, &found);
 }
 
-int measure(const lab::ProgramPlace& place, std::string& error) {
-    const lab::Scenario scenario = mesh_of_32();
+int measure(const lab::ProgramPlace& place, int nodes, std::string& error) {
+    const lab::Scenario scenario = mesh_of(nodes);
     Clock::time_point start = Clock::now();
     const std::unique_ptr<lab::Mesh> mesh =
         lab::Mesh::make(scenario, lab::mesh_options_of(place, scenario), error);
@@ -100,6 +115,7 @@ int measure(const lab::ProgramPlace& place, std::string& error) {
     const double made = seconds_since(start);
     const long memory_before = memory_kb(*mesh);
     start = Clock::now();
+    const double own_before = own_seconds();
     while (mesh->passed() == 0 || !all_ready(*mesh)) {
         if (mesh->passed() > LONGEST_SECONDS) {
             error = "the mesh is not ready after 15 minutes of its time";
@@ -110,11 +126,14 @@ int measure(const lab::ProgramPlace& place, std::string& error) {
         }
     }
     const double up = seconds_since(start);
+    const double own = own_seconds() - own_before;
     const std::size_t lines = shell_lines(*mesh);
     const double floor = static_cast<double>(lines) * empty_line_seconds();
     const long memory = memory_kb(*mesh);
     std::printf("mesh of %d nodes: made in %.2f s, up in %.2f s (%lld s of its own time)\n",
                 mesh->node_count(), made, up, static_cast<long long>(mesh->passed()));
+    std::printf("  the lab itself %.2f s of a processor, %.1f ms a node, %.3f ms a shell line\n",
+                own, 1000 * own / mesh->node_count(), 1000 * own / static_cast<double>(lines));
     std::printf("  %zu shell lines; as many empty ones take %.2f s: ratio %.2f\n", lines, floor,
                 up / floor);
     std::printf("  memory %ld kB, %ld kB a node; without daemons %ld kB: ratio %.2f\n", memory,
@@ -125,7 +144,17 @@ int measure(const lab::ProgramPlace& place, std::string& error) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+    std::vector<int> sizes;
+    for (int at = 1; at < argc; ++at) {
+        // Options of the other benchmarks come along.
+        if (argv[at][0] != '-') {
+            sizes.push_back(std::atoi(argv[at]));
+        }
+    }
+    if (sizes.empty()) {
+        sizes.assign(SIZES.begin(), SIZES.end());
+    }
     const lab::ProgramPlace place = [] {
         // The lab's programs lie beside the folder of the benchmarks.
         lab::ProgramPlace beside = lab::program_place();
@@ -133,9 +162,14 @@ int main() {
         return beside;
     }();
     std::string error;
-    if (lab::mesh_sandbox_enter(place, {}, error) != 0 || measure(place, error) != 0) {
-        std::fprintf(stderr, "bench_mesh: %s\n", error.c_str());
-        return 1;
+    bool good = lab::mesh_sandbox_enter(place, {}, error) == 0;
+    for (const int nodes : sizes) {
+        good = good && nodes >= 2 && measure(place, nodes, error) == 0;
+        std::fflush(stdout);
     }
-    return 0;
+    if (!good) {
+        std::fprintf(stderr, "bench_mesh: %s\n",
+                     error.empty() ? "two nodes at least" : error.c_str());
+    }
+    return good ? 0 : 1;
 }

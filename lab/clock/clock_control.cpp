@@ -23,6 +23,9 @@ using RealClock = std::chrono::steady_clock;
 
 constexpr std::uint32_t kNever = UINT32_MAX;
 
+// Of what is told when a mesh does not come to rest: nobody reads of all its nodes.
+constexpr std::size_t kLongestDescription = 8000;
+
 void futex_wake(std::atomic<std::uint32_t>& word) {
     syscall(SYS_futex, &word, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 }
@@ -338,6 +341,9 @@ int MovedClock::wait_quiet(std::string& error) {
 std::string MovedClock::describe() const {
     std::string text;
     for (const auto& node : nodes_) {
+        if (text.size() > kLongestDescription) {
+            return text + "and more\n";
+        }
         text += (node->root.empty() ? "own sandbox" : node->root) + ":\n" + node->watch->describe();
     }
     return text;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "lab/demo/narrator.h"
+#include "lab/node/evidence.h"
 #include "lab/report/table.h"
 #include "lab/scenario/scenario_file.h"
 
@@ -14,7 +15,8 @@ namespace {
 
 bool tell_all(const std::vector<lab::Scenario>& scenarios, lab::Tale* tale, std::string& error) {
     const lab::ProgramPlace place = lab::program_place();
-    if (lab::mesh_sandbox_enter(place, {}, error) != 0) {
+    if (!lab::evidence_place_open("", lab::EVIDENCE_FOLDER, &tale->left, error) ||
+        lab::mesh_sandbox_enter(place, {}, error) != 0) {
         return false;
     }
     for (const lab::Scenario& scenario : scenarios) {

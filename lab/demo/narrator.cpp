@@ -142,9 +142,13 @@ bool scenario_tell(const Scenario& scenario, const ProgramPlace& place, bool wit
     if (played && status.violations == 0) {
         return true;
     }
-    const std::string folder = evidence_folder("demonstration", place.build + "/evidence");
-    mesh_evidence_write(*mesh, folder);
-    error += (error.empty() ? "" : "\n") + violations_text(*mesh) + "evidence: " + folder;
+    error += (error.empty() ? "" : "\n") + violations_text(*mesh);
+    EvidenceFolder folder;
+    std::string refused;
+    if (evidence_folder_make(tale->left, "demonstration", &folder, refused)) {
+        mesh_evidence_write(*mesh, folder.path);
+    }
+    error += "evidence: " + (folder.name.empty() ? refused : folder.name);
     return false;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "lab/mesh/mesh_place.h"
+#include "lab/sandbox/outside.h"
 
 namespace lab {
 
@@ -15,6 +16,7 @@ struct Tale {
     bool in_colour = false;
     int steps = 0;     // told by `say`
     int evidence = 0;  // conditions that held
+    OutsidePlace left;  // where folders go of what went wrong
 };
 
 // Plays the scenario in a mesh of its own. False with `error` when a condition did not hold, a rule

@@ -1,6 +1,9 @@
 #include "lab/air/air_scenario.h"
 #include "lab/mesh/mesh.h"
 
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <chrono>
 
 #include "lab/air/air_time.h"
@@ -12,6 +15,33 @@ namespace {
 // All networks of a machine share one lock: where others make and end many, who asks the kernel for
 // an address may wait for longer than the clock would let it.
 constexpr std::chrono::milliseconds KERNEL_PATIENCE{60000};
+
+// Of a message that all nodes read at once the last one is through after that much longer.
+constexpr int NODES_A_PATIENCE = 16;
+
+// The limits of a mesh, told before anything of it is made. A user's limit of open files is raised
+// where it may be.
+bool limits_allow(int nodes, std::string& error) {
+    if (nodes > MOST_NODES) {
+        error = "a mesh has at most " + std::to_string(MOST_NODES) + " nodes, not " +
+                std::to_string(nodes);
+        return false;
+    }
+    const rlim_t needed = static_cast<rlim_t>(DESCRIPTORS_A_NODE) * static_cast<rlim_t>(nodes);
+    rlimit files{};
+    getrlimit(RLIMIT_NOFILE, &files);
+    if (files.rlim_cur >= needed) {
+        return true;
+    }
+    files.rlim_cur = std::min(needed, files.rlim_max);
+    if (files.rlim_max >= needed && setrlimit(RLIMIT_NOFILE, &files) == 0) {
+        return true;
+    }
+    error = "a mesh of " + std::to_string(nodes) + " nodes needs " + std::to_string(needed) +
+            " open files, and this machine allows " + std::to_string(files.rlim_max) +
+            " (`ulimit -Hn`)";
+    return false;
+}
 
 bool ends_worker(const Verb& verb) {
     return verb.kind == VerbKind::KILL_WORKER || verb.kind == VerbKind::ROLE ||
@@ -28,6 +58,9 @@ Mesh::Mesh(Scenario scenario, MeshOptions options)
 
 std::unique_ptr<Mesh> Mesh::make(const Scenario& scenario, const MeshOptions& options,
                                  std::string& error) {
+    if (!limits_allow(static_cast<int>(scenario.nodes.size()), error)) {
+        return nullptr;
+    }
     std::unique_ptr<Mesh> mesh(new Mesh(scenario, options));
     return mesh->nodes_make(error) == 0 ? std::move(mesh) : nullptr;
 }
@@ -47,7 +80,7 @@ int Mesh::nodes_make(std::string& error) {
         nodes_.push_back(std::move(node));
     }
     places_.resize(nodes_.size());
-    clock_.patience = KERNEL_PATIENCE;
+    clock_.patience = KERNEL_PATIENCE * (1 + node_count() / NODES_A_PATIENCE);
     clock_.nodes_together = options_.together;
     clock_.at_rest = [this] {
         return air_serve();

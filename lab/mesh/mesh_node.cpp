@@ -12,6 +12,7 @@
 #include "lab/sandbox/layout.h"
 #include "lab/scenario/scenario_defaults.h"
 #include "lab/tools/air_protocol.h"
+#include "lab/tools/folder_wipe.h"
 #include "lab/tools/record.h"
 #include "lab/tools/small_file.h"
 #include "lab/tools/state_layout.h"
@@ -75,15 +76,6 @@ int neighbours_introduce(const Node& node, const std::string& text, std::string&
     return 0;
 }
 
-void folder_empty(const std::string& path, const std::vector<std::string>& but = {}) {
-    for (const std::string& name : folder_list(path)) {
-        if (std::find(but.begin(), but.end(), name) == but.end() &&
-            !file_remove(path + "/" + name)) {
-            folder_remove(path + "/" + name);
-        }
-    }
-}
-
 }  // namespace
 
 MeshNode::MeshNode(ScenarioNode plan, std::unique_ptr<Node> node)
@@ -104,7 +96,6 @@ std::unique_ptr<MeshNode> MeshNode::make(const Scenario& scenario, int index,
     node_options.name = plan.name;
     node_options.programs = options.programs;
     node_options.daemon = options.daemon;
-    node_options.keep = options.keep;
     node_options.address = air_ip(index) + std::string(PREFIX_LENGTH);
     node_options.gateway = OUTSIDE;
     node_options.radios = radios_of(plan);
@@ -178,9 +169,9 @@ void MeshNode::power_off() {
     daemon_.stop();
     log_read();
     log_reader_.reset();
-    folder_empty(node_->at("/tmp"));
-    folder_empty(node_->at("/var/log"));
-    folder_empty(state_path(node_->root(), ""), {"uci", "air.sock"});
+    folder_wipe(node_->root(), "/tmp");
+    folder_wipe(node_->root(), "/var/log");
+    folder_wipe(node_->root(), kLabState, {"uci", "air.sock"});
     powered_ = false;
 }
 

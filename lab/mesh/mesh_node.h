@@ -22,10 +22,9 @@
 namespace lab {
 
 struct MeshOptions {
-    std::string programs;           // folder of lab_tool, lab_sh and liblab_clock.so
-    std::string daemon;             // the daemon's program
-    std::vector<std::string> keep;  // folders that must stay visible to nodes
-    bool together = false;          // many nodes: move them in one go (MovedClock)
+    std::string programs;   // folder of lab_tool, lab_sh and liblab_clock.so
+    std::string daemon;     // the daemon's program
+    bool together = false;  // many nodes: move them in one go (MovedClock)
 };
 
 class MeshNode {

@@ -36,7 +36,6 @@ MeshOptions mesh_options_of(const ProgramPlace& place, const Scenario& scenario)
     MeshOptions options;
     options.programs = place.programs;
     options.daemon = place.daemon;
-    options.keep = {place.programs};
     options.together = scenario.nodes.size() >= MANY_NODES;
     return options;
 }

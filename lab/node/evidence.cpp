@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 #include "lab/node/journal.h"
@@ -16,6 +18,7 @@ namespace {
 
 // Of a larger file only the end is copied: what came last says most.
 constexpr std::uint64_t kLargest = 4 << 20;
+constexpr int MOST_FOLDERS = 1000;  // of one title
 
 void file_copy(const std::string& from, const std::string& to) {
     const std::uint64_t size = file_size(from);
@@ -76,18 +79,28 @@ std::string process_list(const Node& node) {
 
 }  // namespace
 
-std::string evidence_folder(const std::string& title, const std::string& fallback) {
-    const char* wanted = getenv("BACKHAUL_EVIDENCE");
-    const std::string above = wanted != nullptr && *wanted != '\0' ? wanted : fallback;
-    const std::string base = above + "/" + clean_name(title);
-    for (int number = 1; number < 1000; ++number) {
-        const std::string folder = base + "." + std::to_string(number);
-        mkdir(above.c_str(), 0755);
-        if (mkdir(folder.c_str(), 0755) == 0) {
-            return folder;
+bool evidence_place_open(const std::string& wanted, const std::string& fallback,
+                         OutsidePlace* place, std::string& error) {
+    const char* said = getenv("BACKHAUL_EVIDENCE");
+    const bool is_said = said != nullptr && *said != '\0';
+    return place->open(!wanted.empty() ? wanted : is_said ? said : fallback, error);
+}
+
+bool evidence_folder_make(const OutsidePlace& place, const std::string& title, EvidenceFolder* made,
+                          std::string& error) {
+    folder_make(place.path());
+    for (int number = 1; number < MOST_FOLDERS; ++number) {
+        const std::string name = "/" + clean_name(title) + "." + std::to_string(number);
+        if (mkdir((place.path() + name).c_str(), 0755) == 0) {
+            *made = {place.name() + name, place.path() + name};
+            return true;
+        }
+        if (errno != EEXIST) {
+            break;
         }
     }
-    return {};
+    error = "cannot make a folder for evidence in " + place.name() + ": " + strerror(errno);
+    return false;
 }
 
 void evidence_collect(const Node& node, const std::string& folder) {

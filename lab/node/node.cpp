@@ -45,7 +45,6 @@ SandboxOptions sandbox_options(const NodeOptions& options) {
     SandboxOptions sandbox;
     sandbox.programs = options.programs;
     sandbox.daemon = options.daemon;
-    sandbox.keep = options.keep;
     sandbox.network.address = options.address;
     sandbox.network.gateway = options.gateway;
     sandbox.network.radios = options.radios;

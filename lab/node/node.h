@@ -26,7 +26,6 @@ struct NodeOptions {
     std::string name = "node";                // for messages and evidence
     std::string programs;                     // folder of lab_tool, lab_sh and liblab_clock.so
     std::string daemon;                       // the daemon's program
-    std::vector<std::string> keep;            // folders that must stay visible (profiling data)
     std::string address = "192.168.1.20/24";  // of "br-lan"; empty: none
     std::string gateway = "192.168.1.1";      // empty: no default route
     std::vector<std::string> radios = {"ath0", "ath1", "ath10", "ath11", "ath14", "ath20"};

@@ -11,12 +11,16 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "lab/sandbox/exec_words.h"
 #include "lab/sandbox/layout.h"
 
 namespace lab {
 namespace {
+
+// Where a build that counts executed lines leaves them, as the test's own process reaches it.
+constexpr char COUNTERS[] = "GCOV_PREFIX";
 
 // Reports go to files of the node, where the harness looks for them after every test.
 constexpr char kSanitizerLog[] = "log_path=/run/lab/out/sanitizer";
@@ -36,6 +40,12 @@ std::vector<std::string> full_environment(const SpawnPlan& plan) {
         all.push_back(std::string("LD_PRELOAD=") + kLabClockModule);
         all.push_back(std::string("LAB_CLOCK=") + kLabClock);
     }
+    for (const char* name : {COUNTERS, "GCOV_PREFIX_STRIP"}) {
+        const char* value = getenv(name);
+        if (value != nullptr) {
+            all.push_back(std::string(name) + "=" + value);
+        }
+    }
     // Later ones win: the reader of an environment is free to take the first.
     for (const std::string& one : plan.environment) {
         const std::string name = one.substr(0, one.find('=') + 1);
@@ -43,6 +53,16 @@ std::vector<std::string> full_environment(const SpawnPlan& plan) {
         all.push_back(one);
     }
     return all;
+}
+
+// The one descriptor that a node's processes inherit, in a build that counts executed lines; else
+// -1.
+int counters_descriptor() {
+    constexpr std::string_view OPEN_ONES = "/proc/self/fd/";
+    const char* prefix = getenv(COUNTERS);
+    return prefix == nullptr || std::string_view(prefix).substr(0, OPEN_ONES.size()) != OPEN_ONES
+               ? -1
+               : atoi(prefix + OPEN_ONES.size());
 }
 
 // Everything that the child needs, laid out before it exists: between fork and exec it may only
@@ -57,6 +77,7 @@ struct Prepared {
     const char* err;
     std::array<int, 5> inside;
     int report;
+    int counters;
 };
 
 int stream(const char* path, int flags, int as) {
@@ -84,6 +105,9 @@ int stream(const char* path, int flags, int as) {
         stream(plan.err, append, STDERR_FILENO) == 0) {
         // Nothing that the caller has open may be mistaken for a descriptor that the daemon leaks.
         close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
+        if (plan.counters >= 0) {
+            fcntl(plan.counters, F_SETFD, 0);
+        }
         sigprocmask(SIG_SETMASK, &none, nullptr);
         execvpe(plan.argv[0], plan.argv.data(), plan.envp.data());
     }
@@ -127,7 +151,8 @@ pid_t spawn_inside(const SpawnPlan& plan, const std::array<int, 5>& inside, int 
                       plan.out.c_str(),
                       plan.err.empty() ? plan.out.c_str() : plan.err.c_str(),
                       inside,
-                      report[1]};
+                      report[1],
+                      counters_descriptor()};
     prepared.argv = exec_words(prepared.words);
     prepared.envp = exec_words(prepared.environment);
     const pid_t child = fork_into(prepared, own_pid);

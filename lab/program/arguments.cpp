@@ -12,7 +12,7 @@ namespace {
 
 constexpr double FASTEST = 1000;
 constexpr int MOST_LINES = 1000000;
-constexpr int MOST_CHAOS_NODES = 200;
+constexpr int LARGEST_NUMBER = 10000;  // of nodes: who makes them knows the limit
 constexpr int MOST_CHAOS_HOURS = 10000;
 constexpr int MOST_MINUTES = 10000;
 
@@ -132,7 +132,7 @@ bool value_take(OptionKind kind, const std::string& value, Arguments* arguments)
             arguments->evidence = value;
             return !value.empty();
         case OptionKind::NODES:
-            return number_into(value, MOST_CHAOS_NODES, &arguments->nodes);
+            return number_into(value, LARGEST_NUMBER, &arguments->nodes);
         case OptionKind::HOURS:
             return number_into(value, MOST_CHAOS_HOURS, &arguments->hours);
         case OptionKind::MINUTES:

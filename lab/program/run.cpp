@@ -37,28 +37,6 @@ std::int64_t now_ms() {
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-/// The folder above all evidence.
-std::filesystem::path evidence_base(const Arguments& arguments) {
-    const char* wanted = getenv("BACKHAUL_EVIDENCE");
-    const std::string base = !arguments.evidence.empty() ? arguments.evidence
-                             : wanted != nullptr && *wanted != '\0'
-                                 ? std::string(wanted)
-                                 : program_place().build + "/evidence";
-    std::error_code failure;
-    return std::filesystem::absolute(base, failure).lexically_normal();
-}
-
-/// What the sandbox has to leave visible for it. A folder outside the build has to be there first;
-/// one inside is made when there is something to leave.
-std::vector<std::string> evidence_keep(const std::filesystem::path& base) {
-    if (base.string().starts_with(program_place().build + "/")) {
-        return {};
-    }
-    std::error_code failure;
-    std::filesystem::create_directories(base, failure);
-    return {base};
-}
-
 /// As one word for a shell.
 std::string shell_word(const std::string& text) {
     constexpr std::string_view PLAIN =
@@ -173,7 +151,8 @@ bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_p
     sigemptyset(&action.sa_mask);
     action.sa_handler = ending_note;
     sigaction(SIGINT, &action, nullptr);
-    if (mesh_sandbox_enter(place, evidence_keep(evidence_base(arguments)), error) != 0) {
+    if (!evidence_place_open(arguments.evidence, EVIDENCE_FOLDER, &run->outside, error) ||
+        mesh_sandbox_enter(place, {}, error) != 0) {
         complain(error);
         return false;
     }
@@ -191,18 +170,20 @@ bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_p
     return true;
 }
 
-void run_leave_evidence(const Arguments& arguments, Run* run) {
+void run_leave_evidence(Run* run) {
     if (run_is_good(*run)) {
         return;
     }
-    const std::filesystem::path base = evidence_base(arguments);
-    std::error_code failure;
-    std::filesystem::create_directories(base, failure);
-    setenv("BACKHAUL_EVIDENCE", base.c_str(), 1);
-    const std::string name = std::filesystem::path(run->title).stem();
-    run->evidence = evidence_folder(name, "");
-    if (run->evidence.empty() || !mesh_evidence_write(*run->mesh, run->evidence)) {
-        complain("not everything could be written to " + base.string());
+    EvidenceFolder folder;
+    std::string error;
+    if (!evidence_folder_make(run->outside, std::filesystem::path(run->title).stem(), &folder,
+                              error)) {
+        complain(error);
+        return;
+    }
+    run->evidence = folder.name;
+    if (!mesh_evidence_write(*run->mesh, folder.path)) {
+        complain("not everything could be written to " + folder.name);
     }
 }
 

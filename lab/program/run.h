@@ -12,6 +12,7 @@
 #include "lab/mesh/mesh.h"
 #include "lab/mesh/player.h"
 #include "lab/program/arguments.h"
+#include "lab/sandbox/outside.h"
 
 namespace lab {
 
@@ -24,6 +25,7 @@ struct Run {
     std::string failure;       // of the machine; empty: none
     std::vector<std::string> sanitizer_reports;
     std::int64_t real_ms = 0;
+    OutsidePlace outside;  // above all evidence
     std::string evidence;  // folder; empty: none was needed
 };
 
@@ -36,7 +38,7 @@ bool run_is_good(const Run& run);
 bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_progress, Run* run);
 
 // Leaves everything in a folder when the run was not good.
-void run_leave_evidence(const Arguments& arguments, Run* run);
+void run_leave_evidence(Run* run);
 
 // Steps that went wrong, broken rules and the rest of what differed; empty when the run is good.
 std::string run_differences(const Run& run);

@@ -18,7 +18,7 @@ constexpr int SECONDS_AN_HOUR = 3600;
 
 /// Tells what differed and where the evidence is; the exit code.
 int run_finish(const Arguments& arguments, Run* run) {
-    run_leave_evidence(arguments, run);
+    run_leave_evidence(run);
     if (arguments.json) {
         printf("%s\n", run_json(*run).c_str());
     } else if (!run_is_good(*run)) {
@@ -75,6 +75,9 @@ int chaos_command(const Arguments& arguments) {
     const int nodes = arguments.nodes > 0 ? arguments.nodes : CHAOS_NODES;
     if (nodes < 2) {
         return complain("a mesh for `chaos` has two nodes at least", EXIT_USAGE);
+    }
+    if (nodes > MOST_NODES) {
+        return complain("a mesh has at most " + std::to_string(MOST_NODES) + " nodes", EXIT_USAGE);
     }
     ChaosOptions options;
     options.seed = arguments.seed.value_or(options.seed);

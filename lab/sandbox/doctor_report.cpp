@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "lab/sandbox/limits.h"
 #include "lab/sandbox/sandbox.h"
 
 namespace lab {
@@ -21,7 +22,6 @@ namespace {
 constexpr int NODES_A_CORE = 16;        // moved time then still passes much faster than real time
 constexpr std::int64_t MB_A_NODE = 24;  // daemon, two more processes and their files in memory
 constexpr std::int64_t MB_FOR_THE_REST = 128;
-constexpr int MOST_NODES_OF_A_MESH = 200;
 constexpr int FEWEST_DESCRIPTORS = 1024;
 constexpr int OLDEST_KERNEL_MAJOR = 5;
 constexpr int OLDEST_KERNEL_MINOR = 9;
@@ -222,8 +222,8 @@ int cores_allowed() {
 
 int doctor_nodes(int cores, std::int64_t free_mb) {
     const std::int64_t by_memory = std::max<std::int64_t>(0, free_mb - MB_FOR_THE_REST) / MB_A_NODE;
-    return static_cast<int>(std::min<std::int64_t>(
-        {by_memory, std::int64_t{cores} * NODES_A_CORE, MOST_NODES_OF_A_MESH}));
+    return static_cast<int>(
+        std::min<std::int64_t>({by_memory, std::int64_t{cores} * NODES_A_CORE, MOST_NODES}));
 }
 
 DoctorReport doctor_report(const std::string& programs) {

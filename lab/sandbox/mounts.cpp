@@ -236,6 +236,16 @@ void set_environment(bool tools) {
     setenv("PATH", path.c_str(), 1);
 }
 
+// Everything that is the machine's, or an outer sandbox's, can only be read from here on: what runs
+// inside cannot change it, whatever it does. What is mounted afterwards is the sandbox's own.
+int make_read_only(std::string& error) {
+    mount_attr wanted{};
+    wanted.attr_set = MOUNT_ATTR_RDONLY;
+    return mount_setattr(AT_FDCWD, "/", AT_RECURSIVE, &wanted, sizeof wanted) == 0
+               ? 0
+               : fail(error, "cannot make the machine's files read-only (a kernel before 5.12?)");
+}
+
 struct Kept {
     std::string place;
     Held held;
@@ -245,7 +255,6 @@ struct Kept {
 std::vector<Kept> hold_hidden(const SandboxOptions& options) {
     std::vector<Kept> kept;
     std::vector<std::string> places = options.keep;
-    places.push_back(options.programs);
     // Outer folders first: an inner one is then already visible.
     std::sort(places.begin(), places.end());
     for (const std::string& folder : places) {
@@ -277,7 +286,8 @@ int mount_kernel_views(std::string& error) {
                     "cannot mount a fresh /proc (a container that hides parts of /proc "
                     "allows this to root only)");
     }
-    if (mount("sysfs", "/sys", "sysfs", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
+    if (mount("sysfs", "/sys", "sysfs", MS_NOSUID | MS_NODEV | MS_NOEXEC | MS_RDONLY, nullptr) !=
+        0) {
         return fail(error, "cannot mount a fresh /sys");
     }
     return 0;
@@ -306,7 +316,7 @@ int mounts_make_private(std::string& error) {
 }
 
 int mounts_furnish(const SandboxOptions& options, std::string& error) {
-    if (mount_kernel_views(error) != 0) {
+    if (make_read_only(error) != 0 || mount_kernel_views(error) != 0) {
         return -1;
     }
     const Held tool(options.programs + "/lab_tool");

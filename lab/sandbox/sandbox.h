@@ -1,7 +1,8 @@
 // A sandbox: the private mount, network, ipc and pid namespaces in which a test program or one
 // stand-in router lives. Inside, /tmp, /var/log and /run are empty, /proc and /sys are fresh, the
 // firmware's tools are stand-ins that record their calls, /bin/sh records its lines, and "br-lan"
-// has an address. Nothing outside changes, and nothing outlives the process that started it.
+// has an address. All else of the machine is there to be read only (results leave through an
+// OutsidePlace), and nothing outlives the process that started it.
 //
 // Called by the main() of test programs (sandbox_enter) and by Node (sandbox_start), on the main
 // thread. As root it needs nothing else; as an ordinary user it also makes a user namespace, where
@@ -28,7 +29,7 @@ struct NetworkPlan {
 struct SandboxOptions {
     std::string programs;           // folder of lab_tool, lab_sh and liblab_clock.so
     std::string daemon;             // daemon to show as /run/lab/backhaul_monitor; may be empty
-    std::vector<std::string> keep;  // folders that must stay visible under their own names
+    std::vector<std::string> keep;  // folders to read that stay visible under their names
     bool tools = true;              // false: no stand-in tools, no recording shell
     NetworkPlan network;
 };

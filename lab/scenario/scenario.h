@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "lab/sandbox/limits.h"
 #include "lab/scenario/condition.h"
 #include "lab/scenario/verb.h"
 
@@ -83,7 +84,6 @@ struct ScenarioStep {
 inline constexpr int DEFAULT_ASSOCIATION_SECONDS = 2;
 inline constexpr int DEFAULT_BOOT_SECONDS = 20;
 inline constexpr int DEFAULT_WAIT_SECONDS = 300;  // of a wait-until without "within"
-inline constexpr int MOST_NODES = 200;            // the mesh is one /24 network
 inline constexpr std::size_t LONGEST_NODE_NAME = 32;
 inline constexpr std::size_t MOST_STEPS = 300000;
 

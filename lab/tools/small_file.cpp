@@ -12,6 +12,8 @@
 #include <cerrno>
 #include <ctime>
 
+#include "lab/tools/folder_wipe.h"
+
 namespace lab {
 namespace {
 
@@ -149,22 +151,7 @@ std::vector<std::string> folder_list(const std::string& path) {
 }
 
 void folder_remove(const std::string& path) {
-    DIR* folder = opendir(path.c_str());
-    if (folder != nullptr) {
-        while (const dirent* entry = readdir(folder)) {
-            const std::string name = entry->d_name;
-            if (name == "." || name == "..") {
-                continue;
-            }
-            const std::string inner = path + "/" + name;
-            if (entry->d_type == DT_DIR) {
-                folder_remove(inner);
-            } else {
-                unlink(inner.c_str());
-            }
-        }
-        closedir(folder);
-    }
+    folder_wipe("", path);
     rmdir(path.c_str());
 }
 

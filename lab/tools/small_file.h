@@ -47,7 +47,7 @@ bool folder_make(const std::string& path);
 // that somebody is about to rename. Empty when the folder is missing.
 std::vector<std::string> folder_list(const std::string& path);
 
-// Removes the folder and everything in it.
+// Removes the folder and everything in it, but for mount points (folder_wipe.h).
 void folder_remove(const std::string& path);
 
 // Waits until the path exists. The caller sleeps in the kernel meanwhile (no polling), so that a

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <set>
 #include <string_view>
 
@@ -30,12 +31,18 @@ struct Notes {
     std::set<std::string> lines;
 };
 
+// A test in a sandbox can only read the build's folder under its own name.
+std::string contract_folder() {
+    const char* outside = getenv(CONTRACT_PLACE);
+    return outside == nullptr ? BACKHAUL_BUILD_DIR "/contract" : outside;
+}
+
 std::string test_file() {
     const auto* about = testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string(program_invocation_short_name) + "." + about->test_suite_name() +
                        "." + about->name();
     std::replace(name.begin(), name.end(), '/', '_');
-    return BACKHAUL_BUILD_DIR "/contract/" + name;
+    return contract_folder() + "/" + name;
 }
 
 // Those of the running test; an earlier one's are gone.
@@ -116,7 +123,7 @@ void contract_note_files(const std::string& root) {
 }
 
 void contract_save() {
-    mkdir(BACKHAUL_BUILD_DIR "/contract", 0777);
+    mkdir(contract_folder().c_str(), 0777);
     FILE* file = fopen(notes().file.c_str(), "we");
     if (file != nullptr) {
         for (const std::string& line : notes().lines) {

@@ -10,6 +10,9 @@
 
 namespace harness {
 
+// Names, in the environment of a test in a sandbox, the path by which it reaches that folder.
+inline constexpr char CONTRACT_PLACE[] = "BACKHAUL_CONTRACT";
+
 // One line that was seen. Without a line end, where the text had none.
 struct ContractRecord {
     std::string kind;  // as the file in tests/contract without ".txt": "flow_log", "stdout"

@@ -1,6 +1,5 @@
 #include "tests/harness/sandbox.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -10,6 +9,7 @@
 #include <memory>
 
 #include "lab/sandbox/layout.h"
+#include "lab/tools/folder_wipe.h"
 #include "lab/tools/record.h"
 #include "lab/tools/state_layout.h"
 #include "tests/harness/contract_record.h"
@@ -48,43 +48,6 @@ bool is_inside_sandbox() {
     return init == "lab_init\n" && stat("/tmp", &tmp) == 0 && stat("/", &above) == 0 &&
            stat(lab::kLabRoot, &run) == 0 && tmp.st_dev != above.st_dev &&
            run.st_dev != above.st_dev;
-}
-
-void empty_folder(const std::string& path);
-
-void remove_all(const std::string& path) {
-    struct stat about {};
-    if (lstat(path.c_str(), &about) == 0 && S_ISDIR(about.st_mode)) {
-        empty_folder(path);
-        rmdir(path.c_str());  // fails on what is kept visible from outside, which stays
-        return;
-    }
-    unlink(path.c_str());
-}
-
-bool same_device(const std::string& path, dev_t device) {
-    struct stat about {};
-    return lstat(path.c_str(), &about) == 0 && about.st_dev == device;
-}
-
-// Never leaves the file system that `path` is on: folders from outside that are kept visible
-// below it belong to somebody else.
-void empty_folder(const std::string& path) {
-    if (!is_inside_sandbox()) {
-        return;
-    }
-    struct stat about {};
-    DIR* folder = opendir(path.c_str());
-    if (folder == nullptr || stat(path.c_str(), &about) != 0) {
-        return;
-    }
-    while (const dirent* entry = readdir(folder)) {
-        const std::string name = entry->d_name;
-        if (name != "." && name != ".." && same_device(path + "/" + name, about.st_dev)) {
-            remove_all(path + "/" + name);
-        }
-    }
-    closedir(folder);
 }
 
 }  // namespace
@@ -167,8 +130,8 @@ void SandboxTest::SetUp() {
         fprintf(stderr, "FAILED: this test runs outside a sandbox: link test_sandbox's main()\n");
         abort();
     }
-    empty_folder("/tmp");
-    empty_folder("/var/log");
+    lab::folder_wipe("", "/tmp");
+    lab::folder_wipe("", "/var/log");
     lab::state_clear("");
     lab::records_clear("");
     unlink(lab::kLabIoctls);

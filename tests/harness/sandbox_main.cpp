@@ -2,6 +2,7 @@
 // there with the clock preloaded. Listing tests needs neither.
 
 #include <gtest/gtest.h>
+#include <linux/close_range.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -10,6 +11,7 @@
 #include "lab/clock/clock_control.h"
 #include "lab/sandbox/layout.h"
 #include "lab/sandbox/sandbox.h"
+#include "tests/harness/outside.h"
 #include "tests/harness/test_arguments.h"
 
 namespace {
@@ -22,11 +24,13 @@ int enter_and_run_anew(char** argv) {
     options.keep = {BACKHAUL_BUILD_DIR, BACKHAUL_SOURCE_DIR};
     options.network.radios = {"ath0", "ath1", "ath10", "ath11", "ath14", "ath20"};
     std::string error;
-    if (lab::sandbox_enter(options, error) != 0 ||
+    harness::BuildPlaces places;
+    if (!places.open(BACKHAUL_BUILD_DIR, error) || lab::sandbox_enter(options, error) != 0 ||
         lab::clock_page_create(lab::kLabClock, lab::CLOCK_REAL, 0, error) != 0) {
         fprintf(stderr, "FAILED: %s\n", error.c_str());
         return 1;
     }
+    places.survive_exec();
     setenv(kInside, "1", 1);
     setenv("LAB_CLOCK", lab::kLabClock, 1);
     setenv("LD_PRELOAD", lab::kLabClockModule, 1);
@@ -41,6 +45,8 @@ int main(int argc, char** argv) {
     if (!harness::only_lists(argc, argv) && getenv(kInside) == nullptr) {
         return enter_and_run_anew(argv);
     }
+    // The places outside are this program's alone.
+    close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -5,6 +5,7 @@
 
 #include "lab/node/evidence.h"
 #include "tests/harness/contract_record.h"
+#include "tests/harness/outside.h"
 
 namespace harness {
 namespace {
@@ -19,7 +20,6 @@ std::string daemon_program() {
 Router& Story::add_router(lab::NodeOptions options, Where where) {
     options.programs = BACKHAUL_BUILD_DIR "/lab";
     options.daemon = daemon_program();
-    options.keep = {BACKHAUL_BUILD_DIR};
     std::string error;
     std::unique_ptr<lab::Node> node = lab::Node::make(options, error);
     if (node == nullptr || clock_.add_node(node->root(), error) != 0) {
@@ -167,13 +167,18 @@ void Story::TearDown() {
 
 void Story::keep_evidence() {
     const auto* about = testing::UnitTest::GetInstance()->current_test_info();
-    const std::string folder =
-        lab::evidence_folder(std::string(about->test_suite_name()) + "." + about->name(),
-                             BACKHAUL_BUILD_DIR "/evidence");
-    for (const auto& one : routers_) {
-        lab::evidence_collect(one->node(), folder);
+    lab::EvidenceFolder folder;
+    std::string error;
+    if (!lab::evidence_folder_make(evidence_place(),
+                                   std::string(about->test_suite_name()) + "." + about->name(),
+                                   &folder, error)) {
+        printf("%s\n", error.c_str());
+        return;
     }
-    printf("evidence: %s\n", folder.c_str());
+    for (const auto& one : routers_) {
+        lab::evidence_collect(one->node(), folder.path);
+    }
+    printf("evidence: %s\n", folder.name.c_str());
 }
 
 }  // namespace harness

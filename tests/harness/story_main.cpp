@@ -7,10 +7,22 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "lab/node/evidence.h"
 #include "lab/sandbox/sandbox.h"
+#include "tests/harness/outside.h"
 #include "tests/harness/test_arguments.h"
 
+namespace harness {
+
+lab::OutsidePlace& evidence_place() {
+    static lab::OutsidePlace place;
+    return place;
+}
+
+}  // namespace harness
+
 int main(int argc, char** argv) {
+    harness::BuildPlaces places;
     if (!harness::only_lists(argc, argv)) {
         lab::SandboxOptions options;
         options.programs = BACKHAUL_BUILD_DIR "/lab";
@@ -20,7 +32,10 @@ int main(int argc, char** argv) {
         options.network.address = "192.168.1.1/24";
         options.network.gateway = "";
         std::string error;
-        if (lab::sandbox_enter(options, error) != 0) {
+        if (!places.open(BACKHAUL_BUILD_DIR, error) ||
+            !lab::evidence_place_open("", BACKHAUL_BUILD_DIR "/evidence",
+                                      &harness::evidence_place(), error) ||
+            lab::sandbox_enter(options, error) != 0) {
             fprintf(stderr, "FAILED: %s\n", error.c_str());
             return 1;
         }

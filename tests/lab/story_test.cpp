@@ -148,8 +148,13 @@ TEST_F(StoryBed, fails_when_a_condition_does_not_come_true_in_time) {
 
 TEST_F(StoryBed, collects_what_is_needed_to_understand_a_failure) {
     start_ready_extender();
-    const std::string folder = lab::evidence_folder("one/two three", "/tmp/evidence");
-    EXPECT_EQ(folder, "/tmp/evidence/one_two_three.1");
+    lab::OutsidePlace place;
+    lab::EvidenceFolder made;
+    std::string error;
+    ASSERT_TRUE(lab::evidence_place_open("/tmp/evidence", "", &place, error)) << error;
+    ASSERT_TRUE(lab::evidence_folder_make(place, "one/two three", &made, error)) << error;
+    EXPECT_EQ(made.name, "/tmp/evidence/one_two_three.1");
+    const std::string folder = made.name;
     lab::evidence_collect(router().node(), folder);
     std::string text;
     EXPECT_TRUE(lab::file_read(folder + "/extender/journal", &text));

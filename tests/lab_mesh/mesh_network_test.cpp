@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "lab/mesh/broadcast_probe.h"
+#include "lab/mesh/mesh.h"
 #include "lab/mesh/mesh_network.h"
 #include "lab/node/node.h"
 #include "tests/harness/sandbox.h"
@@ -24,7 +25,6 @@ protected:
             lab::NodeOptions options;
             options.name = "n" + std::to_string(index);
             options.programs = std::string(BACKHAUL_BUILD_DIR) + "/lab";
-            options.keep = {options.programs};
             options.address = "192.168.1." + std::to_string(10 + index) + "/24";
             options.radios = {};
             options.switch_name = lab::MeshNetwork::switch_name(index);
@@ -49,6 +49,13 @@ protected:
     lab::MeshNetwork network;
     lab::BroadcastProbe probe;
 };
+
+TEST_F(MeshNetwork, is_refused_with_its_limit_when_there_are_too_many_nodes) {
+    lab::Scenario scenario;
+    scenario.nodes.resize(lab::MOST_NODES + 1);
+    EXPECT_EQ(lab::Mesh::make(scenario, {}, error), nullptr);
+    EXPECT_EQ(error, "a mesh has at most 128 nodes, not 129");
+}
 
 TEST_F(MeshNetwork, carries_a_broadcast_once_to_everybody_in_reach) {
     make(4);

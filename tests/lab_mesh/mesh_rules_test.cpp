@@ -30,7 +30,6 @@ protected:
         lab::MeshOptions options;
         options.programs = BACKHAUL_BUILD_DIR "/lab";
         options.daemon = BACKHAUL_BUILD_DIR "/backhaul_monitor";
-        options.keep = {options.programs};
         mesh = lab::Mesh::make(scenario, options, error);
         ASSERT_NE(mesh, nullptr) << error;
         while (mesh->passed() < 100 && e1_status() != "ready\n") {

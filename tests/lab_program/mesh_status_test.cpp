@@ -133,7 +133,7 @@ TEST(StatusJson, tells_everything) {
 TEST(DoctorNodes, follow_from_cores_or_memory_whichever_is_scarcer) {
     EXPECT_EQ(doctor_nodes(2, 23000), 32);
     EXPECT_EQ(doctor_nodes(2, 368), 10);
-    EXPECT_EQ(doctor_nodes(64, 1000000), 200);
+    EXPECT_EQ(doctor_nodes(64, 1000000), MOST_NODES);
     EXPECT_EQ(doctor_nodes(1, 0), 0);
 }
 
