@@ -103,7 +103,7 @@ void state_changed(LinkTracker* tracker, const StateChangeLine& line, std::int64
     if (!may_be_in(*link, line.from)) {
         news->findings.push_back({link->interface, time,
                                   "was in state " + std::to_string(line.from) +
-                                      ", but by the transition table in " +
+                                      ", but by the expected table in " +
                                       std::to_string(link->state)});
     }
     const std::optional<LinkTimer> timer = link_change(line.from, line.requested);

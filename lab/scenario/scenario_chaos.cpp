@@ -13,6 +13,8 @@ namespace {
 
 constexpr int UNHEARD = -120;  // on every band less than any station joins with
 constexpr int LAST_WAIT = 1800;
+// A station gives up after 180 s; its backup and a loop below it take as long again.
+constexpr int LONG_ENOUGH = 360;
 constexpr std::string_view PREFERRED_BAND = "5h";
 
 struct TimedVerb {
@@ -227,8 +229,7 @@ private:
             cut(one, node, "", at, length);
             return;
         }
-        // A station gives up only after minutes.
-        const int long_enough = options_.longest_trouble + length / 2;
+        const int long_enough = LONG_ENOUGH + length / 2;
         const std::string& below_it = peer_of(one, node);
         const bool strands = trouble == Trouble::STRAND &&
                              scenario_node_find(scenario_, below_it)->role == NodeRole::EXTENDER;

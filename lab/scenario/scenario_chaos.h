@@ -18,7 +18,7 @@ struct ChaosOptions {
     int seconds = 3600;         // from the first disturbance to the end of the run
     int settle = 300;           // before the first one and after the last end
     int mean_pause = 150;       // between the beginnings of two disturbances
-    int longest_trouble = 600;  // from a disturbance to its end, half as much again for a deaf node
+    int longest_trouble = 600;  // from a disturbance to its end; a deaf node's is its own
 };
 
 // Neighbours hear each other in a grid as square as it gets, its last row not always full.

@@ -163,7 +163,7 @@ TEST_F(MeshRules, tell_a_state_change_that_does_not_follow) {
         e1().at("/var/log/backhaul_flow_log"),
         std::string(date) + " : backhaul_intf_state_change : change ath0 state from 5 to 7\n");
     pass(1);
-    EXPECT_THAT(broken(), ElementsAre("transitions e1: ath0 was in state 5, but by the transition "
+    EXPECT_THAT(broken(), ElementsAre("transitions e1: ath0 was in state 5, but by the expected "
                                       "table in 7"));
 }
 
