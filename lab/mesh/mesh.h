@@ -169,7 +169,7 @@ private:
     std::map<int, std::int64_t> worker_end_expected_;  // until when; over when the worker changed
     std::map<std::string, NodeObservation> before_;
     std::map<std::string, std::int64_t> troubled_at_;  // by node, in the nodes' time
-    std::uint32_t mark_ = 0;  // of the broadcast on its way, 0: none
+    std::uint32_t mark_ = 0;                           // of the broadcast on its way, 0: none
     int mark_sender_ = 0;
     std::int64_t mark_at_ = 0;
     int mark_changes_ = -1;  // network changes when it was sent

@@ -28,8 +28,7 @@ int losses_of(const MeshNode& node, const std::string& interface, std::int64_t s
             const auto change = state_change_parse(entry.text);
             return entry.time >= since && change && change->interface == interface &&
                    change->from == STATE_READY &&
-                   (change->requested == STATE_CONNECTING ||
-                    change->requested == STATE_PARKED);
+                   (change->requested == STATE_CONNECTING || change->requested == STATE_PARKED);
         }));
 }
 

@@ -48,15 +48,14 @@ const CauseRow& cause_row(Cause cause);
 
 // When a cause was seen.
 struct CauseHistory {
-    std::vector<std::int64_t> times;            // of its beginnings, in their order
+    std::vector<std::int64_t> times;           // of its beginnings, in their order
     std::map<std::string, std::int64_t> last;  // by node
 };
 using CauseHistories = std::map<Cause, CauseHistory>;
 
 // Takes note of a cause. Breaches that follow one another at a node are one time. False when its
 // budget is exceeded.
-bool cause_note(CauseHistories* histories, Cause cause, const std::string& node,
-                std::int64_t time);
+bool cause_note(CauseHistories* histories, Cause cause, const std::string& node, std::int64_t time);
 
 struct CauseCount {
     const CauseRow* row;

@@ -9,23 +9,17 @@ namespace {
 
 constexpr std::array<std::int32_t, 10> REQUESTED = {0, 3, 4, 5, 6, 7, 13, 14, 15, 16};
 
+// A cell for every state that may be requested. a: accepted, arms; c: accepted, clears; -: dropped.
 struct ChangeRow {
     std::int32_t from;
-    std::string_view cells;  // a: accepted, arms; c: accepted, clears; -: dropped
+    std::string_view cells;
 };
 
 constexpr std::array CHANGES = {
-    //             to  0   3   4   5   6   7  13  14  15  16
-    ChangeRow{0, /* */ "a" "a" "-" "-" "-" "-" "-" "-" "-" "c"},
-    ChangeRow{3, /* */ "c" "a" "a" "-" "c" "a" "-" "-" "-" "c"},
-    ChangeRow{4, /* */ "c" "a" "a" "-" "c" "a" "-" "-" "-" "c"},
-    ChangeRow{7, /* */ "c" "a" "-" "a" "c" "-" "-" "-" "-" "c"},
-    ChangeRow{5, /* */ "-" "a" "-" "-" "-" "a" "-" "-" "-" "-"},
-    ChangeRow{6, /* */ "-" "a" "-" "-" "-" "-" "-" "-" "-" "-"},
-    ChangeRow{16, /**/ "-" "a" "-" "-" "-" "-" "-" "-" "-" "-"},
-    ChangeRow{13, /**/ "-" "-" "-" "-" "-" "-" "-" "a" "a" "-"},
-    ChangeRow{14, /**/ "-" "-" "-" "-" "-" "-" "c" "-" "a" "-"},
-    ChangeRow{15, /**/ "-" "-" "-" "-" "-" "-" "c" "a" "-" "-"},
+    ChangeRow{0, "aa-------c"},  ChangeRow{3, "caa-ca---c"},  ChangeRow{4, "caa-ca---c"},
+    ChangeRow{7, "ca-ac----c"},  ChangeRow{5, "-a---a----"},  ChangeRow{6, "-a--------"},
+    ChangeRow{16, "-a--------"}, ChangeRow{13, "-------aa-"}, ChangeRow{14, "------c-a-"},
+    ChangeRow{15, "------ca--"},
 };
 static_assert(std::ranges::all_of(CHANGES, [](const ChangeRow& row) {
     return row.cells.size() == REQUESTED.size();

@@ -164,8 +164,7 @@ void backup_searched(LinkTracker* tracker, std::int64_t time) {
 // One that is not preferred goes back to idle once another was found.
 void backup_found(LinkTracker* tracker, std::int64_t time) {
     TrackedLink* const link = find(tracker, tracker->dispatched);
-    if (link != nullptr && link != preferred_station(*tracker) &&
-        link->state == STATE_STANDBY) {
+    if (link != nullptr && link != preferred_station(*tracker) && link->state == STATE_STANDBY) {
         store(link, STORE_FOUND.state, time);
     }
 }

@@ -37,6 +37,8 @@ void rule_cable(const Look& look);
 // About ways to the root.
 void rule_ready_needs_root(const Look& look);
 void rule_liveness(const Look& look);
+// What keeps the node's way from a root, as far as that is known.
+Cause rootless_cause(const Look& look);
 
 // About files, traffic and processes.
 void rule_status_text(const Look& look);

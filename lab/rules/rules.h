@@ -16,7 +16,8 @@
 //
 // Some of what the daemon has to do breaks a rule. Such a breach is told like any other, with the
 // cause by which it is known (causes.h), unless that comes too often. One that lasts is told once,
-// when it has lasted longer than the rule's patience; it is told again after it was over in between.
+// when it has lasted longer than the rule's patience; it is told again after it was over in
+// between.
 //
 // Functions of values: rules_check is called with one Observation after another, in the order of
 // their times, and keeps what it needs in RulesMemory.

@@ -27,28 +27,6 @@ bool goes_by_cable(const NodeObservation& node) {
     return std::ranges::find(node.uplinks, "eth") != node.uplinks.end();
 }
 
-// Goes up from the node: the cause lies where its way leads to a cable, round in a circle, or ends.
-Cause rootless_cause(const Look& look) {
-    std::set<std::string> passed;
-    const NodeObservation* at = &look.node;
-    while (!goes_by_cable(*at)) {
-        if (!passed.insert(at->name).second) {
-            return Cause::met_below;
-        }
-        const NodeObservation* const above = node_find(look.all, at->above);
-        if (above == nullptr) {
-            const LinkTracker* const tracker = rules_tracker(look.rules, at->name);
-            return tracker == nullptr                                    ? Cause::none
-                   : link_tracker_has(*tracker, STATE_SWITCHING)         ? Cause::loss_in_switch
-                   : supplicant_is_failing(*tracker, look.time)          ? Cause::supplicant_fails
-                   : tracker->count_is_off || tracker->unknown_status    ? Cause::unplaced
-                                                                         : Cause::none;
-        }
-        at = above;
-    }
-    return Cause::cable_to_nowhere;
-}
-
 const TrackedLink* link_of(const Look& look, const ObservedStation& station) {
     return link_tracker_find(look.memory.tracker, station.name);
 }
@@ -63,9 +41,10 @@ void join_check(const Look& look, const ObservedStation& station, bool in_peace)
         violation_add(look, RULE_LIVENESS,
                       station.name + " connects, hears a way to the root and joins nobody for " +
                           std::to_string(JOIN_PATIENCE) + " s",
-                      !station.is_attached                                       ? Cause::supplicant_died
-                      : supplicant_is_failing(look.memory.tracker, look.time) ? Cause::supplicant_fails
-                                                                              : Cause::none);
+                      !station.is_attached ? Cause::supplicant_died
+                      : supplicant_is_failing(look.memory.tracker, look.time)
+                          ? Cause::supplicant_fails
+                          : Cause::none);
     }
 }
 
@@ -92,6 +71,28 @@ Cause silence_cause(const Look& look) {
 }
 
 }  // namespace
+
+// Goes up from the node: the cause lies where its way leads to a cable, round in a circle, or ends.
+Cause rootless_cause(const Look& look) {
+    std::set<std::string> passed;
+    const NodeObservation* at = &look.node;
+    while (!goes_by_cable(*at)) {
+        if (!passed.insert(at->name).second) {
+            return Cause::met_below;
+        }
+        const NodeObservation* const above = node_find(look.all, at->above);
+        if (above == nullptr) {
+            const LinkTracker* const tracker = rules_tracker(look.rules, at->name);
+            return tracker == nullptr                                 ? Cause::none
+                   : link_tracker_has(*tracker, STATE_SWITCHING)      ? Cause::loss_in_switch
+                   : supplicant_is_failing(*tracker, look.time)       ? Cause::supplicant_fails
+                   : tracker->count_is_off || tracker->unknown_status ? Cause::unplaced
+                                                                      : Cause::none;
+        }
+        at = above;
+    }
+    return Cause::cable_to_nowhere;
+}
 
 // The longest way of a sound daemon: the worker starts (10 s, and 5 of INIT), a switch fails, every
 // station in turn is tried to its limit and answers in vain, the last one joins, and the agent is
@@ -123,8 +124,7 @@ void rule_liveness(const Look& look) {
     for (const ObservedStation& station : look.node.stations) {
         join_check(look, station, in_peace);
     }
-    const bool is_out =
-        in_peace && look.node.worker_pid != 0 && !is_ready(look.memory.tracker);
+    const bool is_out = in_peace && look.node.worker_pid != 0 && !is_ready(look.memory.tracker);
     const std::int64_t limit = liveness_seconds(look.node.stations.size());
     bool is_due = false;
     for (const ObservedStation& station : look.node.stations) {

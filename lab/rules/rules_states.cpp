@@ -75,8 +75,7 @@ Cause ready_cause(const Look& look) {
 
 void rule_transitions(const Look& look, const TrackerNews& log) {
     for (const TrackerFinding& finding : log.findings) {
-        violation_add(look, RULE_TRANSITIONS, finding.interface + " " + finding.text,
-                      Cause::none);
+        violation_add(look, RULE_TRANSITIONS, finding.interface + " " + finding.text, Cause::none);
     }
 }
 
@@ -112,8 +111,9 @@ void rule_status_state(const Look& look) {
     }
     if (episode_is_due(look, "so but not ready", looked && !says_ready && is_ready,
                        STATUS_PATIENCE)) {
-        violation_add(look, RULE_STATUS_STATE, "a record is ready, but the status file is not",
-                      tracker.count_is_off || tracker.unknown_status ? Cause::unplaced : Cause::none);
+        violation_add(
+            look, RULE_STATUS_STATE, "a record is ready, but the status file is not",
+            tracker.count_is_off || tracker.unknown_status ? Cause::unplaced : Cause::none);
     }
     const bool switches = looked && !says_ready && !look.node.uplinks.empty() &&
                           link_tracker_has(tracker, STATE_SWITCHING);

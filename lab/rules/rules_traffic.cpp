@@ -100,7 +100,12 @@ void rule_service_aps(const Look& look) {
 Cause loop_cause(const Look& look) {
     const bool is_part = std::any_of(look.node.broadcasts.begin(), look.node.broadcasts.end(),
                                      [](const ObservedBroadcast& one) { return one.seen > 1; });
-    return is_part && look.node.uplinks.size() > 1 ? uplinks_cause(look) : Cause::none;
+    if (is_part && look.node.uplinks.size() > 1) {
+        return uplinks_cause(look);
+    }
+    const bool is_circle =
+        is_part && !look.node.reaches_root && rootless_cause(look) == Cause::met_below;
+    return is_circle ? Cause::met_below : Cause::none;
 }
 
 void rule_no_loop(const Look& look, Cause cause) {

@@ -1,10 +1,10 @@
 // Random trouble for a mesh, as a scenario like any other: printed, it runs again exactly.
 //
 // Disturbances come at random times, each with its own end (an AP that fell silent is heard again,
-// a cable is pulled again), so that a mesh can always recover. A loss, a node whose preferred station
-// hears nobody for minutes, and one that then hears only a node below itself come first: a backup,
-// its end and a loop are what a daemon has to show. The same seed gives the same steps on every
-// machine. Functions of values.
+// a cable is pulled again), so that a mesh can always recover. A loss, a node whose preferred
+// station hears nobody for minutes, and one that then hears only a node below itself come first: a
+// backup, its end and a loop are what a daemon has to show. The same seed gives the same steps on
+// every machine. Functions of values.
 #pragma once
 
 #include <cstdint>

@@ -273,8 +273,7 @@ TEST_F(Rules, transitions_tell_a_change_that_the_table_does_not_know) {
     begin_ready();
     time += 1;
     look({change("ath0", 3, 4), change("ath0", 4, 7)});
-    EXPECT_EQ(taken(),
-              (Texts{"transitions: ath0 was in state 3, but by the expected table in 7"}));
+    EXPECT_EQ(taken(), (Texts{"transitions: ath0 was in state 3, but by the expected table in 7"}));
 }
 
 TEST_F(Rules, transitions_keep_quiet_when_lines_were_lost) {
@@ -445,7 +444,8 @@ TEST_F(Rules, ready_needs_root_tells_who_is_ready_and_gets_through_to_nobody) {
     pass(539);
     EXPECT_EQ(taken(), Texts{});
     pass(1);
-    EXPECT_EQ(taken(), (Texts{"no-island: ready for over 600 s without a way to a root, below e2"}));
+    EXPECT_EQ(taken(),
+              (Texts{"no-island: ready for over 600 s without a way to a root, below e2"}));
 }
 
 TEST_F(Rules, ready_needs_root_is_content_with_a_way_now_and_then) {
