@@ -16,10 +16,16 @@ struct ChangeRow {
 };
 
 constexpr std::array CHANGES = {
-    ChangeRow{0, "aa-------c"},  ChangeRow{3, "caa-ca---c"},  ChangeRow{4, "caa-ca---c"},
-    ChangeRow{7, "ca-ac----c"},  ChangeRow{5, "-a---a----"},  ChangeRow{6, "-a--------"},
-    ChangeRow{16, "-a--------"}, ChangeRow{13, "-------aa-"}, ChangeRow{14, "------c-a-"},
-    ChangeRow{15, "------ca--"},
+    ChangeRow{0, "aa-------c"},   // INIT
+    ChangeRow{3, "caa-ca---c"},   // connecting
+    ChangeRow{4, "caa-ca---c"},   // configuring
+    ChangeRow{7, "ca-ac----c"},   // ready: a late "connected" has no effect
+    ChangeRow{5, "-a---a----"},   // switching: nor has parking it
+    ChangeRow{6, "-a--------"},   // parked
+    ChangeRow{16, "-a--------"},  // standing aside
+    ChangeRow{13, "-------aa-"},  // wire: down
+    ChangeRow{14, "------c-a-"},  // configuring
+    ChangeRow{15, "------ca--"},  // ready
 };
 static_assert(std::ranges::all_of(CHANGES, [](const ChangeRow& row) {
     return row.cells.size() == REQUESTED.size();

@@ -41,7 +41,7 @@ void join_check(const Look& look, const ObservedStation& station, bool in_peace)
         violation_add(look, RULE_LIVENESS,
                       station.name + " connects, hears a way to the root and joins nobody for " +
                           std::to_string(JOIN_PATIENCE) + " s",
-                      !station.is_attached ? Cause::supplicant_died
+                      link->is_armed && !station.is_attached ? Cause::supplicant_died
                       : supplicant_is_failing(look.memory.tracker, look.time)
                           ? Cause::supplicant_fails
                           : Cause::none);
