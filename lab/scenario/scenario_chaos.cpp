@@ -134,7 +134,10 @@ private:
             if (at < busy || at < powerless || !fits(weight.kind, node)) {
                 continue;
             }
-            const int length = 1 + below(options_.longest_trouble);
+            const int random_length = 1 + below(options_.longest_trouble);
+            const bool is_deaf =
+                weight.trouble == Trouble::DEAFEN || weight.trouble == Trouble::STRAND;
+            const int length = is_deaf ? LONG_ENOUGH + random_length / 2 : random_length;
             busy = at + length + scenario_.boot_seconds + 1;
             if (weight.kind == VerbKind::REBOOT) {
                 powerless = at + scenario_.boot_seconds + 1;
@@ -218,29 +221,39 @@ private:
         add(at + length, verb);
     }
 
+    // The node that hears only `node` from now on; null where there is none.
+    const ScenarioHearing* stranded_pick(const std::string& node) {
+        std::vector<const ScenarioHearing*> hearings = hearings_of(node);
+        std::erase_if(hearings, [this, &node](const ScenarioHearing* hearing) {
+            return scenario_node_find(scenario_, peer_of(*hearing, node))->role == NodeRole::ROOT;
+        });
+        return hearings.empty() ? nullptr : one_of(hearings);
+    }
+
+    const ScenarioHearing* one_of(const std::vector<const ScenarioHearing*>& hearings) {
+        return hearings[static_cast<std::size_t>(below(static_cast<int>(hearings.size())))];
+    }
+
     void fades(Trouble trouble, const std::string& node, int at, int length) {
         const std::vector<const ScenarioHearing*> hearings = hearings_of(node);
         if (hearings.empty()) {
             return;
         }
-        const ScenarioHearing& one =
-            *hearings[static_cast<std::size_t>(below(static_cast<int>(hearings.size())))];
         if (trouble == Trouble::CUT) {
-            cut(one, node, "", at, length);
+            cut(*one_of(hearings), node, "", at, length);
             return;
         }
-        const int long_enough = LONG_ENOUGH + length / 2;
-        const std::string& below_it = peer_of(one, node);
-        const bool strands = trouble == Trouble::STRAND &&
-                             scenario_node_find(scenario_, below_it)->role == NodeRole::EXTENDER;
+        const ScenarioHearing* const kept =
+            trouble == Trouble::STRAND ? stranded_pick(node) : nullptr;
         for (const ScenarioHearing* hearing : hearings) {
-            if (!strands || hearing != &one) {
-                cut(*hearing, node, PREFERRED_BAND, at, long_enough);
+            if (hearing != kept) {
+                cut(*hearing, node, PREFERRED_BAND, at, length);
             }
         }
-        for (const ScenarioHearing* hearing : hearings_of(strands ? below_it : "")) {
-            if (hearing != &one) {
-                cut(*hearing, below_it, "", at, long_enough);
+        const std::string below_it = kept == nullptr ? "" : peer_of(*kept, node);
+        for (const ScenarioHearing* hearing : hearings_of(below_it)) {
+            if (hearing != kept) {
+                cut(*hearing, below_it, "", at, length);
             }
         }
     }

@@ -16,7 +16,7 @@ namespace lab {
 struct ChaosOptions {
     std::uint32_t seed = 1;
     int seconds = 3600;         // from the first disturbance to the end of the run
-    int settle = 300;           // before the first one and after the last end
+    int settle = 180;           // before the first one and after the last end
     int mean_pause = 150;       // between the beginnings of two disturbances
     int longest_trouble = 600;  // from a disturbance to its end; a deaf node's is its own
 };
