@@ -24,7 +24,8 @@ TEST(LinkTable, lets_nobody_skip_a_step_and_drops_what_comes_too_late) {
 TEST(LinkTable, is_the_daemons) {
     for (std::int32_t from = -1; from <= BEYOND; ++from) {
         for (std::int32_t requested = -1; requested <= BEYOND; ++requested) {
-            const link_transition* const row = link_transition_find(from, requested);
+            const link_transition* const row = link_transition_find(
+                static_cast<link_state>(from), static_cast<link_state>(requested));
             const std::optional<LinkTimer> expected = link_change(from, requested);
             EXPECT_EQ(row != nullptr, expected.has_value()) << from << " to " << requested;
             if (row != nullptr && expected) {
@@ -45,7 +46,7 @@ TEST(LinkTable, has_the_daemons_names_and_limits) {
         // That of a parked station ends in nothing.
         if (state != STATE_PARKED) {
             EXPECT_EQ(link_limit(state).value_or(TIMEOUT_NEVER),
-                      timeout_limit_get(state, 0).seconds)
+                      timeout_limit_get(static_cast<link_state>(state), 0).seconds)
                 << state;
         }
     }
