@@ -30,7 +30,7 @@ TEST(LinkTable, is_the_daemons) {
             EXPECT_EQ(row != nullptr, expected.has_value()) << from << " to " << requested;
             if (row != nullptr && expected) {
                 EXPECT_EQ(row->requested, requested);
-                EXPECT_EQ(row->timer == link_timer_action::arm, *expected == LinkTimer::arm)
+                EXPECT_EQ(row->timer == TIMER_ON, *expected == LinkTimer::arm)
                     << from << " to " << requested;
             }
         }
