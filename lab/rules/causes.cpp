@@ -9,7 +9,7 @@ namespace {
 constexpr std::int64_t HOUR = 3600;
 constexpr std::int64_t ONE_TIME = 120;  // breaches that are no farther apart have come together
 
-// Budgets: about twice what days of random trouble brought the daemon in their worst hour.
+// Budgets are generous: a sound daemon keeps well below them in an hour of random trouble.
 constexpr std::array CAUSES = {
     CauseRow{Cause::status_emptied, "status-emptied", "the file is emptied before it is written",
              30},
