@@ -106,6 +106,7 @@ int Mesh::verb(const Verb& verb, std::string* note, std::string& error) {
     const std::size_t event = events_.size();
     event_add(verb.node, verb_print(verb));
     events_[event].is_verb = true;
+    troubled_at_[verb.node] = troubled_at_[verb.peer] = started_ + passed();
     if (ends_worker(verb)) {
         worker_end_expect(air_node_find(air_, verb.node));
     }

@@ -24,6 +24,7 @@
 #include "lab/mesh/broadcast_probe.h"
 #include "lab/mesh/mesh_network.h"
 #include "lab/mesh/mesh_node.h"
+#include "lab/mesh/mesh_reach.h"
 #include "lab/report/outage.h"
 #include "lab/rules/rules.h"
 #include "lab/tools/air_protocol.h"
@@ -91,6 +92,9 @@ public:
     const std::vector<Violation>& violations() const {
         return violations_;
     }
+    const CauseHistories& causes() const {
+        return rules_.causes;
+    }
     const OutageBook& outages() const {
         return outages_;
     }
@@ -136,7 +140,7 @@ private:
 
     // mesh_watch.cpp
     int look(std::string& error);
-    NodeObservation look_at(int index);
+    NodeObservation look_at(int index, const MeshReach& reach);
     void ethernet_answers_take();
     int broadcast_look(std::string& error);
     int loop_look(std::string& error);
@@ -164,7 +168,8 @@ private:
     std::set<int> rebooted_;                           // since the last look
     std::map<int, std::int64_t> worker_end_expected_;  // until when; over when the worker changed
     std::map<std::string, NodeObservation> before_;
-    std::uint32_t mark_ = 0;  // of the broadcast on its way, 0: none
+    std::map<std::string, std::int64_t> troubled_at_;  // by node, in the nodes' time
+    std::uint32_t mark_ = 0;                           // of the broadcast on its way, 0: none
     int mark_sender_ = 0;
     std::int64_t mark_at_ = 0;
     int mark_changes_ = -1;  // network changes when it was sent

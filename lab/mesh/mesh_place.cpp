@@ -1,5 +1,6 @@
 #include "lab/mesh/mesh_place.h"
 
+#include <cstdlib>
 #include <filesystem>
 
 #include "lab/sandbox/sandbox.h"
@@ -15,7 +16,9 @@ ProgramPlace program_place() {
     std::error_code failure;
     const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", failure);
     const std::filesystem::path build = self.parent_path().parent_path();
-    return {self.parent_path(), build, build / "backhaul_monitor"};
+    // A test may hold another daemon against the rules.
+    const char* const daemon = getenv("BACKHAUL_DAEMON");
+    return {self.parent_path(), build, daemon == nullptr ? build / "backhaul_monitor" : daemon};
 }
 
 int mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string>& keep,

@@ -7,10 +7,10 @@
 
 #include "lab/air/air_paths.h"
 #include "lab/node/processes.h"
+#include "lab/rules/link_table.h"
 #include "lab/scenario/scenario_step.h"
 #include "lab/tools/small_file.h"
 #include "lab/tools/state_layout.h"
-#include "link/link_state.h"
 
 namespace lab {
 namespace {
@@ -27,9 +27,8 @@ int losses_of(const MeshNode& node, const std::string& interface, std::int64_t s
         std::count_if(node.log().begin(), node.log().end(), [&](const LogEntry& entry) {
             const auto change = state_change_parse(entry.text);
             return entry.time >= since && change && change->interface == interface &&
-                   change->from == BACKHAUL_READY &&
-                   (change->requested == CONNECTING_BACKHAUL_AP ||
-                    change->requested == CONNECT_PENDING);
+                   change->from == STATE_READY &&
+                   (change->requested == STATE_CONNECTING || change->requested == STATE_PARKED);
         }));
 }
 
@@ -39,9 +38,9 @@ LinkStatus link_status(const Mesh& mesh, const MeshNode& node, const LinkTracker
     status.interface = link.interface;
     if (link.is_known) {
         status.state = link.state;
-        status.state_name = link_state_name(link.state);
+        status.state_name = link_state_text(link.state);
         status.seconds = mesh.observation().time - link.entered_at;
-        status.parked = link.state == CONNECT_PENDING;
+        status.parked = link.state == STATE_PARKED;
     }
     status.losses = losses_of(node, link.interface, tracker.worker_since);
     status.carries = std::find(uplinks.begin(), uplinks.end(), link.interface) != uplinks.end();
@@ -182,6 +181,16 @@ std::string violations_text(const Mesh& mesh) {
     for (const Violation& violation : mesh.violations()) {
         text += duration_text(violation.time - mesh.started()) + "  " + violation_text(violation);
         text += violation.known.empty() ? "\n" : " (known: " + violation.known + ")\n";
+    }
+    return text;
+}
+
+std::string causes_text(const Mesh& mesh) {
+    std::string text;
+    for (const CauseCount& count : causes_count(mesh.causes())) {
+        text += "known cause " + std::string(count.row->name) + ": " + std::to_string(count.times) +
+                " times, at most " + std::to_string(count.most) + " in an hour of " +
+                std::to_string(count.row->budget) + " (" + std::string(count.row->why) + ")\n";
     }
     return text;
 }

@@ -20,6 +20,9 @@ std::string events_text(const Mesh& mesh);
 // One line a violation, those known marked.
 std::string violations_text(const Mesh& mesh);
 
+// "known cause left-over-station: 4 times, at most 2 in an hour of 12 (why)", a line a cause.
+std::string causes_text(const Mesh& mesh);
+
 // A row an event, and a row an extender: outages, longest, median, seconds until first ready.
 Table events_table(const Mesh& mesh);
 Table outages_table(const Mesh& mesh);

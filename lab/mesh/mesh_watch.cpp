@@ -57,7 +57,7 @@ std::vector<std::string> Mesh::uplinks(int index) const {
     return carrying;
 }
 
-NodeObservation Mesh::look_at(int index) {
+NodeObservation Mesh::look_at(int index, const MeshReach& reach) {
     MeshNode& node = *nodes_[air_index(index)];
     const AirNode& in_air = air_.nodes[air_index(index)];
     NodeObservation seen;
@@ -75,6 +75,14 @@ NodeObservation Mesh::look_at(int index) {
     seen.status_exists = file_read(status, &seen.status_text);
     seen.service_aps_up = service_aps_up(in_air);
     seen.uplinks = uplinks(index);
+    seen.reaches_root = reach.reaches[air_index(index)];
+    const int above = reach.above[air_index(index)];
+    seen.above = above == NOBODY ? "" : air_.nodes[air_index(above)].name;
+    seen.stations = mesh_stations(air_, reach, node.plan().unconfigured, index);
+    if (mesh_is_troubled(in_air, air_.now)) {
+        troubled_at_[seen.name] = observation_.time;
+    }
+    seen.troubled_at = troubled_at_[seen.name];
     seen.worker_pid = node.worker();
     const auto before = before_.find(seen.name);
     const bool changed = before != before_.end() && before->second.worker_pid != seen.worker_pid;
@@ -166,9 +174,10 @@ void Mesh::changes_note(const NodeObservation& now) {
 void Mesh::outages_note() {
     for (const NodeObservation& node : observation_.nodes) {
         if (!node.is_root) {
-            // After a lost cable the file goes on saying that all is well: the traffic counts, too.
+            // The file may say that all is well where no frame reaches a root: users feel that.
             outage_note(&outages_, node.name, observation_.time,
-                        node.powered && node.status_text == READY && !node.uplinks.empty());
+                        node.powered && node.status_text == READY && !node.uplinks.empty() &&
+                            node.reaches_root);
         }
     }
 }
@@ -177,8 +186,9 @@ int Mesh::look(std::string& error) {
     ethernet_answers_take();
     observation_.time = static_cast<std::int64_t>(clock_.now());
     observation_.nodes.clear();
+    const MeshReach reach = mesh_reach(air_, network_);
     for (int index = 0; index < node_count(); ++index) {
-        observation_.nodes.push_back(look_at(index));
+        observation_.nodes.push_back(look_at(index, reach));
     }
     if (broadcast_look(error) != 0) {
         return -1;

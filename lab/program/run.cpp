@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <map>
 
 #include "lab/mesh/mesh_evidence.h"
 #include "lab/mesh/mesh_report.h"
@@ -227,15 +226,7 @@ std::string run_remarks(const Run& run) {
                     " changed nothing: " + played.text + "\n";
         }
     }
-    std::map<std::string, int> known;
-    for (const Violation& violation : run.mesh->violations()) {
-        if (!violation.known.empty()) {
-            ++known[violation.rule + " is broken in a known way: " + violation.known];
-        }
-    }
-    for (const auto& [reason, times] : known) {
-        text += "rule " + reason + " (" + std::to_string(times) + ")\n";
-    }
+    text += causes_text(*run.mesh);
     return text;
 }
 
@@ -280,7 +271,7 @@ std::string chaos_summary(const Run& run) {
                     " times in a known way\n";
         }
     }
-    return text;
+    return text + causes_text(*run.mesh);
 }
 
 }  // namespace lab

@@ -7,7 +7,6 @@
 #include "lab/program/mesh_host.h"
 #include "lab/program/run.h"
 #include "lab/scenario/scenario_chaos.h"
-#include "lab/scenario/scenario_generate.h"
 
 namespace lab {
 namespace {
@@ -30,21 +29,6 @@ int run_finish(const Arguments& arguments, Run* run) {
     }
     fflush(stdout);
     return run_is_good(*run) ? EXIT_GOOD : EXIT_DIFFERS;
-}
-
-/// Neighbours hear each other in a grid as square as it gets, its last row not always full.
-Scenario chaos_mesh(int nodes) {
-    int columns = 1;
-    while (columns * columns < nodes) {
-        ++columns;
-    }
-    Scenario scenario = scenario_grid((nodes + columns - 1) / columns, columns);
-    scenario.nodes.resize(static_cast<std::size_t>(nodes));
-    std::erase_if(scenario.hearings, [&scenario](const ScenarioHearing& hearing) {
-        return scenario_node_find(scenario, hearing.a) == nullptr ||
-               scenario_node_find(scenario, hearing.b) == nullptr;
-    });
-    return scenario;
 }
 
 }  // namespace
@@ -82,7 +66,7 @@ int chaos_command(const Arguments& arguments) {
     ChaosOptions options;
     options.seed = arguments.seed.value_or(options.seed);
     options.seconds = (arguments.hours > 0 ? arguments.hours : CHAOS_HOURS) * SECONDS_AN_HOUR;
-    const Scenario scenario = scenario_chaos(chaos_mesh(nodes), options);
+    const Scenario scenario = scenario_chaos(scenario_chaos_mesh(nodes), options);
     if (!arguments.json) {
         printf("%d nodes, %d hours, seed %u\n", nodes, options.seconds / SECONDS_AN_HOUR,
                options.seed);

@@ -1,6 +1,8 @@
 // When each node was without its backhaul, and for how long.
 //
-// An outage begins when a node that was ready is no longer, and ends when it is ready again.
+// An outage is what users feel: it begins when a node that had its backhaul has it no longer, ready
+// with frames that reach a root, and ends when it has it again. What a node says of itself is not
+// enough: nodes may be ready below each other without a root. Who looks at the mesh tells.
 // Forming a mesh is no outage: it ends with the first ready, whose time is kept apart. Values;
 // seconds of the mesh's clock.
 #pragma once

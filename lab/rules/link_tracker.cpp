@@ -4,8 +4,7 @@
 #include <array>
 #include <charconv>
 
-#include "link/link_state.h"
-#include "link/slave_event.h"
+#include "lab/rules/link_table.h"
 
 namespace lab {
 namespace {
@@ -13,15 +12,8 @@ namespace {
 constexpr std::string_view WORKER_START = "<-- backhaul_monitor start -->";
 constexpr std::string_view CHANGE = "backhaul_intf_state_change : change ";
 constexpr std::string_view DISPATCH = "wifi_slave_event_process : ifname ";
-constexpr std::string_view FINDING_BACKUP =
-    "find_backup_backhaul_link : finding backup backhaul link";
-constexpr std::string_view FOUND_BACKUP = "find_backup_backhaul_link : found backup backhaul sta ";
-constexpr std::string_view RESTORE = "backhaul_slave_backhaul_restore : Enter";
 constexpr std::string_view WIRE_FOUND = "wifi_slave_eth_detect : Enter";
-constexpr std::string_view WIRE_LOST = "wifi_backhaul_recover : Enter";
 constexpr std::string_view DFS_COUNT = "backhaul_dfs_check : dfs_count ";
-constexpr std::string_view DFS_DISABLE = "device_dfs_monitoring : Disable ";
-constexpr std::string_view DFS_ENABLE = "device_dfs_blocking : Enable ";
 constexpr std::string_view DFS_INTERFACE = "ath20";
 constexpr std::string_view SUPPLICANT_FAILS = "dev_intf_enable_set : wpa_cli fail, try again";
 constexpr std::string_view LINK_COUNT = ") : backhaul_sta_num ";
@@ -78,25 +70,6 @@ bool may_be_in(const TrackedLink& link, std::int32_t state) {
            std::find(link.also.begin(), link.also.end(), state) != link.also.end();
 }
 
-struct HandledEvent {
-    std::int32_t state;
-    std::uint32_t event;
-};
-
-// Reactions that first clear the record's timeout.
-constexpr std::array CLEARING_EVENTS = {
-    HandledEvent{INIT, START},
-    HandledEvent{CONNECTING_BACKHAUL_AP, ASSOC},
-    HandledEvent{CONNECTING_BACKHAUL_AP, TIMEOUT},
-    HandledEvent{CONNECT_WITH_BACKHAUL_AP, AP_DISASSOC},
-    HandledEvent{CONNECT_WITH_BACKHAUL_AP, AUTO_CONFIG_SUCCESS},
-    HandledEvent{CONNECT_WITH_BACKHAUL_AP, TIMEOUT},
-    HandledEvent{BACKHAUL_READY, AP_DISASSOC},
-    HandledEvent{CONNECTING_TARGET_BACKHAUL_AP, ASSOC},
-    HandledEvent{CONNECTING_TARGET_BACKHAUL_AP, TIMEOUT},
-    HandledEvent{ETH_BACKHAUL_CONNECTED, AUTO_CONFIG_SUCCESS},
-};
-
 void worker_started(LinkTracker* tracker, std::int64_t time) {
     std::vector<TrackedLink> links = std::move(tracker->links);
     *tracker = {};
@@ -107,14 +80,16 @@ void worker_started(LinkTracker* tracker, std::int64_t time) {
         link.is_armed = false;
         link.also.clear();
         link.entered_at = time;
-        link.state = INIT;
+        link.state = STATE_INIT;
+        link.was_asked = false;
+        link.is_unplaced = false;
         // The records start at 0; the slave start, which a root lacks, moves these two on.
         if (link.type == "ETHERNET") {
-            link.state = ETH_BACKHAUL_DOWN;
-            link.also = {INIT};
+            link.state = STATE_ETH_DOWN;
+            link.also = {STATE_INIT};
         } else if (link.type == "AP_TIMER_INTF") {
-            link.state = AP_TIMER_WAIT;
-            link.also = {INIT};
+            link.state = STATE_TIMER_WAIT;
+            link.also = {STATE_INIT};
         }
     }
 }
@@ -128,13 +103,12 @@ void state_changed(LinkTracker* tracker, const StateChangeLine& line, std::int64
     if (!may_be_in(*link, line.from)) {
         news->findings.push_back({link->interface, time,
                                   "was in state " + std::to_string(line.from) +
-                                      ", but by the transition table in " +
+                                      ", but by the expected table in " +
                                       std::to_string(link->state)});
     }
-    const link_transition* const row = link_transition_find(
-        static_cast<link_state>(line.from), static_cast<link_state>(line.requested));
-    const std::int32_t state = row == nullptr ? line.from : std::int32_t{row->requested};
-    if (line.from == CONNECT_PENDING && state == CONNECTING_BACKHAUL_AP) {
+    const std::optional<LinkTimer> timer = link_change(line.from, line.requested);
+    const std::int32_t state = timer ? line.requested : line.from;
+    if (line.from == STATE_PARKED && state == STATE_CONNECTING) {
         news->releases.push_back(
             {link->interface, time,
              tracker->backup_searched && tracker->dispatched == line.interface});
@@ -143,15 +117,18 @@ void state_changed(LinkTracker* tracker, const StateChangeLine& line, std::int64
         link->entered_at = time;
     }
     link->is_known = true;
+    link->was_asked = true;
+    link->is_unplaced = false;
     link->state = state;
     if (time > link->also_until) {
         link->also.clear();
     }
-    if (row != nullptr) {
-        link->is_armed = row->timer == TIMER_ON;
+    if (timer) {
+        link->is_armed = *timer == LinkTimer::arm;
         link->armed_at = time;
+        link->cleared_by = NO_EVENT;
     }
-    if (state == BACKHAUL_READY || state == ETH_BACKHAUL_READY) {
+    if (state == STATE_READY || state == STATE_ETH_READY) {
         tracker->wire_lost = false;
     }
 }
@@ -169,10 +146,9 @@ void event_dispatched(LinkTracker* tracker, std::string_view rest) {
     if (link == nullptr || !number_take(&rest, &event)) {
         return;
     }
-    for (const HandledEvent& handled : CLEARING_EVENTS) {
-        if (handled.state == link->state && static_cast<std::int32_t>(handled.event) == event) {
-            link->is_armed = false;
-        }
+    if (link_event_clears(link->state, event)) {
+        link->is_armed = false;
+        link->cleared_by = event;
     }
 }
 
@@ -180,24 +156,23 @@ void event_dispatched(LinkTracker* tracker, std::string_view rest) {
 void backup_searched(LinkTracker* tracker, std::int64_t time) {
     tracker->backup_searched = true;
     TrackedLink* const link = find(tracker, tracker->dispatched);
-    if (link != nullptr && link->state != CONNECT_PENDING) {
-        store(link, ETH_BACKHAUL_STANDBY, time);
+    if (link != nullptr && link->state != STATE_PARKED) {
+        store(link, STORE_SEARCHING.state, time);
     }
 }
 
 // One that is not preferred goes back to idle once another was found.
 void backup_found(LinkTracker* tracker, std::int64_t time) {
     TrackedLink* const link = find(tracker, tracker->dispatched);
-    if (link != nullptr && link != preferred_station(*tracker) &&
-        link->state == ETH_BACKHAUL_STANDBY) {
-        store(link, INIT, time);
+    if (link != nullptr && link != preferred_station(*tracker) && link->state == STATE_STANDBY) {
+        store(link, STORE_FOUND.state, time);
     }
 }
 
 void parked_released(LinkTracker* tracker, std::int64_t time) {
     for (TrackedLink& link : tracker->links) {
-        if (is_station(link) && link.state == CONNECT_PENDING) {
-            store(&link, INIT, time);
+        if (is_station(link) && link.state == STATE_PARKED) {
+            store(&link, STORE_RESTORED.state, time);
         }
     }
 }
@@ -205,7 +180,10 @@ void parked_released(LinkTracker* tracker, std::int64_t time) {
 void wire_found(LinkTracker* tracker) {
     tracker->wire_found = true;
     for (TrackedLink& link : tracker->links) {
-        link.is_armed = link.is_armed && !is_station(link);
+        if (is_station(link)) {
+            link.is_armed = false;
+            link.cleared_by = NO_EVENT;
+        }
     }
 }
 
@@ -214,10 +192,10 @@ void wire_lost(LinkTracker* tracker, std::int64_t time) {
     tracker->wire_lost = true;
     for (TrackedLink& link : tracker->links) {
         if (is_station(link)) {
-            store(&link, INIT, time);
+            store(&link, STORE_RECOVERED.state, time);
             link.is_armed = false;
             link.also_until = time + RECOVERY_SECONDS;
-            link.also.push_back(INIT);
+            link.also.push_back(STORE_RECOVERED.state);
         }
     }
 }
@@ -233,18 +211,18 @@ void dfs_counted(LinkTracker* tracker, std::string_view rest, std::int64_t time)
     }
     link->is_known = true;
     store(link, state, time);
-    if (count >= DFS_LIMIT && state != DFS_BLOCKING) {
-        store(link, DFS_MONITORING, time);
+    if (count >= DFS_LIMIT && state != STATE_DFS_BLOCKING) {
+        store(link, STATE_DFS_MONITORING, time);
         link->is_armed = true;
         link->armed_at = time;
     }
 }
 
-void dfs_stored(LinkTracker* tracker, std::string_view interface, std::int32_t state,
+void dfs_stored(LinkTracker* tracker, std::string_view interface, const DirectStore& stored,
                 std::int64_t time) {
     TrackedLink* const link = find(tracker, interface);
     if (link != nullptr) {
-        store(link, state, time);
+        store(link, stored.state, time);
         link->is_armed = true;
         link->armed_at = time;
     }
@@ -257,6 +235,9 @@ void signs_feed(LinkTracker* tracker, const LogEntry& entry) {
         tracker->supplicant_failed_at = entry.time;
     } else if (text == UNKNOWN_STATUS) {
         tracker->unknown_status = true;
+        if (TrackedLink* const link = find(tracker, tracker->dispatched)) {
+            link->is_unplaced = true;
+        }
     }
     const std::size_t at = text.find(LINK_COUNT);
     if (text.starts_with("backhaul_connected(") && at != std::string_view::npos) {
@@ -317,22 +298,22 @@ void link_tracker_feed(LinkTracker* tracker, const LogEntry& entry, TrackerNews*
         event_dispatched(tracker, text);
     } else if (text == WORKER_START) {
         worker_started(tracker, entry.time);
-    } else if (text == FINDING_BACKUP) {
+    } else if (text == STORE_SEARCHING.line) {
         backup_searched(tracker, entry.time);
-    } else if (text.starts_with(FOUND_BACKUP)) {
+    } else if (text.starts_with(STORE_FOUND.line)) {
         backup_found(tracker, entry.time);
-    } else if (text == RESTORE) {
+    } else if (text == STORE_RESTORED.line) {
         parked_released(tracker, entry.time);
     } else if (text == WIRE_FOUND) {
         wire_found(tracker);
-    } else if (text == WIRE_LOST) {
+    } else if (text == STORE_RECOVERED.line) {
         wire_lost(tracker, entry.time);
     } else if (text_take(&text, DFS_COUNT)) {
         dfs_counted(tracker, text, entry.time);
-    } else if (text_take(&text, DFS_DISABLE)) {
-        dfs_stored(tracker, text, DFS_BLOCKING, entry.time);
-    } else if (text_take(&text, DFS_ENABLE)) {
-        dfs_stored(tracker, text, DFS_MONITORING, entry.time);
+    } else if (text_take(&text, STORE_BLOCKED.line)) {
+        dfs_stored(tracker, text, STORE_BLOCKED, entry.time);
+    } else if (text_take(&text, STORE_UNBLOCKED.line)) {
+        dfs_stored(tracker, text, STORE_UNBLOCKED, entry.time);
     } else {
         signs_feed(tracker, entry);
     }

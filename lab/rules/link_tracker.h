@@ -1,7 +1,7 @@
 // Follows the link states of one node by its flow log.
 //
 // A state change line shows a request together with the state that the daemon was in. Whether the
-// request was accepted follows from the daemon's own transition table; the few places that store
+// request was accepted follows from the expected table (link_table.h); the few places that store
 // a state directly, past the table, are known by the lines that they log. A line whose "from" is
 // neither is a finding. Functions of values; one tracker a node.
 #pragma once
@@ -16,6 +16,8 @@
 
 namespace lab {
 
+inline constexpr std::int32_t NO_EVENT = -1;
+
 struct TrackedLink {
     std::string interface;
     std::string type;
@@ -27,6 +29,9 @@ struct TrackedLink {
     std::int64_t entered_at = 0;     // when the state was entered
     bool is_armed = false;           // a timeout is pending
     std::int64_t armed_at = 0;
+    std::int32_t cleared_by = NO_EVENT;  // event that cleared it; NO_EVENT: something else did
+    bool was_asked = false;              // the running worker has requested a state
+    bool is_unplaced = false;            // its association fits no case and was left as it is
 };
 
 struct LinkTracker {

@@ -29,6 +29,15 @@ struct ObservedBroadcast {
     int seen = 0;
 };
 
+// What the air offers a backhaul station.
+struct ObservedStation {
+    std::string name;
+    bool hears_root = false;    // an AP that it may join has a way to a root, not through its node
+    bool hears_wanted = false;  // such an AP is the one that it was told to join, or it may choose
+    bool is_joined = false;     // to any AP
+    bool is_attached = false;   // to a supplicant
+};
+
 struct NodeObservation {
     std::string name;
     bool is_root = false;   // role of the worker
@@ -44,6 +53,10 @@ struct NodeObservation {
     std::vector<LogEntry> log;         // lines that came since the last look
     bool log_lines_lost = false;       // some came and went between the looks
     std::vector<ObservedBroadcast> broadcasts;
+    bool reaches_root = true;      // its frames get over uplinks that carry to a root with power
+    std::string above;             // node to which its uplink leads; empty: none carries
+    std::int64_t troubled_at = 0;  // when something was last done to it, or still keeps it busy
+    std::vector<ObservedStation> stations;
 };
 
 struct Observation {

@@ -16,10 +16,14 @@ inline constexpr std::string_view RULE_TIME_LIMITS = "time-limits";
 inline constexpr std::string_view RULE_STATUS_STATE = "status-state";
 inline constexpr std::string_view RULE_PARKED = "parked";
 inline constexpr std::string_view RULE_CABLE = "cable";
+inline constexpr std::string_view RULE_READY_NEEDS_ROOT = "ready-needs-root";
+inline constexpr std::string_view RULE_NO_ISLAND = "no-island";
+inline constexpr std::string_view RULE_LIVENESS = "liveness";
 
 inline constexpr std::array RULE_NAMES = {
-    RULE_STATUS_TEXT, RULE_ONE_UPLINK,  RULE_SERVICE_APS,  RULE_NO_LOOP, RULE_WORKER,
-    RULE_TRANSITIONS, RULE_TIME_LIMITS, RULE_STATUS_STATE, RULE_PARKED,  RULE_CABLE,
+    RULE_STATUS_TEXT,      RULE_ONE_UPLINK,  RULE_SERVICE_APS,  RULE_NO_LOOP, RULE_WORKER,
+    RULE_TRANSITIONS,      RULE_TIME_LIMITS, RULE_STATUS_STATE, RULE_PARKED,  RULE_CABLE,
+    RULE_READY_NEEDS_ROOT, RULE_NO_ISLAND,   RULE_LIVENESS,
 };
 
 }  // namespace lab

@@ -14,11 +14,14 @@ constexpr std::array RULES = {
     RuleRow{RULE_SERVICE_APS, "service APs are down while no uplink carries traffic"},
     RuleRow{RULE_NO_LOOP, "a marked broadcast reaches no node twice"},
     RuleRow{RULE_WORKER, "the worker's pid changes only when something ended it"},
-    RuleRow{RULE_TRANSITIONS, "every state change follows from the transition table"},
+    RuleRow{RULE_TRANSITIONS, "every state change follows from the expected table"},
     RuleRow{RULE_TIME_LIMITS, "no state with a time limit is older than that limit"},
     RuleRow{RULE_STATUS_STATE, "the status file says ready exactly while a record is ready"},
     RuleRow{RULE_PARKED, "a parked station stays parked until the restore releases it"},
     RuleRow{RULE_CABLE, "a cable that carries traffic is taken as the backhaul"},
+    RuleRow{RULE_READY_NEEDS_ROOT, "nobody is ready for over 60 s without a way to a root"},
+    RuleRow{RULE_NO_ISLAND, "nobody is ready for over 10 minutes without a way to a root"},
+    RuleRow{RULE_LIVENESS, "who is left in peace and hears a way to a root gets ready in time"},
 };
 
 constexpr bool every_rule_is_at_its_place() {
@@ -53,6 +56,8 @@ void node_check(const Look& look) {
     rule_one_uplink(look);
     rule_service_aps(look);
     rule_cable(look);
+    rule_ready_needs_root(look);
+    rule_liveness(look);
 }
 
 }  // namespace
@@ -74,19 +79,28 @@ bool episode_is_due(const Look& look, const std::string& what, bool holds, std::
     return true;
 }
 
-void violation_add(const Look& look, std::string_view rule, std::string text, std::string known) {
-    look.violations->push_back(
-        {std::string(rule), look.node.name, look.time, std::move(text), std::move(known)});
+void violation_add(const Look& look, std::string_view rule, std::string text, Cause cause) {
+    Violation violation{std::string(rule), look.node.name, look.time, std::move(text), ""};
+    if (cause != Cause::none) {
+        const CauseRow& row = cause_row(cause);
+        if (cause_note(&look.rules.causes, cause, look.node.name, look.time)) {
+            violation.known = row.why;
+        } else {
+            violation.text += ", more than " + std::to_string(row.budget) + " times an hour (" +
+                              std::string(row.name) + ")";
+        }
+    }
+    look.violations->push_back(std::move(violation));
 }
 
-bool supplicant_is_failing(const Look& look) {
-    const std::int64_t failed_at = look.memory.tracker.supplicant_failed_at;
-    return failed_at >= 0 && look.time - failed_at <= SUPPLICANT_RETRY_SECONDS;
+bool supplicant_is_failing(const LinkTracker& tracker, std::int64_t time) {
+    return tracker.supplicant_failed_at >= 0 &&
+           time - tracker.supplicant_failed_at <= SUPPLICANT_RETRY_SECONDS;
 }
 
 std::vector<Violation> rules_check(RulesMemory* memory, const Observation& observation) {
     std::vector<Violation> violations;
-    std::string loop_known;
+    Cause loop = Cause::none;
     std::vector<Look> looks;
     for (const NodeObservation& node : observation.nodes) {
         NodeMemory& of_node = memory->nodes[node.name];
@@ -97,13 +111,13 @@ std::vector<Violation> rules_check(RulesMemory* memory, const Observation& obser
             of_node.tracker = link_tracker_make(node.interfaces);
         }
         if (node.powered) {
-            looks.push_back({node, of_node, observation.time, &violations});
+            looks.push_back({observation, node, of_node, *memory, &violations});
             node_check(looks.back());
-            loop_known = loop_known.empty() ? loop_reason(looks.back()) : loop_known;
+            loop = loop == Cause::none ? loop_cause(looks.back()) : loop;
         }
     }
     for (const Look& look : looks) {
-        rule_no_loop(look, loop_known);
+        rule_no_loop(look, loop);
     }
     return violations;
 }

@@ -5,15 +5,19 @@
 //   service-aps   service APs are down while no uplink carries traffic
 //   no-loop       a marked broadcast reaches no node twice
 //   worker        the worker's pid changes only when something ended it
-//   transitions   every state change in a flow log follows from the transition table
+//   transitions   every state change in a flow log follows from the expected table
 //   time-limits   no state with a time limit is older than that limit
 //   status-state  the status file says "ready" exactly while a record is ready
 //   parked        a parked station stays parked until the restore releases it
 //   cable         a cable that carries traffic is taken as the node's backhaul
+//   ready-needs-root  nobody is ready without a way to a root for more than a minute
+//   no-island     nor for more than ten minutes
+//   liveness      who was left in peace and hears a way to a root is ready in the end
 //
 // Some of what the daemon has to do breaks a rule. Such a breach is told like any other, with the
-// reason by which it is known. One that lasts is told once, when it has lasted longer than the
-// rule's patience; it is told again after it was over in between.
+// cause by which it is known (causes.h), unless that comes too often. One that lasts is told once,
+// when it has lasted longer than the rule's patience; it is told again after it was over in
+// between.
 //
 // Functions of values: rules_check is called with one Observation after another, in the order of
 // their times, and keeps what it needs in RulesMemory.
@@ -26,6 +30,7 @@
 #include <string_view>
 #include <vector>
 
+#include "lab/rules/causes.h"
 #include "lab/rules/link_tracker.h"
 #include "lab/rules/observation.h"
 #include "lab/rules/rule_names.h"
@@ -37,7 +42,7 @@ struct Violation {
     std::string node;
     std::int64_t time = 0;
     std::string text;
-    std::string known;  // why the daemon's required behaviour leads to it; empty: not known
+    std::string known;  // why the daemon's required behaviour leads to it; empty: a failure
 
     bool operator==(const Violation&) const = default;
 };
@@ -58,6 +63,7 @@ struct NodeMemory {
 
 struct RulesMemory {
     std::map<std::string, NodeMemory> nodes;  // by name
+    CauseHistories causes;
 };
 
 struct RuleRow {
@@ -73,6 +79,9 @@ std::vector<Violation> rules_check(RulesMemory* memory, const Observation& obser
 
 // What the rules know of a node's link states, or null before the first look.
 const LinkTracker* rules_tracker(const RulesMemory& memory, const std::string& node);
+
+// How long a node with so many stations may take to become ready, from the daemon's time limits.
+std::int64_t liveness_seconds(std::size_t stations);
 
 // Numbers for a summary.
 struct RuleCount {

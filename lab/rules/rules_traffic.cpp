@@ -1,8 +1,8 @@
 // Rules about files, traffic and processes.
 #include <algorithm>
 
+#include "lab/rules/link_table.h"
 #include "lab/rules/rule_checks.h"
-#include "link/link_state.h"
 
 namespace lab {
 namespace {
@@ -19,35 +19,32 @@ std::string joined(const std::vector<std::string>& names) {
     return text;
 }
 
-// A station that carries traffic while its record rests in a state without a link.
-bool is_left_over(const LinkTracker& tracker, const std::string& uplink) {
-    const TrackedLink* const link = link_tracker_find(tracker, uplink);
-    return link != nullptr && link->is_known && link->type == "BACKHAUL_STA" && link->state == INIT;
+// The cause for which one of the uplinks carries traffic beside another: its association was left
+// as it was, or the running worker has never asked anything of it.
+Cause uplinks_cause(const Look& look) {
+    const LinkTracker& tracker = look.memory.tracker;
+    for (const std::string& uplink : look.node.uplinks) {
+        const TrackedLink* const link = link_tracker_find(tracker, uplink);
+        if (link != nullptr && link->is_unplaced) {
+            return Cause::unplaced;
+        }
+        if (link != nullptr && link->is_known && link->type == "BACKHAUL_STA" &&
+            link->state == STATE_INIT && !link->was_asked) {
+            return Cause::left_over;
+        }
+    }
+    return supplicant_is_failing(tracker, look.time) ? Cause::supplicant_fails : Cause::none;
 }
 
-std::string uplinks_reason(const Look& look) {
+Cause service_cause(const Look& look) {
     const LinkTracker& tracker = look.memory.tracker;
-    if (tracker.unknown_status) {
-        return "a second association that fits no case is logged and left as it is";
-    }
-    if (supplicant_is_failing(look)) {
-        return KNOWN_SUPPLICANT;
-    }
-    const bool left_over = std::any_of(
-        look.node.uplinks.begin(), look.node.uplinks.end(),
-        [&tracker](const std::string& uplink) { return is_left_over(tracker, uplink); });
-    return left_over ? "a new worker starts one station and leaves the others as they are" : "";
-}
-
-std::string service_reason(const Look& look) {
-    const LinkTracker& tracker = look.memory.tracker;
-    if (link_tracker_has(tracker, CONNECTING_TARGET_BACKHAUL_AP)) {
-        return "a loss during a switch is ignored until the switch times out";
+    if (link_tracker_has(tracker, STATE_SWITCHING)) {
+        return Cause::loss_in_switch;
     }
     if (tracker.count_is_off || tracker.unknown_status) {
-        return KNOWN_COUNT;
+        return Cause::unplaced;
     }
-    return supplicant_is_failing(look) ? KNOWN_SUPPLICANT : "";
+    return supplicant_is_failing(tracker, look.time) ? Cause::supplicant_fails : Cause::none;
 }
 
 std::string quoted(const std::string& text) {
@@ -68,13 +65,13 @@ void rule_status_text(const Look& look) {
     const std::string& text = look.node.status_text;
     look.memory.status_seen = look.memory.status_seen || look.node.status_exists;
     if (episode_is_due(look, "gone", look.memory.status_seen && !look.node.status_exists, 0)) {
-        violation_add(look, RULE_STATUS_TEXT, "the status file is gone", "");
+        violation_add(look, RULE_STATUS_TEXT, "the status file is gone", Cause::none);
     }
     const bool wrong = look.node.status_exists && text != "ready\n" && text != "connected\n" &&
                        text != "not ready\n";
     if (wrong && episode_is_due(look, "status " + text, true, -1)) {
         violation_add(look, RULE_STATUS_TEXT, "the status file holds " + quoted(text),
-                      text.empty() ? "the file is emptied before it is written" : "");
+                      text.empty() ? Cause::status_emptied : Cause::none);
     }
     if (!wrong) {
         std::erase_if(look.memory.episodes,
@@ -85,7 +82,7 @@ void rule_status_text(const Look& look) {
 void rule_one_uplink(const Look& look) {
     if (episode_is_due(look, "uplinks", look.node.uplinks.size() > 1, UPLINK_PATIENCE)) {
         violation_add(look, RULE_ONE_UPLINK, joined(look.node.uplinks) + " carry traffic at once",
-                      uplinks_reason(look));
+                      uplinks_cause(look));
     }
 }
 
@@ -96,23 +93,28 @@ void rule_service_aps(const Look& look) {
     if (episode_is_due(look, "service", open, SERVICE_PATIENCE)) {
         violation_add(look, RULE_SERVICE_APS,
                       joined(look.node.service_aps_up) + " up without a backhaul",
-                      service_reason(look));
+                      service_cause(look));
     }
 }
 
-std::string loop_reason(const Look& look) {
+Cause loop_cause(const Look& look) {
     const bool is_part = std::any_of(look.node.broadcasts.begin(), look.node.broadcasts.end(),
                                      [](const ObservedBroadcast& one) { return one.seen > 1; });
-    return is_part && look.node.uplinks.size() > 1 ? uplinks_reason(look) : "";
+    if (is_part && look.node.uplinks.size() > 1) {
+        return uplinks_cause(look);
+    }
+    const bool is_circle =
+        is_part && !look.node.reaches_root && rootless_cause(look) == Cause::met_below;
+    return is_circle ? Cause::met_below : Cause::none;
 }
 
-void rule_no_loop(const Look& look, const std::string& known) {
+void rule_no_loop(const Look& look, Cause cause) {
     for (const ObservedBroadcast& broadcast : look.node.broadcasts) {
         if (episode_is_due(look, "seen " + broadcast.mark, broadcast.seen > 1, -1)) {
             violation_add(look, RULE_NO_LOOP,
                           "broadcast " + broadcast.mark + " came " +
                               std::to_string(broadcast.seen) + " times",
-                          known);
+                          cause);
         }
     }
 }
@@ -130,7 +132,7 @@ void rule_worker(const Look& look) {
         });
     violation_add(look, RULE_WORKER,
                   "worker " + std::to_string(before) + " ended and nothing had ended it",
-                  no_wire ? "an extender without an eth record ends its worker" : "");
+                  no_wire ? Cause::no_eth_record : Cause::none);
 }
 
 }  // namespace lab

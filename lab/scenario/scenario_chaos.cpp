@@ -6,31 +6,65 @@
 #include <map>
 #include <random>
 
+#include "lab/scenario/scenario_generate.h"
+
 namespace lab {
 namespace {
 
-constexpr int FADED = -95;
+constexpr int UNHEARD = -120;  // on every band less than any station joins with
 constexpr int LAST_WAIT = 1800;
+// A station gives up after 180 s; its backup and a loop below it take as long again.
+constexpr int LONG_ENOUGH = 360;
+constexpr std::string_view PREFERRED_BAND = "5h";
 
 struct TimedVerb {
     int at = 0;
     Verb verb;
 };
 
-struct Weight {
-    VerbKind kind;
-    int weight;
+// What happens: a verb with its end, or more than one at once.
+enum class Trouble {
+    DEAUTH,
+    AP_OFF,
+    CUT,     // a node and one that it hears, on all bands
+    DEAFEN,  // a node hears nobody on the band of its preferred station
+    STRAND,  // a node deafened so hears only one that hears nobody else, and hangs above it
+    CABLE_IN,
+    RADAR,
+    REBOOT,
+    POWER_OFF,
+    KILL_WORKER,
+    KILL_TOOL,
+    DROP_MESSAGES,
+    REVOKE,
+    COMMAND,
 };
 
-// What happens, and how often.
-constexpr std::array WEIGHTS = {
-    Weight{VerbKind::DEAUTH, 20},   Weight{VerbKind::AP_OFF, 12},
-    Weight{VerbKind::FADE, 12},     Weight{VerbKind::CABLE_IN, 8},
-    Weight{VerbKind::RADAR, 5},     Weight{VerbKind::REBOOT, 6},
-    Weight{VerbKind::POWER_OFF, 4}, Weight{VerbKind::KILL_WORKER, 8},
-    Weight{VerbKind::KILL_TOOL, 8}, Weight{VerbKind::DROP_MESSAGES, 5},
-    Weight{VerbKind::REVOKE, 4},    Weight{VerbKind::COMMAND, 8},
+struct Weight {
+    Trouble trouble;
+    int weight;
+    VerbKind kind;
 };
+
+constexpr std::array WEIGHTS = {
+    Weight{Trouble::DEAUTH, 20, VerbKind::DEAUTH},
+    Weight{Trouble::AP_OFF, 12, VerbKind::AP_OFF},
+    Weight{Trouble::CUT, 10, VerbKind::FADE},
+    Weight{Trouble::DEAFEN, 10, VerbKind::FADE},
+    Weight{Trouble::STRAND, 10, VerbKind::FADE},
+    Weight{Trouble::CABLE_IN, 8, VerbKind::CABLE_IN},
+    Weight{Trouble::RADAR, 5, VerbKind::RADAR},
+    Weight{Trouble::REBOOT, 6, VerbKind::REBOOT},
+    Weight{Trouble::POWER_OFF, 4, VerbKind::POWER_OFF},
+    Weight{Trouble::KILL_WORKER, 8, VerbKind::KILL_WORKER},
+    Weight{Trouble::KILL_TOOL, 8, VerbKind::KILL_TOOL},
+    Weight{Trouble::DROP_MESSAGES, 5, VerbKind::DROP_MESSAGES},
+    Weight{Trouble::REVOKE, 4, VerbKind::REVOKE},
+    Weight{Trouble::COMMAND, 8, VerbKind::COMMAND},
+};
+
+// What makes a daemon show most of what it can: these come first, and soon.
+constexpr std::array FIRST = {Trouble::DEAUTH, Trouble::DEAFEN, Trouble::STRAND};
 
 struct Ending {
     VerbKind begin;
@@ -51,9 +85,12 @@ public:
         : scenario_(scenario), options_(options), random_(options.seed) {}
 
     std::vector<TimedVerb> verbs() {
+        std::size_t count = 0;
         for (int at = below(options_.mean_pause); at < options_.seconds;
              at += 1 + below(2 * options_.mean_pause)) {
-            disturb(at);
+            const Trouble first = FIRST[std::min(count, FIRST.size() - 1)];
+            disturb(at, weight_of(count < FIRST.size() ? first : pick()));
+            ++count;
         }
         std::stable_sort(timed_.begin(), timed_.end(),
                          [](const TimedVerb& a, const TimedVerb& b) { return a.at < b.at; });
@@ -66,7 +103,11 @@ private:
         return static_cast<int>(random_() % static_cast<std::uint32_t>(std::max(limit, 1)));
     }
 
-    int pick_kind() {
+    static const Weight& weight_of(Trouble trouble) {
+        return *std::ranges::find(WEIGHTS, trouble, &Weight::trouble);
+    }
+
+    Trouble pick() {
         int total = 0;
         for (const Weight& row : WEIGHTS) {
             total += row.weight;
@@ -76,33 +117,39 @@ private:
         while (left >= WEIGHTS[at].weight) {
             left -= WEIGHTS[at++].weight;
         }
-        return static_cast<int>(at);
+        return WEIGHTS[at].trouble;
     }
 
-    void disturb(int at) {
-        const VerbKind kind = WEIGHTS[static_cast<std::size_t>(pick_kind())].kind;
-        const ScenarioNode& node =
-            scenario_
-                .nodes[static_cast<std::size_t>(below(static_cast<int>(scenario_.nodes.size())))];
-        const int length = 1 + below(options_.longest_trouble);
-        int& busy = busy_until_[{node.name, kind}];
-        int& powerless = busy_until_[{node.name, VerbKind::POWER_OFF}];
-        if (at < busy || at < powerless || !fits(kind, node)) {
+    const ScenarioNode& any_node() {
+        const int count = static_cast<int>(scenario_.nodes.size());
+        return scenario_.nodes[static_cast<std::size_t>(below(count))];
+    }
+
+    void disturb(int at, const Weight& weight) {
+        constexpr int TRIES = 8;  // for a node that is not busy with the like
+        for (int tried = 0; tried < TRIES; ++tried) {
+            const ScenarioNode& node = any_node();
+            int& busy = busy_until_[{node.name, weight.kind}];
+            int& powerless = busy_until_[{node.name, VerbKind::POWER_OFF}];
+            if (at < busy || at < powerless || !fits(weight.kind, node)) {
+                continue;
+            }
+            const int random_length = 1 + below(options_.longest_trouble);
+            const bool is_deaf =
+                weight.trouble == Trouble::DEAFEN || weight.trouble == Trouble::STRAND;
+            const int length = is_deaf ? LONG_ENOUGH + random_length / 2 : random_length;
+            busy = at + length + scenario_.boot_seconds + 1;
+            if (weight.kind == VerbKind::REBOOT) {
+                powerless = at + scenario_.boot_seconds + 1;
+            }
+            begin(weight, node.name, at, length);
             return;
         }
-        busy = at + length + scenario_.boot_seconds + 1;
-        Verb verb;
-        verb.kind = kind;
-        verb.node = node.name;
-        if (kind == VerbKind::REBOOT) {
-            powerless = at + scenario_.boot_seconds + 1;
-        }
-        complete(&verb, at, length);
     }
 
     static bool fits(VerbKind kind, const ScenarioNode& node) {
-        const bool only_extenders =
-            kind == VerbKind::DEAUTH || kind == VerbKind::CABLE_IN || kind == VerbKind::REVOKE;
+        const bool only_extenders = kind == VerbKind::DEAUTH || kind == VerbKind::CABLE_IN ||
+                                    kind == VerbKind::REVOKE || kind == VerbKind::FADE;
         return !only_extenders || node.role == NodeRole::EXTENDER;
     }
 
@@ -110,12 +157,19 @@ private:
         timed_.push_back({at, verb});
     }
 
+    void begin(const Weight& weight, const std::string& node, int at, int length) {
+        Verb verb;
+        verb.kind = weight.kind;
+        verb.node = node;
+        if (weight.kind == VerbKind::FADE) {
+            fades(weight.trouble, node, at, length);
+        } else {
+            complete(&verb, at, length);
+        }
+    }
+
     // Adds the verb with its particulars, and its end where it has one.
     void complete(Verb* verb, int at, int length) {
-        if (verb->kind == VerbKind::FADE) {
-            fade(*verb, at, length);
-            return;
-        }
         if (verb->kind == VerbKind::RADAR) {
             verb->number = 1 + below(3);
         } else if (verb->kind == VerbKind::KILL_WORKER) {
@@ -138,25 +192,70 @@ private:
         }
     }
 
-    // Fades one of the node's hearings and sets it back.
-    void fade(Verb verb, int at, int length) {
+    std::vector<const ScenarioHearing*> hearings_of(const std::string& node) const {
         std::vector<const ScenarioHearing*> hearings;
         for (const ScenarioHearing& hearing : scenario_.hearings) {
-            if (hearing.a == verb.node || hearing.b == verb.node) {
+            if (hearing.a == node || hearing.b == node) {
                 hearings.push_back(&hearing);
             }
         }
+        return hearings;
+    }
+
+    static const std::string& peer_of(const ScenarioHearing& hearing, const std::string& node) {
+        return hearing.a == node ? hearing.b : hearing.a;
+    }
+
+    // Cuts the link of the two on the band (all when it is empty) and sets it back.
+    void cut(const ScenarioHearing& hearing, const std::string& node, std::string_view band, int at,
+             int length) {
+        Verb verb;
+        verb.kind = VerbKind::FADE;
+        verb.node = node;
+        verb.peer = peer_of(hearing, node);
+        verb.word = hearing.band.empty() ? band : hearing.band;
+        verb.number = UNHEARD;
+        add(at, verb);
+        verb.word = hearing.band;
+        verb.number = hearing.signal;
+        add(at + length, verb);
+    }
+
+    // The node that hears only `node` from now on; null where there is none.
+    const ScenarioHearing* stranded_pick(const std::string& node) {
+        std::vector<const ScenarioHearing*> hearings = hearings_of(node);
+        std::erase_if(hearings, [this, &node](const ScenarioHearing* hearing) {
+            return scenario_node_find(scenario_, peer_of(*hearing, node))->role == NodeRole::ROOT;
+        });
+        return hearings.empty() ? nullptr : one_of(hearings);
+    }
+
+    const ScenarioHearing* one_of(const std::vector<const ScenarioHearing*>& hearings) {
+        return hearings[static_cast<std::size_t>(below(static_cast<int>(hearings.size())))];
+    }
+
+    void fades(Trouble trouble, const std::string& node, int at, int length) {
+        const std::vector<const ScenarioHearing*> hearings = hearings_of(node);
         if (hearings.empty()) {
             return;
         }
-        const ScenarioHearing& hearing =
-            *hearings[static_cast<std::size_t>(below(static_cast<int>(hearings.size())))];
-        verb.peer = hearing.a == verb.node ? hearing.b : hearing.a;
-        verb.word = hearing.band;
-        verb.number = FADED;
-        add(at, verb);
-        verb.number = hearing.signal;
-        add(at + length, verb);
+        if (trouble == Trouble::CUT) {
+            cut(*one_of(hearings), node, "", at, length);
+            return;
+        }
+        const ScenarioHearing* const kept =
+            trouble == Trouble::STRAND ? stranded_pick(node) : nullptr;
+        for (const ScenarioHearing* hearing : hearings) {
+            if (hearing != kept) {
+                cut(*hearing, node, PREFERRED_BAND, at, length);
+            }
+        }
+        const std::string below_it = kept == nullptr ? "" : peer_of(*kept, node);
+        for (const ScenarioHearing* hearing : hearings_of(below_it)) {
+            if (hearing != kept) {
+                cut(*hearing, below_it, "", at, length);
+            }
+        }
     }
 
     void kill_tool(Verb* verb, int length) {
@@ -177,6 +276,20 @@ private:
 };
 
 }  // namespace
+
+Scenario scenario_chaos_mesh(int nodes) {
+    int columns = 1;
+    while (columns * columns < nodes) {
+        ++columns;
+    }
+    Scenario scenario = scenario_grid((nodes + columns - 1) / columns, columns);
+    scenario.nodes.resize(static_cast<std::size_t>(nodes));
+    std::erase_if(scenario.hearings, [&scenario](const ScenarioHearing& hearing) {
+        return scenario_node_find(scenario, hearing.a) == nullptr ||
+               scenario_node_find(scenario, hearing.b) == nullptr;
+    });
+    return scenario;
+}
 
 Scenario scenario_chaos(Scenario scenario, const ChaosOptions& options) {
     scenario.seed = options.seed;

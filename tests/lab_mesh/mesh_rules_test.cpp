@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "lab/mesh/mesh.h"
+#include "lab/rules/link_table.h"
 #include "lab/scenario/scenario_parse.h"
 #include "lab/tools/small_file.h"
 #include "tests/harness/sandbox.h"
@@ -25,8 +26,9 @@ protected:
     void SetUp() override {
         lab::Scenario scenario;
         std::vector<lab::ScenarioError> errors;
-        ASSERT_TRUE(lab::scenario_parse("node root root\nnode e1 extender\nhears root e1 -55\n",
-                                        &scenario, &errors));
+        ASSERT_TRUE(lab::scenario_parse(
+            "node root root\nnode e1 extender\nhears root e1 -55\n" + more_nodes(), &scenario,
+            &errors));
         lab::MeshOptions options;
         options.programs = BACKHAUL_BUILD_DIR "/lab";
         options.daemon = BACKHAUL_BUILD_DIR "/backhaul_monitor";
@@ -38,6 +40,10 @@ protected:
         ASSERT_EQ(e1_status(), "ready\n");
         pass(40);
         ASSERT_THAT(broken(), IsEmpty());
+    }
+
+    virtual std::string more_nodes() const {
+        return "";
     }
 
     void pass(int seconds) {
@@ -152,6 +158,42 @@ TEST_F(MeshRules, tell_a_second_uplink_and_the_loop_that_it_closes) {
                                       "one-uplink e1: ath0, ath1 carry traffic at once (known)"));
 }
 
+class MeshRulesOfThree : public MeshRules {
+protected:
+    std::string more_nodes() const override {
+        return "node e2 extender\n";
+    }
+};
+
+TEST_F(MeshRulesOfThree, count_as_out_who_is_ready_by_a_cable_below_one_without_a_root) {
+    lab::Verb cable;
+    cable.kind = lab::VerbKind::CABLE_IN;
+    cable.node = "e2";
+    cable.peer = "e1";
+    std::string note;
+    ASSERT_EQ(mesh->verb(cable, &note, error), 0) << error;
+    const auto e2_ready = [this] {
+        return lab::link_tracker_has(*mesh->tracker("e2"), lab::STATE_ETH_READY);
+    };
+    while (mesh->passed() < 400 && !e2_ready()) {
+        pass(1);
+    }
+    ASSERT_TRUE(e2_ready());
+    pass(10);
+    ASSERT_FALSE(lab::outage_summary(mesh->outages(), "e2", mesh->observation().time).is_out);
+    const std::size_t told = mesh->violations().size();
+    verb(lab::VerbKind::POWER_OFF, "root");
+    pass(620);
+    EXPECT_TRUE(e2_ready());
+    EXPECT_GE(lab::outage_summary(mesh->outages(), "e2", mesh->observation().time).total, 615);
+    const std::vector<std::string> all = broken();
+    EXPECT_THAT(std::vector<std::string>(all.begin() + static_cast<long>(told), all.end()),
+                ElementsAre("ready-needs-root e2: ready for over 60 s without a way to a root, "
+                            "below e1 (known)",
+                            "no-island e2: ready for over 600 s without a way to a root, below e1 "
+                            "(known)"));
+}
+
 TEST_F(MeshRules, tell_a_state_change_that_does_not_follow) {
     const std::time_t now = mesh->started() + mesh->passed();
     std::tm parts{};
@@ -162,7 +204,7 @@ TEST_F(MeshRules, tell_a_state_change_that_does_not_follow) {
         e1().at("/var/log/backhaul_flow_log"),
         std::string(date) + " : backhaul_intf_state_change : change ath0 state from 5 to 7\n");
     pass(1);
-    EXPECT_THAT(broken(), ElementsAre("transitions e1: ath0 was in state 5, but by the transition "
+    EXPECT_THAT(broken(), ElementsAre("transitions e1: ath0 was in state 5, but by the expected "
                                       "table in 7"));
 }
 

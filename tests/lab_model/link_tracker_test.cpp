@@ -117,7 +117,7 @@ TEST_F(Tracked, finds_a_state_that_the_table_does_not_lead_to) {
     start();
     bring_up("ath0");
     change("ath0", 4, 3);
-    EXPECT_EQ(findings(), (Texts{"ath0 was in state 4, but by the transition table in 7"}));
+    EXPECT_EQ(findings(), (Texts{"ath0 was in state 4, but by the expected table in 7"}));
     change("ath0", 3, 4);
     EXPECT_EQ(findings().size(), 1U);
 }
@@ -270,7 +270,7 @@ TEST_F(Tracked, grants_the_recovery_a_few_seconds_to_store_its_states) {
     time = 1006;
     change("ath0", 3, 4);
     change("ath0", 0, 3);
-    EXPECT_EQ(findings(), (Texts{"ath0 was in state 0, but by the transition table in 4"}));
+    EXPECT_EQ(findings(), (Texts{"ath0 was in state 0, but by the expected table in 4"}));
 }
 
 TEST_F(Tracked, follows_radar_by_the_lines_of_its_check) {

@@ -19,13 +19,17 @@ protected:
         node.status_text = "not ready\n";
     }
 
-    // Looks once now, with these new log lines.
+    // Looks once now, with these new log lines; at `other`, too, when it has a name.
     void look(const std::vector<std::string>& lines = {}) {
         node.log.clear();
         for (const std::string& line : lines) {
             node.log.push_back({time, line});
         }
-        for (const Violation& violation : rules_check(&memory, {time, {node}})) {
+        Observation observation{time, {node}};
+        if (!other.name.empty()) {
+            observation.nodes.push_back(other);
+        }
+        for (const Violation& violation : rules_check(&memory, observation)) {
             all.push_back(violation);
             found.push_back(violation.rule + ": " + violation.text +
                             (violation.known.empty() ? "" : " (" + violation.known + ")"));
@@ -71,6 +75,7 @@ protected:
 
     RulesMemory memory;
     NodeObservation node;
+    NodeObservation other;
     std::int64_t time = 1000;
     Texts found;
     std::vector<Violation> all;
@@ -137,11 +142,28 @@ TEST_F(Rules, one_uplink_tells_two_that_carry_traffic) {
 
 TEST_F(Rules, one_uplink_knows_an_association_that_fits_no_case) {
     begin_ready();
-    look({"backhaul_connected : Unknown status"});
+    look({change("ath1", 0, 3), event("ath1", 1), "backhaul_connected : Unknown status"});
     node.uplinks = {"ath0", "ath1"};
     pass(10);
-    EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, ath1 carry traffic at once (a second association "
-                              "that fits no case is logged and left as it is)"}));
+    EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, ath1 carry traffic at once (an association that "
+                              "fits no case is logged, left as it is and stays counted)"}));
+}
+
+TEST_F(Rules, one_uplink_excuses_no_other_station_by_an_association_that_fitted_no_case) {
+    begin_ready();
+    look({change("ath1", 0, 3), event("ath1", 1), "backhaul_connected : Unknown status"});
+    look({change("ath1", 3, 4), change("ath1", 4, 7)});
+    node.uplinks = {"ath0", "ath1"};
+    pass(10);
+    EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, ath1 carry traffic at once"}));
+}
+
+TEST_F(Rules, one_uplink_does_not_take_a_backup_that_was_let_go_for_one_that_was_left_on) {
+    begin_ready();
+    look({change("ath1", 0, 3), change("ath1", 3, 0)});
+    node.uplinks = {"ath0", "ath1"};
+    pass(10);
+    EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, ath1 carry traffic at once"}));
 }
 
 TEST_F(Rules, one_uplink_knows_a_station_that_an_earlier_worker_left_on) {
@@ -193,7 +215,6 @@ TEST_F(Rules, no_loop_knows_for_everybody_the_reason_of_the_node_that_closes_the
     node.log.clear();
     node.uplinks = {"ath0", "ath1"};
     node.broadcasts = {{"m1", 2}};
-    NodeObservation other;
     other.name = "root";
     other.is_root = true;
     other.broadcasts = {{"m1", 3}};
@@ -211,7 +232,6 @@ TEST_F(Rules, no_loop_takes_no_reason_from_a_node_that_has_no_part_in_the_loop) 
     node.log.clear();
     node.uplinks = {"ath0", "ath1"};
     node.broadcasts = {{"m1", 1}};
-    NodeObservation other;
     other.name = "root";
     other.is_root = true;
     other.broadcasts = {{"m1", 3}};
@@ -253,8 +273,7 @@ TEST_F(Rules, transitions_tell_a_change_that_the_table_does_not_know) {
     begin_ready();
     time += 1;
     look({change("ath0", 3, 4), change("ath0", 4, 7)});
-    EXPECT_EQ(taken(),
-              (Texts{"transitions: ath0 was in state 3, but by the transition table in 7"}));
+    EXPECT_EQ(taken(), (Texts{"transitions: ath0 was in state 3, but by the expected table in 7"}));
 }
 
 TEST_F(Rules, transitions_keep_quiet_when_lines_were_lost) {
@@ -323,6 +342,17 @@ TEST_F(Rules, time_limits_know_a_state_that_a_reaction_left_without_a_timeout) {
     EXPECT_EQ(taken(),
               (Texts{"time-limits: ath0 is in CONNECTING_BACKHAUL_AP and no timeout is "
                      "pending (a reaction cleared the timeout and left the state alone)"}));
+}
+
+TEST_F(Rules, time_limits_tell_a_timeout_whose_reaction_did_nothing) {
+    look({"<-- backhaul_monitor start -->"});
+    time += 20;
+    look({change("ath0", 0, 3)});
+    time += 181;
+    look({event("ath0", 5)});
+    pass(31);
+    EXPECT_EQ(taken(), (Texts{"time-limits: ath0 is in CONNECTING_BACKHAUL_AP and no timeout is "
+                              "pending"}));
 }
 
 TEST_F(Rules, time_limits_let_ready_and_parked_stations_rest) {
@@ -402,6 +432,166 @@ TEST_F(Rules, cable_tells_a_wire_that_nobody_was_told_of) {
     EXPECT_EQ(taken(), (Texts{"cable: the cable carries traffic, but eth is down"}));
 }
 
+TEST_F(Rules, ready_needs_root_tells_who_is_ready_and_gets_through_to_nobody) {
+    begin_ready();
+    node.reaches_root = false;
+    node.above = "e2";
+    pass(61);
+    EXPECT_EQ(taken(), Texts{});
+    pass(1);
+    EXPECT_EQ(taken(), (Texts{"ready-needs-root: ready for over 60 s without a way to a root, "
+                              "below e2"}));
+    pass(539);
+    EXPECT_EQ(taken(), Texts{});
+    pass(1);
+    EXPECT_EQ(taken(),
+              (Texts{"no-island: ready for over 600 s without a way to a root, below e2"}));
+}
+
+TEST_F(Rules, ready_needs_root_is_content_with_a_way_now_and_then) {
+    begin_ready();
+    for (int round = 0; round < 20; ++round) {
+        node.reaches_root = false;
+        pass(60);
+        node.reaches_root = true;
+        pass(1);
+    }
+    EXPECT_EQ(taken(), Texts{});
+}
+
+TEST_F(Rules, ready_needs_root_knows_two_that_met_below_each_other) {
+    begin_ready();
+    node.reaches_root = false;
+    node.above = "e2";
+    other.name = "e2";
+    other.worker_pid = 200;
+    other.reaches_root = false;
+    other.above = "e1";
+    pass(62);
+    EXPECT_EQ(taken(), (Texts{"ready-needs-root: ready for over 60 s without a way to a root, "
+                              "below e2 (extenders that lost the root met and stay ready below "
+                              "each other)"}));
+}
+
+TEST_F(Rules, ready_needs_root_knows_a_cable_above_that_leads_nowhere) {
+    begin_ready();
+    node.reaches_root = false;
+    node.above = "e2";
+    other.name = "e2";
+    other.worker_pid = 200;
+    other.uplinks = {"eth"};
+    other.reaches_root = false;
+    pass(62);
+    EXPECT_EQ(taken(), (Texts{"ready-needs-root: ready for over 60 s without a way to a root, "
+                              "below e2 (a cable is taken as the backhaul wherever it leads)"}));
+}
+
+TEST_F(Rules, ready_needs_root_excuses_nobody_below_a_node_that_does_nothing) {
+    begin_ready();
+    node.reaches_root = false;
+    node.above = "e2";
+    other.name = "e2";
+    other.worker_pid = 200;
+    other.reaches_root = false;
+    pass(62);
+    EXPECT_EQ(taken(), (Texts{"ready-needs-root: ready for over 60 s without a way to a root, "
+                              "below e2"}));
+}
+
+TEST_F(Rules, liveness_tells_who_hears_a_way_and_is_not_ready) {
+    look({"<-- backhaul_monitor start -->", change("ath0", 0, 3), change("ath0", 3, 16)});
+    node.stations = {{"ath0"}, {"ath1", true, true, false, true}};
+    const auto limit = static_cast<int>(liveness_seconds(2));
+    pass(limit + 1);
+    EXPECT_EQ(taken(), Texts{});
+    pass(1);
+    EXPECT_EQ(taken(), (Texts{"liveness: not ready " + std::to_string(limit) +
+                              " s after the last trouble, while it hears a way to the root"}));
+}
+
+TEST_F(Rules, liveness_begins_anew_with_every_trouble_and_every_silence) {
+    look({"<-- backhaul_monitor start -->"});
+    node.stations = {{"ath0", true, true, false, true}};
+    const auto limit = static_cast<int>(liveness_seconds(1));
+    pass(limit);
+    node.troubled_at = time + 1;
+    pass(limit);
+    node.stations[0].hears_root = false;
+    pass(1);
+    node.stations[0].hears_root = true;
+    pass(limit);
+    EXPECT_EQ(taken(), Texts{});
+}
+
+TEST_F(Rules, liveness_knows_a_parked_station_only_when_no_other_hears_a_way) {
+    begin_ready();
+    node.status_text = "not ready\n";
+    node.service_aps_up.clear();
+    node.uplinks.clear();
+    look({change("ath0", 7, 6)});
+    node.stations = {{"ath0", true, true, false, false}, {"ath1"}};
+    pass(static_cast<int>(liveness_seconds(2)) + 2);
+    const Texts texts = taken();
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_TRUE(texts[0].ends_with("(the only station that hears a way to the root is parked)"));
+    node.troubled_at = time;
+    node.stations[1] = {"ath1", true, true, false, true};
+    look();
+    pass(static_cast<int>(liveness_seconds(2)) + 2);
+    ASSERT_EQ(all.size(), 2U);
+    EXPECT_EQ(all[1].known, "");
+}
+
+TEST_F(Rules, liveness_tells_a_station_that_connects_and_does_not_search) {
+    begin_ready();
+    node.status_text = "not ready\n";
+    node.service_aps_up.clear();
+    node.uplinks.clear();
+    look({event("ath0", 2), change("ath0", 7, 3)});
+    node.stations = {{"ath0", true, true, false, true}};
+    pass(61);
+    EXPECT_EQ(taken(), Texts{});
+    pass(1);
+    EXPECT_EQ(taken(), (Texts{"liveness: ath0 connects, hears a way to the root and joins nobody "
+                              "for 60 s"}));
+}
+
+TEST_F(Rules, believe_a_cause_only_as_often_as_its_budget_allows) {
+    begin_ready();
+    const int budget = cause_row(Cause::status_emptied).budget;
+    const int hour = 3600 / (budget + 1);
+    ASSERT_GT(hour, 2);
+    for (int round = 0; round <= budget; ++round) {
+        NodeObservation one = node;
+        one.name = "n" + std::to_string(round);
+        one.log.clear();
+        one.status_text = "";
+        time += 1;
+        const std::vector<Violation> violations = rules_check(&memory, {time, {one}});
+        ASSERT_EQ(violations.size(), 1U);
+        EXPECT_EQ(violations[0].known.empty(), round == budget) << round;
+    }
+    const std::vector<CauseCount> counts = causes_count(memory.causes);
+    ASSERT_EQ(counts.size(), 1U);
+    EXPECT_EQ(counts[0].row->name, "status-emptied");
+    EXPECT_EQ(counts[0].times, budget + 1);
+    EXPECT_EQ(counts[0].most, budget + 1);
+}
+
+TEST(Causes, count_breaches_that_follow_one_another_as_one_time) {
+    CauseHistories histories;
+    for (std::int64_t time = 0; time < 1000; time += 120) {
+        cause_note(&histories, Cause::unplaced, "e1", time);
+    }
+    cause_note(&histories, Cause::unplaced, "e1", 2000);
+    cause_note(&histories, Cause::unplaced, "e2", 2000);
+    cause_note(&histories, Cause::unplaced, "e1", 9000);
+    const std::vector<CauseCount> counts = causes_count(histories);
+    ASSERT_EQ(counts.size(), 1U);
+    EXPECT_EQ(counts[0].times, 4);
+    EXPECT_EQ(counts[0].most, 3);
+}
+
 TEST_F(Rules, begin_anew_with_a_reboot) {
     begin_ready();
     node.powered = false;
@@ -423,7 +613,7 @@ TEST_F(Rules, are_counted_by_name_with_known_breaches_apart) {
     node.status_text = "";
     pass(1);
     const std::vector<RuleCount> counts = rules_count(all);
-    ASSERT_EQ(counts.size(), 10U);
+    ASSERT_EQ(counts.size(), 13U);
     EXPECT_EQ(counts[0].rule, "status-text");
     EXPECT_EQ(counts[0].unknown, 1);
     EXPECT_EQ(counts[0].known, 1);

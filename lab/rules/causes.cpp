@@ -1,0 +1,98 @@
+#include "lab/rules/causes.h"
+
+#include <algorithm>
+#include <array>
+
+namespace lab {
+namespace {
+
+constexpr std::int64_t HOUR = 3600;
+constexpr std::int64_t ONE_TIME = 120;  // breaches that are no farther apart have come together
+
+// Budgets are generous: a sound daemon keeps well below them in an hour of random trouble.
+constexpr std::array CAUSES = {
+    CauseRow{Cause::status_emptied, "status-emptied", "the file is emptied before it is written",
+             30},
+    CauseRow{Cause::supplicant_fails, "supplicant-fails",
+             "turning a station on repeats without limit while the supplicant fails", 20},
+    CauseRow{Cause::supplicant_died, "supplicant-died",
+             "a supplicant that died is started again with the next station that is turned on", 12},
+    CauseRow{Cause::unplaced, "unplaced-association",
+             "an association that fits no case is logged, left as it is and stays counted", 12},
+    CauseRow{Cause::left_over, "left-over-station",
+             "a new worker starts one station and leaves the others as they are", 12},
+    CauseRow{Cause::loss_in_switch, "loss-in-switch",
+             "a loss during a switch is ignored until the switch times out", 12},
+    CauseRow{Cause::switch_status, "switch-status",
+             "status file and state are not tied to each other during a switch", 60},
+    CauseRow{Cause::wire_lost_status, "wire-lost-status",
+             "the recovery from a lost wire does not write the status file", 20},
+    CauseRow{Cause::agent_waits, "agent-waits",
+             "the 15 seconds start again while the agent reports no success", 30},
+    CauseRow{Cause::wired_asks, "wired-asks",
+             "the wired backhaul asks the agent at every tick until it reports success", 20},
+    CauseRow{Cause::timeout_cleared, "timeout-cleared",
+             "a reaction cleared the timeout and left the state alone", 12},
+    CauseRow{Cause::no_idle_backup, "no-idle-backup",
+             "without an idle station to take over, a parked one is tried at once", 20},
+    CauseRow{Cause::wire_while_idle, "wire-while-idle",
+             "found while no station was connecting or ready, the wire waits for the next start of "
+             "the preferred station",
+             12},
+    CauseRow{Cause::no_eth_record, "no-eth-record",
+             "an extender without an eth record ends its worker", 12},
+    CauseRow{Cause::met_below, "met-below-each-other",
+             "extenders that lost the root met and stay ready below each other", 4},
+    CauseRow{Cause::cable_to_nowhere, "cable-to-nowhere",
+             "a cable is taken as the backhaul wherever it leads", 12},
+    CauseRow{Cause::parked_hears, "parked-station-hears",
+             "the only station that hears a way to the root is parked", 6},
+};
+
+constexpr bool every_cause_is_at_its_place() {
+    for (std::size_t at = 0; at < CAUSES.size(); ++at) {
+        if (static_cast<std::size_t>(CAUSES[at].cause) != at + 1) {
+            return false;
+        }
+    }
+    return CAUSES.size() == static_cast<std::size_t>(Cause::parked_hears);
+}
+static_assert(every_cause_is_at_its_place());
+
+}  // namespace
+
+std::span<const CauseRow> cause_table() {
+    return CAUSES;
+}
+
+const CauseRow& cause_row(Cause cause) {
+    return CAUSES[static_cast<std::size_t>(cause) - 1];
+}
+
+bool cause_note(CauseHistories* histories, Cause cause, const std::string& node,
+                std::int64_t time) {
+    CauseHistory& history = (*histories)[cause];
+    const auto [last, is_first] = history.last.try_emplace(node, time);
+    if (is_first || time - last->second > ONE_TIME) {
+        history.times.push_back(time);
+    }
+    last->second = time;
+    const auto within = std::ranges::count_if(
+        history.times, [time](std::int64_t one) { return time - one < HOUR; });
+    return within <= cause_row(cause).budget;
+}
+
+std::vector<CauseCount> causes_count(const CauseHistories& histories) {
+    std::vector<CauseCount> counts;
+    for (const auto& [cause, history] : histories) {
+        CauseCount count{&cause_row(cause), static_cast<int>(history.times.size())};
+        for (auto from = history.times.begin(); from != history.times.end(); ++from) {
+            const auto to = std::lower_bound(from, history.times.end(), *from + HOUR);
+            count.most = std::max(count.most, static_cast<int>(to - from));
+        }
+        counts.push_back(count);
+    }
+    return counts;
+}
+
+}  // namespace lab
