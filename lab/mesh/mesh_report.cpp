@@ -15,6 +15,9 @@
 namespace lab {
 namespace {
 
+// Of a status; all of them are told as a stream, and at the end of a run.
+constexpr std::size_t NEWEST_EVENTS = 100;
+
 std::string file_word(const MeshNode& node, const std::string& path) {
     std::string text;
     file_read(node.node().at(path), &text);
@@ -54,8 +57,15 @@ void outages_fill(const Mesh& mesh, NodeStatus* status) {
     status->outages = summary.count;
     status->outage_all = summary.total;
     const auto found = mesh.outages().nodes.find(status->name);
-    if (summary.is_out && found != mesh.outages().nodes.end()) {
+    if (found == mesh.outages().nodes.end()) {
+        return;
+    }
+    if (summary.is_out) {
         status->outage = outage_seconds(found->second.outages.back(), now);
+    }
+    for (const Outage& outage : found->second.outages) {
+        status->outage_list.push_back(
+            {outage.from - mesh.started(), outage.to < 0 ? -1 : outage.to - mesh.started()});
     }
 }
 
@@ -163,10 +173,20 @@ MeshStatus mesh_status(const Mesh& mesh, const Player* player) {
             status.last_violation = violation_text(violation);
         }
     }
+    const std::size_t count = mesh.events().size();
+    for (std::size_t at = count > NEWEST_EVENTS ? count - NEWEST_EVENTS : 0; at < count; ++at) {
+        status.events.push_back(status_event(mesh.events()[at]));
+    }
     for (int index = 0; index < mesh.node_count(); ++index) {
         status.nodes.push_back(node_status(mesh, index));
     }
     return status;
+}
+
+StatusEvent status_event(const MeshEvent& event) {
+    const bool broken = event.text.starts_with("rule ");
+    return {event.is_verb ? "verb" : broken ? "violation" : "change", event.time, event.node,
+            event.text};
 }
 
 std::string events_text(const Mesh& mesh) {

@@ -8,6 +8,88 @@
 namespace lab {
 namespace {
 
+// Every field by its name in JSON, once for both directions. `Status` is const for writing.
+template <typename Status, typename Visit>
+void link_fields(Status& link, const Visit& visit) {
+    visit("interface", link.interface);
+    visit("state", link.state);
+    visit("state_name", link.state_name);
+    visit("seconds", link.seconds);
+    visit("losses", link.losses);
+    visit("parked", link.parked);
+    visit("carries", link.carries);
+}
+
+template <typename Status, typename Visit>
+void node_fields(Status& node, const Visit& visit) {
+    visit("name", node.name);
+    visit("power", node.power);
+    visit("role", node.role);
+    visit("is_root", node.is_root);
+    visit("status", node.status_text);
+    visit("uplink", node.uplink);
+    visit("parent", node.parent);
+    visit("hops", node.hops);
+    visit("links", node.links);
+    visit("service_aps_up", node.service_aps_up);
+    visit("service_aps", node.service_aps);
+    visit("led", node.led);
+    visit("root_address", node.root_address);
+    visit("outage_seconds", node.outage);
+    visit("outages", node.outages);
+    visit("outage_seconds_all", node.outage_all);
+    visit("outage_list", node.outage_list);
+    visit("worker_pid", node.worker_pid);
+    visit("cpu_ms", node.cpu_ms);
+    visit("resident_kb", node.resident_kb);
+    visit("messages_dropped", node.messages_dropped);
+    visit("aps_silenced", node.aps_silenced);
+    visit("has_cable", node.has_cable);
+}
+
+template <typename Event, typename Visit>
+void event_fields(Event& event, const Visit& visit) {
+    visit("kind", event.kind);
+    visit("seconds", event.seconds);
+    visit("node", event.node);
+    visit("text", event.text);
+}
+
+template <typename Status, typename Visit>
+void mesh_fields(Status& mesh, const Visit& visit) {
+    visit("title", mesh.title);
+    visit("seconds", mesh.seconds);
+    visit("seed", mesh.seed);
+    visit("speed", mesh.pace.speed);
+    visit("paused", mesh.pace.paused);
+    visit("hurries", mesh.pace.hurries);
+    visit("stalled", mesh.pace.stalled);
+    visit("steps_done", mesh.steps_done);
+    visit("steps", mesh.steps);
+    visit("failed", mesh.failed);
+    visit("last_failed", mesh.last_failed);
+    visit("violations", mesh.violations);
+    visit("violations_known", mesh.known);
+    visit("last_violation", mesh.last_violation);
+    visit("events", mesh.events);
+    visit("nodes", mesh.nodes);
+}
+
+auto field_writer(Json& json) {
+    return [&json](const char* name, const auto& value) {
+        json[name] = value;
+    };
+}
+
+auto field_reader(const Json& json) {
+    return [&json](const char* name, auto& value) {
+        const auto found = json.find(name);
+        if (found != json.end()) {
+            found->get_to(value);
+        }
+    };
+}
+
 std::string power_text(NodePower power) {
     switch (power) {
         case NodePower::OFF:
@@ -100,50 +182,59 @@ std::vector<TableCell> status_row(const NodeStatus& node) {
             {or_dash(node.root_address)}};
 }
 
-void link_write(const LinkStatus& link, JsonWriter* json) {
-    json->object_begin();
-    json->key("interface").value(link.interface);
-    json->key("state").value(link.state);
-    json->key("state_name").value(link.state_name);
-    json->key("seconds").value(link.seconds);
-    json->key("losses").value(link.losses);
-    json->key("parked").value(link.parked);
-    json->key("carries").value(link.carries);
-    json->object_end();
-}
-
-void node_write(const NodeStatus& node, JsonWriter* json) {
-    json->object_begin();
-    json->key("name").value(node.name);
-    json->key("power").value(power_text(node.power));
-    json->key("role").value(node.role);
-    json->key("is_root").value(node.is_root);
-    json->key("status").value(node.status_text);
-    json->key("uplink").value(node.uplink);
-    json->key("parent").value(node.parent);
-    json->key("hops").value(node.hops);
-    json->key("links").array_begin();
-    for (const LinkStatus& link : node.links) {
-        link_write(link, json);
-    }
-    json->array_end();
-    json->key("service_aps_up").value(node.service_aps_up);
-    json->key("service_aps").value(node.service_aps);
-    json->key("led").value(node.led);
-    json->key("root_address").value(node.root_address);
-    json->key("outage_seconds").value(node.outage);
-    json->key("outages").value(node.outages);
-    json->key("outage_seconds_all").value(node.outage_all);
-    json->key("worker_pid").value(node.worker_pid);
-    json->key("cpu_ms").value(node.cpu_ms);
-    json->key("resident_kb").value(node.resident_kb);
-    json->key("messages_dropped").value(node.messages_dropped);
-    json->key("aps_silenced").value(node.aps_silenced);
-    json->key("has_cable").value(node.has_cable);
-    json->object_end();
-}
-
 }  // namespace
+
+// Found by the library by their names.
+void to_json(Json& json, NodePower power) {
+    json = power_text(power);
+}
+
+void from_json(const Json& json, NodePower& power) {
+    for (const NodePower each : {NodePower::OFF, NodePower::BOOTING, NodePower::ON}) {
+        power = json == power_text(each) ? each : power;
+    }
+}
+
+void to_json(Json& json, const Outage& outage) {
+    json = {{"from", outage.from}, {"to", outage.to}};
+}
+
+void from_json(const Json& json, Outage& outage) {
+    json.at("from").get_to(outage.from);
+    json.at("to").get_to(outage.to);
+}
+
+void to_json(Json& json, const LinkStatus& link) {
+    link_fields(link, field_writer(json));
+}
+
+void from_json(const Json& json, LinkStatus& link) {
+    link_fields(link, field_reader(json));
+}
+
+void to_json(Json& json, const NodeStatus& node) {
+    node_fields(node, field_writer(json));
+}
+
+void from_json(const Json& json, NodeStatus& node) {
+    node_fields(node, field_reader(json));
+}
+
+void to_json(Json& json, const StatusEvent& event) {
+    event_fields(event, field_writer(json));
+}
+
+void from_json(const Json& json, StatusEvent& event) {
+    event_fields(event, field_reader(json));
+}
+
+void to_json(Json& json, const MeshStatus& status) {
+    mesh_fields(status, field_writer(json));
+}
+
+void from_json(const Json& json, MeshStatus& status) {
+    mesh_fields(status, field_reader(json));
+}
 
 const LinkStatus* node_main_link(const NodeStatus& node) {
     // Idle (0), parked (6) and the wire's resting states tell less than what is on its way.
@@ -232,30 +323,18 @@ std::string status_headline(const MeshStatus& status) {
     return line;
 }
 
-void status_write(const MeshStatus& status, JsonWriter* json) {
-    json->object_begin();
-    json->key("title").value(status.title);
-    json->key("seconds").value(status.seconds);
-    json->key("seed").value(static_cast<std::int64_t>(status.seed));
-    json->key("steps_done").value(status.steps_done);
-    json->key("steps").value(status.steps);
-    json->key("failed").value(status.failed);
-    json->key("last_failed").value(status.last_failed);
-    json->key("violations").value(status.violations);
-    json->key("violations_known").value(status.known);
-    json->key("last_violation").value(status.last_violation);
-    json->key("nodes").array_begin();
-    for (const NodeStatus& node : status.nodes) {
-        node_write(node, json);
-    }
-    json->array_end();
-    json->object_end();
+Json status_json(const MeshStatus& status) {
+    return status;
 }
 
-std::string status_json(const MeshStatus& status) {
-    JsonWriter json;
-    status_write(status, &json);
-    return json.text();
+bool status_read(const Json& json, MeshStatus& status, std::string& error) {
+    try {
+        json.get_to(status);
+    } catch (const Json::exception& failure) {
+        error = failure.what();
+        return false;
+    }
+    return true;
 }
 
 }  // namespace lab
