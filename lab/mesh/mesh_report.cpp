@@ -185,8 +185,10 @@ MeshStatus mesh_status(const Mesh& mesh, const Player* player) {
 
 StatusEvent status_event(const MeshEvent& event) {
     const bool broken = event.text.starts_with("rule ");
-    return {event.is_verb ? "verb" : broken ? "violation" : "change", event.time, event.node,
-            event.text};
+    return {event.is_verb ? "verb"
+            : broken      ? "violation"
+                          : "change",
+            event.time, event.node, event.text};
 }
 
 std::string events_text(const Mesh& mesh) {

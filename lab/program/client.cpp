@@ -27,7 +27,8 @@ std::size_t answer_take(char* data, std::size_t size, std::size_t count, void* p
 Answer answer_read(long status, const std::string& text) {
     Json body = Json::parse(text, nullptr, false);
     if (!body.is_object() || body.value("version", 0) != JSON_VERSION) {
-        return answer_say(HttpStatus::none, "the mesh was started by another version of this program");
+        return answer_say(HttpStatus::none,
+                          "the mesh was started by another version of this program");
     }
     body.erase("version");
     return {static_cast<HttpStatus>(status), std::move(body)};

@@ -68,8 +68,8 @@ void log_print(const Arguments& arguments, const Json& lines) {
             json_print(line);
         } else {
             const std::string text = dated(line.value("time", 0), line.value("text", ""));
-            printf("%s\n", to_terminal ? line_clipped(text, std::string::npos).c_str()
-                                       : text.c_str());
+            printf("%s\n",
+                   to_terminal ? line_clipped(text, std::string::npos).c_str() : text.c_str());
         }
     }
     fflush(stdout);
@@ -79,9 +79,8 @@ void log_print(const Arguments& arguments, const Json& lines) {
 
 int status_command(const Arguments& arguments) {
     MeshClient client(socket_of(arguments));
-    const Answer answer = arguments.words.empty()
-                              ? client.ask(ApiAction::status)
-                              : client.ask(ApiAction::node, arguments.words[0]);
+    const Answer answer = arguments.words.empty() ? client.ask(ApiAction::status)
+                                                  : client.ask(ApiAction::node, arguments.words[0]);
     MeshStatus status;
     std::string error;
     if (answer.status != HttpStatus::good || arguments.json) {
@@ -139,10 +138,9 @@ int speed_command(const Arguments& arguments) {
     const std::string& word = arguments.words[0];
     const bool is_pause = word == "pause" || word == "resume";
     MeshClient client(socket_of(arguments));
-    return answer_report(arguments,
-                         client.ask(ApiAction::speed, "", "",
-                                    is_pause ? Json{{"paused", word == "pause"}}
-                                             : Json{{"speed", word}}));
+    return answer_report(arguments, client.ask(ApiAction::speed, "", "",
+                                               is_pause ? Json{{"paused", word == "pause"}}
+                                                        : Json{{"speed", word}}));
 }
 
 int down_command(const Arguments& arguments) {

@@ -199,7 +199,8 @@ std::string unexpected_text(const CLI::App& app, const CommandRow* row) {
 }  // namespace
 
 std::unique_ptr<CLI::App> command_line(Arguments& arguments) {
-    auto app = std::make_unique<CLI::App>("Tries a whole Wi-Fi mesh on one machine.", "backhaul_lab");
+    auto app =
+        std::make_unique<CLI::App>("Tries a whole Wi-Fi mesh on one machine.", "backhaul_lab");
     app->formatter(std::make_shared<CommandFormatter>());
     app->footer(
         "`backhaul_lab COMMAND --help` tells more. Exit codes: 0 all good, 1 an expectation failed "
@@ -208,7 +209,8 @@ std::unique_ptr<CLI::App> command_line(Arguments& arguments) {
         CLI::App* command = app->add_subcommand(std::string(row.name), std::string(row.help));
         command->footer("");
         if (row.most > 0) {
-            command->add_option("words", arguments.words)->expected(0, CLI::detail::expected_max_vector_size);
+            command->add_option("words", arguments.words)
+                ->expected(0, CLI::detail::expected_max_vector_size);
         }
         options_visit(row, [&](const OptionRow& option) { option.add(*command, arguments); });
     }

@@ -18,9 +18,9 @@ namespace lab {
 
 struct CommandRow {
     std::string_view name;
-    std::string_view usage;    // "log NODE"; several forms with " | " between
-    std::string_view help;     // one sentence
-    std::size_t least;         // number of words besides options
+    std::string_view usage;  // "log NODE"; several forms with " | " between
+    std::string_view help;   // one sentence
+    std::size_t least;       // number of words besides options
     std::size_t most;
     std::string_view options;  // names of those that it knows, one blank between
 };
@@ -63,8 +63,8 @@ inline constexpr std::array COMMANDS = {
 // The reader of all commands, which puts what it reads into `arguments`.
 std::unique_ptr<CLI::App> command_line(Arguments& arguments);
 
-// Reads the words behind the program's name and returns the command, never `help`. Null when there is nothing to
-// run: with `help` when that was asked for, else with one sentence in `error`.
+// Reads the words behind the program's name and returns the command, never `help`. Null when there
+// is nothing to run: with `help` when that was asked for, else with one sentence in `error`.
 const CommandRow* command_read(std::vector<std::string> words, Arguments& arguments,
                                std::string& help, std::string& error);
 

@@ -25,8 +25,8 @@ Json status_of(Control& control) {
 Outcome node_request(Control& control, const std::string& name) {
     Json status = status_of(control);
     Json& nodes = status["nodes"];
-    const auto found = std::ranges::find_if(
-        nodes, [&name](const Json& node) { return node["name"] == name; });
+    const auto found =
+        std::ranges::find_if(nodes, [&name](const Json& node) { return node["name"] == name; });
     nodes = found == nodes.end() ? Json::array() : Json::array({*found});
     return {false, {HttpStatus::good, status}};
 }

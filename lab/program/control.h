@@ -100,10 +100,10 @@ struct Control {
 // A request that was looked up in the table.
 struct ApiCall {
     ApiAction action = ApiAction::api;
-    std::string node;         // of the path
-    Json body;                // an object, empty when nothing was sent
-    std::int64_t from = -1;   // -1: not said
-    std::int64_t last = -1;   // -1: not said
+    std::string node = {};   // of the path
+    Json body = {};          // an object, empty when nothing was sent
+    std::int64_t from = -1;  // -1: not said
+    std::int64_t last = -1;  // -1: not said
 };
 
 // What came of a request.

@@ -48,8 +48,7 @@ int main(int argc, char** argv) {
     lab::Arguments arguments;
     std::string help;
     std::string error;
-    const lab::CommandRow* row =
-        lab::command_read({argv + 1, argv + argc}, arguments, help, error);
+    const lab::CommandRow* row = lab::command_read({argv + 1, argv + argc}, arguments, help, error);
     if (row != nullptr) {
         return FUNCTIONS[static_cast<std::size_t>(row - lab::COMMANDS.data())].run(arguments);
     }

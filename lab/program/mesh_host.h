@@ -38,7 +38,7 @@ private:
     std::unique_ptr<Mesh> mesh_;
     Player player_;
     bool plays_ = true;
-    std::vector<StatusEvent> events_;                // steps that nobody was told of yet
+    std::vector<StatusEvent> events_;  // steps that nobody was told of yet
     std::size_t steps_told_ = 0;
     std::size_t events_told_ = 0;                    // of the mesh
     std::map<std::string, std::uint64_t> log_read_;  // number of the next line, by node

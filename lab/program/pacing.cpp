@@ -11,8 +11,8 @@ namespace {
 constexpr std::int64_t REAL_SECOND = 1000;
 constexpr double HIGHEST = 1000;
 constexpr double LOWEST = 1 / HIGHEST;
-constexpr std::array STEPS = {0.5, 1.0, 2.0, 5.0, 10.0, 20.0, 50.0, 100.0, 200.0, 500.0, HIGHEST,
-                              SPEED_FASTEST};
+constexpr std::array STEPS = {0.5,  1.0,   2.0,   5.0,   10.0,    20.0,
+                              50.0, 100.0, 200.0, 500.0, HIGHEST, SPEED_FASTEST};
 
 bool hurries(const Pace& pace) {
     return pace.speed == SPEED_AUTO && (pace.request_waits || (pace.steps_wait && !pace.paused));

@@ -158,10 +158,8 @@ Json violations_json(const Run& run) {
 Json outages_json(const Run& run) {
     const OutageSummary all =
         outage_summary_of_all(run.mesh->outages(), run.mesh->observation().time);
-    return {{"count", all.count},
-            {"seconds", all.total},
-            {"worst", all.worst},
-            {"median", all.median}};
+    return {
+        {"count", all.count}, {"seconds", all.total}, {"worst", all.worst}, {"median", all.median}};
 }
 
 int switches_of(const Mesh& mesh) {

@@ -61,8 +61,8 @@ ssize_t stream_read(void* request, std::uint64_t /*position*/, char* block, std:
 }
 
 MHD_Result stream_begin(ServerRequest& request) {
-    MHD_Response* response = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, BLOCK,
-                                                               stream_read, &request, nullptr);
+    MHD_Response* response =
+        MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, BLOCK, stream_read, &request, nullptr);
     MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, "application/x-ndjson");
     const MHD_Result queued = MHD_queue_response(request.connection, MHD_HTTP_OK, response);
     MHD_destroy_response(response);
@@ -132,9 +132,8 @@ std::unique_ptr<Server> Server::make(Control& control, int listener, std::string
         MHD_OPTION_CONNECTION_TIMEOUT, LONGEST_SILENCE, MHD_OPTION_NOTIFY_COMPLETED, on_completed,
         server.get(), MHD_OPTION_END);
     const MHD_DaemonInfo* info =
-        server->daemon_ == nullptr
-            ? nullptr
-            : MHD_get_daemon_info(server->daemon_, MHD_DAEMON_INFO_EPOLL_FD);
+        server->daemon_ == nullptr ? nullptr
+                                   : MHD_get_daemon_info(server->daemon_, MHD_DAEMON_INFO_EPOLL_FD);
     if (info == nullptr) {
         error = std::string("the socket cannot be served: ") + strerror(errno);
         return nullptr;

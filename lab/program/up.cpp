@@ -90,8 +90,8 @@ bool hold(const UpPlan& plan, std::string& error) {
         printf("down after %s\n", duration_text(control.mesh.status().seconds).c_str());
         end();
     };
-    const std::unique_ptr<Server> server =
-        socket_take_over(plan.listener, error) ? Server::make(control, plan.listener, error)
+    const std::unique_ptr<Server> server = socket_take_over(plan.listener, error)
+                                               ? Server::make(control, plan.listener, error)
                                                : nullptr;
     if (server == nullptr) {
         return false;
@@ -152,8 +152,7 @@ void up_report(const Arguments& arguments, const UpPlan& plan) {
     printf(
         "the mesh is up; no node is ready yet: it forms now, which `%s do wait-until all status "
         "ready%s` waits for\nor try `%s status%s`, `%s watch%s`, `%s down%s`\n",
-        called, where.c_str(), called, where.c_str(), called, where.c_str(), called,
-        where.c_str());
+        called, where.c_str(), called, where.c_str(), called, where.c_str(), called, where.c_str());
 }
 
 }  // namespace

@@ -50,8 +50,9 @@ std::string watch_keys_line();
 std::string watch_draw(const WatchView& view, std::size_t rows, std::size_t columns,
                        bool in_colour);
 
-// At most that many columns of a line; where something was cut off, the last is ">". Sequences that set colours stay, and are ended when
-// something was cut off; all other control characters and broken characters become "?".
+// At most that many columns of a line; where something was cut off, the last is ">". Sequences that
+// set colours stay, and are ended when something was cut off; all other control characters and
+// broken characters become "?".
 std::string line_clipped(std::string_view line, std::size_t columns);
 
 }  // namespace lab

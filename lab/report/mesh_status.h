@@ -53,9 +53,9 @@ struct NodeStatus {
     int worker_pid = 0;            // 0: there is none
     std::int64_t cpu_ms = 0;       // processor time of its processes
     std::int64_t resident_kb = 0;  // memory of the worker
-    bool messages_dropped = false;  // by the verb drop-messages
-    bool aps_silenced = false;      // by the verb ap-off: at least one
-    bool has_cable = false;         // one is plugged in as its uplink
+    bool messages_dropped = false;    // by the verb drop-messages
+    bool aps_silenced = false;        // by the verb ap-off: at least one
+    bool has_cable = false;           // one is plugged in as its uplink
     std::vector<Outage> outage_list;  // seconds of the mesh since its start
 };
 
@@ -69,7 +69,7 @@ struct StatusEvent {
 
 // How the time of a mesh in the background passes.
 struct PaceStatus {
-    std::string speed;     // as lab/program/pacing.h says it; empty: not in the background
+    std::string speed;  // as lab/program/pacing.h says it; empty: not in the background
     bool paused = false;
     bool hurries = false;  // a step or somebody waits
     std::string stalled;   // why no time passes; empty: it does

@@ -54,8 +54,7 @@ TEST_F(ControlTest, tells_that_a_verb_failed) {
 TEST_F(ControlTest, refuses_a_verb_for_a_node_that_is_not_there) {
     const Outcome outcome = step({"deauth", "e2"});
     EXPECT_EQ(outcome.answer.status, HttpStatus::bad_request);
-    EXPECT_EQ(answer_text(outcome.answer),
-              "`e2` is no node of this mesh (did you mean `e1`?)");
+    EXPECT_EQ(answer_text(outcome.answer), "`e2` is no node of this mesh (did you mean `e1`?)");
     EXPECT_TRUE(fake_.verbs.empty());
 }
 
