@@ -26,11 +26,11 @@ bool scenario_load(const std::string& path, Scenario* scenario) {
 
 Colour colour_of(const MeshEvent& event) {
     const std::string& text = event.text;
-    return event.is_verb                                  ? Colour::BOLD
-           : text == "not ready" || text == "uplink none" ? Colour::RED
-           : text == "ready"                              ? Colour::GREEN
-           : text.starts_with("rule ")                    ? Colour::YELLOW
-                                                          : Colour::NONE;
+    return event.is_verb                                  ? Colour::bold
+           : text == "not ready" || text == "uplink none" ? Colour::red
+           : text == "ready"                              ? Colour::green
+           : text.starts_with("rule ")                    ? Colour::yellow
+                                                          : Colour::none;
 }
 
 class Telling {
@@ -63,9 +63,9 @@ private:
         }
         const std::string what = condition_print(step.condition);
         line(played.time, "", (played.good ? "seen      " : "NOT SEEN  ") + what,
-             played.good ? Colour::GREY : Colour::RED);
+             played.good ? Colour::grey : Colour::red);
         if (!played.good) {
-            line(played.time, "", "          " + played.text, Colour::RED);
+            line(played.time, "", "          " + played.text, Colour::red);
         }
     }
 
@@ -91,11 +91,11 @@ int play(Mesh& mesh, Player& player, bool in_colour, std::string& error) {
 
 void tables_print(const Mesh& mesh, const Player& player, bool in_colour) {
     const MeshStatus status = mesh_status(mesh, &player);
-    printf("\n%s\n", coloured("The mesh at the end", Colour::BOLD, in_colour).c_str());
+    printf("\n%s\n", coloured("The mesh at the end", Colour::bold, in_colour).c_str());
     printf("%s", table_text(status_table(status), in_colour).c_str());
-    printf("\n%s\n", coloured("What happened", Colour::BOLD, in_colour).c_str());
+    printf("\n%s\n", coloured("What happened", Colour::bold, in_colour).c_str());
     printf("%s", table_text(happened_table(mesh), in_colour).c_str());
-    printf("\n%s\n", coloured("Outages", Colour::BOLD, in_colour).c_str());
+    printf("\n%s\n", coloured("Outages", Colour::bold, in_colour).c_str());
     printf("%s", table_text(outages_table(mesh), in_colour).c_str());
 }
 
@@ -107,7 +107,7 @@ int act_mesh(const MeshOptions& options, const std::string& scenario_file, bool 
     if (!scenario_load(scenario_file, &scenario)) {
         return 1;
     }
-    printf("\n%s\n", coloured("A whole mesh: " + scenario.title, Colour::BOLD, in_colour).c_str());
+    printf("\n%s\n", coloured("A whole mesh: " + scenario.title, Colour::bold, in_colour).c_str());
     const std::unique_ptr<Mesh> mesh = Mesh::make(scenario, options, error);
     if (mesh == nullptr) {
         printf("cannot make the mesh: %s\n", error.c_str());
@@ -119,7 +119,7 @@ int act_mesh(const MeshOptions& options, const std::string& scenario_file, bool 
     const MeshStatus status = mesh_status(*mesh, &player);
     const bool good = played && status.violations == 0;
     printf("\n%s: %s of the mesh's time, %d rules held, %d known breaches\n",
-           coloured(good ? "as expected" : "NOT as expected", good ? Colour::GREEN : Colour::RED,
+           coloured(good ? "as expected" : "NOT as expected", good ? Colour::green : Colour::red,
                     in_colour)
                .c_str(),
            duration_text(mesh->passed()).c_str(), static_cast<int>(RULE_NAMES.size()),

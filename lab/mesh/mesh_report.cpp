@@ -108,9 +108,9 @@ void air_fill(const Mesh& mesh, int index, NodeStatus* status) {
         status->service_aps += ap.is_backhaul ? 0 : 1;
         status->service_aps_up += !ap.is_backhaul && ap.on_air ? 1 : 0;
     }
-    status->power = mesh.node(index).has_power()    ? NodePower::ON
-                    : in_air.boots_at != AT_NO_TIME ? NodePower::BOOTING
-                                                    : NodePower::OFF;
+    status->power = mesh.node(index).has_power()    ? NodePower::on
+                    : in_air.boots_at != AT_NO_TIME ? NodePower::booting
+                                                    : NodePower::off;
 }
 
 NodeStatus node_status(const Mesh& mesh, int index) {
@@ -119,7 +119,7 @@ NodeStatus node_status(const Mesh& mesh, int index) {
     status.name = node.plan().name;
     air_fill(mesh, index, &status);
     outages_fill(mesh, &status);
-    if (status.power != NodePower::ON) {
+    if (status.power != NodePower::on) {
         return status;
     }
     const std::vector<std::string> uplinks = mesh.uplinks(index);
@@ -210,16 +210,16 @@ std::string violations_text(const Mesh& mesh) {
 
 Table events_table(const Mesh& mesh) {
     Table table;
-    table.columns = {{"TIME", Align::RIGHT}, {"NODE"}, {"WHAT HAPPENED"}};
+    table.columns = {{"TIME", Align::right}, {"NODE"}, {"WHAT HAPPENED"}};
     for (const MeshEvent& event : mesh.events()) {
         const bool broken = event.text.starts_with("rule ");
         table.rows.push_back({{duration_text(event.time)},
                               {event.node},
-                              {event.text, broken                        ? Colour::YELLOW
-                                           : event.text == "ready"       ? Colour::GREEN
-                                           : event.text == "not ready"   ? Colour::RED
-                                           : event.text == "uplink none" ? Colour::RED
-                                                                         : Colour::NONE}});
+                              {event.text, broken                        ? Colour::yellow
+                                           : event.text == "ready"       ? Colour::green
+                                           : event.text == "not ready"   ? Colour::red
+                                           : event.text == "uplink none" ? Colour::red
+                                                                         : Colour::none}});
     }
     return table;
 }
@@ -227,10 +227,10 @@ Table events_table(const Mesh& mesh) {
 Table outages_table(const Mesh& mesh) {
     Table table;
     table.columns = {{"NODE"},
-                     {"READY AFTER", Align::RIGHT},
-                     {"OUTAGES", Align::RIGHT},
-                     {"LONGEST", Align::RIGHT},
-                     {"ALL", Align::RIGHT},
+                     {"READY AFTER", Align::right},
+                     {"OUTAGES", Align::right},
+                     {"LONGEST", Align::right},
+                     {"ALL", Align::right},
                      {"EACH"}};
     const std::int64_t now = mesh.observation().time;
     for (const auto& [name, node] : mesh.outages().nodes) {
@@ -243,11 +243,11 @@ Table outages_table(const Mesh& mesh) {
         table.rows.push_back(
             {{name},
              {node.first_ready < 0 ? "never" : duration_text(node.first_ready - mesh.started()),
-              node.first_ready < 0 ? Colour::RED : Colour::NONE},
+              node.first_ready < 0 ? Colour::red : Colour::none},
              {std::to_string(summary.count)},
              {duration_text(summary.worst)},
              {duration_text(summary.total)},
-             {each, summary.is_out ? Colour::RED : Colour::NONE}});
+             {each, summary.is_out ? Colour::red : Colour::none}});
     }
     return table;
 }

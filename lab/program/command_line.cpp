@@ -14,114 +14,62 @@ constexpr int MOST_LINES = 1000000;
 constexpr int MOST_CHAOS_NODES = 200;
 constexpr int MOST_CHAOS_HOURS = 10000;
 constexpr int MOST_MINUTES = 10000;
-struct OptionRow {
-    std::string_view name;
-    void (*add)(CLI::App& command, Arguments& arguments);
-};
-
-constexpr std::array OPTIONS = {
-    OptionRow{"--json",
-              [](CLI::App& command, Arguments& arguments) {
-                  command.add_flag("--json", arguments.json,
-                                   "One JSON object instead of tables, and of errors");
-              }},
-    OptionRow{"--speed",
-              [](CLI::App& command, Arguments& arguments) {
-                  const auto read = [&arguments](const std::string& word) {
-                      std::string error;
-                      arguments.speed.emplace();
-                      if (!speed_parse(word, *arguments.speed, error)) {
-                          throw CLI::ValidationError("--speed", error);
-                      }
-                  };
-                  command
-                      .add_option_function<std::string>(
-                          "--speed", read,
-                          "Seconds of the mesh in a real one, `fastest`, or `auto`: as fast as it "
-                          "can go while something waits, else 1 (auto)")
-                      ->type_name("N");
-              }},
-    OptionRow{"--seed",
-              [](CLI::App& command, Arguments& arguments) {
-                  command.add_option("--seed", arguments.seed, "Seed of everything random")
-                      ->type_name("N");
-              }},
-    OptionRow{"--socket",
-              [](CLI::App& command, Arguments& arguments) {
-                  command
-                      .add_option("--socket", arguments.socket,
-                                  "Where the mesh listens, when there is more than one")
-                      ->type_name("PATH");
-              }},
-    OptionRow{"-f",
-              [](CLI::App& command, Arguments& arguments) {
-                  command.add_flag("-f", arguments.follow, "Goes on with what is still to come");
-              }},
-    OptionRow{"--lines",
-              [](CLI::App& command, Arguments& arguments) {
-                  command.add_option("--lines", arguments.lines, "Only the last N lines")
-                      ->type_name("N")
-                      ->check(CLI::Range(1, MOST_LINES));
-              }},
-    OptionRow{"-c",
-              [](CLI::App& command, Arguments& arguments) {
-                  command.add_option("-c", arguments.shell, "Runs this one command line")
-                      ->type_name("COMMAND");
-              }},
-    OptionRow{"--evidence",
-              [](CLI::App& command, Arguments& arguments) {
-                  command
-                      .add_option("--evidence", arguments.evidence,
-                                  "Where a failed run leaves its folder")
-                      ->type_name("FOLDER");
-              }},
-    OptionRow{"--nodes",
-              [](CLI::App& command, Arguments& arguments) {
-                  command
-                      .add_option("--nodes", arguments.nodes,
-                                  "Nodes of the mesh, the root among them (8)")
-                      ->type_name("N")
-                      ->check(CLI::Range(2, MOST_CHAOS_NODES));
-              }},
-    OptionRow{"--hours",
-              [](CLI::App& command, Arguments& arguments) {
-                  command.add_option("--hours", arguments.hours, "Hours of the mesh's time (24)")
-                      ->type_name("N")
-                      ->check(CLI::Range(1, MOST_CHAOS_HOURS));
-              }},
-    OptionRow{"--minutes",
-              [](CLI::App& command, Arguments& arguments) {
-                  command
-                      .add_option("--minutes", arguments.minutes,
-                                  "Ends the run after so many real minutes")
-                      ->type_name("N")
-                      ->check(CLI::Range(1, MOST_MINUTES));
-              }},
-    OptionRow{"--no-colour",
-              [](CLI::App& command, Arguments& arguments) {
-                  command.add_flag("--no-colour", arguments.colour_never,
-                                   "No colour, whatever the terminal");
-              }},
-};
-
-/// Calls `visit` with every option of the command; false when one of its names is none.
-template <typename Visit>
-constexpr bool options_visit(const CommandRow& row, const Visit& visit) {
-    for (std::size_t at = 0; at < row.options.size();) {
-        const std::size_t end = std::min(row.options.find(' ', at), row.options.size());
-        const auto* option =
-            std::ranges::find(OPTIONS, row.options.substr(at, end - at), &OptionRow::name);
-        if (option == OPTIONS.end()) {
-            return false;
+void speed_option_add(CLI::App& command, Arguments& arguments) {
+    const auto read = [&arguments](const std::string& word) {
+        std::string error;
+        arguments.speed.emplace();
+        if (!speed_parse(word, *arguments.speed, error)) {
+            throw CLI::ValidationError("--speed", error);
         }
-        visit(*option);
-        at = end + 1;
-    }
-    return true;
+    };
+    command
+        .add_option_function<std::string>("--speed", read,
+                                          "Seconds of the mesh in a real one, `fastest`, or "
+                                          "`auto`: as fast as it can go while something waits, "
+                                          "else 1 (auto)")
+        ->type_name("N");
 }
-static_assert(std::ranges::all_of(COMMANDS, [](const CommandRow& row) {
-    return options_visit(row, [](const OptionRow& /*option*/) {});
-}));
+
+void option_add(CLI::App& command, const std::string& name, Arguments& arguments) {
+    const auto flag = [&](bool& place, const char* help) {
+        command.add_flag(name, place, help);
+    };
+    const auto text = [&](std::string& place, const char* type, const char* help) {
+        command.add_option(name, place, help)->type_name(type);
+    };
+    const auto number = [&](int& place, int least, int most, const char* help) {
+        command.add_option(name, place, help)->type_name("N")->check(CLI::Range(least, most));
+    };
+    if (name == "--json") {
+        flag(arguments.json, "One JSON object instead of tables, and of errors");
+    } else if (name == "--speed") {
+        speed_option_add(command, arguments);
+    } else if (name == "--seed") {
+        command.add_option(name, arguments.seed, "Seed of everything random")->type_name("N");
+    } else if (name == "--socket") {
+        text(arguments.socket, "PATH", "Where the mesh listens, when there is more than one");
+    } else if (name == "-f") {
+        flag(arguments.follow, "Goes on with what is still to come");
+    } else if (name == "--lines") {
+        number(arguments.lines, 1, MOST_LINES, "Only the last N lines");
+    } else if (name == "-c") {
+        text(arguments.shell, "COMMAND", "Runs this one command line");
+    } else if (name == "--evidence") {
+        text(arguments.evidence, "FOLDER", "Where a failed run leaves its folder");
+    } else if (name == "--nodes") {
+        number(arguments.nodes, 2, MOST_CHAOS_NODES, "Nodes of the mesh, the root among them (8)");
+    } else if (name == "--hours") {
+        number(arguments.hours, 1, MOST_CHAOS_HOURS, "Hours of the mesh's time (24)");
+    } else if (name == "--minutes") {
+        number(arguments.minutes, 1, MOST_MINUTES, "Ends the run after so many real minutes");
+    } else if (name == "--no-colour") {
+        flag(arguments.colour_never, "No colour, whatever the terminal");
+    }
+}
+
+std::vector<std::string> options_of(const CommandRow& row) {
+    return CLI::detail::split_up(std::string(row.options));
+}
 
 const CommandRow* command_find(std::string_view name) {
     const auto* row = std::ranges::find(COMMANDS, name, &CommandRow::name);
@@ -192,7 +140,7 @@ std::string unexpected_text(const CLI::App& app, const CommandRow* row) {
     if (!word.starts_with('-')) {
         return "say `" + std::string(row->usage) + "`";
     }
-    options_visit(*row, [&names](const OptionRow& option) { names.emplace_back(option.name); });
+    names = options_of(*row);
     return unknown_word(word, "option of `" + std::string(row->name) + "`", names);
 }
 
@@ -212,7 +160,9 @@ std::unique_ptr<CLI::App> command_line(Arguments& arguments) {
             command->add_option("words", arguments.words)
                 ->expected(0, CLI::detail::expected_max_vector_size);
         }
-        options_visit(row, [&](const OptionRow& option) { option.add(*command, arguments); });
+        for (const std::string& option : options_of(row)) {
+            option_add(*command, option, arguments);
+        }
     }
     return app;
 }

@@ -57,11 +57,11 @@ Json vocabulary_json(const std::vector<Section>& sections) {
 TableCell mark_of(DoctorMark mark) {
     switch (mark) {
         case DoctorMark::GOOD:
-            return {"good", Colour::GREEN};
+            return {"good", Colour::green};
         case DoctorMark::LESS:
-            return {"less", Colour::YELLOW};
+            return {"less", Colour::yellow};
         case DoctorMark::LACKS:
-            return {"lacks", Colour::RED};
+            return {"lacks", Colour::red};
     }
     return {};
 }

@@ -47,7 +47,7 @@ WatchRequest cable_toggle(const WatchView& /*view*/, const NodeStatus& node) {
 }
 
 WatchRequest power_toggle(const WatchView& /*view*/, const NodeStatus& node) {
-    return step({node.power == NodePower::OFF ? "power-on" : "power-off", node.name});
+    return step({node.power == NodePower::off ? "power-on" : "power-off", node.name});
 }
 
 WatchRequest speed_step(const WatchView& view, double (*changed)(double)) {

@@ -76,7 +76,7 @@ std::vector<std::string> selected_lines(const WatchView& view, bool in_colour) {
         return lines;
     }
     const NodeStatus& node = view.status.nodes[view.selected];
-    lines.push_back(coloured(line_clipped(node.name, node.name.size()), Colour::BOLD, in_colour));
+    lines.push_back(coloured(line_clipped(node.name, node.name.size()), Colour::bold, in_colour));
     if (!node.links.empty()) {
         lines_add(&lines, table_text(node_table(node), in_colour));
     }
@@ -152,11 +152,11 @@ std::string watch_draw(const WatchView& view, std::size_t rows, std::size_t colu
     const std::size_t room = rows > fixed + FEWEST_NODE_LINES ? rows - fixed : FEWEST_NODE_LINES;
 
     std::vector<std::string> lines = {
-        coloured(status_headline(view.status), Colour::BOLD, in_colour) + "   " +
+        coloured(status_headline(view.status), Colour::bold, in_colour) + "   " +
         pace_text(view.status.pace)};
     const std::string& trouble =
         view.status.last_violation.empty() ? view.status.last_failed : view.status.last_violation;
-    lines.push_back(trouble.empty() ? "" : coloured(trouble, Colour::RED, in_colour));
+    lines.push_back(trouble.empty() ? "" : coloured(trouble, Colour::red, in_colour));
     for (const std::string& line : node_lines(view, room, in_colour)) {
         lines.push_back(line);
     }
@@ -172,7 +172,7 @@ std::string watch_draw(const WatchView& view, std::size_t rows, std::size_t colu
     }
     lines.resize(upper);
     lines.push_back(view.types ? ":" + view.typed + "_"
-                               : coloured(view.message, Colour::YELLOW, in_colour));
+                               : coloured(view.message, Colour::yellow, in_colour));
     lines.insert(lines.end(), keys.begin(), keys.end());
     lines.resize(std::min(lines.size(), rows));
 

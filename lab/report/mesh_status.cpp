@@ -2,15 +2,20 @@
 
 #include <algorithm>
 #include <array>
+#include <concepts>
+#include <type_traits>
 
 #include "lab/report/outage.h"
 
 namespace lab {
 namespace {
 
-// Every field by its name in JSON, once for both directions. `Status` is const for writing.
-template <typename Status, typename Visit>
-void link_fields(Status& link, const Visit& visit) {
+template <typename Struct, typename Same>
+concept SameBut = std::same_as<std::remove_const_t<Struct>, Same>;
+
+// Every field by its name in JSON, once for both directions: the struct is const for writing.
+template <typename Visit, SameBut<LinkStatus> Status>
+void fields_visit(Status& link, const Visit& visit) {
     visit("interface", link.interface);
     visit("state", link.state);
     visit("state_name", link.state_name);
@@ -20,8 +25,8 @@ void link_fields(Status& link, const Visit& visit) {
     visit("carries", link.carries);
 }
 
-template <typename Status, typename Visit>
-void node_fields(Status& node, const Visit& visit) {
+template <typename Visit, SameBut<NodeStatus> Status>
+void fields_visit(Status& node, const Visit& visit) {
     visit("name", node.name);
     visit("power", node.power);
     visit("role", node.role);
@@ -47,16 +52,22 @@ void node_fields(Status& node, const Visit& visit) {
     visit("has_cable", node.has_cable);
 }
 
-template <typename Event, typename Visit>
-void event_fields(Event& event, const Visit& visit) {
+template <typename Visit, SameBut<Outage> Status>
+void fields_visit(Status& outage, const Visit& visit) {
+    visit("from", outage.from);
+    visit("to", outage.to);
+}
+
+template <typename Visit, SameBut<StatusEvent> Status>
+void fields_visit(Status& event, const Visit& visit) {
     visit("kind", event.kind);
     visit("seconds", event.seconds);
     visit("node", event.node);
     visit("text", event.text);
 }
 
-template <typename Status, typename Visit>
-void mesh_fields(Status& mesh, const Visit& visit) {
+template <typename Visit, SameBut<MeshStatus> Status>
+void fields_visit(Status& mesh, const Visit& visit) {
     visit("title", mesh.title);
     visit("seconds", mesh.seconds);
     visit("seed", mesh.seed);
@@ -75,28 +86,13 @@ void mesh_fields(Status& mesh, const Visit& visit) {
     visit("nodes", mesh.nodes);
 }
 
-auto field_writer(Json& json) {
-    return [&json](const char* name, const auto& value) {
-        json[name] = value;
-    };
-}
-
-auto field_reader(const Json& json) {
-    return [&json](const char* name, auto& value) {
-        const auto found = json.find(name);
-        if (found != json.end()) {
-            found->get_to(value);
-        }
-    };
-}
-
 std::string power_text(NodePower power) {
     switch (power) {
-        case NodePower::OFF:
+        case NodePower::off:
             return "off";
-        case NodePower::BOOTING:
+        case NodePower::booting:
             return "booting";
-        case NodePower::ON:
+        case NodePower::on:
             return "on";
     }
     return "";
@@ -108,39 +104,39 @@ std::string or_dash(const std::string& text) {
 
 /// A root without upstream is "root", whatever else its link table says.
 TableCell role_cell(const NodeStatus& node) {
-    if (node.power != NodePower::ON) {
-        return {power_text(node.power), Colour::GREY};
+    if (node.power != NodePower::on) {
+        return {power_text(node.power), Colour::grey};
     }
-    return {or_dash(node.role), node.is_root ? Colour::BOLD : Colour::NONE};
+    return {or_dash(node.role), node.is_root ? Colour::bold : Colour::none};
 }
 
 Colour status_colour(const NodeStatus& node) {
     if (node.status_text == "ready") {
-        return Colour::GREEN;
+        return Colour::green;
     }
     if (node.status_text == "connected") {
-        return Colour::YELLOW;
+        return Colour::yellow;
     }
-    return node.is_root ? Colour::NONE : Colour::RED;
+    return node.is_root ? Colour::none : Colour::red;
 }
 
 TableCell uplink_cell(const NodeStatus& node) {
     if (node.uplink == "none" || node.uplink.empty()) {
-        return {"none", node.is_root ? Colour::GREY : Colour::RED};
+        return {"none", node.is_root ? Colour::grey : Colour::red};
     }
     return {node.parent.empty() ? node.uplink : node.uplink + " > " + node.parent};
 }
 
 TableCell aps_cell(const NodeStatus& node) {
-    const Colour colour = node.service_aps_up == node.service_aps ? Colour::NONE : Colour::YELLOW;
+    const Colour colour = node.service_aps_up == node.service_aps ? Colour::none : Colour::yellow;
     return {std::to_string(node.service_aps_up) + "/" + std::to_string(node.service_aps), colour};
 }
 
 TableCell outage_cell(const NodeStatus& node) {
     if (node.outage >= 0) {
-        return {duration_text(node.outage), Colour::RED};
+        return {duration_text(node.outage), Colour::red};
     }
-    return {"-", Colour::GREY};
+    return {"-", Colour::grey};
 }
 
 int losses_of(const NodeStatus& node) {
@@ -162,12 +158,12 @@ std::string parked_of(const NodeStatus& node) {
 }
 
 std::vector<TableCell> status_row(const NodeStatus& node) {
-    if (node.power != NodePower::ON) {
-        return {{node.name, Colour::BOLD}, role_cell(node)};
+    if (node.power != NodePower::on) {
+        return {{node.name, Colour::bold}, role_cell(node)};
     }
     const LinkStatus* link = node_main_link(node);
     const std::string parked = parked_of(node);
-    return {{node.name, Colour::BOLD},
+    return {{node.name, Colour::bold},
             role_cell(node),
             {or_dash(node.status_text), status_colour(node)},
             outage_cell(node),
@@ -176,7 +172,7 @@ std::vector<TableCell> status_row(const NodeStatus& node) {
             {link == nullptr ? "-" : link->interface + " " + state_text(*link)},
             {link == nullptr || link->state < 0 ? "-" : duration_text(link->seconds)},
             {std::to_string(losses_of(node))},
-            {or_dash(parked), parked.empty() ? Colour::GREY : Colour::YELLOW},
+            {or_dash(parked), parked.empty() ? Colour::grey : Colour::yellow},
             aps_cell(node),
             {or_dash(node.led)},
             {or_dash(node.root_address)}};
@@ -190,50 +186,30 @@ void to_json(Json& json, NodePower power) {
 }
 
 void from_json(const Json& json, NodePower& power) {
-    for (const NodePower each : {NodePower::OFF, NodePower::BOOTING, NodePower::ON}) {
+    for (const NodePower each : {NodePower::off, NodePower::booting, NodePower::on}) {
         power = json == power_text(each) ? each : power;
     }
 }
 
-void to_json(Json& json, const Outage& outage) {
-    json = {{"from", outage.from}, {"to", outage.to}};
+template <typename Struct>
+requires requires(const Struct& value) {
+    fields_visit(value, [](const char*, const auto&) {});
+}
+void to_json(Json& json, const Struct& value) {
+    fields_visit(value, [&json](const char* name, const auto& field) { json[name] = field; });
 }
 
-void from_json(const Json& json, Outage& outage) {
-    json.at("from").get_to(outage.from);
-    json.at("to").get_to(outage.to);
+template <typename Struct>
+requires requires(Struct& value) {
+    fields_visit(value, [](const char*, auto&) {});
 }
-
-void to_json(Json& json, const LinkStatus& link) {
-    link_fields(link, field_writer(json));
-}
-
-void from_json(const Json& json, LinkStatus& link) {
-    link_fields(link, field_reader(json));
-}
-
-void to_json(Json& json, const NodeStatus& node) {
-    node_fields(node, field_writer(json));
-}
-
-void from_json(const Json& json, NodeStatus& node) {
-    node_fields(node, field_reader(json));
-}
-
-void to_json(Json& json, const StatusEvent& event) {
-    event_fields(event, field_writer(json));
-}
-
-void from_json(const Json& json, StatusEvent& event) {
-    event_fields(event, field_reader(json));
-}
-
-void to_json(Json& json, const MeshStatus& status) {
-    mesh_fields(status, field_writer(json));
-}
-
-void from_json(const Json& json, MeshStatus& status) {
-    mesh_fields(status, field_reader(json));
+void from_json(const Json& json, Struct& value) {
+    fields_visit(value, [&json](const char* name, auto& field) {
+        const auto found = json.find(name);
+        if (found != json.end()) {
+            found->get_to(field);
+        }
+    });
 }
 
 const LinkStatus* node_main_link(const NodeStatus& node) {
@@ -272,14 +248,14 @@ Table status_table(const MeshStatus& status) {
     table.columns = {{"NODE"},
                      {"ROLE"},
                      {"STATUS"},
-                     {"OUT", Align::RIGHT},
+                     {"OUT", Align::right},
                      {"UPLINK"},
-                     {"HOPS", Align::RIGHT},
+                     {"HOPS", Align::right},
                      {"STATE"},
-                     {"FOR", Align::RIGHT},
-                     {"LOSSES", Align::RIGHT},
+                     {"FOR", Align::right},
+                     {"LOSSES", Align::right},
                      {"PARKED"},
-                     {"APS", Align::RIGHT},
+                     {"APS", Align::right},
                      {"LED"},
                      {"ROOT"}};
     for (const NodeStatus& node : status.nodes) {
@@ -290,9 +266,9 @@ Table status_table(const MeshStatus& status) {
 
 Table node_table(const NodeStatus& node) {
     Table table;
-    table.columns = {{"INTERFACE"}, {"STATE"}, {"FOR", Align::RIGHT}, {"LOSSES", Align::RIGHT}, {}};
+    table.columns = {{"INTERFACE"}, {"STATE"}, {"FOR", Align::right}, {"LOSSES", Align::right}, {}};
     for (const LinkStatus& link : node.links) {
-        table.rows.push_back({{link.interface, link.carries ? Colour::GREEN : Colour::NONE},
+        table.rows.push_back({{link.interface, link.carries ? Colour::green : Colour::none},
                               {state_text(link)},
                               {link.state < 0 ? "-" : duration_text(link.seconds)},
                               {std::to_string(link.losses)},

@@ -27,16 +27,12 @@ struct LinkStatus {
 };
 
 // Power of a node.
-enum class NodePower {
-    OFF,
-    BOOTING,
-    ON,
-};
+enum class NodePower { off, booting, on };
 
 struct NodeStatus {
     std::string name;
     bool is_root = false;
-    NodePower power = NodePower::OFF;
+    NodePower power = NodePower::off;
     std::string role;             // "root", "extender"; what its worker runs as
     std::string uplink = "none";  // "ath0", "eth" or "none": over which frames pass
     std::string parent;           // node at the other end; empty: none

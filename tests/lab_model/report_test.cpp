@@ -59,8 +59,8 @@ TEST(Durations, are_told_in_minutes_or_hours) {
 
 Table two_nodes() {
     Table table;
-    table.columns = {{"NODE"}, {"TIME", Align::RIGHT}, {"STATE"}};
-    table.rows = {{"root", "7", ""}, {"extender", "1234", TableCell("ready", Colour::GREEN)}};
+    table.columns = {{"NODE"}, {"TIME", Align::right}, {"STATE"}};
+    table.rows = {{"root", "7", ""}, {"extender", "1234", TableCell("ready", Colour::green)}};
     return table;
 }
 

@@ -149,6 +149,9 @@ TEST(ManPage, names_every_command_and_option) {
     for (const CommandRow& row : COMMANDS) {
         const CLI::App* command = app->get_subcommand(std::string(row.name));
         EXPECT_THAT(page, HasSubstr("backhaul_lab " + std::string(row.name) + "\n"));
+        for (const std::string& name : CLI::detail::split_up(std::string(row.options))) {
+            EXPECT_NE(command->get_option_no_throw(name), nullptr) << row.name << " " << name;
+        }
         for (const CLI::Option* option : command->get_options()) {
             EXPECT_THAT(page, HasSubstr(option->get_positional() ? "" : option->get_name()));
         }

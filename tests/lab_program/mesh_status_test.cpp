@@ -14,7 +14,7 @@ namespace {
 NodeStatus ready_node() {
     NodeStatus node;
     node.name = "e1";
-    node.power = NodePower::ON;
+    node.power = NodePower::on;
     node.role = "extender";
     node.uplink = "ath0";
     node.parent = "root";
@@ -121,7 +121,7 @@ MeshStatus full_status() {
     status.last_failed = "3: expect x - y";
     status.events = {{"verb", 3, "e1", "deauth e1"}};
     NodeStatus node = ready_node();
-    node.power = NodePower::BOOTING;
+    node.power = NodePower::booting;
     node.links.resize(1);
     node.outage = 12;
     node.outages = 2;
@@ -158,7 +158,7 @@ TEST(StatusJson, is_read_as_it_was_written) {
     ASSERT_TRUE(status_read(Json::parse(json_text(status_json(full_status()))), read, error))
         << error;
     EXPECT_EQ(status_json(read), status_json(full_status()));
-    EXPECT_EQ(read.nodes[0].power, NodePower::BOOTING);
+    EXPECT_EQ(read.nodes[0].power, NodePower::booting);
     EXPECT_EQ(read.nodes[0].outage_list[1].to, -1);
 }
 

@@ -11,7 +11,7 @@ WatchView view_of(std::size_t nodes) {
     for (std::size_t number = 0; number < nodes; ++number) {
         NodeStatus node;
         node.name = number == 0 ? "root" : "e" + std::to_string(number);
-        node.power = NodePower::ON;
+        node.power = NodePower::on;
         view.status.nodes.push_back(node);
     }
     return view;
@@ -81,7 +81,7 @@ TEST(WatchKey, turns_aps_cables_and_power_on_and_off) {
     EXPECT_EQ(watch_key(view, 'x').text, "power-off root");
     view.status.nodes[0].aps_silenced = true;
     view.status.nodes[0].has_cable = true;
-    view.status.nodes[0].power = NodePower::OFF;
+    view.status.nodes[0].power = NodePower::off;
     EXPECT_EQ(watch_key(view, 'o').text, "ap-on root");
     EXPECT_EQ(watch_key(view, 'c').text, "cable-out root");
     EXPECT_EQ(watch_key(view, 'x').text, "power-on root");
