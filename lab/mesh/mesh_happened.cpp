@@ -52,7 +52,7 @@ void outage_add(const Mesh& mesh, const std::string& name, const Outage& outage,
     std::vector<TableCell>& row = table->rows.back();
     row.emplace_back(name);
     row.emplace_back(duration_text(outage_seconds(outage, now)) + (outage.to < 0 ? " so far" : ""),
-                     outage.to < 0 ? Colour::RED : Colour::NONE);
+                     outage.to < 0 ? Colour::red : Colour::none);
     row.emplace_back(outage.to < 0 ? "" : uplink_at(mesh, name, outage.to - mesh.started()));
 }
 
@@ -60,10 +60,10 @@ void outage_add(const Mesh& mesh, const std::string& name, const Outage& outage,
 
 Table happened_table(const Mesh& mesh) {
     Table table;
-    table.columns = {{"TIME", Align::RIGHT},
+    table.columns = {{"TIME", Align::right},
                      {"WHAT HAPPENED"},
                      {"NODE"},
-                     {"OUT FOR", Align::RIGHT},
+                     {"OUT FOR", Align::right},
                      {"THEN OVER"}};
     for (const Row& row : rows_of(mesh)) {
         if (row.verb == nullptr && row.outages.empty()) {

@@ -15,6 +15,9 @@
 namespace lab {
 namespace {
 
+// Of a status; all of them are told as a stream, and at the end of a run.
+constexpr std::size_t NEWEST_EVENTS = 100;
+
 std::string file_word(const MeshNode& node, const std::string& path) {
     std::string text;
     file_read(node.node().at(path), &text);
@@ -53,8 +56,15 @@ void outages_fill(const Mesh& mesh, NodeStatus* status) {
     status->outages = summary.count;
     status->outage_all = summary.total;
     const auto found = mesh.outages().nodes.find(status->name);
-    if (summary.is_out && found != mesh.outages().nodes.end()) {
+    if (found == mesh.outages().nodes.end()) {
+        return;
+    }
+    if (summary.is_out) {
         status->outage = outage_seconds(found->second.outages.back(), now);
+    }
+    for (const Outage& outage : found->second.outages) {
+        status->outage_list.push_back(
+            {outage.from - mesh.started(), outage.to < 0 ? -1 : outage.to - mesh.started()});
     }
 }
 
@@ -97,9 +107,9 @@ void air_fill(const Mesh& mesh, int index, NodeStatus* status) {
         status->service_aps += ap.is_backhaul ? 0 : 1;
         status->service_aps_up += !ap.is_backhaul && ap.on_air ? 1 : 0;
     }
-    status->power = mesh.node(index).has_power()    ? NodePower::ON
-                    : in_air.boots_at != AT_NO_TIME ? NodePower::BOOTING
-                                                    : NodePower::OFF;
+    status->power = mesh.node(index).has_power()    ? NodePower::on
+                    : in_air.boots_at != AT_NO_TIME ? NodePower::booting
+                                                    : NodePower::off;
 }
 
 NodeStatus node_status(const Mesh& mesh, int index) {
@@ -108,7 +118,7 @@ NodeStatus node_status(const Mesh& mesh, int index) {
     status.name = node.plan().name;
     air_fill(mesh, index, &status);
     outages_fill(mesh, &status);
-    if (status.power != NodePower::ON) {
+    if (status.power != NodePower::on) {
         return status;
     }
     const std::vector<std::string> uplinks = mesh.uplinks(index);
@@ -162,10 +172,22 @@ MeshStatus mesh_status(const Mesh& mesh, const Player* player) {
             status.last_violation = violation_text(violation);
         }
     }
+    const std::size_t count = mesh.events().size();
+    for (std::size_t at = count > NEWEST_EVENTS ? count - NEWEST_EVENTS : 0; at < count; ++at) {
+        status.events.push_back(status_event(mesh.events()[at]));
+    }
     for (int index = 0; index < mesh.node_count(); ++index) {
         status.nodes.push_back(node_status(mesh, index));
     }
     return status;
+}
+
+StatusEvent status_event(const MeshEvent& event) {
+    const bool broken = event.text.starts_with("rule ");
+    return {event.is_verb ? "verb"
+            : broken      ? "violation"
+                          : "change",
+            event.time, event.node, event.text};
 }
 
 std::string events_text(const Mesh& mesh) {
@@ -197,16 +219,16 @@ std::string causes_text(const Mesh& mesh) {
 
 Table events_table(const Mesh& mesh) {
     Table table;
-    table.columns = {{"TIME", Align::RIGHT}, {"NODE"}, {"WHAT HAPPENED"}};
+    table.columns = {{"TIME", Align::right}, {"NODE"}, {"WHAT HAPPENED"}};
     for (const MeshEvent& event : mesh.events()) {
         const bool broken = event.text.starts_with("rule ");
         table.rows.push_back({{duration_text(event.time)},
                               {event.node},
-                              {event.text, broken                        ? Colour::YELLOW
-                                           : event.text == "ready"       ? Colour::GREEN
-                                           : event.text == "not ready"   ? Colour::RED
-                                           : event.text == "uplink none" ? Colour::RED
-                                                                         : Colour::NONE}});
+                              {event.text, broken                        ? Colour::yellow
+                                           : event.text == "ready"       ? Colour::green
+                                           : event.text == "not ready"   ? Colour::red
+                                           : event.text == "uplink none" ? Colour::red
+                                                                         : Colour::none}});
     }
     return table;
 }
@@ -214,10 +236,10 @@ Table events_table(const Mesh& mesh) {
 Table outages_table(const Mesh& mesh) {
     Table table;
     table.columns = {{"NODE"},
-                     {"READY AFTER", Align::RIGHT},
-                     {"OUTAGES", Align::RIGHT},
-                     {"LONGEST", Align::RIGHT},
-                     {"ALL", Align::RIGHT},
+                     {"READY AFTER", Align::right},
+                     {"OUTAGES", Align::right},
+                     {"LONGEST", Align::right},
+                     {"ALL", Align::right},
                      {"EACH"}};
     const std::int64_t now = mesh.observation().time;
     for (const auto& [name, node] : mesh.outages().nodes) {
@@ -230,11 +252,11 @@ Table outages_table(const Mesh& mesh) {
         table.rows.push_back(
             {{name},
              {node.first_ready < 0 ? "never" : duration_text(node.first_ready - mesh.started()),
-              node.first_ready < 0 ? Colour::RED : Colour::NONE},
+              node.first_ready < 0 ? Colour::red : Colour::none},
              {std::to_string(summary.count)},
              {duration_text(summary.worst)},
              {duration_text(summary.total)},
-             {each, summary.is_out ? Colour::RED : Colour::NONE}});
+             {each, summary.is_out ? Colour::red : Colour::none}});
     }
     return table;
 }

@@ -14,6 +14,9 @@ namespace lab {
 // How the mesh is now. `player` may be null.
 MeshStatus mesh_status(const Mesh& mesh, const Player* player);
 
+// As it is told in JSON: a "verb", a "violation" or a "change".
+StatusEvent status_event(const MeshEvent& event);
+
 // "2:03  e1  deauth e1 ath0", one line an event.
 std::string events_text(const Mesh& mesh);
 

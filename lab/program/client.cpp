@@ -1,103 +1,100 @@
 #include "lab/program/client.h"
 
+#include <curl/curl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstring>
+#include <utility>
 
-#include "lab/program/arguments.h"
+#include "lab/program/socket_place.h"
 
 namespace lab {
 namespace {
 
-constexpr std::size_t MOST_DESCRIPTORS = 8;
+// Far more than the largest mesh says: a server that is none cannot fill the memory.
+constexpr std::size_t LONGEST_ANSWER = 256U << 20U;
 
-Answer broken(const std::string& text) {
-    return {EXIT_DIFFERS, text, {}};
+std::size_t answer_take(char* data, std::size_t size, std::size_t count, void* place) {
+    auto& text = *static_cast<std::string*>(place);
+    if (text.size() + size * count > LONGEST_ANSWER) {
+        return 0;
+    }
+    text.append(data, size * count);
+    return size * count;
 }
 
-void descriptors_take(msghdr* message, std::vector<int>* descriptors) {
-    for (cmsghdr* header = CMSG_FIRSTHDR(message); header != nullptr;
-         header = CMSG_NXTHDR(message, header)) {
-        if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) {
-            continue;
-        }
-        const std::size_t count = (header->cmsg_len - CMSG_LEN(0)) / sizeof(int);
-        for (std::size_t at = 0; at < count; ++at) {
-            int fd = -1;
-            std::memcpy(&fd, CMSG_DATA(header) + at * sizeof(int), sizeof(fd));
-            if (descriptors == nullptr) {
-                close(fd);
-            } else {
-                descriptors->push_back(fd);
-            }
-        }
+Answer answer_read(long status, const std::string& text) {
+    Json body = Json::parse(text, nullptr, false);
+    if (!body.is_object() || body.value("version", 0) != JSON_VERSION) {
+        return answer_say(HttpStatus::none,
+                          "the mesh was started by another version of this program");
     }
-}
-
-/// As recv(), with the descriptors that come along.
-ssize_t receive(int fd, char* block, std::size_t size, std::vector<int>* descriptors) {
-    iovec piece{block, size};
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(MOST_DESCRIPTORS * sizeof(int))> control{};
-    msghdr message{};
-    message.msg_iov = &piece;
-    message.msg_iovlen = 1;
-    message.msg_control = control.data();
-    message.msg_controllen = control.size();
-    const ssize_t got = recvmsg(fd, &message, MSG_CMSG_CLOEXEC);
-    if (got >= 0) {
-        descriptors_take(&message, descriptors);
-    }
-    return got;
-}
-
-bool send_all(int fd, const std::string& text) {
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t sent = send(fd, text.data() + done, text.size() - done, MSG_NOSIGNAL);
-        if (sent < 0 && errno == EINTR) {
-            continue;
-        }
-        if (sent <= 0) {
-            return false;
-        }
-        done += static_cast<std::size_t>(sent);
-    }
-    return true;
+    body.erase("version");
+    return {static_cast<HttpStatus>(status), std::move(body)};
 }
 
 }  // namespace
 
-Answer client_ask(int fd, const std::vector<std::string>& words, std::vector<int>* descriptors) {
-    const std::string line = request_line(words) + "\n";
-    if (line.size() > LONGEST_LINE || !send_all(fd, line)) {
-        return broken("the mesh does not listen any more");
+struct MeshClient::Handle {
+    CURL* curl = curl_easy_init();
+    curl_slist* headers = curl_slist_append(nullptr, "Content-Type: application/json");
+    ~Handle() {
+        curl_slist_free_all(headers);
+        curl_easy_cleanup(curl);
     }
-    AnswerReader reader;
-    std::array<char, 16384> block{};
-    for (;;) {
-        const ssize_t got = receive(fd, block.data(), block.size(), descriptors);
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            return broken("the mesh went away");
-        }
-        if (reader.feed({block.data(), static_cast<std::size_t>(got)})) {
-            return reader.is_broken() ? broken("the mesh gave no answer that can be read")
-                                      : reader.answer();
-        }
+};
+
+MeshClient::MeshClient(std::string socket)
+    : socket_(std::move(socket)), handle_(std::make_unique<Handle>()) {}
+
+MeshClient::~MeshClient() = default;
+
+Answer MeshClient::ask(ApiAction action, const std::string& node, const std::string& query,
+                       const Json& body) {
+    const std::string url =
+        "http://lab" + api_path(action, node) + (query.empty() ? "" : "?" + query);
+    const std::string sent = body.is_null() ? "" : json_text(body);
+    const std::string method(API[static_cast<std::size_t>(action)].method);
+    std::string text;
+    CURL* const curl = handle_->curl;
+    curl_easy_reset(curl);
+    curl_easy_setopt(curl, CURLOPT_UNIX_SOCKET_PATH, socket_.c_str());
+    curl_easy_setopt(curl, CURLOPT_NOPROXY, "*");
+    curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
+    if (method != "GET") {
+        curl_easy_setopt(curl, CURLOPT_HTTPHEADER, handle_->headers);
+        curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(sent.size()));
+        curl_easy_setopt(curl, CURLOPT_POSTFIELDS, sent.c_str());
+        curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, method.c_str());
     }
+    curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, answer_take);
+    curl_easy_setopt(curl, CURLOPT_WRITEDATA, &text);
+    const CURLcode result = curl_easy_perform(curl);
+    long reason = 0;
+    curl_easy_getinfo(curl, CURLINFO_OS_ERRNO, &reason);
+    if (result == CURLE_COULDNT_CONNECT) {
+        return answer_say(HttpStatus::none, no_mesh_text(socket_, static_cast<int>(reason)));
+    }
+    if (result != CURLE_OK) {
+        return answer_say(HttpStatus::none,
+                          std::string("the mesh went away: ") + curl_easy_strerror(result));
+    }
+    long status = 0;
+    curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
+    return answer_read(status, text);
 }
 
-void client_await_end(int fd) {
-    std::array<char, 512> block{};
-    ssize_t got = 0;
-    do {
-        got = recv(fd, block.data(), block.size(), 0);
-    } while (got > 0 || (got < 0 && errno == EINTR));
+pid_t MeshClient::server() const {
+    curl_socket_t fd = CURL_SOCKET_BAD;
+    ucred peer{};
+    socklen_t size = sizeof(peer);
+    if (curl_easy_getinfo(handle_->curl, CURLINFO_ACTIVESOCKET, &fd) != CURLE_OK ||
+        fd == CURL_SOCKET_BAD || getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+        return -1;
+    }
+    return peer.pid;
 }
 
 }  // namespace lab

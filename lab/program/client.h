@@ -1,19 +1,36 @@
-// One connection to a running mesh. One thread.
+// Asks a mesh in the background, by libcurl over its Unix socket. One thread; the first request
+// connects.
 #pragma once
 
-#include <string>
-#include <vector>
+#include <sys/types.h>
 
-#include "lab/program/protocol.h"
+#include <memory>
+#include <string>
+
+#include "lab/program/api.h"
 
 namespace lab {
 
-// Asks and waits for the whole answer. `descriptors`, when given, takes those that came with it
-// (close-on-exec; the caller closes them). An answer with code 1 says so when the connection broke.
-Answer client_ask(int fd, const std::vector<std::string>& words,
-                  std::vector<int>* descriptors = nullptr);
+class MeshClient {
+public:
+    explicit MeshClient(std::string socket);
+    ~MeshClient();
+    MeshClient(const MeshClient&) = delete;
+    MeshClient& operator=(const MeshClient&) = delete;
 
-// Waits until the other end has closed the connection.
-void client_await_end(int fd);
+    // Asks and waits for the whole answer, however long a step takes. `node` is the one in the
+    // path, `query` stands behind "?". No mesh, or one that went away, is an answer with the status
+    // `none` and a sentence.
+    Answer ask(ApiAction action, const std::string& node = "", const std::string& query = "",
+               const Json& body = nullptr);
+
+    // The process that serves the socket, as the caller sees it; -1 unless something was asked.
+    pid_t server() const;
+
+private:
+    struct Handle;
+    std::string socket_;
+    std::unique_ptr<Handle> handle_;
+};
 
 }  // namespace lab

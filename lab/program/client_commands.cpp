@@ -1,20 +1,16 @@
 #include <unistd.h>
 
-#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
+#include <ctime>
 #include <thread>
 
-#include "lab/node/flow_log_reader.h"
 #include "lab/program/client.h"
 #include "lab/program/commands.h"
 #include "lab/program/shell.h"
-#include "lab/program/socket_place.h"
 #include "lab/program/watch_view.h"
-#include "lab/report/json.h"
-#include "lab/scenario/words.h"
 
 namespace lab {
 namespace {
@@ -23,212 +19,137 @@ constexpr std::chrono::milliseconds FOLLOW_PAUSE{250};
 
 /// Prints what the mesh said to a request that has no table; returns the exit code.
 int answer_report(const Arguments& arguments, const Answer& answer) {
+    const std::string text = answer_text(answer);
+    if (answer.status != HttpStatus::good) {
+        return complain(arguments, text, answer_exit_code(answer));
+    }
     if (arguments.json) {
-        JsonWriter json;
-        json.object_begin();
-        json.key("good").value(answer.code == EXIT_GOOD);
-        json.key("text").value(answer.text);
-        json.object_end();
-        printf("%s\n", json.text().c_str());
-        return answer.code;
-    }
-    if (answer.code != EXIT_GOOD) {
-        return complain(answer.text, answer.code);
-    }
-    if (!answer.text.empty()) {
-        printf("%s\n", answer.text.c_str());
+        json_print(answer.body);
+    } else if (!text.empty()) {
+        printf("%s\n", line_clipped(text, std::string::npos).c_str());
     }
     return EXIT_GOOD;
 }
 
-int ask_and_report(const Arguments& arguments, const std::vector<std::string>& words) {
-    const int fd = mesh_connect(arguments);
-    if (fd < 0) {
-        return EXIT_DIFFERS;
-    }
-    const Answer answer = client_ask(fd, words);
-    close(fd);
-    return answer_report(arguments, answer);
-}
-
-/// The status in the part that was asked for: the node's, or everything.
-bool node_keep(const std::string& name, MeshStatus* status) {
-    std::vector<std::string> names;
-    for (const NodeStatus& node : status->nodes) {
-        names.push_back(node.name);
-    }
-    if (std::ranges::find(names, name) == names.end()) {
-        complain(unknown_word(name, "node", names));
-        return false;
-    }
-    std::erase_if(status->nodes, [&name](const NodeStatus& node) { return node.name != name; });
-    return true;
-}
-
-void status_print(const Arguments& arguments, const MeshStatus& status,
-                  const std::string& stalled) {
+void status_print(const Arguments& arguments, const MeshStatus& status) {
     const bool in_colour = wants_colour(arguments);
+    const auto tell = [](const char* what, const std::string& text) {
+        if (!text.empty()) {
+            printf("%s%s\n", what, line_clipped(text, std::string::npos).c_str());
+        }
+    };
     if (arguments.words.empty()) {
-        printf("%s\n", line_clipped(status_headline(status), std::string::npos).c_str());
+        tell("", status_headline(status));
     }
     printf("%s", table_text(status_table(status), in_colour).c_str());
     if (!arguments.words.empty()) {
         printf("\n%s", table_text(node_table(status.nodes[0]), in_colour).c_str());
     }
-    if (!status.last_failed.empty()) {
-        printf("last failed step: %s\n",
-               line_clipped(status.last_failed, std::string::npos).c_str());
-    }
-    if (!status.last_violation.empty()) {
-        printf("last violation: %s\n",
-               line_clipped(status.last_violation, std::string::npos).c_str());
-    }
-    if (!stalled.empty()) {
-        printf("the mesh stands still: %s\n", line_clipped(stalled, std::string::npos).c_str());
-    }
+    tell("last failed step: ", status.last_failed);
+    tell("last violation: ", status.last_violation);
+    tell("the mesh stands still: ", status.pace.stalled);
 }
 
-/// One object a line, so that a reader of `-f` need not wait for the end.
-void log_print_json(const Answer& answer) {
-    for (const std::string& line : answer.lines) {
-        std::int64_t time = 0;
-        std::string text;
-        const bool dated = log_line_split(line, time, text);
-        JsonWriter json;
-        json.object_begin();
-        json.key("time").value(time);
-        json.key("text").value(dated ? text : line);
-        json.object_end();
-        printf("%s\n", json.text().c_str());
-    }
-    fflush(stdout);
+/// As the daemon dates its lines.
+std::string dated(std::int64_t time, const std::string& text) {
+    const std::time_t seconds = time;
+    std::tm parts{};
+    std::array<char, 32> date{};
+    gmtime_r(&seconds, &parts);
+    std::strftime(date.data(), date.size(), "%a %b %e %H:%M:%S %Y", &parts);
+    return std::string(date.data()) + " : " + text;
 }
 
-void log_print(const Answer& answer) {
+/// One line a line of the log, so that a reader of `-f` need not wait for the end.
+void log_print(const Arguments& arguments, const Json& lines) {
     const bool to_terminal = isatty(STDOUT_FILENO) != 0;
-    for (const std::string& line : answer.lines) {
-        printf("%s\n", to_terminal ? line_clipped(line, std::string::npos).c_str() : line.c_str());
+    for (const Json& line : lines) {
+        if (arguments.json) {
+            json_print(line);
+        } else {
+            const std::string text = dated(line.value("time", 0), line.value("text", ""));
+            printf("%s\n",
+                   to_terminal ? line_clipped(text, std::string::npos).c_str() : text.c_str());
+        }
     }
     fflush(stdout);
 }
 
 }  // namespace
 
-int complain(const std::string& text, int code) {
-    fprintf(stderr, "backhaul_lab: %s\n", line_clipped(text, std::string::npos).c_str());
-    return code;
-}
-
-bool wants_colour(const Arguments& arguments) {
-    return !arguments.colour_never && isatty(STDOUT_FILENO) != 0 && getenv("NO_COLOR") == nullptr;
-}
-
-std::string socket_of(const Arguments& arguments) {
-    return arguments.socket.empty() ? socket_path(getenv("XDG_RUNTIME_DIR"), geteuid())
-                                    : arguments.socket;
-}
-
-int mesh_connect(const Arguments& arguments) {
-    std::string error;
-    const int fd = socket_connect(socket_of(arguments), &error);
-    if (fd < 0) {
-        complain(error);
-    }
-    return fd;
-}
-
 int status_command(const Arguments& arguments) {
-    const int fd = mesh_connect(arguments);
-    if (fd < 0) {
-        return EXIT_DIFFERS;
-    }
-    const Answer answer = client_ask(fd, {"status"});
-    close(fd);
+    MeshClient client(socket_of(arguments));
+    const Answer answer = arguments.words.empty() ? client.ask(ApiAction::status)
+                                                  : client.ask(ApiAction::node, arguments.words[0]);
     MeshStatus status;
-    ServerStatus server;
-    if (answer.code != EXIT_GOOD) {
-        return complain(answer.text, answer.code);
+    std::string error;
+    if (answer.status != HttpStatus::good || arguments.json) {
+        return answer_report(arguments, answer);
     }
-    if (!status_decode(answer.lines, &status, &server)) {
-        return complain("the mesh was started by another version of this program");
+    if (!status_read(answer.body, status, error) ||
+        (!arguments.words.empty() && status.nodes.empty())) {
+        return complain(arguments, "the mesh gave no status: " + error);
     }
-    if (!arguments.words.empty() && !node_keep(arguments.words[0], &status)) {
-        return EXIT_DIFFERS;
-    }
-    if (arguments.json) {
-        printf("%s\n", status_json(status).c_str());
-    } else {
-        status_print(arguments, status, server.stalled);
-    }
+    status_print(arguments, status);
     return EXIT_GOOD;
 }
 
 int do_command(const Arguments& arguments) {
-    std::vector<std::string> words = {"do"};
-    words.insert(words.end(), arguments.words.begin(), arguments.words.end());
-    return ask_and_report(arguments, words);
+    MeshClient client(socket_of(arguments));
+    return answer_report(arguments,
+                         client.ask(ApiAction::step, "", "", {{"words", arguments.words}}));
 }
 
 int log_command(const Arguments& arguments) {
-    const int fd = mesh_connect(arguments);
-    if (fd < 0) {
-        return EXIT_DIFFERS;
-    }
-    std::string from = "-1";
+    MeshClient client(socket_of(arguments));
+    std::string query = arguments.lines > 0 ? "last=" + std::to_string(arguments.lines) : "from=0";
     for (;;) {
-        const std::string count = from == "-1" ? std::to_string(arguments.lines) : "0";
-        const Answer answer = client_ask(fd, {"log", arguments.words[0], from, count});
-        if (answer.code != EXIT_GOOD) {
-            close(fd);
-            return complain(answer.text, answer.code);
+        const Answer answer = client.ask(ApiAction::log, arguments.words[0], query);
+        const auto lines = answer.body.find("lines");
+        if (answer.status != HttpStatus::good || lines == answer.body.end()) {
+            return complain(arguments, answer_text(answer), answer_exit_code(answer));
         }
-        if (arguments.json) {
-            log_print_json(answer);
-        } else {
-            log_print(answer);
-        }
-        from = answer.text;
-        if (answer.lines.empty()) {
+        log_print(arguments, *lines);
+        query = "from=" + std::to_string(answer.body.value("next", std::int64_t{0}));
+        if (lines->empty()) {
             if (!arguments.follow || ferror(stdout) != 0) {
-                break;
+                return EXIT_GOOD;
             }
             std::this_thread::sleep_for(FOLLOW_PAUSE);
         }
     }
-    close(fd);
-    return EXIT_GOOD;
 }
 
 int shell_command(const Arguments& arguments) {
-    const int fd = mesh_connect(arguments);
-    if (fd < 0) {
-        return EXIT_DIFFERS;
+    MeshClient client(socket_of(arguments));
+    const Answer answer = client.ask(ApiAction::enter, arguments.words[0]);
+    if (answer.status != HttpStatus::good) {
+        return answer_report(arguments, answer);
     }
-    std::vector<int> descriptors;
-    const Answer answer = client_ask(fd, {"enter", arguments.words[0]}, &descriptors);
-    close(fd);
-    if (answer.code != EXIT_GOOD) {
-        return complain(answer.text, answer.code);
-    }
+    const NodeEntrance entrance = {answer.body.value("pid", 0),
+                                   answer.body.value("space", std::uint64_t{0})};
     std::string error;
-    const int code = shell_run(arguments.words[0], descriptors, arguments.shell, &error);
-    return code < 0 ? complain(error) : code;
+    const int code =
+        shell_run(arguments.words[0], client.server(), entrance, arguments.shell, error);
+    return code < 0 ? complain(arguments, error) : code;
 }
 
 int speed_command(const Arguments& arguments) {
-    return ask_and_report(arguments, {"speed", arguments.words[0]});
+    const std::string& word = arguments.words[0];
+    const bool is_pause = word == "pause" || word == "resume";
+    MeshClient client(socket_of(arguments));
+    return answer_report(arguments, client.ask(ApiAction::speed, "", "",
+                                               is_pause ? Json{{"paused", word == "pause"}}
+                                                        : Json{{"speed", word}}));
 }
 
 int down_command(const Arguments& arguments) {
-    const int fd = mesh_connect(arguments);
-    if (fd < 0) {
-        return EXIT_DIFFERS;
+    MeshClient client(socket_of(arguments));
+    const Answer answer = client.ask(ApiAction::down);
+    if (answer.status == HttpStatus::good) {
+        // The server cannot: its own sandbox hides the folder.
+        unlink(socket_of(arguments).c_str());
     }
-    const Answer answer = client_ask(fd, {"down"});
-    client_await_end(fd);
-    close(fd);
-    // The server cannot: its own sandbox hides the folder.
-    unlink(socket_of(arguments).c_str());
     return answer_report(arguments, answer);
 }
 

@@ -2,9 +2,31 @@
 // to a running mesh or make one. Called by main() on its only thread.
 #pragma once
 
-#include "lab/program/arguments.h"
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lab/program/api.h"
 
 namespace lab {
+
+// What somebody typed behind `backhaul_lab COMMAND`.
+struct Arguments {
+    std::vector<std::string> words;  // besides the options
+    bool json = false;
+    bool follow = false;
+    bool colour_never = false;
+    std::optional<double> speed;
+    std::optional<std::uint32_t> seed;
+    std::string socket;    // empty: the usual place
+    std::string shell;     // of -c; empty: an interactive one
+    std::string evidence;  // folder; empty: the usual place
+    int lines = 0;         // 0: all
+    int nodes = 8;
+    int hours = 24;
+    int minutes = 0;  // of real time; 0: no limit
+};
 
 // client_commands.cpp: they talk to the mesh that is up.
 int status_command(const Arguments& arguments);
@@ -18,11 +40,8 @@ int down_command(const Arguments& arguments);
 int watch_command(const Arguments& arguments);
 
 // text_commands.cpp: they only print.
-int help_command(const Arguments& arguments);
 int verbs_command(const Arguments& arguments);
 int generate_command(const Arguments& arguments);
-
-// doctor_command.cpp
 int doctor_command(const Arguments& arguments);
 
 // up.cpp
@@ -32,13 +51,14 @@ int up_command(const Arguments& arguments);
 int check_command(const Arguments& arguments);
 int chaos_command(const Arguments& arguments);
 
-// Shared by them.
-// "backhaul_lab: TEXT" on standard error; returns `code`.
-int complain(const std::string& text, int code = EXIT_DIFFERS);
+// Shared by them; terminal.cpp.
+// One object a line on standard output.
+void json_print(const Json& object);
+// "backhaul_lab: TEXT" on standard error, or an object on standard output where JSON was asked for;
+// returns `code`.
+int complain(const Arguments& arguments, const std::string& text, int code = EXIT_DIFFERS);
 // Whether standard output takes colours.
 bool wants_colour(const Arguments& arguments);
-// A connection to the mesh, or -1 after a complaint.
-int mesh_connect(const Arguments& arguments);
 // Where the socket of these arguments is.
 std::string socket_of(const Arguments& arguments);
 

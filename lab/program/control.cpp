@@ -1,234 +1,267 @@
 #include "lab/program/control.h"
 
 #include <algorithm>
-#include <array>
-#include <ctime>
 #include <optional>
 
-#include "lab/program/arguments.h"
+#include "lab/rules/link_tracker.h"
 #include "lab/scenario/scenario_check.h"
 #include "lab/scenario/scenario_step.h"
-#include "lab/scenario/words.h"
+#include "link/link_state.h"
 
 namespace lab {
 namespace {
 
-using Words = std::vector<std::string>;
-
-Outcome say(int code, std::string text) {
-    return {false, {code, std::move(text), {}}, {}};
+Outcome say(HttpStatus status, const std::string& text = "") {
+    return {false, answer_say(status, text)};
 }
 
-// As the daemon dates its lines.
-std::string dated(const LogEntry& entry) {
-    const std::time_t time = entry.time;
-    std::tm parts{};
-    std::array<char, 32> date{};
-    gmtime_r(&time, &parts);
-    std::strftime(date.data(), date.size(), "%a %b %e %H:%M:%S %Y", &parts);
-    return std::string(date.data()) + " : " + entry.text;
+Json status_of(Control& control) {
+    MeshStatus status = control.mesh.status();
+    status.pace = {speed_text(control.pace.speed), control.pace.paused,
+                   control.mesh.steps_wait() || !control.jobs.empty(), control.stalled};
+    return status_json(status);
 }
 
-Outcome status_request(Control* control, int /*client*/, const Words& /*words*/) {
-    const Pace& pace = control->pace;
-    const bool hurries = control->mesh.steps_wait() || !control->jobs.empty();
-    Outcome outcome = say(EXIT_GOOD, "");
-    outcome.answer.lines =
-        status_encode(control->mesh.status(), {pace.speed, pace.paused, hurries, control->stalled});
-    return outcome;
+Outcome node_request(Control& control, const std::string& name) {
+    Json status = status_of(control);
+    Json& nodes = status["nodes"];
+    const auto found =
+        std::ranges::find_if(nodes, [&name](const Json& node) { return node["name"] == name; });
+    nodes = found == nodes.end() ? Json::array() : Json::array({*found});
+    return {false, {HttpStatus::good, status}};
 }
 
 /// Takes the job as far as it goes without time passing; the answer when that is its end.
-std::optional<Answer> job_go_on(Control* control, Job* job) {
-    if (job->after > 0) {
+std::optional<Answer> job_go_on(Control& control, const Job& job) {
+    if (job.after > 0) {
         return std::nullopt;
     }
     std::string why;
     std::string note;
-    switch (job->step.kind) {
+    switch (job.step.kind) {
         case StepKind::VERB:
-            if (control->mesh.verb(job->step.verb, &note, &why) != 0) {
-                return Answer{EXIT_DIFFERS, why, {}};
-            }
-            return Answer{EXIT_GOOD, note, {}};
+            return control.mesh.verb(job.step.verb, note, why)
+                       ? answer_say(HttpStatus::good, note)
+                       : answer_say(HttpStatus::differs, why);
         case StepKind::WAIT:
-            return Answer{};
+            return answer_say(HttpStatus::good, "");
         case StepKind::CHAPTER:
         case StepKind::SAY:
-            return Answer{EXIT_GOOD, job->step.text, {}};
+            return answer_say(HttpStatus::good, job.step.text);
         case StepKind::WAIT_UNTIL:
         case StepKind::EXPECT: {
-            const bool holds = control->mesh.holds(job->step.condition, &why);
-            const ConditionFate fate = condition_fate(job->step, holds, job->waited);
-            return fate == ConditionFate::PENDING ? std::nullopt
-                   : fate == ConditionFate::HELD  ? std::optional<Answer>(Answer{})
-                                                  : std::optional<Answer>({EXIT_DIFFERS, why, {}});
+            const bool holds = control.mesh.holds(job.step.condition, why);
+            switch (condition_fate(job.step, holds, job.waited)) {
+                case ConditionFate::PENDING:
+                    return std::nullopt;
+                case ConditionFate::HELD:
+                    return answer_say(HttpStatus::good, "");
+                case ConditionFate::FAILED:
+                    return answer_say(HttpStatus::differs, why);
+            }
         }
     }
     return std::nullopt;
 }
 
-Outcome do_request(Control* control, int client, const Words& words) {
+Outcome step_request(Control& control, int client, const Json& body) {
+    std::vector<std::string> words;
+    const auto said = body.find("words");
+    const bool is_list = said != body.end() && said->is_array() && !said->empty();
+    for (const Json& word : is_list ? *said : Json::array()) {
+        if (word.is_string()) {
+            words.push_back(word.get<std::string>());
+        }
+    }
+    if (!is_list || words.size() != said->size()) {
+        return say(HttpStatus::bad_request, "`words` has to be a list of texts, those of a step");
+    }
     ScenarioStep step;
     std::string error;
-    if (words.size() < 2) {
-        return say(EXIT_USAGE, "say `do STEP`");
+    if (!step_parse(words, control.scenario, &step, error)) {
+        return say(HttpStatus::bad_request, error);
     }
-    const std::vector<std::string> said(words.begin() + 1, words.end());
-    if (!step_parse(said, control->scenario, &step, error)) {
-        return say(EXIT_USAGE, error);
-    }
-    Job job{client, step, step.after};
-    const std::optional<Answer> answer = job_go_on(control, &job);
+    const Job job{client, step, step.after};
+    const std::optional<Answer> answer = job_go_on(control, job);
     if (answer) {
-        return {false, *answer, {}};
+        return {false, *answer};
     }
-    control->jobs.push_back(job);
-    return {true, {}, {}};
+    control.jobs.push_back(job);
+    return {true, {}};
 }
 
-Outcome log_request(Control* control, int /*client*/, const Words& words) {
-    std::int64_t from = 0;
-    std::int64_t count = 0;
-    std::string error;
-    if (words.size() != 4 || !word_number(words[2], std::int64_t{-1}, INT64_MAX, &from) ||
-        !word_number(words[3], std::int64_t{0}, INT64_MAX, &count)) {
-        return say(EXIT_USAGE, "say `log NODE FROM COUNT`");
-    }
-    if (!scenario_node_check(control->scenario, words[1], error)) {
-        return say(EXIT_DIFFERS, error);
-    }
-    control_read_logs(control);
-    const KeptLog& log = control->logs[words[1]];
-    const auto kept = static_cast<std::int64_t>(log.lines.size());
-    const std::int64_t end = log.first + kept;
-    if (from < 0) {
-        from = count == 0 ? log.first : std::max(log.first, end - count);
-    }
-    from = std::clamp(from, log.first, end);
+Outcome log_request(Control& control, const ApiCall& call) {
+    control_read_news(control);
+    const Kept<LogEntry>& log = control.logs[call.node];
+    const std::int64_t end = log.next();
+    const std::int64_t wanted = call.last >= 0 ? end - call.last : call.from;
+    const std::int64_t from = std::clamp(wanted, log.first, end);
     const std::int64_t next = std::min(end, from + static_cast<std::int64_t>(LOG_LINES_AT_ONCE));
-    Outcome outcome = say(EXIT_GOOD, std::to_string(next));
-    outcome.answer.lines.assign(log.lines.begin() + (from - log.first),
-                                log.lines.begin() + (next - log.first));
-    return outcome;
+    Json lines = Json::array();
+    for (std::int64_t number = from; number < next; ++number) {
+        const LogEntry& entry = log.entries[static_cast<std::size_t>(number - log.first)];
+        lines.push_back({{"time", entry.time},
+                         {"seconds", entry.time - control.started},
+                         {"text", entry.text}});
+    }
+    return {false, {HttpStatus::good, {{"lines", lines}, {"next", next}}}};
 }
 
-Outcome speed_request(Control* control, int /*client*/, const Words& words) {
-    if (words.size() == 2 && (words[1] == "pause" || words[1] == "resume")) {
-        control->pace.paused = words[1] == "pause";
-        return say(EXIT_GOOD, "");
+Outcome speed_request(Control& control, const Json& body) {
+    const auto speed = body.find("speed");
+    const auto paused = body.find("paused");
+    double wanted = control.pace.speed;
+    std::string error = "say `speed`, a text, or `paused`, true or false";
+    if ((speed == body.end() && paused == body.end()) ||
+        (paused != body.end() && !paused->is_boolean()) ||
+        (speed != body.end() &&
+         (!speed->is_string() || !speed_parse(speed->get<std::string>(), wanted, error)))) {
+        return say(HttpStatus::bad_request, error);
     }
-    if (words.size() != 2 || !speed_parse(words[1], &control->pace.speed)) {
-        return say(EXIT_USAGE, "say `speed N`, `speed pause` or `speed resume`");
-    }
-    return say(EXIT_GOOD, "");
+    control.pace.speed = wanted;
+    control.pace.paused = paused != body.end() ? paused->get<bool>() : control.pace.paused;
+    return say(HttpStatus::good);
 }
 
-Outcome enter_request(Control* control, int /*client*/, const Words& words) {
+Outcome enter_request(Control& control, const std::string& node) {
+    NodeEntrance entrance;
     std::string error;
-    if (words.size() != 2) {
-        return say(EXIT_USAGE, "say `enter NODE`");
+    if (!control.mesh.enter(node, entrance, error)) {
+        return say(HttpStatus::differs, error);
     }
-    Outcome outcome = say(EXIT_GOOD, "");
-    if (!scenario_node_check(control->scenario, words[1], error) ||
-        !control->mesh.enter(words[1], &outcome.descriptors, &error)) {
-        return say(EXIT_DIFFERS, error);
-    }
-    return outcome;
+    return {false, {HttpStatus::good, {{"pid", entrance.pid}, {"space", entrance.space}}}};
 }
 
-Outcome down_request(Control* control, int /*client*/, const Words& /*words*/) {
-    control->ends = true;
-    return say(EXIT_GOOD, "");
+Outcome request_answer(Control& control, int client, const ApiCall& call) {
+    std::string error;
+    if (!call.node.empty() && !scenario_node_check(control.scenario, call.node, error)) {
+        return say(HttpStatus::not_found, error);
+    }
+    switch (call.action) {
+        case ApiAction::api:
+            return {false, {HttpStatus::good, api_json()}};
+        case ApiAction::status:
+            return {false, {HttpStatus::good, status_of(control)}};
+        case ApiAction::node:
+            return node_request(control, call.node);
+        case ApiAction::log:
+            return log_request(control, call);
+        case ApiAction::enter:
+            return enter_request(control, call.node);
+        case ApiAction::step:
+            return step_request(control, client, call.body);
+        case ApiAction::speed:
+            return speed_request(control, call.body);
+        case ApiAction::events:
+            return say(HttpStatus::good);
+        case ApiAction::down:
+            control.ends = true;
+            return {true, {}};
+    }
+    return say(HttpStatus::not_found, "no such request");
 }
 
-using RequestHandler = Outcome (*)(Control* control, int client, const Words& words);
-
-struct RequestRow {
-    std::string_view name;
-    RequestHandler handler;
-};
-
-constexpr std::array REQUESTS = {
-    RequestRow{"status", status_request}, RequestRow{"do", do_request},
-    RequestRow{"log", log_request},       RequestRow{"speed", speed_request},
-    RequestRow{"enter", enter_request},   RequestRow{"down", down_request},
-};
-
-void seconds_count(Job* job) {
-    if (job->after > 0) {
-        --job->after;
+void seconds_count(Job& job) {
+    if (job.after > 0) {
+        --job.after;
     } else {
-        ++job->waited;
+        ++job.waited;
     }
 }
 
-void pace_update(Control* control) {
-    control->pace.steps_wait = control->mesh.steps_wait();
-    control->pace.request_waits = !control->jobs.empty();
+void pace_update(Control& control) {
+    control.pace.steps_wait = control.mesh.steps_wait();
+    control.pace.request_waits = !control.jobs.empty();
+}
+
+void log_event_add(Control& control, const std::string& node, const LogEntry& entry) {
+    const std::int64_t seconds = entry.time - control.started;
+    control.events.add({"log", seconds, node, entry.text}, EVENTS_KEPT);
+    if (const auto change = state_change_parse(entry.text)) {
+        const std::string text = change->interface + " from " + link_state_name(change->from) +
+                                 " to " + link_state_name(change->requested);
+        control.events.add({"state", seconds, node, text}, EVENTS_KEPT);
+    }
 }
 
 }  // namespace
 
-Outcome control_request(Control* control, int client, const Words& words, std::int64_t now) {
-    const auto* row =
-        std::ranges::find(REQUESTS, std::string_view(words.front()), &RequestRow::name);
-    if (row == REQUESTS.end()) {
-        return say(EXIT_USAGE, "`" + words.front() + "` is no request");
-    }
-    Outcome outcome = row->handler(control, client, words);
+Outcome control_request(Control& control, int client, const ApiCall& call, std::int64_t now) {
+    Outcome outcome = request_answer(control, client, call);
     pace_update(control);
-    pace_changed(&control->pace, now);
+    pace_changed(control.pace, now);
     return outcome;
 }
 
-std::vector<LateAnswer> control_second(Control* control, std::int64_t now) {
+std::vector<LateAnswer> control_second(Control& control, std::int64_t now) {
     std::vector<LateAnswer> answers;
-    control->stalled.clear();
-    if (control->mesh.second(&control->stalled) != 0) {
+    control.stalled.clear();
+    if (!control.mesh.second(control.stalled)) {
         // Time stands still: whoever waits would wait for ever.
-        for (const Job& job : control->jobs) {
-            answers.push_back({job.client, {EXIT_DIFFERS, control->stalled, {}}});
+        for (const Job& job : control.jobs) {
+            answers.push_back({job.client, answer_say(HttpStatus::differs, control.stalled)});
         }
-        control->jobs.clear();
-        control->pace.paused = true;
+        control.jobs.clear();
+        control.pace.paused = true;
         pace_update(control);
         return answers;
     }
-    control_read_logs(control);
     std::vector<Job> waiting;
-    for (Job job : control->jobs) {
-        seconds_count(&job);
-        const std::optional<Answer> answer = job_go_on(control, &job);
+    for (Job job : control.jobs) {
+        seconds_count(job);
+        const std::optional<Answer> answer = job_go_on(control, job);
         if (answer) {
             answers.push_back({job.client, *answer});
         } else {
             waiting.push_back(job);
         }
     }
-    control->jobs = std::move(waiting);
+    control.jobs = std::move(waiting);
+    control_read_news(control);
     // Before the flags change: this second was hurried for what waited.
-    pace_passed(&control->pace, now);
+    pace_passed(control.pace, now);
     pace_update(control);
     return answers;
 }
 
-void control_forget(Control* control, int client) {
-    std::erase_if(control->jobs, [client](const Job& job) { return job.client == client; });
-    pace_update(control);
+void control_forget(Control& control, int client) {
+    std::erase_if(control.jobs, [client](const Job& job) { return job.client == client; });
+    control.pace.request_waits = !control.jobs.empty();
 }
 
-void control_read_logs(Control* control) {
-    for (const ScenarioNode& node : control->scenario.nodes) {
-        KeptLog& log = control->logs[node.name];
-        for (const LogEntry& entry : control->mesh.log_new(node.name)) {
-            log.lines.push_back(dated(entry));
-        }
-        while (log.lines.size() > LOG_LINES_KEPT) {
-            log.lines.pop_front();
-            ++log.first;
+void control_read_news(Control& control) {
+    for (const ScenarioNode& node : control.scenario.nodes) {
+        for (const LogEntry& entry : control.mesh.log_new(node.name)) {
+            control.logs[node.name].add(entry, LOG_LINES_KEPT);
+            log_event_add(control, node.name, entry);
         }
     }
+    for (const StatusEvent& event : control.mesh.events_new()) {
+        control.events.add(event, EVENTS_KEPT);
+    }
+}
+
+std::string control_event(const Control& control, std::int64_t& from) {
+    const Kept<StatusEvent>& events = control.events;
+    StatusEvent event;
+    const std::int64_t number = from;
+    if (from >= events.next()) {
+        return {};
+    }
+    if (from < events.first) {
+        event.kind = "lost";
+        event.text = std::to_string(events.first - from) + " events are kept no longer";
+        from = events.first;
+    } else {
+        event = events.entries[static_cast<std::size_t>(from - events.first)];
+        ++from;
+    }
+    return json_text(json_versioned({{"number", number},
+                                     {"kind", event.kind},
+                                     {"seconds", event.seconds},
+                                     {"node", event.node},
+                                     {"text", event.text}})) +
+           "\n";
 }
 
 }  // namespace lab

@@ -2,7 +2,7 @@
 //
 // The server (server.h) hands every request in and sends the answers out; whatever has to be asked
 // of the mesh goes through MeshHandlers, so that tests put a fake there. One thread. Requests are
-// words: see control_request.
+// rows of the table in api.h.
 #pragma once
 
 #include <sys/types.h>
@@ -14,43 +14,67 @@
 #include <string>
 #include <vector>
 
+#include "lab/program/api.h"
 #include "lab/program/pacing.h"
-#include "lab/program/protocol.h"
+#include "lab/report/mesh_status.h"
 #include "lab/rules/observation.h"
 #include "lab/scenario/scenario.h"
 
 namespace lab {
 
-// A mesh, as far as the control needs it. Errors are sentences.
+// A node's first process, as the process that serves the mesh sees it, and the inode of its pid
+// namespace, by which whoever enters knows that it is the right one.
+struct NodeEntrance {
+    pid_t pid = 0;
+    std::uint64_t space = 0;
+};
+
+// A mesh, as far as the control needs it. Where a bool is returned with an `error`, false comes
+// with a sentence in it.
 struct MeshHandlers {
-    // Lets one second pass; what the scenario does in it is done. -1 when a node does not come to
-    // rest.
-    std::function<int(std::string* error)> second;
+    // Lets one second pass; what the scenario does in it is done. False when a node does not come
+    // to rest.
+    std::function<bool(std::string& error)> second;
     std::function<MeshStatus()> status;
     // The scenario has steps left.
     std::function<bool()> steps_wait;
     // `note` says why it changed nothing, or stays empty.
-    std::function<int(const Verb& verb, std::string* note, std::string* error)> verb;
-    std::function<bool(const Condition& condition, std::string* why_not)> holds;
-    // Lines that came into the node's flow log since the last call.
+    std::function<bool(const Verb& verb, std::string& note, std::string& error)> verb;
+    std::function<bool(const Condition& condition, std::string& why_not)> holds;
+    // Lines that came into the node's flow log, and what else happened, since the last call.
     std::function<std::vector<LogEntry>(const std::string& node)> log_new;
+    std::function<std::vector<StatusEvent>()> events_new;
     // Answers tools of the nodes that wait while no time passes: those that somebody calls in a
     // shell. True when there was one. May be empty.
     std::function<bool()> tools_serve;
     // Ends the mesh and everything in it; nothing is asked of it any more. May be empty.
     std::function<void()> end;
-    // Opens what a shell needs to enter the node: see shell.h. The caller closes them.
-    std::function<bool(const std::string& node, std::vector<int>* descriptors, std::string* error)>
-        enter;
+    // Where a shell finds the node.
+    std::function<bool(const std::string& node, NodeEntrance& entrance, std::string& error)> enter;
 };
 
-// Lines of a flow log that are kept for readers, and those that one answer holds at most.
+// Lines of a flow log and events that are kept for readers, and lines that one answer holds at
+// most.
 inline constexpr std::size_t LOG_LINES_KEPT = 20000;
+inline constexpr std::size_t EVENTS_KEPT = 50000;
 inline constexpr std::size_t LOG_LINES_AT_ONCE = 2000;
 
-struct KeptLog {
-    std::deque<std::string> lines;  // with their dates
-    std::int64_t first = 0;         // number of the oldest, counted from the mesh's start
+// The newest of many, each with a number that counts from the mesh's start.
+template <typename Entry>
+struct Kept {
+    std::deque<Entry> entries;
+    std::int64_t first = 0;  // number of the oldest
+
+    std::int64_t next() const {
+        return first + static_cast<std::int64_t>(entries.size());
+    }
+    void add(const Entry& entry, std::size_t most) {
+        entries.push_back(entry);
+        if (entries.size() > most) {
+            entries.pop_front();
+            ++first;
+        }
+    }
 };
 
 // A step that somebody waits for.
@@ -63,19 +87,29 @@ struct Job {
 
 struct Control {
     MeshHandlers mesh;
-    Scenario scenario;  // whose nodes a step may name
+    Scenario scenario;         // whose nodes a step may name
+    std::int64_t started = 0;  // the nodes' time at the mesh's start
     Pace pace;
     std::vector<Job> jobs;
-    std::map<std::string, KeptLog> logs;
+    std::map<std::string, Kept<LogEntry>> logs;
+    Kept<StatusEvent> events;
     std::string stalled;  // why the last second did not pass
     bool ends = false;    // somebody asked for it
 };
 
+// A request that was looked up in the table.
+struct ApiCall {
+    ApiAction action = ApiAction::api;
+    std::string node = {};   // of the path
+    Json body = {};          // an object, empty when nothing was sent
+    std::int64_t from = -1;  // -1: not said
+    std::int64_t last = -1;  // -1: not said
+};
+
 // What came of a request.
 struct Outcome {
-    bool waits = false;  // the answer comes with a later second
+    bool waits = false;  // the answer comes with a later second, or with the mesh's end
     Answer answer;
-    std::vector<int> descriptors;  // go with the answer; whoever sends it closes them
 };
 
 struct LateAnswer {
@@ -83,25 +117,21 @@ struct LateAnswer {
     Answer answer;
 };
 
-// Answers a request of that client:
-//
-//   status                    lines for status_decode
-//   do WORD ...               one step of a scenario; answered when it is over
-//   log NODE FROM COUNT       lines from number FROM on (negative: the last COUNT; COUNT 0: all);
-//                             the answer's text is the number to go on from
-//   speed N | pause | resume
-//   enter NODE                descriptors for a shell
-//   down
-Outcome control_request(Control* control, int client, const std::vector<std::string>& words,
-                        std::int64_t now);
+// Answers a request of that client. Events are the server's to stream: it only gets where to begin.
+Outcome control_request(Control& control, int client, const ApiCall& call, std::int64_t now);
 
 // Lets one second of the mesh pass and returns the answers that were waiting for it.
-std::vector<LateAnswer> control_second(Control* control, std::int64_t now);
+std::vector<LateAnswer> control_second(Control& control, std::int64_t now);
 
 // The client is gone: nobody waits for its steps.
-void control_forget(Control* control, int client);
+void control_forget(Control& control, int client);
 
-// Takes new lines of every node's flow log in. Called often enough that none is lost.
-void control_read_logs(Control* control);
+// Takes what is new in every node's flow log and what else happened in. Called often enough that
+// nothing is lost.
+void control_read_news(Control& control);
+
+// The event of that number as one line with its end. A number that is kept no longer gives a line
+// that says so; `from` goes on behind it. Empty when there is none yet.
+std::string control_event(const Control& control, std::int64_t& from);
 
 }  // namespace lab

@@ -2,53 +2,59 @@
 
 #include <array>
 #include <cstdio>
+#include <string_view>
 
-#include "lab/program/commands.h"
+#include "lab/program/command_line.h"
+#include "lab/program/socket_place.h"
 
 namespace {
 
-using lab::CommandKind;
-
 struct CommandFunction {
-    CommandKind kind;
+    std::string_view name;
     int (*run)(const lab::Arguments& arguments);
 };
 
 constexpr std::array FUNCTIONS = {
-    CommandFunction{CommandKind::UP, lab::up_command},
-    CommandFunction{CommandKind::STATUS, lab::status_command},
-    CommandFunction{CommandKind::WATCH, lab::watch_command},
-    CommandFunction{CommandKind::DO, lab::do_command},
-    CommandFunction{CommandKind::LOG, lab::log_command},
-    CommandFunction{CommandKind::SHELL, lab::shell_command},
-    CommandFunction{CommandKind::SPEED, lab::speed_command},
-    CommandFunction{CommandKind::CHECK, lab::check_command},
-    CommandFunction{CommandKind::CHAOS, lab::chaos_command},
-    CommandFunction{CommandKind::GENERATE, lab::generate_command},
-    CommandFunction{CommandKind::VERBS, lab::verbs_command},
-    CommandFunction{CommandKind::DOCTOR, lab::doctor_command},
-    CommandFunction{CommandKind::DOWN, lab::down_command},
-    CommandFunction{CommandKind::HELP, lab::help_command},
+    CommandFunction{"up", lab::up_command},
+    CommandFunction{"status", lab::status_command},
+    CommandFunction{"watch", lab::watch_command},
+    CommandFunction{"do", lab::do_command},
+    CommandFunction{"log", lab::log_command},
+    CommandFunction{"shell", lab::shell_command},
+    CommandFunction{"speed", lab::speed_command},
+    CommandFunction{"check", lab::check_command},
+    CommandFunction{"chaos", lab::chaos_command},
+    CommandFunction{"generate", lab::generate_command},
+    CommandFunction{"verbs", lab::verbs_command},
+    CommandFunction{"doctor", lab::doctor_command},
+    CommandFunction{"down", lab::down_command},
 };
-static_assert(FUNCTIONS.size() == static_cast<std::size_t>(CommandKind::HELP) + 1);
+
+// As in the table, whose last row is `help`.
+constexpr bool functions_are_whole() {
+    for (std::size_t at = 0; at < FUNCTIONS.size(); ++at) {
+        if (FUNCTIONS[at].name != lab::COMMANDS[at].name) {
+            return false;
+        }
+    }
+    return FUNCTIONS.size() + 1 == lab::COMMANDS.size();
+}
+static_assert(functions_are_whole());
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> words(argv + 1, argv + argc);
+    lab::program_called(argv[0]);
     lab::Arguments arguments;
+    std::string help;
     std::string error;
-    if (!lab::arguments_parse(words, &arguments, &error)) {
-        lab::complain(error, lab::EXIT_USAGE);
-        if (words.empty()) {
-            fprintf(stderr, "\n%s", lab::usage_text().c_str());
-        }
-        return lab::EXIT_USAGE;
+    const lab::CommandRow* row = lab::command_read({argv + 1, argv + argc}, arguments, help, error);
+    if (row != nullptr) {
+        return FUNCTIONS[static_cast<std::size_t>(row - lab::COMMANDS.data())].run(arguments);
     }
-    for (const CommandFunction& function : FUNCTIONS) {
-        if (function.kind == arguments.command) {
-            return function.run(arguments);
-        }
+    if (!help.empty()) {
+        printf("%s", help.c_str());
+        return lab::EXIT_GOOD;
     }
-    return lab::EXIT_USAGE;
+    return lab::complain(arguments, error, lab::EXIT_USAGE);
 }

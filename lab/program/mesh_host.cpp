@@ -1,39 +1,36 @@
 #include "lab/program/mesh_host.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <utility>
 
 #include "lab/mesh/mesh_conditions.h"
 #include "lab/mesh/mesh_report.h"
-#include "lab/program/commands.h"
-#include "lab/program/shell.h"
 #include "lab/scenario/scenario_file.h"
 #include "lab/scenario/scenario_generate.h"
+#include "lab/scenario/scenario_step.h"
 
 namespace lab {
 namespace {
 
-int node_index(const Mesh& mesh, const std::string& name) {
-    return air_node_find(mesh.air(), name);
+std::string step_text(const Scenario& scenario, const PlayedStep& played) {
+    const ScenarioStep& step = scenario.steps[played.step];
+    return std::to_string(step.line) + ": " + step_print(step) +
+           (played.text.empty() ? "" : " - " + played.text);
 }
 
 }  // namespace
 
-bool scenario_load(const std::vector<std::string>& words, Scenario* scenario) {
-    std::string error;
+bool scenario_load(const std::vector<std::string>& words, Scenario& scenario, std::string& error) {
     if (words.size() > 1) {
         const std::span<const std::string> numbers = words;
-        if (!scenario_generate(words[0], numbers.subspan(1), scenario, error)) {
-            complain(error);
-            return false;
-        }
-        return true;
+        return scenario_generate(words[0], numbers.subspan(1), &scenario, error);
     }
-    if (!scenario_file_read(words[0], scenario, error)) {
-        fprintf(stderr, "%s\n", error.c_str());
-        return false;
-    }
-    return true;
+    return scenario_file_read(words[0], &scenario, error);
 }
 
 std::unique_ptr<HeldMesh> HeldMesh::make(const Scenario& scenario, const MeshOptions& options,
@@ -45,30 +42,30 @@ std::unique_ptr<HeldMesh> HeldMesh::make(const Scenario& scenario, const MeshOpt
     return std::unique_ptr<HeldMesh>(new HeldMesh(std::move(mesh)));
 }
 
-int HeldMesh::play(std::string* error) {
+bool HeldMesh::play(std::string& error) {
     if (!plays_) {
-        return 0;
+        return true;
     }
-    const PlayState state = player_.go_on(*error);
+    const PlayState state = player_.go_on(error);
     plays_ = state == PlayState::PLAYING;
-    if (player_.failures() > failures_told_) {
-        failures_told_ = player_.failures();
-        printf("line %s\n", status().last_failed.c_str());
+    for (; steps_told_ < player_.played().size(); ++steps_told_) {
+        const PlayedStep& played = player_.played()[steps_told_];
+        const std::string text = step_text(mesh_->scenario(), played);
+        events_.push_back({"step", played.time, "", (played.good ? "good: " : "failed: ") + text});
+        if (!played.good) {
+            printf("line %s\n", text.c_str());
+        }
     }
-    return state == PlayState::STOPPED && !error->empty() ? -1 : 0;
+    return state != PlayState::STOPPED || error.empty();
 }
 
-int HeldMesh::second(std::string* error) {
+bool HeldMesh::second(std::string& error) {
     // Steps that are due at the very beginning come before the first second.
-    return play(error) == 0 && mesh_->second(*error) == 0 ? play(error) : -1;
-}
-
-MeshStatus HeldMesh::status() const {
-    return mesh_status(*mesh_, &player_);
+    return play(error) && mesh_->second(error) == 0 && play(error);
 }
 
 std::vector<LogEntry> HeldMesh::log_new(const std::string& name) {
-    const int index = node_index(*mesh_, name);
+    const int index = air_node_find(mesh_->air(), name);
     if (index == NOBODY) {
         return {};
     }
@@ -81,25 +78,50 @@ std::vector<LogEntry> HeldMesh::log_new(const std::string& name) {
     return lines;
 }
 
-MeshHandlers HeldMesh::handlers() {
-    MeshHandlers handlers;
-    handlers.second = [this](std::string* error) {
+std::vector<StatusEvent> HeldMesh::events_new() {
+    for (; events_told_ < mesh_->events().size(); ++events_told_) {
+        events_.push_back(status_event(mesh_->events()[events_told_]));
+    }
+    return std::exchange(events_, {});
+}
+
+bool HeldMesh::enter(const std::string& name, NodeEntrance& entrance, std::string& error) const {
+    const pid_t pid = mesh_->node(air_node_find(mesh_->air(), name)).node().init();
+    struct stat space {};
+    if (stat(("/proc/" + std::to_string(pid) + "/ns/pid").c_str(), &space) != 0) {
+        error = name + " cannot be entered: " + strerror(errno);
+        return false;
+    }
+    entrance = {pid, space.st_ino};
+    return true;
+}
+
+Control HeldMesh::control() {
+    Control control;
+    control.scenario = mesh_->scenario();
+    control.started = mesh_->started();
+    control.pace.steps_wait = plays_;
+    MeshHandlers& handlers = control.mesh;
+    handlers.second = [this](std::string& error) {
         return second(error);
     };
     handlers.status = [this] {
-        return status();
+        return mesh_status(*mesh_, &player_);
     };
     handlers.steps_wait = [this] {
         return plays_;
     };
-    handlers.verb = [this](const Verb& verb, std::string* note, std::string* error) {
-        return mesh_->verb(verb, note, *error);
+    handlers.verb = [this](const Verb& verb, std::string& note, std::string& error) {
+        return mesh_->verb(verb, &note, error) == 0;
     };
-    handlers.holds = [this](const Condition& condition, std::string* found) {
-        return mesh_condition_holds(*mesh_, condition, found);
+    handlers.holds = [this](const Condition& condition, std::string& why_not) {
+        return mesh_condition_holds(*mesh_, condition, &why_not);
     };
     handlers.log_new = [this](const std::string& name) {
         return log_new(name);
+    };
+    handlers.events_new = [this] {
+        return events_new();
     };
     handlers.tools_serve = [this] {
         return mesh_->tools_serve();
@@ -107,12 +129,10 @@ MeshHandlers HeldMesh::handlers() {
     handlers.end = [this] {
         mesh_.reset();
     };
-    handlers.enter = [this](const std::string& name, std::vector<int>* descriptors,
-                            std::string* error) {
-        const int index = node_index(*mesh_, name);
-        return shell_descriptors_open(mesh_->node(index).node().init(), descriptors, error);
+    handlers.enter = [this](const std::string& name, NodeEntrance& entrance, std::string& error) {
+        return enter(name, entrance, error);
     };
-    return handlers;
+    return control;
 }
 
 }  // namespace lab

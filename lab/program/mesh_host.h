@@ -10,14 +10,13 @@
 #include "lab/mesh/mesh.h"
 #include "lab/mesh/mesh_place.h"
 #include "lab/mesh/player.h"
-#include "lab/program/arguments.h"
 #include "lab/program/control.h"
 
 namespace lab {
 
-// Reads the scenario of those words: a file, or a shape with its numbers. False after the errors
-// were told.
-bool scenario_load(const std::vector<std::string>& words, Scenario* scenario);
+// Reads the scenario of those words: a file, or a shape with its numbers. On false `error` has a
+// line for each thing that is wrong.
+bool scenario_load(const std::vector<std::string>& words, Scenario& scenario, std::string& error);
 
 // A mesh that is held for a server: the scenario's steps are played while seconds pass.
 class HeldMesh {
@@ -25,20 +24,23 @@ public:
     static std::unique_ptr<HeldMesh> make(const Scenario& scenario, const MeshOptions& options,
                                           std::string& error);
 
-    // What the control asks for. Valid while this object lives.
-    MeshHandlers handlers();
+    // A control of this mesh, valid while this object lives.
+    Control control();
 
 private:
     explicit HeldMesh(std::unique_ptr<Mesh> mesh) : mesh_(std::move(mesh)), player_(*mesh_) {}
-    int play(std::string* error);
-    int second(std::string* error);
-    MeshStatus status() const;
+    bool play(std::string& error);
+    bool second(std::string& error);
     std::vector<LogEntry> log_new(const std::string& name);
+    std::vector<StatusEvent> events_new();
+    bool enter(const std::string& name, NodeEntrance& entrance, std::string& error) const;
 
     std::unique_ptr<Mesh> mesh_;
     Player player_;
     bool plays_ = true;
-    int failures_told_ = 0;                          // in the server's log
+    std::vector<StatusEvent> events_;  // steps that nobody was told of yet
+    std::size_t steps_told_ = 0;
+    std::size_t events_told_ = 0;                    // of the mesh
     std::map<std::string, std::uint64_t> log_read_;  // number of the next line, by node
 };
 

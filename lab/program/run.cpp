@@ -1,12 +1,14 @@
 #include "lab/program/run.h"
 
-#include <unistd.h>
+#include <sys/mman.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 
 #include "lab/mesh/mesh_evidence.h"
@@ -14,7 +16,6 @@
 #include "lab/node/evidence.h"
 #include "lab/program/commands.h"
 #include "lab/program/mesh_host.h"
-#include "lab/report/json.h"
 #include "lab/report/outage.h"
 #include "lab/scenario/scenario_remarks.h"
 #include "lab/scenario/scenario_step.h"
@@ -25,10 +26,31 @@ namespace {
 constexpr std::int64_t PROGRESS_MS = 5000;
 constexpr std::int64_t MS_A_MINUTE = 60000;
 
-volatile std::sig_atomic_t ending = 0;
+// Shared with the process that waits outside of the sandbox: whoever ends a run by the number of
+// its process reaches only that one.
+volatile std::sig_atomic_t* ending = nullptr;
 
 void ending_note(int /*number*/) {
-    ending = 1;
+    *ending = 1;
+}
+
+bool endings_take(std::string& error) {
+    void* const page =
+        mmap(nullptr, sizeof(*ending), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (page == MAP_FAILED) {
+        error = std::string("no memory: ") + strerror(errno);
+        return false;
+    }
+    ending = static_cast<volatile std::sig_atomic_t*>(page);
+    struct sigaction action {};
+    sigemptyset(&action.sa_mask);
+    action.sa_handler = ending_note;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaction(number, &action, nullptr);
+    }
+    // A terminal that is gone must not keep the evidence from being written.
+    signal(SIGPIPE, SIG_IGN);
+    return true;
 }
 
 std::int64_t now_ms() {
@@ -50,29 +72,29 @@ std::string shell_word(const std::string& text) {
     return word + "'";
 }
 
-void progress_show(const Run& run, std::int64_t* shown) {
+void progress_show(const Run& run, std::int64_t& shown) {
     const std::int64_t now = now_ms();
-    if (now - *shown < PROGRESS_MS) {
+    if (now - shown < PROGRESS_MS) {
         return;
     }
-    *shown = now;
+    shown = now;
     fprintf(stderr, "%s\n", status_headline(mesh_status(*run.mesh, run.player.get())).c_str());
 }
 
 /// Plays until all steps are over, the machine fails or it is to end early.
-void play_on(std::int64_t until, bool shows_progress, Run* run) {
+void play_on(std::int64_t until, bool shows_progress, Run& run) {
     std::int64_t shown = now_ms();
-    while ((run->state = run->player->go_on(run->failure)) == PlayState::PLAYING) {
-        run->ended_early = ending != 0 || now_ms() >= until;
-        if (run->ended_early) {
+    while ((run.state = run.player->go_on(run.failure)) == PlayState::PLAYING) {
+        run.ended_early = *ending != 0 || now_ms() >= until;
+        if (run.ended_early) {
             return;
         }
-        if (run->mesh->second(run->failure) != 0) {
-            run->state = PlayState::STOPPED;
+        if (run.mesh->second(run.failure) != 0) {
+            run.state = PlayState::STOPPED;
             return;
         }
         if (shows_progress) {
-            progress_show(*run, &shown);
+            progress_show(run, shown);
         }
     }
 }
@@ -85,45 +107,37 @@ int unknown_violations(const Run& run) {
     return count;
 }
 
-void steps_write(const Run& run, JsonWriter* json) {
-    json->key("steps").array_begin();
+Json steps_json(const Run& run) {
+    Json steps = Json::array();
     for (const PlayedStep& played : run.player->played()) {
         const ScenarioStep& step = run.mesh->scenario().steps[played.step];
-        json->object_begin();
-        json->key("line").value(step.line);
-        json->key("step").value(step_print(step));
-        json->key("at").value(played.time);
-        json->key("waited").value(played.waited);
-        json->key("good").value(played.good);
-        json->key("text").value(played.text);
-        json->object_end();
+        steps.push_back({{"line", step.line},
+                         {"step", step_print(step)},
+                         {"at", played.time},
+                         {"waited", played.waited},
+                         {"good", played.good},
+                         {"text", played.text}});
     }
-    json->array_end();
+    return steps;
 }
 
-void violations_write(const Run& run, JsonWriter* json) {
-    json->key("violations").array_begin();
+Json violations_json(const Run& run) {
+    Json violations = Json::array();
     for (const Violation& violation : run.mesh->violations()) {
-        json->object_begin();
-        json->key("at").value(violation.time - run.mesh->started());
-        json->key("rule").value(violation.rule);
-        json->key("node").value(violation.node);
-        json->key("text").value(violation.text);
-        json->key("known").value(violation.known);
-        json->object_end();
+        violations.push_back({{"at", violation.time - run.mesh->started()},
+                              {"rule", violation.rule},
+                              {"node", violation.node},
+                              {"text", violation.text},
+                              {"known", violation.known}});
     }
-    json->array_end();
+    return violations;
 }
 
-void outages_write(const Run& run, JsonWriter* json) {
-    const std::int64_t now = run.mesh->observation().time;
-    const OutageSummary all = outage_summary_of_all(run.mesh->outages(), now);
-    json->key("outages").object_begin();
-    json->key("count").value(all.count);
-    json->key("seconds").value(all.total);
-    json->key("worst").value(all.worst);
-    json->key("median").value(all.median);
-    json->object_end();
+Json outages_json(const Run& run) {
+    const OutageSummary all =
+        outage_summary_of_all(run.mesh->outages(), run.mesh->observation().time);
+    return {
+        {"count", all.count}, {"seconds", all.total}, {"worst", all.worst}, {"median", all.median}};
 }
 
 int switches_of(const Mesh& mesh) {
@@ -142,48 +156,43 @@ bool run_is_good(const Run& run) {
            run.sanitizer_reports.empty();
 }
 
-bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_progress, Run* run) {
+bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_progress, Run& run,
+              std::string& error) {
     const ProgramPlace place = program_place();
-    std::string error;
-    // Before the sandbox, so that the process that waits outside outlives the key as well.
-    struct sigaction action {};
-    sigemptyset(&action.sa_mask);
-    action.sa_handler = ending_note;
-    sigaction(SIGINT, &action, nullptr);
-    if (!evidence_place_open(arguments.evidence, EVIDENCE_FOLDER, &run->outside, error) ||
+    // Before the sandbox, so that the process that waits outside outlives the signal as well.
+    if (!endings_take(error) ||
+        !evidence_place_open(arguments.evidence, EVIDENCE_FOLDER, &run.outside, error) ||
         mesh_sandbox_enter(place, {}, error) != 0) {
-        complain(error);
         return false;
     }
     const std::int64_t begun = now_ms();
-    run->mesh = Mesh::make(scenario, mesh_options_of(place, scenario), error);
-    if (run->mesh == nullptr) {
-        complain(error);
+    run.mesh = Mesh::make(scenario, mesh_options_of(place, scenario), error);
+    if (run.mesh == nullptr) {
         return false;
     }
-    run->player = std::make_unique<Player>(*run->mesh);
+    run.player = std::make_unique<Player>(*run.mesh);
     play_on(arguments.minutes > 0 ? begun + arguments.minutes * MS_A_MINUTE : INT64_MAX,
             shows_progress, run);
-    run->sanitizer_reports = mesh_sanitizer_reports(*run->mesh);
-    run->real_ms = now_ms() - begun;
+    run.sanitizer_reports = mesh_sanitizer_reports(*run.mesh);
+    run.real_ms = now_ms() - begun;
     return true;
 }
 
-void run_leave_evidence(Run* run) {
-    if (run_is_good(*run)) {
-        return;
+bool run_leave_evidence(Run& run, std::string& error) {
+    if (run_is_good(run)) {
+        return true;
     }
     EvidenceFolder folder;
-    std::string error;
-    if (!evidence_folder_make(run->outside, std::filesystem::path(run->title).stem(), &folder,
+    if (!evidence_folder_make(run.outside, std::filesystem::path(run.title).stem(), &folder,
                               error)) {
-        complain(error);
-        return;
+        return false;
     }
-    run->evidence = folder.name;
-    if (!mesh_evidence_write(*run->mesh, folder.path)) {
-        complain("not everything could be written to " + folder.name);
+    run.evidence = folder.name;
+    if (!mesh_evidence_write(*run.mesh, folder.path)) {
+        error = "not everything could be written to " + folder.name;
+        return false;
     }
+    return true;
 }
 
 std::string run_differences(const Run& run) {
@@ -236,26 +245,26 @@ std::string run_again_command(const Run& run) {
                                       " check " + shell_word(run.evidence + "/scenario.scn");
 }
 
-std::string run_json(const Run& run) {
-    JsonWriter json;
-    json.object_begin();
-    json.key("file").value(run.title);
-    json.key("good").value(run_is_good(run));
-    json.key("ended_early").value(run.ended_early);
-    json.key("seed").value(static_cast<std::int64_t>(run.mesh->scenario().seed));
-    json.key("seconds").value(run.mesh->passed());
-    json.key("real_ms").value(run.real_ms);
-    json.key("failure").value(run.failure);
-    steps_write(run, &json);
-    violations_write(run, &json);
-    outages_write(run, &json);
-    json.key("switches").value(switches_of(*run.mesh));
-    json.key("evidence").value(run.evidence);
-    json.key("again").value(run_again_command(run));
-    json.key("status");
-    status_write(mesh_status(*run.mesh, run.player.get()), &json);
-    json.object_end();
-    return json.text();
+Json run_json(const Run& run) {
+    MeshStatus status = mesh_status(*run.mesh, run.player.get());
+    status.events.clear();
+    for (const MeshEvent& event : run.mesh->events()) {
+        status.events.push_back(status_event(event));
+    }
+    return {{"file", run.title},
+            {"good", run_is_good(run)},
+            {"ended_early", run.ended_early},
+            {"seed", run.mesh->scenario().seed},
+            {"seconds", run.mesh->passed()},
+            {"real_ms", run.real_ms},
+            {"failure", run.failure},
+            {"steps", steps_json(run)},
+            {"violations", violations_json(run)},
+            {"outages", outages_json(run)},
+            {"switches", switches_of(*run.mesh)},
+            {"evidence", run.evidence},
+            {"again", run_again_command(run)},
+            {"status", status_json(status)}};
 }
 
 std::string chaos_summary(const Run& run) {

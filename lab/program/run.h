@@ -11,7 +11,7 @@
 
 #include "lab/mesh/mesh.h"
 #include "lab/mesh/player.h"
-#include "lab/program/arguments.h"
+#include "lab/program/commands.h"
 #include "lab/sandbox/outside.h"
 
 namespace lab {
@@ -32,13 +32,14 @@ struct Run {
 // Everything that was played was as expected: steps, rules (those known left out) and sanitizers.
 bool run_is_good(const Run& run);
 
-// Plays the scenario; false after a complaint when no mesh could be made. `shows_progress` tells
-// every few seconds on standard error how far it is. SIGINT ends a run early: what was found until
-// then counts.
-bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_progress, Run* run);
+// Plays the scenario; false with a sentence when no mesh could be made. `shows_progress` tells
+// every few seconds on standard error how far it is. SIGINT, SIGTERM and SIGHUP end a run early:
+// what was found until then counts.
+bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_progress, Run& run,
+              std::string& error);
 
 // Leaves everything in a folder when the run was not good.
-void run_leave_evidence(Run* run);
+bool run_leave_evidence(Run& run, std::string& error);
 
 // Steps that went wrong, broken rules and the rest of what differed; empty when the run is good.
 std::string run_differences(const Run& run);
@@ -52,8 +53,7 @@ std::string run_remarks(const Run& run);
 // The command that runs it again; empty without evidence.
 std::string run_again_command(const Run& run);
 
-// One JSON object.
-std::string run_json(const Run& run);
+Json run_json(const Run& run);
 
 // Longest and median outage, outages and switches of uplinks, broken rules by name.
 std::string chaos_summary(const Run& run);

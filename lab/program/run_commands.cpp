@@ -11,38 +11,41 @@
 namespace lab {
 namespace {
 
-constexpr int CHAOS_NODES = 8;
-constexpr int CHAOS_HOURS = 24;
 constexpr int SECONDS_AN_HOUR = 3600;
 
 /// Tells what differed and where the evidence is; the exit code.
-int run_finish(const Arguments& arguments, Run* run) {
-    run_leave_evidence(run);
+int run_finish(const Arguments& arguments, Run& run) {
+    std::string error;
+    if (!run_leave_evidence(run, error)) {
+        fprintf(stderr, "backhaul_lab: %s\n", error.c_str());
+    }
     if (arguments.json) {
-        printf("%s\n", run_json(*run).c_str());
-    } else if (!run_is_good(*run)) {
-        printf("%s", run_differences(*run).c_str());
-        if (!run->evidence.empty()) {
-            printf("evidence: %s\nagain: %s\n", run->evidence.c_str(),
-                   run_again_command(*run).c_str());
+        json_print(run_json(run));
+    } else if (!run_is_good(run)) {
+        printf("%s", run_differences(run).c_str());
+        if (!run.evidence.empty()) {
+            printf("evidence: %s\nagain: %s\n", run.evidence.c_str(),
+                   run_again_command(run).c_str());
         }
     }
     fflush(stdout);
-    return run_is_good(*run) ? EXIT_GOOD : EXIT_DIFFERS;
+    return run_is_good(run) ? EXIT_GOOD : EXIT_DIFFERS;
 }
 
 }  // namespace
 
 int check_command(const Arguments& arguments) {
     Scenario scenario;
-    if (!scenario_load(arguments.words, &scenario)) {
-        return EXIT_USAGE;
+    std::string error;
+    if (!scenario_load(arguments.words, scenario, error)) {
+        return complain(arguments, error, EXIT_USAGE);
     }
     scenario.seed = arguments.seed.value_or(scenario.seed);
     Run run;
     run.title = arguments.words[0];
-    if (!run_play(scenario, arguments, isatty(STDERR_FILENO) != 0 && !arguments.json, &run)) {
-        return EXIT_DIFFERS;
+    const bool shows_progress = isatty(STDERR_FILENO) != 0 && !arguments.json;
+    if (!run_play(scenario, arguments, shows_progress, run, error)) {
+        return complain(arguments, error);
     }
     if (!arguments.json) {
         const bool in_colour = wants_colour(arguments);
@@ -50,39 +53,36 @@ int check_command(const Arguments& arguments) {
         printf("%s", table_text(outages_table(*run.mesh), in_colour).c_str());
         printf("%s", run_remarks(run).c_str());
     }
-    const int code = run_finish(arguments, &run);
+    const int code = run_finish(arguments, run);
     // Nobody knows what the steps that were not played would have found.
     return run.ended_early ? EXIT_DIFFERS : code;
 }
 
 int chaos_command(const Arguments& arguments) {
-    const int nodes = arguments.nodes > 0 ? arguments.nodes : CHAOS_NODES;
-    if (nodes < 2) {
-        return complain("a mesh for `chaos` has two nodes at least", EXIT_USAGE);
-    }
-    if (nodes > MOST_NODES) {
-        return complain("a mesh has at most " + std::to_string(MOST_NODES) + " nodes", EXIT_USAGE);
+    if (arguments.nodes > MOST_NODES) {
+        return complain(arguments,
+                        "a mesh has at most " + std::to_string(MOST_NODES) + " nodes", EXIT_USAGE);
     }
     ChaosOptions options;
     options.seed = arguments.seed.value_or(options.seed);
-    options.seconds = (arguments.hours > 0 ? arguments.hours : CHAOS_HOURS) * SECONDS_AN_HOUR;
-    const Scenario scenario = scenario_chaos(scenario_chaos_mesh(nodes), options);
+    options.seconds = arguments.hours * SECONDS_AN_HOUR;
+    const Scenario scenario = scenario_chaos(scenario_chaos_mesh(arguments.nodes), options);
     if (!arguments.json) {
-        printf("%d nodes, %d hours, seed %u\n", nodes, options.seconds / SECONDS_AN_HOUR,
-               options.seed);
+        printf("%d nodes, %d hours, seed %u\n", arguments.nodes, arguments.hours, options.seed);
         fflush(stdout);
     }
     Run run;
     run.title = "chaos-" + std::to_string(options.seed);
-    if (!run_play(scenario, arguments, !arguments.json, &run)) {
-        return EXIT_DIFFERS;
+    std::string error;
+    if (!run_play(scenario, arguments, !arguments.json, run, error)) {
+        return complain(arguments, error);
     }
     if (!arguments.json) {
         const bool in_colour = wants_colour(arguments);
         printf("%s\n%s", run_verdict(run).c_str(), chaos_summary(run).c_str());
         printf("%s", table_text(outages_table(*run.mesh), in_colour).c_str());
     }
-    return run_finish(arguments, &run);
+    return run_finish(arguments, run);
 }
 
 }  // namespace lab

@@ -1,221 +1,334 @@
 #include "lab/program/server.h"
 
-#include <fcntl.h>
+#include <microhttpd.h>
 #include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
+#include <vector>
+
+#include "lab/scenario/words.h"
 
 namespace lab {
+
+// A request from its first line until its answer is sent or its peer is gone.
+struct ServerRequest {
+    Server* server = nullptr;
+    MHD_Connection* connection = nullptr;
+    int number = 0;  // in requests to the control; never used twice
+    std::string body;
+    bool too_large = false;
+    bool begun = false;      // handed to the control
+    bool suspended = false;  // libmicrohttpd leaves it alone until it is resumed
+    bool answered = false;
+    bool peer_gone = false;
+    Answer answer;
+    bool ends = false;     // what it asked for is the end of the mesh
+    bool streams = false;  // its answer are the events
+    std::int64_t next_event = 0;
+    std::string unsent;  // of the events
+};
+
 namespace {
 
 constexpr std::int64_t LONGEST_WAIT = 1000;  // ms: how late a signal is seen at most
 constexpr std::int64_t NEXT_TOOL_WAIT = 10;  // a script calls one tool after the other
 constexpr std::int64_t CLOSING_TIME = 500;
+constexpr int ROUNDS_AT_ONCE = 64;  // of libmicrohttpd, before the next second
+constexpr std::size_t BLOCK = 16384;
 
 std::int64_t now_ms() {
     using namespace std::chrono;
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-void descriptors_close(std::vector<int>* descriptors) {
-    for (const int fd : *descriptors) {
-        close(fd);
-    }
-    descriptors->clear();
+MHD_Result answer_send(MHD_Connection* connection, const Answer& answer) {
+    std::string text = json_text(json_versioned(answer.body)) + "\n";
+    MHD_Response* response =
+        MHD_create_response_from_buffer(text.size(), text.data(), MHD_RESPMEM_MUST_COPY);
+    MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, "application/json");
+    const MHD_Result queued =
+        MHD_queue_response(connection, static_cast<unsigned>(answer.status), response);
+    MHD_destroy_response(response);
+    return queued;
 }
 
-void client_drop(Server* server, ServerClient* client) {
-    descriptors_close(&client->descriptors);
-    close(client->fd);
-    client->fd = -1;
-    control_forget(server->control, client->number);
+ssize_t stream_read(void* request, std::uint64_t /*position*/, char* block, std::size_t size) {
+    auto& stream = *static_cast<ServerRequest*>(request);
+    return stream.server->events_put(stream, block, size);
 }
 
-/// Sends some bytes, the descriptors with the first of them.
-ssize_t send_some(ServerClient* client) {
-    iovec piece{client->out.data(), client->out.size()};
-    msghdr message{};
-    message.msg_iov = &piece;
-    message.msg_iovlen = 1;
-    alignas(cmsghdr) std::array<char, 256> control{};
-    const std::size_t bytes = client->descriptors.size() * sizeof(int);
-    if (bytes > 0 && CMSG_SPACE(bytes) <= control.size()) {
-        message.msg_control = control.data();
-        message.msg_controllen = CMSG_SPACE(bytes);
-        cmsghdr* header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = SOL_SOCKET;
-        header->cmsg_type = SCM_RIGHTS;
-        header->cmsg_len = CMSG_LEN(bytes);
-        std::memcpy(CMSG_DATA(header), client->descriptors.data(), bytes);
-    }
-    return sendmsg(client->fd, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+MHD_Result stream_begin(ServerRequest& request) {
+    MHD_Response* response =
+        MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, BLOCK, stream_read, &request, nullptr);
+    MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, "application/x-ndjson");
+    const MHD_Result queued = MHD_queue_response(request.connection, MHD_HTTP_OK, response);
+    MHD_destroy_response(response);
+    return queued;
 }
 
-void client_send(Server* server, ServerClient* client) {
-    while (!client->out.empty()) {
-        const ssize_t sent = send_some(client);
-        if (sent < 0 && errno == EINTR) {
-            continue;
-        }
-        if (sent < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-            break;
-        }
-        if (sent <= 0) {
-            client_drop(server, client);
-            return;
-        }
-        descriptors_close(&client->descriptors);
-        client->out.erase(0, static_cast<std::size_t>(sent));
-    }
-    if (client->out.size() > MOST_UNSENT) {
-        client_drop(server, client);
-    }
+/// The number behind that name in the URL; -1 when there is none. False when it is no number.
+bool number_take(MHD_Connection* connection, const char* name, std::int64_t& number) {
+    const char* word = MHD_lookup_connection_value(connection, MHD_GET_ARGUMENT_KIND, name);
+    return word == nullptr || word_number(word, std::int64_t{0}, INT64_MAX, &number);
 }
 
-/// Answers the requests that are whole, up to the first that has to wait.
-void client_answer(Server* server, ServerClient* client) {
-    while (!client->waits && client->out.empty()) {
-        const std::size_t end = client->in.find('\n');
-        if (end == std::string::npos) {
-            break;
-        }
-        const std::string line = client->in.substr(0, end);
-        client->in.erase(0, end + 1);
-        Outcome outcome =
-            control_request(server->control, client->number, request_words(line), now_ms());
-        client->waits = outcome.waits;
-        if (!outcome.waits) {
-            client->out = answer_text(outcome.answer);
-            client->descriptors = std::move(outcome.descriptors);
-            client_send(server, client);
-            if (client->fd < 0) {
-                return;
-            }
-        }
+bool call_read(const ServerRequest& request, ApiCall& call, Answer& error) {
+    if (!number_take(request.connection, "from", call.from) ||
+        !number_take(request.connection, "last", call.last)) {
+        error = answer_say(HttpStatus::bad_request, "`from` and `last` are numbers");
+        return false;
     }
+    call.body = request.body.empty() ? Json::object() : Json::parse(request.body, nullptr, false);
+    if (!call.body.is_object()) {
+        error = answer_say(HttpStatus::bad_request, "the body is no JSON object");
+        return false;
+    }
+    return true;
 }
 
-void client_read(Server* server, ServerClient* client) {
-    std::array<char, 4096> block{};
-    const ssize_t got = recv(client->fd, block.data(), block.size(), MSG_DONTWAIT);
-    if (got < 0 && (errno == EAGAIN || errno == EINTR)) {
-        return;
+void body_take(ServerRequest& request, const char* data, std::size_t& size) {
+    request.too_large = request.too_large || request.body.size() + size > LONGEST_BODY;
+    if (!request.too_large) {
+        request.body.append(data, size);
     }
-    if (got > 0) {
-        client->in.append(block.data(), static_cast<std::size_t>(got));
-    }
-    if (got <= 0 || client->in.size() > LONGEST_LINE) {
-        client_drop(server, client);
-    }
+    size = 0;
 }
 
-void listener_accept(Server* server) {
-    const int fd = accept4(server->listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-    if (fd < 0) {
-        return;
+MHD_Result on_access(void* server, MHD_Connection* connection, const char* path, const char* method,
+                     const char* /*version*/, const char* data, std::size_t* size, void** place) {
+    if (*place == nullptr) {
+        *place = &static_cast<Server*>(server)->request_begin(connection);
+        return MHD_YES;
     }
-    if (server->clients.size() >= MOST_CLIENTS) {
-        close(fd);
-        return;
+    auto& request = *static_cast<ServerRequest*>(*place);
+    if (*size > 0) {
+        body_take(request, data, *size);
+        return MHD_YES;
     }
-    server_client_add(server, fd);
+    return request.server->request_answer(request, path, method) ? MHD_YES : MHD_NO;
 }
 
-void answers_hand_out(Server* server, const std::vector<LateAnswer>& answers) {
-    for (const LateAnswer& late : answers) {
-        const auto client = std::ranges::find(server->clients, late.client, &ServerClient::number);
-        if (client != server->clients.end() && client->fd >= 0) {
-            client->waits = false;
-            client->out += answer_text(late.answer);
-            client_send(server, &*client);
-        }
-    }
-}
-
-/// Waits for something to read or for room to write, and deals with it.
-void sockets_serve(Server* server, std::int64_t wait) {
-    std::vector<pollfd> places;
-    for (const ServerClient& client : server->clients) {
-        const short out = client.out.empty() ? short{0} : short{POLLOUT};
-        places.push_back({client.fd, static_cast<short>(POLLIN | out), 0});
-    }
-    places.push_back({server->listener, POLLIN, 0});
-    if (poll(places.data(), places.size(), static_cast<int>(wait)) <= 0) {
-        return;
-    }
-    for (std::size_t at = 0; at < server->clients.size(); ++at) {
-        ServerClient& client = server->clients[at];
-        if ((places[at].revents & (POLLIN | POLLHUP | POLLERR)) != 0) {
-            client_read(server, &client);
-        }
-        if (client.fd >= 0 && (places[at].revents & POLLOUT) != 0) {
-            client_send(server, &client);
-        }
-    }
-    if ((places.back().revents & POLLIN) != 0) {
-        listener_accept(server);
+void on_completed(void* server, MHD_Connection* /*connection*/, void** place,
+                  MHD_RequestTerminationCode /*code*/) {
+    if (*place != nullptr) {
+        static_cast<Server*>(server)->request_forget(*static_cast<ServerRequest*>(*place));
+        *place = nullptr;
     }
 }
 
 }  // namespace
 
-void server_client_add(Server* server, int fd) {
-    fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
-    ServerClient client;
-    client.fd = fd;
-    client.number = server->next_number++;
-    server->clients.push_back(std::move(client));
+Server::Server(Control& control) : control_(control) {}
+
+std::unique_ptr<Server> Server::make(Control& control, int listener, std::string& error) {
+    std::unique_ptr<Server> server(new Server(control));
+    // With epoll there is no limit to the numbers of descriptors, of which a large mesh has many.
+    server->daemon_ = MHD_start_daemon(
+        MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, on_access, server.get(),
+        MHD_OPTION_LISTEN_SOCKET, listener, MHD_OPTION_CONNECTION_LIMIT, MOST_CLIENTS,
+        MHD_OPTION_CONNECTION_TIMEOUT, LONGEST_SILENCE, MHD_OPTION_NOTIFY_COMPLETED, on_completed,
+        server.get(), MHD_OPTION_END);
+    const MHD_DaemonInfo* info =
+        server->daemon_ == nullptr ? nullptr
+                                   : MHD_get_daemon_info(server->daemon_, MHD_DAEMON_INFO_EPOLL_FD);
+    if (info == nullptr) {
+        error = std::string("the socket cannot be served: ") + strerror(errno);
+        return nullptr;
+    }
+    server->events_fd_ = info->epoll_fd;
+    return server;
 }
 
-void server_turn(Server* server) {
-    Control* control = server->control;
-    std::int64_t wait = pace_wait(control->pace, now_ms());
-    if (wait == 0) {
-        answers_hand_out(server, control_second(control, now_ms()));
-    } else {
-        const bool served = control->mesh.tools_serve && control->mesh.tools_serve();
-        const std::int64_t longest = served ? NEXT_TOOL_WAIT : LONGEST_WAIT;
-        wait = wait < 0 ? longest : std::min(wait, longest);
+Server::~Server() {
+    if (daemon_ != nullptr) {
+        close_all();
+        MHD_stop_daemon(daemon_);
     }
-    sockets_serve(server, wait);
-    for (ServerClient& client : server->clients) {
-        if (client.fd >= 0) {
-            client_answer(server, &client);
+}
+
+ServerRequest& Server::request_begin(MHD_Connection* connection) {
+    requests_.push_back(std::make_unique<ServerRequest>());
+    ServerRequest& request = *requests_.back();
+    request.server = this;
+    request.connection = connection;
+    request.number = next_number_++;
+    return request;
+}
+
+/// Called once the request is whole, and again when it is resumed with its answer.
+bool Server::request_answer(ServerRequest& request, const char* path, const char* method) {
+    if (request.peer_gone) {
+        return false;
+    }
+    if (!request.begun) {
+        request.begun = true;
+        ApiCall call;
+        Answer& answer = request.answer;
+        const ApiRow* row = api_find(method, path, call.node, answer);
+        if (request.too_large) {
+            answer = answer_say(HttpStatus::too_large, "the body is longer than " +
+                                                           std::to_string(LONGEST_BODY) + " bytes");
+        } else if (row != nullptr && call_read(request, call, answer)) {
+            call.action = row->action;
+            const Outcome outcome = control_request(control_, request.number, call, now_ms());
+            if (outcome.waits) {
+                request.ends = call.action == ApiAction::down;
+                request.suspended = true;
+                MHD_suspend_connection(request.connection);
+                return true;
+            }
+            answer = outcome.answer;
+            if (call.action == ApiAction::events) {
+                request.streams = true;
+                request.next_event = call.from >= 0 ? call.from : control_.events.next();
+                return stream_begin(request) == MHD_YES;
+            }
         }
     }
-    std::erase_if(server->clients, [](const ServerClient& client) { return client.fd < 0; });
+    return answer_send(request.connection, request.answer) == MHD_YES;
 }
 
-void server_close(Server* server) {
+void Server::request_forget(const ServerRequest& request) {
+    control_forget(control_, request.number);
+    requests_.remove_if([&request](const auto& each) { return each.get() == &request; });
+}
+
+long Server::events_put(ServerRequest& request, char* block, std::size_t size) {
+    while (request.unsent.size() < size) {
+        const std::string line = control_event(control_, request.next_event);
+        if (line.empty()) {
+            break;
+        }
+        request.unsent += line;
+    }
+    if (request.unsent.empty()) {
+        if (ended_ || request.peer_gone) {
+            return MHD_CONTENT_READER_END_OF_STREAM;
+        }
+        request.suspended = true;
+        MHD_suspend_connection(request.connection);
+        return 0;
+    }
+    const std::size_t count = std::min(size, request.unsent.size());
+    request.unsent.copy(block, count);
+    request.unsent.erase(0, count);
+    return static_cast<long>(count);
+}
+
+void Server::answer_late(ServerRequest& request, const Answer& answer) {
+    request.answer = answer;
+    request.suspended = false;
+    MHD_resume_connection(request.connection);
+}
+
+void Server::streams_wake() {
+    for (const auto& request : requests_) {
+        if (request->streams && request->suspended &&
+            (ended_ || request->next_event < control_.events.next())) {
+            request->suspended = false;
+            MHD_resume_connection(request->connection);
+        }
+    }
+}
+
+/// Waits until libmicrohttpd has something to do. Of those that wait themselves it does not learn
+/// that they are gone: that is seen here.
+void Server::wait(std::int64_t longest) {
+    std::vector<pollfd> places = {{events_fd_, POLLIN, 0}};
+    std::vector<ServerRequest*> waiting;
+    for (const auto& request : requests_) {
+        if (request->suspended) {
+            const MHD_ConnectionInfo* info =
+                MHD_get_connection_info(request->connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+            places.push_back({info->connect_fd, 0, 0});
+            waiting.push_back(request.get());
+        }
+    }
+    MHD_UNSIGNED_LONG_LONG timeout = 0;
+    if (MHD_get_timeout(daemon_, &timeout) == MHD_YES) {
+        longest = std::min(longest, static_cast<std::int64_t>(timeout));
+    }
+    if (poll(places.data(), places.size(), static_cast<int>(longest)) <= 0) {
+        return;
+    }
+    for (std::size_t at = 0; at < waiting.size(); ++at) {
+        if ((places[at + 1].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) {
+            waiting[at]->peer_gone = true;
+            control_forget(control_, waiting[at]->number);
+            answer_late(*waiting[at], {});
+        }
+    }
+}
+
+void Server::serve() {
+    for (int round = 0; round < ROUNDS_AT_ONCE; ++round) {
+        MHD_run(daemon_);
+        pollfd place{events_fd_, POLLIN, 0};
+        MHD_UNSIGNED_LONG_LONG timeout = 1;
+        const bool more = MHD_get_timeout(daemon_, &timeout) == MHD_YES && timeout == 0;
+        if (!more && poll(&place, 1, 0) <= 0) {
+            return;
+        }
+    }
+}
+
+void Server::turn() {
+    std::int64_t longest = pace_wait(control_.pace, now_ms());
+    if (longest == 0) {
+        for (const LateAnswer& late : control_second(control_, now_ms())) {
+            const auto request = std::ranges::find_if(
+                requests_, [&late](const auto& each) { return each->number == late.client; });
+            if (request != requests_.end()) {
+                answer_late(**request, late.answer);
+            }
+        }
+    } else {
+        const bool served = control_.mesh.tools_serve && control_.mesh.tools_serve();
+        const std::int64_t most = served ? NEXT_TOOL_WAIT : LONGEST_WAIT;
+        longest = longest < 0 ? most : std::min(longest, most);
+    }
+    streams_wake();
+    wait(longest);
+    serve();
+}
+
+void Server::close_all() {
+    ended_ = true;
+    for (const auto& request : requests_) {
+        if (request->suspended && !request->streams) {
+            answer_late(*request, request->ends ? answer_say(HttpStatus::good, "")
+                                                : answer_say(HttpStatus::ended, "the mesh ended"));
+        }
+    }
     const std::int64_t until = now_ms() + CLOSING_TIME;
-    const auto has_more = [](const ServerClient& client) {
-        return client.fd >= 0 && !client.out.empty();
-    };
-    while (std::ranges::any_of(server->clients, has_more) && now_ms() < until) {
-        sockets_serve(server, until - now_ms());
-        std::erase_if(server->clients, [](const ServerClient& client) { return client.fd < 0; });
+    do {
+        streams_wake();
+        serve();
+        if (!requests_.empty()) {
+            wait(std::max<std::int64_t>(0, until - now_ms()));
+        }
+    } while (!requests_.empty() && now_ms() < until);
+    // It must not stop with somebody suspended.
+    for (const auto& request : requests_) {
+        if (request->suspended) {
+            request->peer_gone = true;
+            answer_late(*request, {});
+        }
     }
-    for (ServerClient& client : server->clients) {
-        client_drop(server, &client);
-    }
-    server->clients.clear();
+    MHD_run(daemon_);
 }
 
-void server_run(Server* server, const volatile std::sig_atomic_t* ends) {
-    while (!server->control->ends && *ends == 0) {
-        server_turn(server);
+void Server::run(const volatile std::sig_atomic_t* ends) {
+    while (!control_.ends && *ends == 0) {
+        turn();
     }
-    // Who waits for the end learns of it by the end of the connection.
-    if (server->control->mesh.end) {
-        server->control->mesh.end();
+    if (control_.mesh.end) {
+        control_.mesh.end();
     }
-    server_close(server);
+    close_all();
 }
 
 }  // namespace lab

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sched.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "lab/sandbox/exec_words.h"
 #include "lab/sandbox/layout.h"
@@ -22,7 +24,7 @@ namespace {
 constexpr int SHELL_MISSING = 127;
 
 struct Place {
-    const char* path;  // below /proc/PID
+    const char* path;  // below the process in /proc
     int kind;          // of namespace; 0: the root folder
 };
 
@@ -143,34 +145,42 @@ int await(pid_t child) {
     _exit(await(child));
 }
 
-}  // namespace
-
-bool shell_descriptors_open(pid_t init, std::vector<int>* descriptors, std::string* error) {
+/// False with a sentence, also when the server is not the one that named the process.
+bool places_open(pid_t server, const NodeEntrance& entrance, std::vector<int>& descriptors,
+                 std::string& error) {
+    const std::string proc =
+        "/proc/" + std::to_string(server) + "/root/proc/" + std::to_string(entrance.pid) + "/";
+    struct stat space {};
+    if (stat((proc + PLACES[1].path).c_str(), &space) != 0) {
+        error = strerror(errno);
+        return false;
+    }
+    if (space.st_ino != entrance.space) {
+        error = "the mesh is only starting";
+        return false;
+    }
     for (const Place& place : PLACES) {
-        const std::string path = "/proc/" + std::to_string(init) + "/" + place.path;
-        const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        if (fd < 0) {
-            *error = std::string("the node cannot be entered: ") + strerror(errno);
-            for (const int opened : *descriptors) {
-                close(opened);
-            }
-            descriptors->clear();
+        descriptors.push_back(open((proc + place.path).c_str(), O_RDONLY | O_CLOEXEC));
+        if (descriptors.back() < 0) {
+            error = strerror(errno);
             return false;
         }
-        descriptors->push_back(fd);
     }
     return true;
 }
 
-int shell_run(const std::string& node, const std::vector<int>& descriptors,
-              const std::string& command, std::string* error) {
-    if (descriptors.size() != PLACES.size()) {
-        *error = "the mesh did not say how to enter " + node;
+}  // namespace
+
+int shell_run(const std::string& node, pid_t server, const NodeEntrance& entrance,
+              const std::string& command, std::string& error) {
+    std::vector<int> descriptors;
+    std::array<int, 2> report{-1, -1};
+    if (!places_open(server, entrance, descriptors, error)) {
+        error = "cannot enter " + node + ": " + error;
         return -1;
     }
-    std::array<int, 2> report{-1, -1};
     if (pipe2(report.data(), O_CLOEXEC) != 0) {
-        *error = std::string("no pipe: ") + strerror(errno);
+        error = std::string("no pipe: ") + strerror(errno);
         return -1;
     }
     Prepared plan = prepare(node, descriptors, command);
@@ -190,7 +200,7 @@ int shell_run(const std::string& node, const std::vector<int>& descriptors,
     close(report[0]);
     const int code = between < 0 ? -1 : await(between);
     if (reason != 0) {
-        *error = "cannot enter " + node + ": " + strerror(reason);
+        error = "cannot enter " + node + ": " + strerror(reason);
         return -1;
     }
     return code;

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 namespace lab {
@@ -20,11 +21,11 @@ std::string folder_of(const std::string& path) {
     return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
 }
 
-bool address_of(const std::string& path, sockaddr_un* address, std::string* error) {
+bool address_of(const std::string& path, sockaddr_un* address, std::string& error) {
     *address = {};
     address->sun_family = AF_UNIX;
     if (path.size() >= sizeof(address->sun_path)) {
-        *error = "the path of the socket is too long: " + path;
+        error = "the path of the socket is too long: " + path;
         return false;
     }
     std::memcpy(address->sun_path, path.data(), path.size());
@@ -54,22 +55,22 @@ std::string socket_path(const char* runtime_folder, uid_t uid) {
     return "/tmp/backhaul_lab-" + std::to_string(uid) + "/control";
 }
 
-int socket_folder_make(const std::string& path, std::string* error) {
+bool socket_folder_make(const std::string& path, std::string& error) {
     const std::string folder = folder_of(path);
     if (mkdir(folder.c_str(), PRIVATE_FOLDER) != 0 && errno != EEXIST) {
-        *error = "cannot make " + folder + ": " + strerror(errno);
-        return -1;
+        error = "cannot make " + folder + ": " + strerror(errno);
+        return false;
     }
     struct stat found {};
     if (lstat(folder.c_str(), &found) != 0 || !S_ISDIR(found.st_mode) ||
         found.st_uid != geteuid() || (found.st_mode & 077U) != 0) {
-        *error = folder + " is not a folder of your own with mode 0700: name another --socket";
-        return -1;
+        error = folder + " is not a folder of your own with mode 0700: name another --socket";
+        return false;
     }
-    return 0;
+    return true;
 }
 
-int socket_listen(const std::string& path, std::string* error) {
+int socket_listen(const std::string& path, std::string& error) {
     sockaddr_un address{};
     if (!address_of(path, &address, error)) {
         return -1;
@@ -77,7 +78,7 @@ int socket_listen(const std::string& path, std::string* error) {
     const int other = connect_quietly(address);
     if (other >= 0) {
         close(other);
-        *error = "a mesh is already up at " + path + ": end it with `backhaul_lab down`";
+        error = "a mesh is already up at " + path + ": end it with `" + program_called() + " down`";
         return -1;
     }
     if (errno == ECONNREFUSED) {
@@ -86,7 +87,7 @@ int socket_listen(const std::string& path, std::string* error) {
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
         listen(fd, BACKLOG) != 0) {
-        *error = "cannot listen at " + path + ": " + strerror(errno);
+        error = "cannot listen at " + path + ": " + strerror(errno);
         if (fd >= 0) {
             close(fd);
         }
@@ -95,17 +96,25 @@ int socket_listen(const std::string& path, std::string* error) {
     return fd;
 }
 
-int socket_connect(const std::string& path, std::string* error) {
-    sockaddr_un address{};
-    if (!address_of(path, &address, error)) {
-        return -1;
+bool socket_take_over(int listener, std::string& error) {
+    if (listen(listener, BACKLOG) != 0) {
+        error = std::string("cannot listen: ") + strerror(errno);
+        return false;
     }
-    const int fd = connect_quietly(address);
-    if (fd < 0) {
-        *error = "no mesh is up (" + path + ": " + strerror(errno) +
-                 "): start one with `backhaul_lab up FILE`";
-    }
-    return fd;
+    return true;
+}
+
+std::string no_mesh_text(const std::string& path, int reason) {
+    return "no mesh is up (" + path + ": " + strerror(reason) + "): start one with `" +
+           program_called() + " up line 3`";
+}
+
+const std::string& program_called(const char* started_as) {
+    static const std::string CALLED = [started_as] {
+        const char* const called = getenv("BACKHAUL_LAB_CALLED_AS");
+        return std::string(called == nullptr || *called == '\0' ? started_as : called);
+    }();
+    return CALLED;
 }
 
 std::string server_log_path(const std::string& socket) {

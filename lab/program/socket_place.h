@@ -14,15 +14,22 @@ namespace lab {
 std::string socket_path(const char* runtime_folder, uid_t uid);
 
 // Makes the folder of the socket if it is missing and checks that it is the caller's own and closed
-// to others. 0 or -1.
-int socket_folder_make(const std::string& path, std::string* error);
+// to others.
+bool socket_folder_make(const std::string& path, std::string& error);
 
 // A listening socket at that place. An old socket at which nobody answers is replaced. -1 and
 // `error` also when a mesh is already up there.
-int socket_listen(const std::string& path, std::string* error);
+int socket_listen(const std::string& path, std::string& error);
 
-// A connection to the mesh there, or -1: `error` says that none is up.
-int socket_connect(const std::string& path, std::string* error);
+// Makes the calling process the one that peers of the socket see behind it: see client.h.
+bool socket_take_over(int listener, std::string& error);
+
+// That nobody listens there, by the error number of who tried.
+std::string no_mesh_text(const std::string& path, int reason);
+
+// How the user calls this program, for commands that are told to be typed: what the environment
+// variable BACKHAUL_LAB_CALLED_AS says, else as it was started, which main() hands in first.
+const std::string& program_called(const char* started_as = "backhaul_lab");
 
 // The file beside the socket into which the server writes what it has to say.
 std::string server_log_path(const std::string& socket);

@@ -5,9 +5,16 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include "lab/program/commands.h"
+#include "lab/program/socket_place.h"
+#include "lab/program/watch_view.h"
 
 namespace lab {
 namespace {
@@ -56,6 +63,34 @@ void signals_give_back() {
 }
 
 }  // namespace
+
+void json_print(const Json& object) {
+    printf("%s\n", json_text(json_versioned(object)).c_str());
+}
+
+int complain(const Arguments& arguments, const std::string& text, int code) {
+    if (arguments.json) {
+        json_print({{"good", false}, {"text", text}});
+        return code;
+    }
+    // An error of a scenario has a line for each place.
+    for (std::size_t at = 0; at <= text.size();) {
+        const std::size_t end = std::min(text.find('\n', at), text.size());
+        const std::string line = line_clipped(text.substr(at, end - at), std::string::npos);
+        fprintf(stderr, "%s%s\n", at == 0 ? "backhaul_lab: " : "", line.c_str());
+        at = end + 1;
+    }
+    return code;
+}
+
+bool wants_colour(const Arguments& arguments) {
+    return !arguments.colour_never && isatty(STDOUT_FILENO) != 0 && getenv("NO_COLOR") == nullptr;
+}
+
+std::string socket_of(const Arguments& arguments) {
+    return arguments.socket.empty() ? socket_path(getenv("XDG_RUNTIME_DIR"), geteuid())
+                                    : arguments.socket;
+}
 
 Terminal::Terminal() {
     if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0 ||

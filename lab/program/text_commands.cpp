@@ -2,15 +2,15 @@
 #include <cstdio>
 #include <string>
 
+#include "lab/mesh/mesh_place.h"
 #include "lab/program/commands.h"
-#include "lab/report/json.h"
 #include "lab/report/table.h"
+#include "lab/sandbox/doctor_report.h"
 #include "lab/scenario/condition.h"
 #include "lab/scenario/scenario_generate.h"
 #include "lab/scenario/scenario_parse.h"
 #include "lab/scenario/scenario_step.h"
 #include "lab/scenario/verb.h"
-#include "lab/scenario/words.h"
 
 namespace lab {
 namespace {
@@ -43,46 +43,67 @@ std::vector<Section> vocabulary() {
             {"Conditions of wait-until and expect", "conditions", entries_of(condition_table())}};
 }
 
-std::string vocabulary_json(const std::vector<Section>& sections) {
-    JsonWriter json;
-    json.object_begin();
+Json vocabulary_json(const std::vector<Section>& sections) {
+    Json json;
     for (const Section& section : sections) {
-        json.key(section.key).array_begin();
+        Json& entries = json[section.key] = Json::array();
         for (const Entry& entry : section.entries) {
-            json.object_begin();
-            json.key("name").value(entry.name);
-            json.key("usage").value(entry.usage);
-            json.key("help").value(entry.help);
-            json.object_end();
+            entries.push_back({{"name", entry.name}, {"usage", entry.usage}, {"help", entry.help}});
         }
-        json.array_end();
     }
-    json.object_end();
-    return json.text();
+    return json;
+}
+
+TableCell mark_of(DoctorMark mark) {
+    switch (mark) {
+        case DoctorMark::GOOD:
+            return {"good", Colour::green};
+        case DoctorMark::LESS:
+            return {"less", Colour::yellow};
+        case DoctorMark::LACKS:
+            return {"lacks", Colour::red};
+    }
+    return {};
+}
+
+Json report_json(const DoctorReport& report) {
+    Json json = {{"good", doctor_is_good(report)}, {"nodes", report.nodes}};
+    Json& checks = json["checks"] = Json::array();
+    for (const DoctorRow& row : report.rows) {
+        checks.push_back({{"name", row.name},
+                          {"mark", mark_of(row.mark).text},
+                          {"found", row.found},
+                          {"lost", row.lost},
+                          {"remedy", row.remedy}});
+    }
+    return json;
+}
+
+void report_print(const DoctorReport& report, bool in_colour) {
+    Table table;
+    table.columns = {{"CHECK"}, {"MARK"}, {"FOUND"}};
+    for (const DoctorRow& row : report.rows) {
+        table.rows.push_back({{row.name}, mark_of(row.mark), {row.found}});
+    }
+    printf("%s\n", table_text(table, in_colour).c_str());
+    for (const DoctorRow& row : report.rows) {
+        if (row.mark != DoctorMark::GOOD) {
+            printf("%s: %s\n    %s\n", row.name.c_str(), row.lost.c_str(), row.remedy.c_str());
+        }
+    }
+    if (doctor_is_good(report)) {
+        printf("The lab runs here, with meshes of about %d nodes.\n", report.nodes);
+    } else {
+        printf("The lab does not run here.\n");
+    }
 }
 
 }  // namespace
 
-int help_command(const Arguments& arguments) {
-    if (arguments.words.empty()) {
-        printf("%s", usage_text().c_str());
-        return EXIT_GOOD;
-    }
-    std::vector<std::string> names;
-    for (const CommandRow& row : command_table()) {
-        names.emplace_back(row.name);
-        if (row.name == arguments.words[0]) {
-            printf("%s", usage_text(row).c_str());
-            return EXIT_GOOD;
-        }
-    }
-    return complain(unknown_word(arguments.words[0], "command", names), EXIT_USAGE);
-}
-
 int verbs_command(const Arguments& arguments) {
     const std::vector<Section> sections = vocabulary();
     if (arguments.json) {
-        printf("%s\n", vocabulary_json(sections).c_str());
+        json_print(vocabulary_json(sections));
         return EXIT_GOOD;
     }
     for (const Section& section : sections) {
@@ -100,11 +121,21 @@ int generate_command(const Arguments& arguments) {
     std::string error;
     const std::span<const std::string> words = arguments.words;
     if (!scenario_generate(words[0], words.subspan(1), &scenario, error)) {
-        return complain(error, EXIT_USAGE);
+        return complain(arguments, error, EXIT_USAGE);
     }
     scenario.seed = arguments.seed.value_or(scenario.seed);
     printf("%s", scenario_print(scenario).c_str());
     return EXIT_GOOD;
+}
+
+int doctor_command(const Arguments& arguments) {
+    const DoctorReport report = doctor_report(program_place().programs);
+    if (arguments.json) {
+        json_print(report_json(report));
+    } else {
+        report_print(report, wants_colour(arguments));
+    }
+    return doctor_is_good(report) ? EXIT_GOOD : EXIT_DIFFERS;
 }
 
 }  // namespace lab

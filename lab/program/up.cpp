@@ -33,7 +33,7 @@ void ending_note(int /*number*/) {
 struct UpPlan {
     Scenario scenario;
     std::string socket;
-    double speed = SPEED_FASTEST;
+    double speed = SPEED_AUTO;
     int listener = -1;
     int report = -1;  // to the waiting program
 };
@@ -64,70 +64,95 @@ void signals_take() {
     signal(SIGPIPE, SIG_IGN);
 }
 
-/// The server's whole life; its exit code.
-int serve(UpPlan* plan) {
-    setsid();
-    streams_to_log(server_log_path(plan->socket));
+/// The mesh and its server until the end; false with a sentence when there is none.
+bool hold(const UpPlan& plan, std::string& error) {
     const ProgramPlace place = program_place();
-    std::string error;
     if (mesh_sandbox_enter(place, {}, error) != 0) {
-        tell(*plan, '!', error);
-        return EXIT_DIFFERS;
+        return false;
     }
     signals_take();
-    tell(*plan, '.', "making " + std::to_string(plan->scenario.nodes.size()) + " nodes");
+    tell(plan, '.', "making " + std::to_string(plan.scenario.nodes.size()) + " nodes");
     const std::unique_ptr<HeldMesh> mesh =
-        HeldMesh::make(plan->scenario, mesh_options_of(place, plan->scenario), error);
+        HeldMesh::make(plan.scenario, mesh_options_of(place, plan.scenario), error);
     if (mesh == nullptr) {
-        tell(*plan, '!', error);
-        return EXIT_DIFFERS;
+        return false;
     }
-    Control control;
-    control.mesh = mesh->handlers();
-    control.scenario = plan->scenario;
-    control.pace.speed = plan->speed;
-    control.pace.steps_wait = true;
-    control.mesh.second = [second = control.mesh.second](std::string* why) {
-        const int result = second(why);
-        if (result != 0) {
-            printf("a second did not pass: %s\n", why->c_str());
+    Control control = mesh->control();
+    control.pace.speed = plan.speed;
+    control.mesh.second = [second = control.mesh.second](std::string& why) {
+        const bool passed = second(why);
+        if (!passed) {
+            printf("a second did not pass: %s\n", why.c_str());
         }
-        return result;
+        return passed;
     };
     control.mesh.end = [&control, end = control.mesh.end] {
         printf("down after %s\n", duration_text(control.mesh.status().seconds).c_str());
         end();
     };
-    Server server;
-    server.control = &control;
-    server.listener = plan->listener;
+    const std::unique_ptr<Server> server = socket_take_over(plan.listener, error)
+                                               ? Server::make(control, plan.listener, error)
+                                               : nullptr;
+    if (server == nullptr) {
+        return false;
+    }
     // Who interrupted the start wants no mesh.
-    if (!tell(*plan, '=', "up")) {
+    if (tell(plan, '=', "up")) {
+        close(plan.report);
+        server->run(&ending);
+    }
+    return true;
+}
+
+/// The server's whole life; its exit code.
+int serve(const UpPlan& plan) {
+    setsid();
+    streams_to_log(server_log_path(plan.socket));
+    std::string error;
+    if (!hold(plan, error)) {
+        tell(plan, '!', error);
         return EXIT_DIFFERS;
     }
-    close(plan->report);
-    server_run(&server, &ending);
     return EXIT_GOOD;
 }
 
-/// Shows what the server tells until it has told the end; the exit code.
-int await_server(int report, const std::string& socket) {
+/// Shows what the server tells until the mesh stands; false with a sentence when it does not.
+bool await_server(int report, const Arguments& arguments, std::string& error) {
     FILE* const lines = fdopen(report, "r");
     std::array<char, 1024> line{};
-    while (lines != nullptr && fgets(line.data(), line.size(), lines) != nullptr) {
+    char mark = '\0';
+    while (mark != '=' && mark != '!' && lines != nullptr &&
+           fgets(line.data(), line.size(), lines) != nullptr) {
         line[strcspn(line.data(), "\n")] = '\0';
-        if (line[0] == '!') {
-            fclose(lines);
-            return complain(line.data() + 1);
+        mark = line[0];
+        if (mark == '.' && !arguments.json) {
+            printf("%s\n", line_clipped(line.data() + 1, std::string::npos).c_str());
+            fflush(stdout);
         }
-        if (line[0] == '=') {
-            fclose(lines);
-            return EXIT_GOOD;
-        }
-        printf("%s\n", line_clipped(line.data() + 1, std::string::npos).c_str());
-        fflush(stdout);
     }
-    return complain("the server ended before the mesh was up: see " + server_log_path(socket));
+    if (lines != nullptr) {
+        fclose(lines);
+    }
+    if (mark != '=') {
+        error = mark == '!' ? line.data() + 1
+                            : "the server ended before the mesh was up: see " +
+                                  server_log_path(socket_of(arguments));
+    }
+    return mark == '=';
+}
+
+/// That it is up, what it is not yet, and commands that can be typed as they stand.
+void up_report(const Arguments& arguments, const UpPlan& plan) {
+    if (arguments.json) {
+        json_print({{"good", true}, {"text", ""}, {"socket", plan.socket}, {"ready", 0}});
+        return;
+    }
+    const std::string where = arguments.socket.empty() ? "" : " --socket " + plan.socket;
+    const char* const called = program_called().c_str();
+    printf(
+        "the mesh is up; no node is ready yet: it forms now, which `%s do wait-until all status "
+        "ready%s` waits for\nor try `%s status%s`, `%s watch%s`, `%s down%s`\n",
+        called, where.c_str(), called, where.c_str(), called, where.c_str(), called, where.c_str());
 }
 
 }  // namespace
@@ -135,42 +160,38 @@ int await_server(int report, const std::string& socket) {
 int up_command(const Arguments& arguments) {
     UpPlan plan;
     std::string error;
-    if (!scenario_load(arguments.words, &plan.scenario)) {
-        return EXIT_USAGE;
+    if (!scenario_load(arguments.words, plan.scenario, error)) {
+        return complain(arguments, error, EXIT_USAGE);
     }
     plan.scenario.seed = arguments.seed.value_or(plan.scenario.seed);
-    plan.speed = arguments.speed.value_or(SPEED_FASTEST);
+    plan.speed = arguments.speed.value_or(SPEED_AUTO);
     plan.socket = socket_of(arguments);
-    if (socket_folder_make(plan.socket, &error) != 0) {
-        return complain(error);
+    if (!socket_folder_make(plan.socket, error)) {
+        return complain(arguments, error);
     }
-    plan.listener = socket_listen(plan.socket, &error);
+    plan.listener = socket_listen(plan.socket, error);
     std::array<int, 2> report{-1, -1};
     if (plan.listener < 0 || pipe2(report.data(), O_CLOEXEC) != 0) {
-        return complain(error.empty() ? std::string("no pipe: ") + strerror(errno) : error);
+        return complain(arguments,
+                        error.empty() ? std::string("no pipe: ") + strerror(errno) : error);
     }
     plan.report = report[1];
     fflush(nullptr);
     const pid_t server = fork();
     if (server == 0) {
         close(report[0]);
-        const int code = serve(&plan);
+        const int code = serve(plan);
         fflush(nullptr);
         _exit(code);
     }
+    error = server < 0 ? std::string("no process: ") + strerror(errno) : "";
     close(report[1]);
     close(plan.listener);
-    const int code = server < 0 ? complain(std::string("no process: ") + strerror(errno))
-                                : await_server(report[0], plan.socket);
-    if (code != EXIT_GOOD) {
+    if (server < 0 || !await_server(report[0], arguments, error)) {
         unlink(plan.socket.c_str());
-        return code;
+        return complain(arguments, error);
     }
-    const std::string where = arguments.socket.empty() ? "" : " --socket " + plan.socket;
-    printf(
-        "the mesh is up: try `backhaul_lab status%s`, `backhaul_lab watch%s`, "
-        "`backhaul_lab down%s`\n",
-        where.c_str(), where.c_str(), where.c_str());
+    up_report(arguments, plan);
     return EXIT_GOOD;
 }
 

@@ -1,6 +1,4 @@
-#include <unistd.h>
-
-#include <cstdio>
+#include <utility>
 
 #include "lab/program/client.h"
 #include "lab/program/commands.h"
@@ -11,65 +9,71 @@ namespace lab {
 namespace {
 
 constexpr int REDRAW_MS = 500;
-constexpr char LOG_LINES_SHOWN[] = "60";
+constexpr char LOG_LINES_SHOWN[] = "last=60";
 
-/// Asks how everything is. False when the mesh is gone; `view->message` says so.
-bool view_refresh(int fd, WatchView* view) {
-    const Answer answer = client_ask(fd, {"status"});
+/// Asks how everything is. False when the mesh is gone; `view.message` says so.
+bool view_refresh(MeshClient& client, WatchView& view) {
+    const Answer answer = client.ask(ApiAction::status);
     MeshStatus status;
-    ServerStatus server;
-    if (answer.code != EXIT_GOOD || !status_decode(answer.lines, &status, &server)) {
-        view->message = answer.code != EXIT_GOOD ? answer.text : "another version of the mesh";
+    if (answer.status != HttpStatus::good) {
+        view.message = answer_text(answer);
         return false;
     }
-    view->status = std::move(status);
-    view->server = server;
-    view->log.clear();
-    if (view->selected < view->status.nodes.size()) {
-        const std::string& name = view->status.nodes[view->selected].name;
-        view->log = client_ask(fd, {"log", name, "-1", LOG_LINES_SHOWN}).lines;
+    if (!status_read(answer.body, status, view.message)) {
+        return false;
+    }
+    view.status = std::move(status);
+    view.log.clear();
+    if (view.selected < view.status.nodes.size()) {
+        const std::string& name = view.status.nodes[view.selected].name;
+        const Answer log = client.ask(ApiAction::log, name, LOG_LINES_SHOWN);
+        for (const Json& line : log.body.value("lines", Json::array())) {
+            view.log.push_back(duration_text(line.value("seconds", 0)) + "  " +
+                               line.value("text", ""));
+        }
     }
     return true;
 }
 
-void key_do(int fd, int key, WatchView* view) {
-    const std::vector<std::string> words = watch_key(view, key);
-    if (words.empty()) {
+void key_do(MeshClient& client, int key, WatchView& view) {
+    const WatchRequest request = watch_key(view, key);
+    if (request.text.empty()) {
         return;
     }
-    const Answer answer = client_ask(fd, words);
-    view->message.clear();
-    for (const std::string& word : words) {
-        view->message += word == "do" ? "" : (view->message.empty() ? "" : " ") + word;
+    const Answer answer = client.ask(request.action, "", "", request.body);
+    const std::string said = answer_text(answer);
+    if (request.action == ApiAction::speed && answer.status == HttpStatus::good) {
+        // The next key may come before the next look.
+        view.status.pace.speed = request.body.value("speed", view.status.pace.speed);
+        view.status.pace.paused = request.body.value("paused", view.status.pace.paused);
     }
-    view->message += answer.text.empty() ? "" : ": " + answer.text;
+    view.message = request.text + (said.empty() ? "" : ": " + said);
 }
 
 }  // namespace
 
 int watch_command(const Arguments& arguments) {
-    const int fd = mesh_connect(arguments);
-    if (fd < 0) {
-        return EXIT_DIFFERS;
-    }
+    MeshClient client(socket_of(arguments));
     WatchView view;
+    if (!view_refresh(client, view)) {
+        return complain(arguments, view.message);
+    }
     bool alive = true;
     {
         const Terminal terminal;
         if (!terminal.is_open()) {
-            close(fd);
-            return complain("`watch` needs a terminal; `status` does not");
+            return complain(arguments, "`watch` needs a terminal; `status` does not");
         }
         const bool in_colour = wants_colour(arguments);
-        while (!view.quits && !terminal.ends() && (alive = view_refresh(fd, &view))) {
+        while (alive && !view.quits && !terminal.ends()) {
             terminal.show(watch_draw(view, terminal.rows(), terminal.columns(), in_colour));
             for (const int key : watch_keys(terminal.keys(REDRAW_MS))) {
-                key_do(fd, key, &view);
+                key_do(client, key, view);
             }
+            alive = view_refresh(client, view);
         }
     }
-    close(fd);
-    return alive ? EXIT_GOOD : complain(view.message);
+    return alive ? EXIT_GOOD : complain(arguments, view.message);
 }
 
 }  // namespace lab

@@ -1,6 +1,5 @@
 // What the keys of the live view mean.
 #include <array>
-#include <cstdio>
 
 #include "lab/program/pacing.h"
 #include "lab/program/watch_view.h"
@@ -17,12 +16,20 @@ using Words = std::vector<std::string>;
 struct KeyRow {
     char key;
     std::string_view help;
-    Words (*request)(const WatchView& view, const NodeStatus& node);
+    WatchRequest (*request)(const WatchView& view, const NodeStatus& node);
 };
 
+WatchRequest step(const Words& words) {
+    WatchRequest request = {ApiAction::step, {{"words", words}}, ""};
+    for (const std::string& word : words) {
+        request.text += (request.text.empty() ? "" : " ") + word;
+    }
+    return request;
+}
+
 template <const char* const& Verb>
-Words verb_of(const WatchView& /*view*/, const NodeStatus& node) {
-    return {"do", Verb, node.name};
+WatchRequest verb_of(const WatchView& /*view*/, const NodeStatus& node) {
+    return step({Verb, node.name});
 }
 
 constexpr const char* DEAUTH = "deauth";
@@ -31,34 +38,37 @@ constexpr const char* CLEAR_RADAR = "clear-radar";
 constexpr const char* KILL_WORKER = "kill-worker";
 constexpr const char* REBOOT = "reboot";
 
-Words ap_toggle(const WatchView& /*view*/, const NodeStatus& node) {
-    return {"do", node.aps_silenced ? "ap-on" : "ap-off", node.name};
+WatchRequest ap_toggle(const WatchView& /*view*/, const NodeStatus& node) {
+    return step({node.aps_silenced ? "ap-on" : "ap-off", node.name});
 }
 
-Words cable_toggle(const WatchView& /*view*/, const NodeStatus& node) {
-    return {"do", node.has_cable ? "cable-out" : "cable-in", node.name};
+WatchRequest cable_toggle(const WatchView& /*view*/, const NodeStatus& node) {
+    return step({node.has_cable ? "cable-out" : "cable-in", node.name});
 }
 
-Words power_toggle(const WatchView& /*view*/, const NodeStatus& node) {
-    return {"do", node.power == NodePower::OFF ? "power-on" : "power-off", node.name};
+WatchRequest power_toggle(const WatchView& /*view*/, const NodeStatus& node) {
+    return step({node.power == NodePower::off ? "power-on" : "power-off", node.name});
 }
 
-Words speed_word(double speed) {
-    std::array<char, 32> word{};
-    std::snprintf(word.data(), word.size(), "%g", speed);
-    return {"speed", word.data()};
+WatchRequest speed_step(const WatchView& view, double (*changed)(double)) {
+    double speed = SPEED_AUTO;
+    std::string ignored;
+    speed_parse(view.status.pace.speed, speed, ignored);
+    const std::string word = speed_text(changed(speed));
+    return {ApiAction::speed, {{"speed", word}}, "speed " + word};
 }
 
-Words faster(const WatchView& view, const NodeStatus& /*node*/) {
-    return speed_word(speed_up(view.server.speed));
+WatchRequest faster(const WatchView& view, const NodeStatus& /*node*/) {
+    return speed_step(view, speed_up);
 }
 
-Words slower(const WatchView& view, const NodeStatus& /*node*/) {
-    return speed_word(speed_down(view.server.speed));
+WatchRequest slower(const WatchView& view, const NodeStatus& /*node*/) {
+    return speed_step(view, speed_down);
 }
 
-Words pause_toggle(const WatchView& view, const NodeStatus& /*node*/) {
-    return {"speed", view.server.paused ? "resume" : "pause"};
+WatchRequest pause_toggle(const WatchView& view, const NodeStatus& /*node*/) {
+    const bool paused = view.status.pace.paused;
+    return {ApiAction::speed, {{"paused", !paused}}, paused ? "resume" : "pause"};
 }
 
 constexpr std::array KEYS = {
@@ -94,32 +104,31 @@ constexpr int KEY_ERASE_LINE = 0x15;
 constexpr std::size_t LONGEST_TYPED = 200;
 
 /// The request of what was typed. Steps that wait would hold the view until they are over.
-Words typed_request(WatchView* view) {
+WatchRequest typed_request(WatchView& view) {
     Words words;
     Verb verb;
     std::string error;
-    if (!line_words(view->typed, &words, error) || words.empty() ||
+    if (!line_words(view.typed, &words, error) || words.empty() ||
         !verb_parse(words, &verb, error)) {
-        view->message = error.empty() ? "no verb" : error;
+        view.message = error.empty() ? "no verb" : error;
         return {};
     }
-    words.insert(words.begin(), "do");
-    return words;
+    return step(words);
 }
 
 /// A key while a verb is typed: enter does it, an empty line goes back to the single keys.
-Words typing_key(WatchView* view, int key) {
+WatchRequest typing_key(WatchView& view, int key) {
     if (key == KEY_ENTER || key == KEY_NEW_LINE) {
-        view->types = false;
-        return view->typed.empty() ? Words{} : typed_request(view);
+        view.types = false;
+        return view.typed.empty() ? WatchRequest{} : typed_request(view);
     }
     if (key == KEY_BACKSPACE || key == KEY_OLD_BACKSPACE) {
-        view->types = !view->typed.empty();
-        view->typed.resize(view->typed.empty() ? 0 : view->typed.size() - 1);
+        view.types = !view.typed.empty();
+        view.typed.resize(view.typed.empty() ? 0 : view.typed.size() - 1);
     } else if (key == KEY_ERASE_LINE) {
-        view->types = false;
-    } else if (key >= ' ' && key < KEY_BACKSPACE && view->typed.size() < LONGEST_TYPED) {
-        view->typed.push_back(static_cast<char>(key));
+        view.types = false;
+    } else if (key >= ' ' && key < KEY_BACKSPACE && view.typed.size() < LONGEST_TYPED) {
+        view.typed.push_back(static_cast<char>(key));
     }
     return {};
 }
@@ -157,27 +166,27 @@ std::vector<int> watch_keys(std::string_view bytes) {
     return keys;
 }
 
-std::vector<std::string> watch_key(WatchView* view, int key) {
-    if (view->types) {
+WatchRequest watch_key(WatchView& view, int key) {
+    if (view.types) {
         return typing_key(view, key);
     }
-    const std::size_t count = view->status.nodes.size();
-    const std::size_t selected = view->selected;
+    const std::size_t count = view.status.nodes.size();
+    const std::size_t selected = view.selected;
     if (key == 'q') {
-        view->quits = true;
+        view.quits = true;
     } else if (key == ':') {
-        view->types = true;
-        view->typed.clear();
+        view.types = true;
+        view.typed.clear();
     } else if (key == KEY_UP) {
-        view->selected = selected > 0 ? selected - 1 : 0;
+        view.selected = selected > 0 ? selected - 1 : 0;
     } else if (key == KEY_DOWN) {
-        view->selected = selected + 1 < count ? selected + 1 : selected;
+        view.selected = selected + 1 < count ? selected + 1 : selected;
     } else if (key >= '1' && key <= '9' && static_cast<std::size_t>(key - '1') < count) {
-        view->selected = static_cast<std::size_t>(key - '1');
+        view.selected = static_cast<std::size_t>(key - '1');
     } else if (selected < count) {
         for (const KeyRow& row : KEYS) {
             if (row.key == key) {
-                return row.request(*view, view->status.nodes[selected]);
+                return row.request(view, view.status.nodes[selected]);
             }
         }
     }

@@ -2,8 +2,7 @@
 #include "lab/program/watch_view.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
+#include <utility>
 
 #include "lab/program/pacing.h"
 
@@ -12,22 +11,21 @@ namespace {
 
 constexpr char RESET[] = "\033[0m";
 constexpr char LINE_REST_CLEAR[] = "\033[K\r\n";
+constexpr char CUT_MARK[] = ">";
 constexpr std::size_t FEWEST_LOG_LINES = 3;
 constexpr std::size_t FEWEST_NODE_LINES = 3;
 
-std::string pace_text(const ServerStatus& server) {
-    if (!server.stalled.empty()) {
-        return "stands still: " + server.stalled;
+std::string pace_text(const PaceStatus& pace) {
+    if (!pace.stalled.empty()) {
+        return "stands still: " + pace.stalled;
     }
-    if (server.paused) {
+    if (pace.paused) {
         return "paused";
     }
-    if (server.speed > SPEED_FASTEST) {
-        std::array<char, 32> text{};
-        std::snprintf(text.data(), text.size(), "speed %g", server.speed);
-        return text.data();
+    if (pace.speed != speed_text(SPEED_AUTO)) {
+        return "speed " + pace.speed;
     }
-    return server.hurries ? "as fast as it can" : "real pace";
+    return pace.hurries ? "as fast as it can" : "real pace";
 }
 
 void lines_add(std::vector<std::string>* lines, const std::string& text) {
@@ -78,7 +76,7 @@ std::vector<std::string> selected_lines(const WatchView& view, bool in_colour) {
         return lines;
     }
     const NodeStatus& node = view.status.nodes[view.selected];
-    lines.push_back(coloured(line_clipped(node.name, node.name.size()), Colour::BOLD, in_colour));
+    lines.push_back(coloured(line_clipped(node.name, node.name.size()), Colour::bold, in_colour));
     if (!node.links.empty()) {
         lines_add(&lines, table_text(node_table(node), in_colour));
     }
@@ -121,25 +119,29 @@ std::size_t colour_length(std::string_view text) {
 
 std::string line_clipped(std::string_view line, std::size_t columns) {
     std::string text;
+    std::string last;  // character, which gives way to the mark
     bool coloured_now = false;
     std::size_t width = 0;
     while (!line.empty()) {
         const std::size_t colour = colour_length(line);
         if (colour > 0) {
+            text += std::exchange(last, "");
             text += line.substr(0, colour);
             coloured_now = line.substr(0, colour) != RESET;
             line.remove_prefix(colour);
             continue;
         }
         if (width == columns) {
+            last = columns > 0 ? CUT_MARK : "";
             break;
         }
         const std::size_t length = character_length(line);
-        text += length == 0 ? std::string_view("?") : line.substr(0, length);
+        text += last;
+        last = length == 0 ? std::string_view("?") : line.substr(0, length);
         line.remove_prefix(std::max<std::size_t>(1, length));
         ++width;
     }
-    return coloured_now ? text + RESET : text;
+    return text + last + (coloured_now ? RESET : "");
 }
 
 std::string watch_draw(const WatchView& view, std::size_t rows, std::size_t columns,
@@ -150,11 +152,11 @@ std::string watch_draw(const WatchView& view, std::size_t rows, std::size_t colu
     const std::size_t room = rows > fixed + FEWEST_NODE_LINES ? rows - fixed : FEWEST_NODE_LINES;
 
     std::vector<std::string> lines = {
-        coloured(status_headline(view.status), Colour::BOLD, in_colour) + "   " +
-        pace_text(view.server)};
+        coloured(status_headline(view.status), Colour::bold, in_colour) + "   " +
+        pace_text(view.status.pace)};
     const std::string& trouble =
         view.status.last_violation.empty() ? view.status.last_failed : view.status.last_violation;
-    lines.push_back(trouble.empty() ? "" : coloured(trouble, Colour::RED, in_colour));
+    lines.push_back(trouble.empty() ? "" : coloured(trouble, Colour::red, in_colour));
     for (const std::string& line : node_lines(view, room, in_colour)) {
         lines.push_back(line);
     }
@@ -170,7 +172,7 @@ std::string watch_draw(const WatchView& view, std::size_t rows, std::size_t colu
     }
     lines.resize(upper);
     lines.push_back(view.types ? ":" + view.typed + "_"
-                               : coloured(view.message, Colour::YELLOW, in_colour));
+                               : coloured(view.message, Colour::yellow, in_colour));
     lines.insert(lines.end(), keys.begin(), keys.end());
     lines.resize(std::min(lines.size(), rows));
 

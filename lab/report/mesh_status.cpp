@@ -2,19 +2,97 @@
 
 #include <algorithm>
 #include <array>
+#include <concepts>
+#include <type_traits>
 
 #include "lab/report/outage.h"
 
 namespace lab {
 namespace {
 
+template <typename Struct, typename Same>
+concept SameBut = std::same_as<std::remove_const_t<Struct>, Same>;
+
+// Every field by its name in JSON, once for both directions: the struct is const for writing.
+template <typename Visit, SameBut<LinkStatus> Status>
+void fields_visit(Status& link, const Visit& visit) {
+    visit("interface", link.interface);
+    visit("state", link.state);
+    visit("state_name", link.state_name);
+    visit("seconds", link.seconds);
+    visit("losses", link.losses);
+    visit("parked", link.parked);
+    visit("carries", link.carries);
+}
+
+template <typename Visit, SameBut<NodeStatus> Status>
+void fields_visit(Status& node, const Visit& visit) {
+    visit("name", node.name);
+    visit("power", node.power);
+    visit("role", node.role);
+    visit("is_root", node.is_root);
+    visit("status", node.status_text);
+    visit("uplink", node.uplink);
+    visit("parent", node.parent);
+    visit("hops", node.hops);
+    visit("links", node.links);
+    visit("service_aps_up", node.service_aps_up);
+    visit("service_aps", node.service_aps);
+    visit("led", node.led);
+    visit("root_address", node.root_address);
+    visit("outage_seconds", node.outage);
+    visit("outages", node.outages);
+    visit("outage_seconds_all", node.outage_all);
+    visit("outage_list", node.outage_list);
+    visit("worker_pid", node.worker_pid);
+    visit("cpu_ms", node.cpu_ms);
+    visit("resident_kb", node.resident_kb);
+    visit("messages_dropped", node.messages_dropped);
+    visit("aps_silenced", node.aps_silenced);
+    visit("has_cable", node.has_cable);
+}
+
+template <typename Visit, SameBut<Outage> Status>
+void fields_visit(Status& outage, const Visit& visit) {
+    visit("from", outage.from);
+    visit("to", outage.to);
+}
+
+template <typename Visit, SameBut<StatusEvent> Status>
+void fields_visit(Status& event, const Visit& visit) {
+    visit("kind", event.kind);
+    visit("seconds", event.seconds);
+    visit("node", event.node);
+    visit("text", event.text);
+}
+
+template <typename Visit, SameBut<MeshStatus> Status>
+void fields_visit(Status& mesh, const Visit& visit) {
+    visit("title", mesh.title);
+    visit("seconds", mesh.seconds);
+    visit("seed", mesh.seed);
+    visit("speed", mesh.pace.speed);
+    visit("paused", mesh.pace.paused);
+    visit("hurries", mesh.pace.hurries);
+    visit("stalled", mesh.pace.stalled);
+    visit("steps_done", mesh.steps_done);
+    visit("steps", mesh.steps);
+    visit("failed", mesh.failed);
+    visit("last_failed", mesh.last_failed);
+    visit("violations", mesh.violations);
+    visit("violations_known", mesh.known);
+    visit("last_violation", mesh.last_violation);
+    visit("events", mesh.events);
+    visit("nodes", mesh.nodes);
+}
+
 std::string power_text(NodePower power) {
     switch (power) {
-        case NodePower::OFF:
+        case NodePower::off:
             return "off";
-        case NodePower::BOOTING:
+        case NodePower::booting:
             return "booting";
-        case NodePower::ON:
+        case NodePower::on:
             return "on";
     }
     return "";
@@ -26,39 +104,39 @@ std::string or_dash(const std::string& text) {
 
 /// A root without upstream is "root", whatever else its link table says.
 TableCell role_cell(const NodeStatus& node) {
-    if (node.power != NodePower::ON) {
-        return {power_text(node.power), Colour::GREY};
+    if (node.power != NodePower::on) {
+        return {power_text(node.power), Colour::grey};
     }
-    return {or_dash(node.role), node.is_root ? Colour::BOLD : Colour::NONE};
+    return {or_dash(node.role), node.is_root ? Colour::bold : Colour::none};
 }
 
 Colour status_colour(const NodeStatus& node) {
     if (node.status_text == "ready") {
-        return Colour::GREEN;
+        return Colour::green;
     }
     if (node.status_text == "connected") {
-        return Colour::YELLOW;
+        return Colour::yellow;
     }
-    return node.is_root ? Colour::NONE : Colour::RED;
+    return node.is_root ? Colour::none : Colour::red;
 }
 
 TableCell uplink_cell(const NodeStatus& node) {
     if (node.uplink == "none" || node.uplink.empty()) {
-        return {"none", node.is_root ? Colour::GREY : Colour::RED};
+        return {"none", node.is_root ? Colour::grey : Colour::red};
     }
     return {node.parent.empty() ? node.uplink : node.uplink + " > " + node.parent};
 }
 
 TableCell aps_cell(const NodeStatus& node) {
-    const Colour colour = node.service_aps_up == node.service_aps ? Colour::NONE : Colour::YELLOW;
+    const Colour colour = node.service_aps_up == node.service_aps ? Colour::none : Colour::yellow;
     return {std::to_string(node.service_aps_up) + "/" + std::to_string(node.service_aps), colour};
 }
 
 TableCell outage_cell(const NodeStatus& node) {
     if (node.outage >= 0) {
-        return {duration_text(node.outage), Colour::RED};
+        return {duration_text(node.outage), Colour::red};
     }
-    return {"-", Colour::GREY};
+    return {"-", Colour::grey};
 }
 
 int losses_of(const NodeStatus& node) {
@@ -80,12 +158,12 @@ std::string parked_of(const NodeStatus& node) {
 }
 
 std::vector<TableCell> status_row(const NodeStatus& node) {
-    if (node.power != NodePower::ON) {
-        return {{node.name, Colour::BOLD}, role_cell(node)};
+    if (node.power != NodePower::on) {
+        return {{node.name, Colour::bold}, role_cell(node)};
     }
     const LinkStatus* link = node_main_link(node);
     const std::string parked = parked_of(node);
-    return {{node.name, Colour::BOLD},
+    return {{node.name, Colour::bold},
             role_cell(node),
             {or_dash(node.status_text), status_colour(node)},
             outage_cell(node),
@@ -94,56 +172,45 @@ std::vector<TableCell> status_row(const NodeStatus& node) {
             {link == nullptr ? "-" : link->interface + " " + state_text(*link)},
             {link == nullptr || link->state < 0 ? "-" : duration_text(link->seconds)},
             {std::to_string(losses_of(node))},
-            {or_dash(parked), parked.empty() ? Colour::GREY : Colour::YELLOW},
+            {or_dash(parked), parked.empty() ? Colour::grey : Colour::yellow},
             aps_cell(node),
             {or_dash(node.led)},
             {or_dash(node.root_address)}};
 }
 
-void link_write(const LinkStatus& link, JsonWriter* json) {
-    json->object_begin();
-    json->key("interface").value(link.interface);
-    json->key("state").value(link.state);
-    json->key("state_name").value(link.state_name);
-    json->key("seconds").value(link.seconds);
-    json->key("losses").value(link.losses);
-    json->key("parked").value(link.parked);
-    json->key("carries").value(link.carries);
-    json->object_end();
-}
-
-void node_write(const NodeStatus& node, JsonWriter* json) {
-    json->object_begin();
-    json->key("name").value(node.name);
-    json->key("power").value(power_text(node.power));
-    json->key("role").value(node.role);
-    json->key("is_root").value(node.is_root);
-    json->key("status").value(node.status_text);
-    json->key("uplink").value(node.uplink);
-    json->key("parent").value(node.parent);
-    json->key("hops").value(node.hops);
-    json->key("links").array_begin();
-    for (const LinkStatus& link : node.links) {
-        link_write(link, json);
-    }
-    json->array_end();
-    json->key("service_aps_up").value(node.service_aps_up);
-    json->key("service_aps").value(node.service_aps);
-    json->key("led").value(node.led);
-    json->key("root_address").value(node.root_address);
-    json->key("outage_seconds").value(node.outage);
-    json->key("outages").value(node.outages);
-    json->key("outage_seconds_all").value(node.outage_all);
-    json->key("worker_pid").value(node.worker_pid);
-    json->key("cpu_ms").value(node.cpu_ms);
-    json->key("resident_kb").value(node.resident_kb);
-    json->key("messages_dropped").value(node.messages_dropped);
-    json->key("aps_silenced").value(node.aps_silenced);
-    json->key("has_cable").value(node.has_cable);
-    json->object_end();
-}
-
 }  // namespace
+
+// Found by the library by their names.
+void to_json(Json& json, NodePower power) {
+    json = power_text(power);
+}
+
+void from_json(const Json& json, NodePower& power) {
+    for (const NodePower each : {NodePower::off, NodePower::booting, NodePower::on}) {
+        power = json == power_text(each) ? each : power;
+    }
+}
+
+template <typename Struct>
+requires requires(const Struct& value) {
+    fields_visit(value, [](const char*, const auto&) {});
+}
+void to_json(Json& json, const Struct& value) {
+    fields_visit(value, [&json](const char* name, const auto& field) { json[name] = field; });
+}
+
+template <typename Struct>
+requires requires(Struct& value) {
+    fields_visit(value, [](const char*, auto&) {});
+}
+void from_json(const Json& json, Struct& value) {
+    fields_visit(value, [&json](const char* name, auto& field) {
+        const auto found = json.find(name);
+        if (found != json.end()) {
+            found->get_to(field);
+        }
+    });
+}
 
 const LinkStatus* node_main_link(const NodeStatus& node) {
     // Idle (0), parked (6) and the wire's resting states tell less than what is on its way.
@@ -181,14 +248,14 @@ Table status_table(const MeshStatus& status) {
     table.columns = {{"NODE"},
                      {"ROLE"},
                      {"STATUS"},
-                     {"OUT", Align::RIGHT},
+                     {"OUT", Align::right},
                      {"UPLINK"},
-                     {"HOPS", Align::RIGHT},
+                     {"HOPS", Align::right},
                      {"STATE"},
-                     {"FOR", Align::RIGHT},
-                     {"LOSSES", Align::RIGHT},
+                     {"FOR", Align::right},
+                     {"LOSSES", Align::right},
                      {"PARKED"},
-                     {"APS", Align::RIGHT},
+                     {"APS", Align::right},
                      {"LED"},
                      {"ROOT"}};
     for (const NodeStatus& node : status.nodes) {
@@ -199,9 +266,9 @@ Table status_table(const MeshStatus& status) {
 
 Table node_table(const NodeStatus& node) {
     Table table;
-    table.columns = {{"INTERFACE"}, {"STATE"}, {"FOR", Align::RIGHT}, {"LOSSES", Align::RIGHT}, {}};
+    table.columns = {{"INTERFACE"}, {"STATE"}, {"FOR", Align::right}, {"LOSSES", Align::right}, {}};
     for (const LinkStatus& link : node.links) {
-        table.rows.push_back({{link.interface, link.carries ? Colour::GREEN : Colour::NONE},
+        table.rows.push_back({{link.interface, link.carries ? Colour::green : Colour::none},
                               {state_text(link)},
                               {link.state < 0 ? "-" : duration_text(link.seconds)},
                               {std::to_string(link.losses)},
@@ -232,30 +299,18 @@ std::string status_headline(const MeshStatus& status) {
     return line;
 }
 
-void status_write(const MeshStatus& status, JsonWriter* json) {
-    json->object_begin();
-    json->key("title").value(status.title);
-    json->key("seconds").value(status.seconds);
-    json->key("seed").value(static_cast<std::int64_t>(status.seed));
-    json->key("steps_done").value(status.steps_done);
-    json->key("steps").value(status.steps);
-    json->key("failed").value(status.failed);
-    json->key("last_failed").value(status.last_failed);
-    json->key("violations").value(status.violations);
-    json->key("violations_known").value(status.known);
-    json->key("last_violation").value(status.last_violation);
-    json->key("nodes").array_begin();
-    for (const NodeStatus& node : status.nodes) {
-        node_write(node, json);
-    }
-    json->array_end();
-    json->object_end();
+Json status_json(const MeshStatus& status) {
+    return status;
 }
 
-std::string status_json(const MeshStatus& status) {
-    JsonWriter json;
-    status_write(status, &json);
-    return json.text();
+bool status_read(const Json& json, MeshStatus& status, std::string& error) {
+    try {
+        json.get_to(status);
+    } catch (const Json::exception& failure) {
+        error = failure.what();
+        return false;
+    }
+    return true;
 }
 
 }  // namespace lab

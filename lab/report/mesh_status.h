@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "lab/report/json.h"
+#include "lab/report/json_text.h"
+#include "lab/report/outage.h"
 #include "lab/report/table.h"
 
 namespace lab {
@@ -26,16 +27,12 @@ struct LinkStatus {
 };
 
 // Power of a node.
-enum class NodePower {
-    OFF,
-    BOOTING,
-    ON,
-};
+enum class NodePower { off, booting, on };
 
 struct NodeStatus {
     std::string name;
     bool is_root = false;
-    NodePower power = NodePower::OFF;
+    NodePower power = NodePower::off;
     std::string role;             // "root", "extender"; what its worker runs as
     std::string uplink = "none";  // "ath0", "eth" or "none": over which frames pass
     std::string parent;           // node at the other end; empty: none
@@ -52,9 +49,26 @@ struct NodeStatus {
     int worker_pid = 0;            // 0: there is none
     std::int64_t cpu_ms = 0;       // processor time of its processes
     std::int64_t resident_kb = 0;  // memory of the worker
-    bool messages_dropped = false;  // by the verb drop-messages
-    bool aps_silenced = false;      // by the verb ap-off: at least one
-    bool has_cable = false;         // one is plugged in as its uplink
+    bool messages_dropped = false;    // by the verb drop-messages
+    bool aps_silenced = false;        // by the verb ap-off: at least one
+    bool has_cable = false;           // one is plugged in as its uplink
+    std::vector<Outage> outage_list;  // seconds of the mesh since its start
+};
+
+// Something that was done or followed. What `kind` may be stands in lab/program/api.h.
+struct StatusEvent {
+    std::string kind;
+    std::int64_t seconds = 0;  // of the mesh since its start
+    std::string node;
+    std::string text;
+};
+
+// How the time of a mesh in the background passes.
+struct PaceStatus {
+    std::string speed;  // as lab/program/pacing.h says it; empty: not in the background
+    bool paused = false;
+    bool hurries = false;  // a step or somebody waits
+    std::string stalled;   // why no time passes; empty: it does
 };
 
 struct MeshStatus {
@@ -68,6 +82,8 @@ struct MeshStatus {
     std::string last_failed;      // the last of those: "12: expect ... - what was there"
     std::string last_violation;   // "rule node: text" of the last that is not known
     std::uint32_t seed = 0;
+    PaceStatus pace;
+    std::vector<StatusEvent> events;  // the newest, in their order
     std::vector<NodeStatus> nodes;
 };
 
@@ -87,8 +103,9 @@ Table node_table(const NodeStatus& node);
 // "a tree of four   12:31   4 nodes, 3 ready   steps 5/9   violations 0 (and 2 known)"
 std::string status_headline(const MeshStatus& status);
 
-// The whole status as one JSON object.
-void status_write(const MeshStatus& status, JsonWriter* json);
-std::string status_json(const MeshStatus& status);
+// The whole status as one JSON object, and back. What is missing there is left as it was; false
+// with a sentence when a field is of another kind.
+Json status_json(const MeshStatus& status);
+bool status_read(const Json& json, MeshStatus& status, std::string& error);
 
 }  // namespace lab

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "lab/report/name_order.h"
+
 namespace lab {
 
 struct Outage {
@@ -27,7 +29,7 @@ struct NodeOutages {
 };
 
 struct OutageBook {
-    std::map<std::string, NodeOutages> nodes;
+    std::map<std::string, NodeOutages, NameOrder> nodes;
 };
 
 // Notes whether the node has its backhaul at this time. Times never go back.

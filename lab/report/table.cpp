@@ -28,17 +28,17 @@ std::size_t width_of(const std::string& text) {
 
 const char* code_of(Colour colour) {
     switch (colour) {
-        case Colour::GREEN:
+        case Colour::green:
             return "\033[32m";
-        case Colour::YELLOW:
+        case Colour::yellow:
             return "\033[33m";
-        case Colour::RED:
+        case Colour::red:
             return "\033[31m";
-        case Colour::GREY:
+        case Colour::grey:
             return "\033[90m";
-        case Colour::BOLD:
+        case Colour::bold:
             return "\033[1m";
-        case Colour::NONE:
+        case Colour::none:
             break;
     }
     return "";
@@ -54,7 +54,7 @@ std::string row_text(const Table& table, const Row& row, const std::vector<std::
         const TableCell cell = column < row.size() ? row[column] : TableCell{};
         const std::string clean = printable(cell.text);
         const std::size_t pad = widths[column] - width_of(clean);
-        const bool right = table.columns[column].align == Align::RIGHT;
+        const bool right = table.columns[column].align == Align::right;
         owed += right ? pad : 0;
         if (!clean.empty()) {
             text.append(owed, ' ').append(coloured(clean, cell.colour, in_colour));
@@ -68,7 +68,7 @@ std::string row_text(const Table& table, const Row& row, const std::vector<std::
 }  // namespace
 
 std::string coloured(const std::string& text, Colour colour, bool in_colour) {
-    if (!in_colour || colour == Colour::NONE) {
+    if (!in_colour || colour == Colour::none) {
         return text;
     }
     return code_of(colour) + text + "\033[0m";
@@ -79,7 +79,7 @@ std::string table_text(const Table& table, bool in_colour) {
     Row titles;
     for (const TableColumn& column : table.columns) {
         widths.push_back(width_of(printable(column.title)));
-        titles.emplace_back(column.title, Colour::BOLD);
+        titles.emplace_back(column.title, Colour::bold);
     }
     for (const Row& row : table.rows) {
         for (std::size_t column = 0; column < std::min(row.size(), widths.size()); ++column) {

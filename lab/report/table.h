@@ -9,33 +9,23 @@
 
 namespace lab {
 
-enum class Colour {
-    NONE,
-    GREEN,
-    YELLOW,
-    RED,
-    GREY,
-    BOLD,
-};
+enum class Colour { none, green, yellow, red, grey, bold };
 
 struct TableCell {
     std::string text;
-    Colour colour = Colour::NONE;
+    Colour colour = Colour::none;
 
     TableCell() = default;
-    TableCell(std::string cell_text, Colour cell_colour = Colour::NONE)  // a text is a cell
+    TableCell(std::string cell_text, Colour cell_colour = Colour::none)  // a text is a cell
         : text(std::move(cell_text)), colour(cell_colour) {}
     TableCell(const char* cell_text) : text(cell_text) {}
 };
 
-enum class Align {
-    LEFT,
-    RIGHT,
-};
+enum class Align { left, right };
 
 struct TableColumn {
     std::string title;
-    Align align = Align::LEFT;
+    Align align = Align::left;
 };
 
 struct Table {

@@ -1,7 +1,6 @@
-// Outages, tables and JSON.
+// Outages and tables.
 #include <gtest/gtest.h>
 
-#include "lab/report/json.h"
 #include "lab/report/outage.h"
 #include "lab/report/table.h"
 
@@ -60,8 +59,8 @@ TEST(Durations, are_told_in_minutes_or_hours) {
 
 Table two_nodes() {
     Table table;
-    table.columns = {{"NODE"}, {"TIME", Align::RIGHT}, {"STATE"}};
-    table.rows = {{"root", "7", ""}, {"extender", "1234", TableCell("ready", Colour::GREEN)}};
+    table.columns = {{"NODE"}, {"TIME", Align::right}, {"STATE"}};
+    table.rows = {{"root", "7", ""}, {"extender", "1234", TableCell("ready", Colour::green)}};
     return table;
 }
 
@@ -89,32 +88,6 @@ TEST(Tables, count_characters_not_bytes_and_let_no_control_character_through) {
               "x?[2J  2\n"
               "short\n"
               "a      b\n");
-}
-
-TEST(Json, puts_commas_and_brackets) {
-    JsonWriter json;
-    json.object_begin();
-    json.key("a").value(1).key("b").array_begin().value("x").value(true).null().array_end();
-    json.key("c").object_begin().object_end().key("d").array_begin();
-    json.array_begin().array_end().object_begin().key("e").value(std::int64_t{-5}).object_end();
-    json.array_end().object_end();
-    EXPECT_EQ(json.text(), R"({"a":1,"b":["x",true,null],"c":{},"d":[[],{"e":-5}]})");
-}
-
-TEST(Json, escapes_what_has_to_be) {
-    EXPECT_EQ(json_quoted("a\"b\\c\n\r\t\x01/\x1f"), "\"a\\\"b\\\\c\\n\\r\\t\\u0001/\\u001f\"");
-    EXPECT_EQ(json_quoted(std::string_view("\0", 1)), "\"\\u0000\"");
-}
-
-TEST(Json, keeps_good_utf8_and_replaces_what_is_none) {
-    EXPECT_EQ(json_quoted("\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"),
-              "\"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\"");
-    EXPECT_EQ(json_quoted("a\xFFz"), "\"a\xEF\xBF\xBDz\"");
-    EXPECT_EQ(json_quoted("\xC3"), "\"\xEF\xBF\xBD\"");
-    EXPECT_EQ(json_quoted("\xC0\x80"), "\"\xEF\xBF\xBD\xEF\xBF\xBD\"");
-    EXPECT_EQ(json_quoted("\xED\xA0\x80"), "\"\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\"");
-    EXPECT_EQ(json_quoted("\xF4\x90\x80\x80"),
-              "\"\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\"");
 }
 
 }  // namespace

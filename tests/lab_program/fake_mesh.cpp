@@ -9,13 +9,11 @@ namespace lab {
 Control FakeMesh::control() {
     Control control;
     control.scenario = scenario_line(2);
-    control.mesh.second = [this](std::string* error) {
-        if (!fails.empty()) {
-            *error = fails;
-            return -1;
-        }
-        ++seconds;
-        return 0;
+    control.started = started;
+    control.mesh.second = [this](std::string& error) {
+        error = fails;
+        seconds += fails.empty() ? 1 : 0;
+        return fails.empty();
     };
     control.mesh.status = [this] {
         MeshStatus status;
@@ -29,27 +27,26 @@ Control FakeMesh::control() {
     control.mesh.steps_wait = [this] {
         return steps_left;
     };
-    control.mesh.verb = [this](const Verb& verb, std::string* note, std::string* error) {
+    control.mesh.verb = [this](const Verb& verb, std::string& note, std::string& error) {
         verbs.push_back(verb_print(verb));
-        if (verb.kind == VerbKind::REBOOT) {
-            *error = "no power here";
-            return -1;
-        }
-        *note = verb.kind == VerbKind::AP_ON ? "it was on" : "";
-        return 0;
+        error = verb.kind == VerbKind::REBOOT ? "no power here" : "";
+        note = verb.kind == VerbKind::AP_ON ? "it was on" : "";
+        return error.empty();
     };
-    control.mesh.holds = [this](const Condition& condition, std::string* found) {
-        *found = condition.node + " status is not-ready";
+    control.mesh.holds = [this](const Condition& condition, std::string& found) {
+        found = condition.node + " status is not-ready";
         return holds_at >= 0 && seconds >= holds_at;
     };
     control.mesh.log_new = [this](const std::string& node) {
         return node == "e1" ? std::exchange(log, {}) : std::vector<LogEntry>();
     };
-    control.mesh.enter = [this](const std::string& node, std::vector<int>* given,
-                                std::string* error) {
-        *given = std::exchange(descriptors, {});
-        *error = given->empty() ? node + " cannot be entered" : "";
-        return !given->empty();
+    control.mesh.events_new = [this] {
+        return std::exchange(events, {});
+    };
+    control.mesh.enter = [](const std::string& node, NodeEntrance& entrance, std::string& error) {
+        entrance = {17, 4026532000};
+        error = node == "e1" ? "" : node + " cannot be entered";
+        return error.empty();
     };
     return control;
 }

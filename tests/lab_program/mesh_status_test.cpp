@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
+#include "lab/report/name_order.h"
 #include "lab/sandbox/doctor_report.h"
 
 namespace lab {
@@ -11,7 +14,7 @@ namespace {
 NodeStatus ready_node() {
     NodeStatus node;
     node.name = "e1";
-    node.power = NodePower::ON;
+    node.power = NodePower::on;
     node.role = "extender";
     node.uplink = "ath0";
     node.parent = "root";
@@ -109,25 +112,82 @@ TEST(Headline, tells_nodes_steps_and_violations) {
               "two   12:31   2 nodes, 1 ready   steps 5/9   failed 1   violations 2 (and 3 known)");
 }
 
-TEST(StatusJson, tells_everything) {
+MeshStatus full_status() {
     MeshStatus status;
     status.title = "one \"node\"";
-    status.seconds = 7;
+    status.seconds = 1234567890123;
+    status.seed = 4294967295U;
+    status.pace = {"20", true, true, "a node\tis busy"};
+    status.last_failed = "3: expect x - y";
+    status.events = {{"verb", 3, "e1", "deauth e1"}};
     NodeStatus node = ready_node();
+    node.power = NodePower::booting;
     node.links.resize(1);
-    status.nodes = {node};
+    node.outage = 12;
+    node.outages = 2;
+    node.outage_list = {{5, 9}, {20, -1}};
+    node.has_cable = true;
+    status.nodes = {node, {}};
+    return status;
+}
+
+TEST(StatusJson, tells_everything) {
+    MeshStatus status = full_status();
+    status.nodes.resize(1);
     EXPECT_EQ(
-        status_json(status),
-        R"({"title":"one \"node\"","seconds":7,"seed":0,"steps_done":0,"steps":0,"failed":0,)"
-        R"("last_failed":"",)"
-        R"("violations":0,"violations_known":0,"last_violation":"","nodes":[{"name":"e1",)"
-        R"("power":"on","role":"extender","is_root":false,"status":"ready","uplink":"ath0",)"
+        json_text(status_json(status)),
+        R"({"title":"one \"node\"","seconds":1234567890123,"seed":4294967295,"speed":"20",)"
+        R"("paused":true,"hurries":true,"stalled":"a node\tis busy",)"
+        R"("steps_done":0,"steps":0,"failed":0,"last_failed":"3: expect x - y",)"
+        R"("violations":0,"violations_known":0,"last_violation":"",)"
+        R"("events":[{"kind":"verb","seconds":3,"node":"e1","text":"deauth e1"}],)"
+        R"("nodes":[{"name":"e1",)"
+        R"("power":"booting","role":"extender","is_root":false,"status":"ready","uplink":"ath0",)"
         R"("parent":"root","hops":1,"links":[{"interface":"ath0","state":7,)"
         R"("state_name":"BACKHAUL_READY","seconds":63,"losses":2,"parked":false,"carries":true}],)"
         R"("service_aps_up":3,"service_aps":3,"led":"BackhaulFinish",)"
-        R"("root_address":"192.168.1.1","outage_seconds":-1,"outages":0,"outage_seconds_all":0,)"
+        R"("root_address":"192.168.1.1","outage_seconds":12,"outages":2,"outage_seconds_all":0,)"
+        R"("outage_list":[{"from":5,"to":9},{"from":20,"to":-1}],)"
         R"("worker_pid":0,"cpu_ms":0,"resident_kb":0,"messages_dropped":false,)"
-        R"("aps_silenced":false,"has_cable":false}]})");
+        R"("aps_silenced":false,"has_cable":true}]})");
+}
+
+TEST(StatusJson, is_read_as_it_was_written) {
+    MeshStatus read;
+    std::string error;
+    ASSERT_TRUE(status_read(Json::parse(json_text(status_json(full_status()))), read, error))
+        << error;
+    EXPECT_EQ(status_json(read), status_json(full_status()));
+    EXPECT_EQ(read.nodes[0].power, NodePower::booting);
+    EXPECT_EQ(read.nodes[0].outage_list[1].to, -1);
+}
+
+TEST(StatusJson, leaves_out_what_is_missing_and_refuses_what_is_of_another_kind) {
+    MeshStatus read;
+    std::string error;
+    EXPECT_TRUE(status_read({{"title", "t"}, {"colour", 7}}, read, error)) << error;
+    EXPECT_EQ(read.title, "t");
+    EXPECT_FALSE(status_read({{"title", 7}}, read, error));
+    EXPECT_FALSE(status_read({{"nodes", {{{"links", "none"}}}}}, read, error));
+    EXPECT_NE(error, "");
+}
+
+TEST(JsonText, is_valid_whatever_a_node_wrote) {
+    EXPECT_EQ(json_text({{"a", "\xff\xc3x\xed\xa0\x80\n\x01\xc3\xa4"}}),
+              "{\"a\":\"\xEF\xBF\xBD\xEF\xBF\xBDx\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"
+              "\\n\\u0001\xc3\xa4\"}");
+}
+
+TEST(JsonText, says_its_version_first) {
+    EXPECT_EQ(json_text(json_versioned({{"good", true}})), R"({"version":1,"good":true})");
+}
+
+TEST(NameOrder, counts_as_people_do) {
+    const std::set<std::string, NameOrder> names = {"root", "e10", "e2",   "e1",  "e02",
+                                                    "e",    "r1",  "e1b2", "e1b", "e1b10"};
+    EXPECT_EQ(std::vector<std::string>(names.begin(), names.end()),
+              (std::vector<std::string>{"e", "e1", "e1b", "e1b2", "e1b10", "e02", "e2", "e10", "r1",
+                                        "root"}));
 }
 
 TEST(DoctorNodes, follow_from_cores_or_memory_whichever_is_scarcer) {

@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "tests/harness/sandbox.h"
 
 namespace lab {
@@ -24,7 +26,7 @@ TEST_F(SocketPlace, is_below_the_run_time_folder_or_below_tmp) {
 }
 
 TEST_F(SocketPlace, is_made_private) {
-    ASSERT_EQ(socket_folder_make(path_, &error_), 0) << error_;
+    ASSERT_TRUE(socket_folder_make(path_, error_)) << error_;
     struct stat found {};
     ASSERT_EQ(stat("/tmp/place", &found), 0);
     EXPECT_EQ(found.st_mode & 0777U, 0700U);
@@ -32,7 +34,7 @@ TEST_F(SocketPlace, is_made_private) {
 
 TEST_F(SocketPlace, that_others_may_enter_is_refused) {
     ASSERT_EQ(mkdir("/tmp/place", 0755), 0);
-    EXPECT_EQ(socket_folder_make(path_, &error_), -1);
+    EXPECT_FALSE(socket_folder_make(path_, error_));
     EXPECT_EQ(error_,
               "/tmp/place is not a folder of your own with mode 0700: name another --socket");
 }
@@ -40,32 +42,42 @@ TEST_F(SocketPlace, that_others_may_enter_is_refused) {
 TEST_F(SocketPlace, behind_a_link_is_refused) {
     ASSERT_EQ(mkdir("/tmp/other", 0700), 0);
     ASSERT_EQ(symlink("/tmp/other", "/tmp/place"), 0);
-    EXPECT_EQ(socket_folder_make(path_, &error_), -1);
+    EXPECT_FALSE(socket_folder_make(path_, error_));
 }
 
 TEST_F(SocketPlace, has_room_for_one_mesh) {
-    ASSERT_EQ(socket_folder_make(path_, &error_), 0) << error_;
-    const int first = socket_listen(path_, &error_);
+    ASSERT_TRUE(socket_folder_make(path_, error_)) << error_;
+    const int first = socket_listen(path_, error_);
     ASSERT_GE(first, 0) << error_;
-    EXPECT_EQ(socket_listen(path_, &error_), -1);
+    EXPECT_EQ(socket_listen(path_, error_), -1);
     EXPECT_EQ(error_,
               "a mesh is already up at /tmp/place/control: end it with `backhaul_lab down`");
-    const int peer = socket_connect(path_, &error_);
-    EXPECT_GE(peer, 0) << error_;
-    close(peer);
     close(first);
 }
 
 TEST_F(SocketPlace, is_taken_over_from_a_mesh_that_died) {
-    ASSERT_EQ(socket_folder_make(path_, &error_), 0) << error_;
-    close(socket_listen(path_, &error_));
-    EXPECT_EQ(socket_connect(path_, &error_), -1);
-    EXPECT_EQ(error_,
-              "no mesh is up (/tmp/place/control: Connection refused): start one with "
-              "`backhaul_lab up FILE`");
-    const int next = socket_listen(path_, &error_);
+    ASSERT_TRUE(socket_folder_make(path_, error_)) << error_;
+    close(socket_listen(path_, error_));
+    const int next = socket_listen(path_, error_);
     EXPECT_GE(next, 0) << error_;
     close(next);
+}
+
+TEST_F(SocketPlace, that_is_empty_is_told_with_a_command_that_helps) {
+    EXPECT_EQ(no_mesh_text(path_, ECONNREFUSED),
+              "no mesh is up (/tmp/place/control: Connection refused): start one with "
+              "`backhaul_lab up line 3`");
+}
+
+TEST_F(SocketPlace, lets_nobody_else_in) {
+    ASSERT_TRUE(socket_folder_make(path_, error_)) << error_;
+    const int listener = socket_listen(path_, error_);
+    ASSERT_GE(listener, 0) << error_;
+    struct stat folder {};
+    ASSERT_EQ(stat("/tmp/place", &folder), 0);
+    EXPECT_EQ(folder.st_mode & 0777U, 0700U);
+    EXPECT_EQ(folder.st_uid, geteuid());
+    close(listener);
 }
 
 TEST_F(SocketPlace, has_a_log_that_no_mesh_beside_it_writes) {
@@ -74,7 +86,7 @@ TEST_F(SocketPlace, has_a_log_that_no_mesh_beside_it_writes) {
 }
 
 TEST_F(SocketPlace, with_too_long_a_path_is_refused) {
-    EXPECT_EQ(socket_listen("/tmp/" + std::string(200, 'x'), &error_), -1);
+    EXPECT_EQ(socket_listen("/tmp/" + std::string(200, 'x'), error_), -1);
     EXPECT_TRUE(error_.starts_with("the path of the socket is too long")) << error_;
 }
 

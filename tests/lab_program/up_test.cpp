@@ -26,7 +26,8 @@ protected:
         setenv("XDG_RUNTIME_DIR", place().c_str(), 1);
         const Ended up = lab_run("up line 2");
         EXPECT_EQ(up.code, 0) << up.out;
-        EXPECT_THAT(up.out, HasSubstr("the mesh is up"));
+        EXPECT_THAT(up.out, HasSubstr("the mesh is up; no node is ready yet"));
+        EXPECT_THAT(up.out, HasSubstr("`" BACKHAUL_BUILD_DIR "/lab/backhaul_lab down`"));
         const Ended ready = lab_run("do wait-until e1 status ready within 100");
         EXPECT_EQ(ready.code, 0) << ready.out;
     }
@@ -52,7 +53,11 @@ TEST_F(Up, shows_every_node_of_the_mesh) {
     EXPECT_THAT(ended.out, HasSubstr("ath0 > root     1  ath0 BACKHAUL_READY"));
     const Ended json = lab_run("status e1 --json");
     EXPECT_THAT(json.out, HasSubstr(R"("nodes":[{"name":"e1","power":"on","role":"extender")"));
-    EXPECT_EQ(lab_run("status e7").out, "backhaul_lab: `e7` is no node (did you mean `e1`?)\n");
+    const Ended unknown = lab_run("status e7");
+    EXPECT_EQ(unknown.code, 2);
+    EXPECT_EQ(unknown.out, "backhaul_lab: `e7` is no node of this mesh (did you mean `e1`?)\n");
+    EXPECT_EQ(lab_run("do deauth e7").code, unknown.code);
+    EXPECT_EQ(lab_run("log e7").code, unknown.code);
 }
 
 TEST_F(Up, does_a_verb_and_waits_for_what_follows) {
@@ -66,12 +71,39 @@ TEST_F(Up, does_a_verb_and_waits_for_what_follows) {
 }
 
 TEST_F(Up, answers_in_json) {
-    EXPECT_EQ(lab_run("do deauth e1 --json").out, "{\"good\":true,\"text\":\"\"}\n");
+    EXPECT_EQ(lab_run("do deauth e1 --json").out, "{\"version\":1,\"good\":true,\"text\":\"\"}\n");
     const Ended bad = lab_run("do dauth e1 --json");
     EXPECT_NE(bad.code, 0);
-    EXPECT_THAT(bad.out, HasSubstr(R"({"good":false,"text":"`dauth` is no)"));
+    EXPECT_THAT(bad.out, HasSubstr(R"({"version":1,"good":false,"text":"`dauth` is no)"));
     EXPECT_THAT(lab_run("log e1 --json").out,
-                HasSubstr(R"({"time":1700000001,"text":"<-- backhaul_monitor start -->"})"));
+                HasSubstr(R"({"version":1,"time":1700000001,"seconds":1,)"
+                          R"("text":"<-- backhaul_monitor start -->"})"));
+}
+
+TEST_F(Up, tells_errors_in_json_where_json_was_asked_for) {
+    for (const char* words :
+         {"status e7 --json", "log e7 --json", "do deauth e7 --json", "speed 0 --json",
+          "up line 2 --json", "check nowhere.scn --json", "status --jsn --json",
+          "chaos --nodes 1 --json", "status --json --socket /nowhere/control"}) {
+        const Ended ended = lab_run(words);
+        EXPECT_NE(ended.code, 0) << words;
+        EXPECT_THAT(ended.out, StartsWith(R"({"version":1,"good":false,"text":")")) << words;
+        EXPECT_EQ(std::count(ended.out.begin(), ended.out.end(), '\n'), 1) << ended.out;
+    }
+}
+
+TEST_F(Up, tells_speed_events_and_outages_in_json) {
+    EXPECT_EQ(lab_run("speed 700").code, 0);
+    EXPECT_EQ(lab_run("do deauth e1").code, 0);
+    EXPECT_EQ(lab_run("do expect e1 status not-ready within 5").code, 0);
+    EXPECT_EQ(lab_run("do expect e1 status ready within 60").code, 0);
+    const std::string out = lab_run("status e1 --json").out;
+    EXPECT_THAT(out, HasSubstr(R"("speed":"700")"));
+    EXPECT_THAT(out, HasSubstr(R"("kind":"verb",)"));
+    EXPECT_THAT(out, HasSubstr(R"("outage_list":[{"from":)"));
+    EXPECT_EQ(lab_run("speed auto").code, 0);
+    EXPECT_EQ(lab_run("speed 0").code, 2);
+    EXPECT_THAT(lab_run("status --json").out, HasSubstr(R"("speed":"auto")"));
 }
 
 TEST_F(Up, refuses_a_second_mesh_at_the_same_place) {

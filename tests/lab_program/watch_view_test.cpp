@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "lab/program/pacing.h"
-
 namespace lab {
 namespace {
 
@@ -13,7 +11,7 @@ WatchView view_of(std::size_t nodes) {
     for (std::size_t number = 0; number < nodes; ++number) {
         NodeStatus node;
         node.name = number == 0 ? "root" : "e" + std::to_string(number);
-        node.power = NodePower::ON;
+        node.power = NodePower::on;
         view.status.nodes.push_back(node);
     }
     return view;
@@ -43,8 +41,6 @@ std::vector<std::string> shown(const WatchView& view, std::size_t rows, std::siz
     return lines_of(screen);
 }
 
-using Words = std::vector<std::string>;
-
 TEST(WatchKeys, are_letters_and_arrows) {
     EXPECT_EQ(watch_keys("d\033[Aq"), (std::vector<int>{'d', KEY_UP, 'q'}));
     EXPECT_EQ(watch_keys("\033OB\033[1;5B"), (std::vector<int>{KEY_DOWN, KEY_DOWN}));
@@ -54,65 +50,81 @@ TEST(WatchKeys, are_letters_and_arrows) {
 
 TEST(WatchKey, selects_nodes_within_the_mesh) {
     WatchView view = view_of(3);
-    EXPECT_EQ(watch_key(&view, KEY_UP), Words{});
+    EXPECT_EQ(watch_key(view, KEY_UP).text, "");
     EXPECT_EQ(view.selected, 0U);
-    watch_key(&view, KEY_DOWN);
-    watch_key(&view, KEY_DOWN);
-    watch_key(&view, KEY_DOWN);
+    watch_key(view, KEY_DOWN);
+    watch_key(view, KEY_DOWN);
+    watch_key(view, KEY_DOWN);
     EXPECT_EQ(view.selected, 2U);
-    watch_key(&view, '2');
+    watch_key(view, '2');
     EXPECT_EQ(view.selected, 1U);
-    watch_key(&view, '4');
+    watch_key(view, '4');
     EXPECT_EQ(view.selected, 1U);
 }
 
 TEST(WatchKey, asks_for_a_verb_on_the_selected_node) {
     WatchView view = view_of(3);
     view.selected = 1;
-    EXPECT_EQ(watch_key(&view, 'd'), (Words{"do", "deauth", "e1"}));
-    EXPECT_EQ(watch_key(&view, 'r'), (Words{"do", "radar", "e1"}));
-    EXPECT_EQ(watch_key(&view, 'R'), (Words{"do", "clear-radar", "e1"}));
-    EXPECT_EQ(watch_key(&view, 'k'), (Words{"do", "kill-worker", "e1"}));
-    EXPECT_EQ(watch_key(&view, 'b'), (Words{"do", "reboot", "e1"}));
-    EXPECT_EQ(watch_key(&view, 'z'), Words{});
+    EXPECT_EQ(watch_key(view, 'd').body, (Json{{"words", {"deauth", "e1"}}}));
+    EXPECT_EQ(watch_key(view, 'd').text, "deauth e1");
+    EXPECT_EQ(watch_key(view, 'r').text, "radar e1");
+    EXPECT_EQ(watch_key(view, 'R').text, "clear-radar e1");
+    EXPECT_EQ(watch_key(view, 'k').text, "kill-worker e1");
+    EXPECT_EQ(watch_key(view, 'b').text, "reboot e1");
+    EXPECT_EQ(watch_key(view, 'z').text, "");
 }
 
 TEST(WatchKey, turns_aps_cables_and_power_on_and_off) {
     WatchView view = view_of(2);
-    EXPECT_EQ(watch_key(&view, 'o'), (Words{"do", "ap-off", "root"}));
-    EXPECT_EQ(watch_key(&view, 'c'), (Words{"do", "cable-in", "root"}));
-    EXPECT_EQ(watch_key(&view, 'x'), (Words{"do", "power-off", "root"}));
+    EXPECT_EQ(watch_key(view, 'o').text, "ap-off root");
+    EXPECT_EQ(watch_key(view, 'c').text, "cable-in root");
+    EXPECT_EQ(watch_key(view, 'x').text, "power-off root");
     view.status.nodes[0].aps_silenced = true;
     view.status.nodes[0].has_cable = true;
-    view.status.nodes[0].power = NodePower::OFF;
-    EXPECT_EQ(watch_key(&view, 'o'), (Words{"do", "ap-on", "root"}));
-    EXPECT_EQ(watch_key(&view, 'c'), (Words{"do", "cable-out", "root"}));
-    EXPECT_EQ(watch_key(&view, 'x'), (Words{"do", "power-on", "root"}));
+    view.status.nodes[0].power = NodePower::off;
+    EXPECT_EQ(watch_key(view, 'o').text, "ap-on root");
+    EXPECT_EQ(watch_key(view, 'c').text, "cable-out root");
+    EXPECT_EQ(watch_key(view, 'x').text, "power-on root");
 }
 
 TEST(WatchKey, changes_the_speed_and_pauses) {
     WatchView view = view_of(1);
-    view.server.speed = 1;
-    EXPECT_EQ(watch_key(&view, '+'), (Words{"speed", "2"}));
-    EXPECT_EQ(watch_key(&view, '-'), (Words{"speed", "0.5"}));
-    EXPECT_EQ(watch_key(&view, 'p'), (Words{"speed", "pause"}));
-    view.server.paused = true;
-    EXPECT_EQ(watch_key(&view, 'p'), (Words{"speed", "resume"}));
-    view.server.speed = SPEED_FASTEST;
-    EXPECT_EQ(watch_key(&view, '+'), (Words{"speed", "0"}));
+    view.status.pace.speed = "1";
+    const WatchRequest request = watch_key(view, '+');
+    EXPECT_EQ(request.action, ApiAction::speed);
+    EXPECT_EQ(request.body, (Json{{"speed", "2"}}));
+    EXPECT_EQ(request.text, "speed 2");
+    EXPECT_EQ(watch_key(view, '-').text, "speed 0.5");
+    EXPECT_EQ(watch_key(view, 'p').body, (Json{{"paused", true}}));
+    view.status.pace.paused = true;
+    EXPECT_EQ(watch_key(view, 'p').body, (Json{{"paused", false}}));
+    EXPECT_EQ(watch_key(view, 'p').text, "resume");
 }
 
-Words typed(WatchView* view, std::string_view keys) {
-    Words words;
-    for (const char key : keys) {
-        words = watch_key(view, static_cast<unsigned char>(key));
+TEST(WatchKey, never_speeds_up_with_minus_nor_slows_down_with_plus) {
+    WatchView view = view_of(1);
+    for (const auto& [speed, faster, slower] :
+         std::vector<std::array<const char*, 3>>{{"auto", "speed 2", "speed 0.5"},
+                                                 {"1000", "speed fastest", "speed 500"},
+                                                 {"fastest", "speed fastest", "speed 1000"},
+                                                 {"0.5", "speed 1", "speed 0.5"}}) {
+        view.status.pace.speed = speed;
+        EXPECT_EQ(watch_key(view, '+').text, faster);
+        EXPECT_EQ(watch_key(view, '-').text, slower);
     }
-    return words;
+}
+
+std::string typed(WatchView& view, std::string_view keys) {
+    std::string text;
+    for (const char key : keys) {
+        text = watch_key(view, static_cast<unsigned char>(key)).text;
+    }
+    return text;
 }
 
 TEST(WatchKey, does_any_verb_that_is_typed) {
     WatchView view = view_of(3);
-    EXPECT_EQ(typed(&view, ":fade e1 q\x7froot -70\r"), (Words{"do", "fade", "e1", "root", "-70"}));
+    EXPECT_EQ(typed(view, ":fade e1 q\x7froot -70\r"), "fade e1 root -70");
     EXPECT_FALSE(view.types);
     EXPECT_FALSE(view.quits);
 }
@@ -120,32 +132,32 @@ TEST(WatchKey, does_any_verb_that_is_typed) {
 TEST(WatchKey, goes_back_to_single_keys_from_an_empty_line) {
     for (const std::string_view keys : {":\r", ":d\x7f\x7f", ":dq\x15"}) {
         WatchView view = view_of(2);
-        EXPECT_EQ(typed(&view, keys), Words{});
-        EXPECT_EQ(typed(&view, "d"), (Words{"do", "deauth", "root"}));
+        EXPECT_EQ(typed(view, keys), "");
+        EXPECT_EQ(typed(view, "d"), "deauth root");
     }
 }
 
 TEST(WatchKey, says_what_is_no_verb) {
     WatchView view = view_of(2);
-    EXPECT_EQ(typed(&view, ":wait 1000\r"), Words{});
+    EXPECT_EQ(typed(view, ":wait 1000\r"), "");
     EXPECT_NE(view.message, "");
-    EXPECT_EQ(typed(&view, ":dauth e1\r"), Words{});
+    EXPECT_EQ(typed(view, ":dauth e1\r"), "");
     EXPECT_NE(view.message.find("did you mean `deauth`?"), std::string::npos) << view.message;
 }
 
 TEST(Screen, shows_the_verb_that_is_being_typed) {
     WatchView view = view_of(2);
-    typed(&view, ":approve e1");
+    typed(view, ":approve e1");
     const std::vector<std::string> lines = shown(view, 24, 100);
     EXPECT_NE(std::find(lines.begin(), lines.end(), ":approve e1_"), lines.end());
 }
 
 TEST(WatchKey, quits_and_does_nothing_without_nodes) {
     WatchView view;
-    EXPECT_EQ(watch_key(&view, 'd'), Words{});
-    EXPECT_EQ(watch_key(&view, KEY_DOWN), Words{});
+    EXPECT_EQ(watch_key(view, 'd').text, "");
+    EXPECT_EQ(watch_key(view, KEY_DOWN).text, "");
     EXPECT_FALSE(view.quits);
-    watch_key(&view, 'q');
+    watch_key(view, 'q');
     EXPECT_TRUE(view.quits);
 }
 
@@ -167,8 +179,8 @@ TEST(Screen, shows_status_selected_node_log_and_keys_from_top_to_bottom) {
     WatchView view = view_of(2);
     view.selected = 1;
     view.status.nodes[1].links = {{"ath0", 7, "BACKHAUL_READY", 61, 0, false, true}};
-    view.server.speed = 20;
-    view.log = {"line one", "line two"};
+    view.status.pace.speed = "20";
+    view.log = {"0:01  line one", "0:02  line two"};
     view.message = "deauth e1";
     const std::vector<std::string> lines = shown(view, 16, 400);
     ASSERT_EQ(lines.size(), 16U);
@@ -178,8 +190,8 @@ TEST(Screen, shows_status_selected_node_log_and_keys_from_top_to_bottom) {
     EXPECT_TRUE(lines[4].starts_with("> e1    ")) << lines[4];
     EXPECT_EQ(lines[6], "e1");
     EXPECT_EQ(lines[8], "ath0       BACKHAUL_READY  1:01       0  carries traffic");
-    EXPECT_EQ(lines[9], "line one");
-    EXPECT_EQ(lines[10], "line two");
+    EXPECT_EQ(lines[9], "0:01  line one");
+    EXPECT_EQ(lines[10], "0:02  line two");
     EXPECT_EQ(lines[14], "deauth e1");
     EXPECT_EQ(lines[15],
               "1-9 or arrows: node  d: deauth  o: ap off/on  c: cable in/out  r: radar  "
@@ -217,15 +229,18 @@ TEST(Screen, shows_the_last_trouble_below_the_headline) {
 
 TEST(Screen, tells_how_time_passes) {
     WatchView view = view_of(1);
+    view.status.pace.speed = "auto";
     const auto first = [&view] {
         return shown(view, 10, 200)[0];
     };
     EXPECT_TRUE(first().ends_with("   real pace")) << first();
-    view.server.hurries = true;
+    view.status.pace.hurries = true;
     EXPECT_TRUE(first().ends_with("   as fast as it can")) << first();
-    view.server.paused = true;
+    view.status.pace.speed = "fastest";
+    EXPECT_TRUE(first().ends_with("   speed fastest")) << first();
+    view.status.pace.paused = true;
     EXPECT_TRUE(first().ends_with("   paused")) << first();
-    view.server.stalled = "e1 is busy";
+    view.status.pace.stalled = "e1 is busy";
     EXPECT_TRUE(first().ends_with("   stands still: e1 is busy")) << first();
 }
 
@@ -249,13 +264,27 @@ TEST(Screen, lets_no_node_reach_the_terminal) {
     }
 }
 
-TEST(ClippedLine, counts_characters_and_ends_its_colours) {
-    EXPECT_EQ(line_clipped("\033[32mgreen\033[0m plain", 8), "\033[32mgreen\033[0m pl");
-    EXPECT_EQ(line_clipped("\033[32mgreen\033[0m", 3), "\033[32mgre\033[0m");
-    EXPECT_EQ(line_clipped("\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80x", 3),
+TEST(Screen, marks_the_lines_that_do_not_fit) {
+    WatchView view = view_of(2);
+    view.log = {std::string(90, 'x'), "short"};
+    const std::vector<std::string> lines = shown(view, 30, 80);
+    EXPECT_TRUE(lines[2].starts_with("  NODE  ROLE"));
+    EXPECT_EQ(lines[2].size(), 80U);
+    EXPECT_EQ(lines[2].back(), '>');
+    EXPECT_NE(std::ranges::find(lines, std::string(79, 'x') + ">"), lines.end());
+    EXPECT_NE(std::ranges::find(lines, "short"), lines.end());
+}
+
+TEST(ClippedLine, counts_characters_marks_its_cut_and_ends_its_colours) {
+    EXPECT_EQ(line_clipped("\033[32mgreen\033[0m plain", 8), "\033[32mgreen\033[0m p>");
+    EXPECT_EQ(line_clipped("\033[32mgreen\033[0m", 3), "\033[32mgr>\033[0m");
+    EXPECT_EQ(line_clipped("\033[32mgreen\033[0m", 5), "\033[32mgreen\033[0m");
+    EXPECT_EQ(line_clipped("\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80x", 3), "\xc3\xa4\xe2\x82\xac>");
+    EXPECT_EQ(line_clipped("\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80", 3),
               "\xc3\xa4\xe2\x82\xac\xf0\x9f\x98\x80");
     EXPECT_EQ(line_clipped("a\033[2Jb\xc3", 20), "a?[2Jb?");
     EXPECT_EQ(line_clipped("abc", 0), "");
+    EXPECT_EQ(line_clipped("abc", 1), ">");
 }
 
 }  // namespace

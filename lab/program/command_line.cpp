@@ -1,0 +1,210 @@
+#include "lab/program/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+
+#include "lab/program/pacing.h"
+#include "lab/scenario/words.h"
+
+namespace lab {
+namespace {
+
+constexpr int MOST_LINES = 1000000;
+constexpr int MOST_CHAOS_NODES = 200;
+constexpr int MOST_CHAOS_HOURS = 10000;
+constexpr int MOST_MINUTES = 10000;
+void speed_option_add(CLI::App& command, Arguments& arguments) {
+    const auto read = [&arguments](const std::string& word) {
+        std::string error;
+        arguments.speed.emplace();
+        if (!speed_parse(word, *arguments.speed, error)) {
+            throw CLI::ValidationError("--speed", error);
+        }
+    };
+    command
+        .add_option_function<std::string>("--speed", read,
+                                          "Seconds of the mesh in a real one, `fastest`, or "
+                                          "`auto`: as fast as it can go while something waits, "
+                                          "else 1 (auto)")
+        ->type_name("N");
+}
+
+void option_add(CLI::App& command, const std::string& name, Arguments& arguments) {
+    const auto flag = [&](bool& place, const char* help) {
+        command.add_flag(name, place, help);
+    };
+    const auto text = [&](std::string& place, const char* type, const char* help) {
+        command.add_option(name, place, help)->type_name(type);
+    };
+    const auto number = [&](int& place, int least, int most, const char* help) {
+        command.add_option(name, place, help)->type_name("N")->check(CLI::Range(least, most));
+    };
+    if (name == "--json") {
+        flag(arguments.json, "One JSON object instead of tables, and of errors");
+    } else if (name == "--speed") {
+        speed_option_add(command, arguments);
+    } else if (name == "--seed") {
+        command.add_option(name, arguments.seed, "Seed of everything random")->type_name("N");
+    } else if (name == "--socket") {
+        text(arguments.socket, "PATH", "Where the mesh listens, when there is more than one");
+    } else if (name == "-f") {
+        flag(arguments.follow, "Goes on with what is still to come");
+    } else if (name == "--lines") {
+        number(arguments.lines, 1, MOST_LINES, "Only the last N lines");
+    } else if (name == "-c") {
+        text(arguments.shell, "COMMAND", "Runs this one command line");
+    } else if (name == "--evidence") {
+        text(arguments.evidence, "FOLDER", "Where a failed run leaves its folder");
+    } else if (name == "--nodes") {
+        number(arguments.nodes, 2, MOST_CHAOS_NODES, "Nodes of the mesh, the root among them (8)");
+    } else if (name == "--hours") {
+        number(arguments.hours, 1, MOST_CHAOS_HOURS, "Hours of the mesh's time (24)");
+    } else if (name == "--minutes") {
+        number(arguments.minutes, 1, MOST_MINUTES, "Ends the run after so many real minutes");
+    } else if (name == "--no-colour") {
+        flag(arguments.colour_never, "No colour, whatever the terminal");
+    }
+}
+
+std::vector<std::string> options_of(const CommandRow& row) {
+    return CLI::detail::split_up(std::string(row.options));
+}
+
+const CommandRow* command_find(std::string_view name) {
+    const auto* row = std::ranges::find(COMMANDS, name, &CommandRow::name);
+    return row == COMMANDS.end() ? nullptr : row;
+}
+
+/// The forms of the command on lines of their own, then what CLI11 says of the options.
+class CommandFormatter : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App* app, std::string name) const override {
+        const CommandRow* row = command_find(app->get_name());
+        if (row == nullptr) {
+            return CLI::Formatter::make_usage(app, std::move(name));
+        }
+        std::string text = "usage: backhaul_lab ";
+        for (std::string_view rest = row->usage;;) {
+            const std::size_t end = rest.find(" | ");
+            text += std::string(rest.substr(0, end)) + "\n";
+            if (end == std::string_view::npos) {
+                return text;
+            }
+            text += "       backhaul_lab ";
+            rest.remove_prefix(end + 3);
+        }
+    }
+    // Words are told by the forms above.
+    std::string make_positionals(const CLI::App* /*app*/) const override {
+        return "";
+    }
+};
+
+/// A step has negative numbers and texts of its own: only what is an option of `do` beyond doubt is
+/// none of its words. Takes them out.
+std::vector<std::string> step_take(std::vector<std::string>& words) {
+    std::vector<std::string> step;
+    std::vector<std::string> options = {words[0]};
+    for (std::size_t at = 1; at < words.size(); ++at) {
+        const std::string& word = words[at];
+        const bool is_option = word == "--help" || word == "-h" || word == "--json" ||
+                               word.starts_with("--socket=") ||
+                               (step.empty() && word.starts_with('-') && word != "--");
+        if (word == "--") {
+            step.insert(step.end(), words.begin() + static_cast<std::ptrdiff_t>(at) + 1,
+                        words.end());
+            break;
+        }
+        if (word == "--socket" && at + 1 < words.size()) {
+            options.insert(options.end(), {word, words[++at]});
+        } else {
+            (is_option ? options : step).push_back(word);
+        }
+    }
+    words = options;
+    return step;
+}
+
+/// What could not be read at all.
+std::string unexpected_text(const CLI::App& app, const CommandRow* row) {
+    const std::vector<std::string> rest = app.remaining(true);
+    const std::string word = rest.empty() ? "" : rest[0].substr(0, rest[0].find('='));
+    std::vector<std::string> names;
+    if (row == nullptr) {
+        for (const CommandRow& command : COMMANDS) {
+            names.emplace_back(command.name);
+        }
+        return word.empty() ? "a command is missing" : unknown_word(word, "command", names);
+    }
+    if (!word.starts_with('-')) {
+        return "say `" + std::string(row->usage) + "`";
+    }
+    names = options_of(*row);
+    return unknown_word(word, "option of `" + std::string(row->name) + "`", names);
+}
+
+}  // namespace
+
+std::unique_ptr<CLI::App> command_line(Arguments& arguments) {
+    auto app =
+        std::make_unique<CLI::App>("Tries a whole Wi-Fi mesh on one machine.", "backhaul_lab");
+    app->formatter(std::make_shared<CommandFormatter>());
+    app->footer(
+        "`backhaul_lab COMMAND --help` tells more. Exit codes: 0 all good, 1 an expectation failed "
+        "or\nsomething is not there, 2 wrong usage.");
+    for (const CommandRow& row : COMMANDS) {
+        CLI::App* command = app->add_subcommand(std::string(row.name), std::string(row.help));
+        command->footer("");
+        if (row.most > 0) {
+            command->add_option("words", arguments.words)
+                ->expected(0, CLI::detail::expected_max_vector_size);
+        }
+        for (const std::string& option : options_of(row)) {
+            option_add(*command, option, arguments);
+        }
+    }
+    return app;
+}
+
+const CommandRow* command_read(std::vector<std::string> words, Arguments& arguments,
+                               std::string& help, std::string& error) {
+    const std::unique_ptr<CLI::App> app = command_line(arguments);
+    const CommandRow* row = words.empty() ? nullptr : command_find(words[0]);
+    std::vector<std::string> step;
+    if (row != nullptr && row->most == ANY_NUMBER) {
+        step = step_take(words);
+    }
+    arguments.json = std::ranges::find(words, "--json") != words.end();
+    try {
+        std::ranges::reverse(words);
+        app->parse(words);
+        if (row == nullptr) {
+            error = unexpected_text(*app, row);
+            return nullptr;
+        }
+        arguments.words.insert(arguments.words.end(), step.begin(), step.end());
+    } catch (const CLI::CallForHelp&) {
+        help = app->help();
+        return nullptr;
+    } catch (const CLI::ExtrasError&) {
+        error = unexpected_text(*app, row);
+        return nullptr;
+    } catch (const CLI::ParseError& failure) {
+        error = failure.what();
+        return nullptr;
+    }
+    if (arguments.words.size() < row->least || arguments.words.size() > row->most) {
+        error = "say `" + std::string(row->usage) + "`";
+        return nullptr;
+    }
+    if (row != &COMMANDS.back()) {
+        return row;
+    }
+    return command_read(arguments.words.empty()
+                            ? std::vector<std::string>{"--help"}
+                            : std::vector<std::string>{arguments.words[0], "--help"},
+                        arguments, help, error);
+}
+
+}  // namespace lab
