@@ -7,6 +7,7 @@
 
 #include "lab/report/name_order.h"
 #include "lab/sandbox/doctor_report.h"
+#include "lab/sandbox/limits.h"
 
 namespace lab {
 namespace {
