@@ -50,7 +50,7 @@ int main(int argc, char** argv) {
     const bool good = tell_all(scenarios, &tale, error);
     printf("\n%s: %d steps, %d pieces of evidence\n%s%s",
            lab::coloured(good ? "every step was seen" : "NOT everything was seen",
-                         good ? lab::Colour::GREEN : lab::Colour::RED, tale.in_colour)
+                         good ? lab::Colour::green : lab::Colour::red, tale.in_colour)
                .c_str(),
            tale.steps, tale.evidence, error.c_str(), error.empty() ? "" : "\n");
     return good ? 0 : 1;

@@ -14,11 +14,11 @@ namespace {
 
 Colour colour_of(const MeshEvent& event) {
     const std::string& text = event.text;
-    return event.is_verb                                  ? Colour::BOLD
-           : text == "not ready" || text == "uplink none" ? Colour::RED
-           : text == "ready"                              ? Colour::GREEN
-           : text.starts_with("rule ")                    ? Colour::YELLOW
-                                                          : Colour::NONE;
+    return event.is_verb                                  ? Colour::bold
+           : text == "not ready" || text == "uplink none" ? Colour::red
+           : text == "ready"                              ? Colour::green
+           : text.starts_with("rule ")                    ? Colour::yellow
+                                                          : Colour::none;
 }
 
 class Narrator {
@@ -55,12 +55,12 @@ private:
         const ScenarioStep& step = mesh_.scenario().steps[played.step];
         switch (step.kind) {
             case StepKind::CHAPTER:
-                printf("\n%s\n", coloured(step.text, Colour::BOLD, tale_->in_colour).c_str());
+                printf("\n%s\n", coloured(step.text, Colour::bold, tale_->in_colour).c_str());
                 return;
             case StepKind::SAY:
                 ++tale_->steps;
                 printf("%8s  %s\n", duration_text(played.time).c_str(),
-                       coloured(step.text, Colour::BOLD, tale_->in_colour).c_str());
+                       coloured(step.text, Colour::bold, tale_->in_colour).c_str());
                 return;
             case StepKind::WAIT_UNTIL:
             case StepKind::EXPECT:
@@ -81,10 +81,10 @@ private:
             line(played.time, "",
                  "seen      " + (is_of_all ? condition_print(step.condition) : played.text) +
                      lasting,
-                 Colour::GREY);
+                 Colour::grey);
         } else {
-            line(played.time, "", "NOT SEEN  " + step_print(step), Colour::RED);
-            line(played.time, "", "          " + played.text, Colour::RED);
+            line(played.time, "", "NOT SEEN  " + step_print(step), Colour::red);
+            line(played.time, "", "          " + played.text, Colour::red);
         }
     }
 
@@ -113,7 +113,7 @@ bool play(Mesh& mesh, Player& player, Tale* tale, std::string& error) {
 
 void tables_print(const Mesh& mesh, const Player& player, bool in_colour) {
     const auto print = [in_colour](const std::string& title, const Table& table) {
-        printf("\n%s\n%s", coloured(title, Colour::BOLD, in_colour).c_str(),
+        printf("\n%s\n%s", coloured(title, Colour::bold, in_colour).c_str(),
                table_text(table, in_colour).c_str());
     };
     print("The mesh at the end", status_table(mesh_status(mesh, &player)));

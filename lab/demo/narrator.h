@@ -14,8 +14,8 @@ namespace lab {
 // What was told so far, over all scenarios.
 struct Tale {
     bool in_colour = false;
-    int steps = 0;     // told by `say`
-    int evidence = 0;  // conditions that held
+    int steps = 0;      // told by `say`
+    int evidence = 0;   // conditions that held
     OutsidePlace left;  // where folders go of what went wrong
 };
 

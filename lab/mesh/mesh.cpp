@@ -1,5 +1,5 @@
-#include "lab/air/air_scenario.h"
 #include "lab/mesh/mesh.h"
+#include "lab/air/air_scenario.h"
 
 #include <sys/resource.h>
 

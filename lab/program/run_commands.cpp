@@ -60,8 +60,8 @@ int check_command(const Arguments& arguments) {
 
 int chaos_command(const Arguments& arguments) {
     if (arguments.nodes > MOST_NODES) {
-        return complain(arguments,
-                        "a mesh has at most " + std::to_string(MOST_NODES) + " nodes", EXIT_USAGE);
+        return complain(arguments, "a mesh has at most " + std::to_string(MOST_NODES) + " nodes",
+                        EXIT_USAGE);
     }
     ChaosOptions options;
     options.seed = arguments.seed.value_or(options.seed);

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "lab/air/air_scenario.h"
 #include "lab/air/air_paths.h"
+#include "lab/air/air_scenario.h"
 #include "lab/air/air_time.h"
 #include "lab/air/air_tools.h"
 #include "lab/air/air_verbs.h"
