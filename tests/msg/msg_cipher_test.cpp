@@ -170,10 +170,10 @@ TEST_F(MsgCipher, keeps_the_files_of_two_messages_apart) {
             EXPECT_EQ(message_open(encrypt("NETWORKRELOAD"), "mesh"), "NETWORKRELOAD");
         }
     });
+    open_all("FLUSHFORWARDING");
     for (int i = 0; i < 10; ++i) {
         EXPECT_EQ(message_open(encrypt("CHECK_VALID_REPLY"), "mesh"), "CHECK_VALID_REPLY");
     }
-    open_all("FLUSHFORWARDING");
     other.join();
     sender.join();
 }
