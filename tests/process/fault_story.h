@@ -19,13 +19,13 @@ protected:
 
     /// Announcement, message, driver event and command are handled, the status is one of its words,
     /// nothing is left open, and the next worker becomes ready.
-    void expect_whole(HARNESS_HERE);
+    void expect_whole(Where where = Where::current());
 
     /// The driver's event of a client is handled at once.
-    void expect_event_handled(HARNESS_HERE);
+    void expect_event_handled(Where where = Where::current());
 
     /// Runs a program in the router; it must succeed.
-    void inside(const std::vector<std::string>& words, HARNESS_HERE);
+    void inside(const std::vector<std::string>& words, Where where = Where::current());
 
     /// Ends the worker by SIGKILL and lets the next one start.
     void next_worker();
