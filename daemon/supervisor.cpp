@@ -1,5 +1,6 @@
 #include "daemon/supervisor.h"
 
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,7 +13,19 @@
 
 namespace {
 
-[[noreturn]] void worker_child_run(void (*worker)()) {
+/// A worker that outlived its supervisor would keep both ports and lose its FIFO to the next one.
+void supervisor_tie(pid_t supervisor) {
+    // The one signal that no starter can have had ignored. Files are renamed into place and tools
+    // are not tied to us: nothing is left half done.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // Already gone: the signal would never come.
+    if (getppid() != supervisor) {
+        _exit(EXIT_SUCCESS);
+    }
+}
+
+[[noreturn]] void worker_child_run(pid_t supervisor, void (*worker)()) {
+    supervisor_tie(supervisor);
     // The supervisor's own count came along with the fork; a process counts from its first line.
     runtime.flow_log_lines = 0;
     flow_log("<-- backhaul_monitor start -->\n");
@@ -57,11 +70,12 @@ worker_end_info worker_end_classify(int status) {
 }
 
 void supervisor_run(void (*worker)()) {
+    const pid_t supervisor = getpid();
     for (;;) {
         std::fflush(stdout);
         const pid_t pid = fork();
         if (pid == 0) {
-            worker_child_run(worker);
+            worker_child_run(supervisor, worker);
         }
         if (pid < 0) {
             std::exit(EXIT_SUCCESS);

@@ -4,7 +4,7 @@
 //
 // Single-threaded; all threads of the daemon live in the worker. It shares only the flow-log file
 // with its worker. How a worker ended is decided by `worker_end_classify`, a function of the wait
-// status alone.
+// status alone. A worker ends with its supervisor: at once, by SIGKILL.
 
 #include <csignal>
 

@@ -2,9 +2,9 @@
 
 // Enciphering of node messages with the openssl tool, under the SSID of "ath20" as pass phrase.
 //
-// Any sending thread enciphers; the socket thread and the announce thread decipher. The files
-// have fixed names and no lock: two simultaneous calls may read each other's result, and the
-// receiver then drops the datagram.
+// Any sending thread enciphers; the socket thread and the announce thread decipher. The files have
+// fixed names: `cipher_lock` keeps one call's files from another's, and a slow openssl line holds
+// up the others.
 
 #include <array>
 #include <cstddef>

@@ -13,8 +13,9 @@
 // (`backhaul_sock_handle`), timer (`backhaul_timer_monitor`: the main thread of an extender, a
 // thread of its own on a root), announce (`loop_slave_handle`, extender only).
 //
-// Lock order: `state_mutex` before `timer_mutex`, never the reverse. `apply_lock` and
-// `intf_table_lock` (the two walks that a scan request makes) are leaves.
+// Lock order: `state_mutex` before `timer_mutex`, never the reverse. `apply_lock`,
+// `intf_table_lock` (the two walks that a scan request makes) and `cipher_lock` (the files of one
+// message and the line that makes them) are leaves.
 
 #include "runtime/relaxed.h"
 
@@ -135,6 +136,7 @@ struct runtime_block {
     pthread_mutex_t state_mutex = PTHREAD_MUTEX_INITIALIZER;
     pthread_mutex_t apply_lock = PTHREAD_MUTEX_INITIALIZER;
     pthread_mutex_t intf_table_lock = PTHREAD_MUTEX_INITIALIZER;
+    pthread_mutex_t cipher_lock = PTHREAD_MUTEX_INITIALIZER;
 
     // Settings of the command line and of the start hint; written by the supervisor only.
     uint8_t max_disconnect = 3;

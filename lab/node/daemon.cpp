@@ -39,7 +39,8 @@ int Daemon::start(const DaemonOptions& options, std::string& error) {
         return -1;
     }
     SpawnPlan plan;
-    plan.words = {kLabDaemon};
+    plan.words = options.through;
+    plan.words.push_back(kLabDaemon);
     plan.words.insert(plan.words.end(), options.arguments.begin(), options.arguments.end());
     plan.environment = options.environment;
     plan.out = kDaemonOut;

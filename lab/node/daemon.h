@@ -15,8 +15,9 @@
 namespace lab {
 
 struct DaemonOptions {
-    std::vector<std::string> arguments;    // after the program's name
-    std::vector<std::string> environment;  // "NAME=VALUE", beyond the node's own
+    std::vector<std::string> arguments;     // after the program's name
+    std::vector<std::string> environment;   // "NAME=VALUE", beyond the node's own
+    std::vector<std::string> through = {};  // a program that becomes the daemon, and its words
 };
 
 // Environment of a daemon that is meant to be killed with SIGSEGV and its like: sanitizers leave

@@ -2,7 +2,11 @@
 
 #include "daemon/supervisor.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -63,6 +67,19 @@ void worker_by_order() {
     worker_end_by(std::atoi(order.c_str()));
 }
 
+/// The supervisor is gone before its worker has made a step. A lock on "/tmp/alive" tells how long
+/// either of them lives.
+void supervisor_end_at_fork() {
+    flock(open("/tmp/alive", O_RDWR | O_CREAT, 0600), LOCK_EX);
+    pthread_atfork(nullptr, nullptr, [] {
+        const pid_t supervisor = getppid();
+        kill(supervisor, SIGKILL);
+        while (getppid() == supervisor) {
+            sched_yield();
+        }
+    });
+}
+
 class Supervisor : public harness::SandboxTest {
 protected:
     static constexpr uint32_t START_TIME = 1000000;
@@ -97,6 +114,15 @@ TEST_F(Supervisor, logs_any_exit_as_normal_with_the_value_1) {
                             "normal termination : 1", START));
     EXPECT_FALSE(file_is_there(CRASH));
     EXPECT_EQ(harness::clock_now(), START_TIME + 3) << "a second before each restart";
+}
+
+TEST_F(Supervisor, leaves_no_worker_when_it_was_gone_before_that_could_ask_for_its_end) {
+    EXPECT_EQ(supervise("exit0", supervisor_end_at_fork), KILLED);
+    const int alive = open("/tmp/alive", O_RDWR | O_CLOEXEC);
+    EXPECT_TRUE(harness::wait_until([&] { return flock(alive, LOCK_EX | LOCK_NB) == 0; }));
+    close(alive);
+    EXPECT_FALSE(file_is_there(FLOW_LOG_PATH));
+    EXPECT_EQ(file_text("/tmp/orders"), "exit0") << "no worker ran";
 }
 
 TEST_F(Supervisor, restarts_quietly_after_signal_10) {

@@ -2,11 +2,15 @@
 
 #include "msg/msg_cipher.h"
 
+#include "lab/tools/record.h"
+#include "runtime/runtime_block.h"
+#include "runtime/scoped_lock.h"
 #include "tests/msg/msg_fixture.h"
 
 #include <gmock/gmock.h>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 namespace {
 
@@ -152,6 +156,39 @@ TEST_F(MsgCipher, fails_before_anything_is_run_when_its_input_cannot_be_written)
     EXPECT_FALSE(opened.result);
     EXPECT_EQ(opened.word, "");
     expect_journal({});
+}
+
+TEST_F(MsgCipher, keeps_the_files_of_two_messages_apart) {
+    const auto open_all = [](const char* word) {
+        for (int i = 0; i < 10; ++i) {
+            EXPECT_EQ(decrypt(message_seal(word, "mesh")).word, word);
+        }
+    };
+    std::thread other([&] { open_all("UPLINKSCAN"); });
+    std::thread sender([] {
+        for (int i = 0; i < 10; ++i) {
+            EXPECT_EQ(message_open(encrypt("NETWORKRELOAD"), "mesh"), "NETWORKRELOAD");
+        }
+    });
+    open_all("FLUSHFORWARDING");
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_EQ(message_open(encrypt("CHECK_VALID_REPLY"), "mesh"), "CHECK_VALID_REPLY");
+    }
+    other.join();
+    sender.join();
+}
+
+TEST_F(MsgCipher, asks_for_the_pass_phrase_while_another_message_has_the_files) {
+    std::string sealed;
+    std::thread sender;
+    {
+        const ScopedLock another(runtime.cipher_lock);
+        sender = std::thread([&sealed] { sealed = encrypt("UPLINKSCAN"); });
+        EXPECT_TRUE(harness::wait_until([] { return !lab::recorded_call_texts("").empty(); }));
+    }
+    sender.join();
+    EXPECT_EQ(message_open(sealed, "mesh"), "UPLINKSCAN");
+    expect_journal({enciphered("UPLINKSCAN")});
 }
 
 TEST_F(MsgCipher, finds_no_word_under_a_wrong_pass_phrase) {

@@ -61,8 +61,8 @@ TEST(RuntimeBlock, starts_with_all_shared_state_empty) {
 
 TEST(RuntimeBlock, has_mutexes_that_work_without_being_initialised) {
     runtime_block block;
-    for (pthread_mutex_t* const mutex :
-         {&block.timer_mutex, &block.state_mutex, &block.apply_lock}) {
+    for (pthread_mutex_t* const mutex : {&block.timer_mutex, &block.state_mutex, &block.apply_lock,
+                                         &block.intf_table_lock, &block.cipher_lock}) {
         EXPECT_EQ(pthread_mutex_trylock(mutex), 0);
         EXPECT_EQ(pthread_mutex_unlock(mutex), 0);
     }
