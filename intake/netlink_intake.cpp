@@ -3,6 +3,7 @@
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <net/if.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -12,6 +13,8 @@
 
 #include "device/channel_monitor.h"
 #include "device/client_control.h"
+#include "intake/missed_event.h"
+#include "intake/netlink_filter.h"
 #include "intake/netlink_walk.h"
 #include "intake/wireless_event.h"
 #include "intf/intf_table.h"
@@ -25,6 +28,9 @@ namespace {
 
 constexpr size_t RECEIVE_SIZE = 8192;
 constexpr size_t EVENT_HEADER_SIZE = 4;
+/// Holds more than 10,000 small events, each of which counts with some 800 bytes; the kernel
+/// doubles it. What is not used costs nothing.
+constexpr int BUFFER_SIZE = 8 * 1024 * 1024;
 
 /// Logs a text that holds one address.
 void mac_log(const char* prefix, const mac_address& mac) {
@@ -119,6 +125,33 @@ bool event_handle(const wireless_event& event, const char* intf_name) {
     return true;
 }
 
+/// Makes losses rare; without either the socket works as well.
+void losses_prevent(int sock) {
+    if (setsockopt(sock, SOL_SOCKET, SO_RCVBUFFORCE, &BUFFER_SIZE, sizeof BUFFER_SIZE) < 0) {
+        setsockopt(sock, SOL_SOCKET, SO_RCVBUF, &BUFFER_SIZE, sizeof BUFFER_SIZE);
+    }
+    const auto filter = netlink_filter();
+    const sock_fprog program{static_cast<uint16_t>(filter.size()),
+                             const_cast<sock_filter*>(filter.data())};
+    setsockopt(sock, SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program);
+}
+
+/// Asks the driver of every station what became of it, and handles what the record does not know.
+void missed_events_handle() {
+    for (const intf_record& record : intf_table_walk()) {
+        mac_address ap{};
+        if (record.type == BACKHAUL_STA && station_ap_ask(record.name.data(), ap)) {
+            event_handle(missed_event_find(record.state, record.bssid.get(), ap),
+                         record.name.data());
+        }
+    }
+}
+
+bool queue_is_empty() {
+    pollfd queue{runtime.netlink_fd, POLLIN, 0};
+    return poll(&queue, 1, 0) == 0;
+}
+
 }  // namespace
 
 bool netlink_open() {
@@ -128,6 +161,7 @@ bool netlink_open() {
         std::fflush(stdout);
         return false;
     }
+    losses_prevent(sock.get());
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
     address.nl_groups = RTMGRP_LINK;
@@ -141,9 +175,18 @@ bool netlink_open() {
 }
 
 void netlink_recv() {
+    /// After an overrun the kernel drops every event until the queue has been read to its end: only
+    /// then is it known what was lost.
+    static bool events_are_dropped = false;
     std::array<uint8_t, RECEIVE_SIZE> buffer{};
     const ssize_t count =
         recvfrom(runtime.netlink_fd, buffer.data(), buffer.size(), MSG_DONTWAIT, nullptr, nullptr);
+    if (count < 0 && errno == ENOBUFS) {
+        flow_log("%s : driver events lost, check the stations\n", __func__);
+        events_are_dropped = true;
+        // At once as well: what is still queued may take minutes.
+        missed_events_handle();
+    }
     if (count <= 0) {
         return;
     }
@@ -153,6 +196,10 @@ void netlink_recv() {
         if (message.has_link) {
             netlink_msg_process(message.intf_index, message.attributes);
         }
+    }
+    if (events_are_dropped && queue_is_empty()) {
+        events_are_dropped = false;
+        missed_events_handle();
     }
 }
 

@@ -8,11 +8,14 @@
 #include <cstdint>
 #include <span>
 
-/// Opens and binds `runtime.netlink_fd` (group 1). False after printing why; the descriptor is
-/// then -1 and the daemon runs without driver events.
+/// Opens and binds `runtime.netlink_fd` (group 1), with room for 10,000 events if the kernel grants
+/// it and without link messages that bring no wireless data. False after printing why; the
+/// descriptor is then -1 and the daemon runs without driver events.
 bool netlink_open();
 
-/// Reads one batch (at most 8192 bytes, without blocking) and handles its messages.
+/// Reads one batch (at most 8192 bytes, without blocking) and handles its messages. When events
+/// were lost, asks the driver about every station and handles what it missed as the lost event:
+/// at once, and again when the queue that was left has been read to its end.
 void netlink_recv();
 
 /// Handles the attributes of one RTM_NEWLINK message of interface `intf_index`.

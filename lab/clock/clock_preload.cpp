@@ -1,7 +1,7 @@
 // The preloaded clock: stands before the C library in the daemon, the tools and in-process tests.
 //
-// time(), gettimeofday(), sleep() and timerfds follow the page that LAB_CLOCK names; the driver's
-// private channel-list request is answered from a file. Without LAB_CLOCK, and while the page's
+// time(), gettimeofday(), sleep() and timerfds follow the page that LAB_CLOCK names; the requests
+// to the wireless driver are answered from files. Without LAB_CLOCK, and while the page's
 // mode is CLOCK_REAL, everything means what it always means. Runs on whatever thread calls it, also
 // between fork and exec and under sanitizers: no allocation, no lock, no library call that a
 // sanitizer may have replaced.
@@ -237,6 +237,9 @@ LAB_EXPORT int ioctl(int fd, unsigned long request, ...) noexcept {
     if (page != nullptr && request == lab::kChannelListRequest) {
         const auto now = static_cast<unsigned long>(time(nullptr));
         return lab::driver_channel_list(argument, now);
+    }
+    if (page != nullptr && request == lab::kStationApRequest) {
+        return lab::driver_station_ap(argument);
     }
     return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
 }

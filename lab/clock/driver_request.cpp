@@ -14,6 +14,7 @@
 namespace lab {
 namespace {
 
+constexpr std::uint16_t kEthernetFamily = 1;  // ARPHRD_ETHER
 constexpr unsigned int kEntryLength = 20;
 constexpr unsigned int kMostEntries = (kChannelListLength - 4) / kEntryLength;
 
@@ -43,12 +44,24 @@ long read_file(const char* path, char* into, unsigned long size) {
     return static_cast<long>(done);
 }
 
+// The same in its address form.
+struct AddressRequest {
+    char name[16];
+    std::uint16_t family;
+    unsigned char address[6];
+};
+
 struct Text {
     std::array<char, 128> bytes{};
     unsigned long length = 0;
     void add(char one) {
         if (length < bytes.size()) {
             bytes[length++] = one;
+        }
+    }
+    void add(const char* text) {
+        while (*text != '\0') {
+            add(*text++);
         }
     }
     void add_number(unsigned long value) {
@@ -107,6 +120,26 @@ void fill_from_text(const char* text, long length, char* list) {
     std::memcpy(list, &count, sizeof(count));
 }
 
+// Path of a value of the interface in the tools' state; what does not fit names no file.
+Text state_file(const char* interface, const char* value) {
+    Text path;
+    path.add(kLabState);
+    path.add("/iface/");
+    path.add(interface);
+    path.add('/');
+    path.add(value);
+    path.add('\0');
+    return path;
+}
+
+int digit_value(char letter) {
+    if (letter >= '0' && letter <= '9') {
+        return letter - '0';
+    }
+    const char small = static_cast<char>(letter | 0x20);
+    return small >= 'a' && small <= 'f' ? small - 'a' + 10 : 0;
+}
+
 int refuse(int reason) {
     errno = reason;
     return -1;
@@ -131,6 +164,26 @@ int driver_channel_list(void* request, unsigned long now) noexcept {
         return refuse(EOPNOTSUPP);
     }
     fill_from_text(text.data(), length, list);
+    return 0;
+}
+
+int driver_station_ap(void* request) noexcept {
+    AddressRequest wanted{};
+    std::memcpy(&wanted, request, sizeof(wanted));
+    wanted.name[sizeof(wanted.name) - 1] = '\0';
+    wanted.family = kEthernetFamily;
+    std::array<char, 17> text{};
+    char none = 0;
+    if (read_file(state_file(wanted.name, "missing").bytes.data(), &none, 1) >= 0) {
+        return refuse(ENODEV);
+    }
+    const bool associated = read_file(state_file(wanted.name, "ap").bytes.data(), text.data(),
+                                      text.size()) == static_cast<long>(text.size());
+    for (unsigned int at = 0; at < sizeof(wanted.address); ++at) {
+        const int value = digit_value(text[at * 3]) * 16 + digit_value(text[at * 3 + 1]);
+        wanted.address[at] = static_cast<unsigned char>(associated ? value : 0);
+    }
+    std::memcpy(request, &wanted, sizeof(wanted));
     return 0;
 }
 

@@ -1,5 +1,5 @@
-// The wireless driver's private channel-list request, answered from a file of the sandbox.
-// Called by the preloaded ioctl() on the caller's thread; allocates nothing.
+// The wireless driver's requests that the daemon makes, answered from files of the sandbox. Called
+// by the preloaded ioctl() on the caller's thread; allocates nothing.
 #pragma once
 
 namespace lab {
@@ -13,5 +13,12 @@ inline constexpr unsigned int kChannelListLength = 20464;
 // (frequencies in MHz, white space between), and returns 0. Fails with EOPNOTSUPP when there is
 // neither file and with EINVAL when the length is not the agreed one.
 int driver_channel_list(void* request, unsigned long now) noexcept;
+
+inline constexpr unsigned long kStationApRequest = 0x8B15;
+
+// Stores the AP that the station is associated with in the tools' state
+// (/run/lab/state/iface/IF/ap) in the `struct iwreq` at `request`, all zero when there is none, and
+// returns 0. Fails with ENODEV when the interface is missing there.
+int driver_station_ap(void* request) noexcept;
 
 }  // namespace lab

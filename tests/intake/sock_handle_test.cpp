@@ -8,9 +8,11 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <netinet/in.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/select.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -25,7 +27,9 @@
 #include "intake/control_fifo.h"
 #include "intake/msg_socket.h"
 #include "intake/netlink_intake.h"
+#include "intake/root_announce.h"
 #include "lab/driver/netlink_sender.h"
+#include "lab/node/udp_peer.h"
 #include "lab/tools/answer.h"
 #include "lab/tools/record.h"
 #include "runtime/runtime_block.h"
@@ -60,9 +64,16 @@ protected:
         msg_socket_open();
     }
 
-    /// Serves the open descriptors in a child, with its standard output in /tmp/out.
-    void serve() {
-        child_.emplace([] { backhaul_sock_handle(nullptr); }, harness::LINES_OUT);
+    /// Serves the open descriptors in a child, with its standard output in /tmp/out; the thread
+    /// `beside` runs there too.
+    void serve(void* (*beside)(void*) = nullptr) {
+        const auto body = [beside] {
+            if (beside != nullptr) {
+                thread_start(beside, nullptr);
+            }
+            backhaul_sock_handle(nullptr);
+        };
+        child_.emplace(body, harness::LINES_OUT);
     }
 
     void driver_event(const char* name) {
@@ -78,12 +89,21 @@ protected:
 
     /// A datagram that does not decipher; the attempt shows that it was read.
     static void node_message() {
+        node_messages(1, 36003, "x");
+    }
+
+    /// The same datagram `count` times; of a flood the kernel keeps as many as the socket holds.
+    static void node_messages(int count, uint16_t port, const std::string& bytes) {
         const int sock = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
         sockaddr_in to{};
         to.sin_family = AF_INET;
-        to.sin_port = htons(36003);
+        to.sin_port = htons(port);
         to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(sendto(sock, "x", 1, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to), 1);
+        for (int i = 0; i < count; ++i) {
+            EXPECT_EQ(sendto(sock, bytes.data(), bytes.size(), 0,
+                             reinterpret_cast<const sockaddr*>(&to), sizeof to),
+                      static_cast<ssize_t>(bytes.size()));
+        }
         close(sock);
     }
 
@@ -160,6 +180,108 @@ TEST_F(SockHandle, lets_a_node_message_wait_until_a_command_is_done) {
     EXPECT_LT(place(journal, "NETWORKRELOAD"), place(journal, "STA_DISASSOC_WITH_AP(ath1)"))
         << testing::PrintToString(journal);
 }
+
+size_t entries_with(const harness::Journal& journal, const std::string& text) {
+    return static_cast<size_t>(std::count_if(
+        journal.begin(), journal.end(),
+        [&](const std::string& entry) { return entry.find(text) != std::string::npos; }));
+}
+
+TEST_F(SockHandle, takes_a_driver_event_before_the_next_word_of_a_flood) {
+    constexpr int WORDS = 10000;
+    constexpr int HELD = 9900;
+    sources_open();
+    fcntl(runtime.fifo_fd, F_SETPIPE_SZ, WORDS * 32);
+    // One read takes 32 bytes: a word each. The first 9,900 and the last do nothing but log.
+    std::string words;
+    for (int word = 0; word < WORDS; ++word) {
+        std::string one = word == HELD ? "eth_lost" : "eth_detect";
+        one.resize(32, '\0');
+        words += one;
+    }
+    fifo_command(words);
+    // The reply to "eth_lost" waits until somebody reads it.
+    unlink("/tmp/eth_backhaul_fifo");
+    ASSERT_EQ(mkfifo("/tmp/eth_backhaul_fifo", 0600), 0);
+    serve();
+    ASSERT_TRUE(wait_until([] { return !harness::recorded_lines().empty(); }, 50000));
+    driver_event("ath0");
+    const int reply = open("/tmp/eth_backhaul_fifo", O_RDONLY | O_CLOEXEC);
+    EXPECT_TRUE(wait_until([] {
+        int unread = 0;
+        return ioctl(runtime.fifo_fd, FIONREAD, &unread) == 0 && unread == 0;
+    }));
+    close(reply);
+    // The log is of the last words only, which is enough.
+    EXPECT_TRUE(wait_until([] {
+        return entries_with(harness::flow_log_lines(), "eth_intf not found") >= WORDS - HELD - 1;
+    }));
+    const harness::Journal log = harness::flow_log_lines();
+    const auto held = static_cast<std::ptrdiff_t>(place(log, "recv event eth_lost"));
+    const auto event = static_cast<std::ptrdiff_t>(place(log, "STA_DISASSOC_WITH_AP(ath0)"));
+    ASSERT_LT(event, static_cast<std::ptrdiff_t>(log.size()));
+    ASSERT_LT(held, event);
+    EXPECT_EQ(entries_with({log.begin() + held + 1, log.begin() + event}, "recv event"), 0U);
+}
+
+/// Datagrams that do not decipher, and datagrams of somebody who knows the pass phrase.
+class MessageFlood : public SockHandle, public testing::WithParamInterface<bool> {
+protected:
+    void SetUp() override {
+        SockHandle::SetUp();
+        uci_put("ath20.ssid", "mesh");
+    }
+
+    static void flood(uint16_t port) {
+        const std::string sealed = lab::message_seal("UPLINKSCAN", "mesh");
+        ASSERT_FALSE(sealed.empty());
+        node_messages(10000, port, GetParam() ? sealed : "x");
+    }
+
+    /// Waits until the handling of a datagram is at the gate.
+    static void hold_one() {
+        lab::gate_shut("", "gate");
+        lab::answer_hold("", "uci", "gate");
+        ASSERT_TRUE(wait_until([] { return lab::answers_left("", "uci") == 0; }));
+    }
+};
+
+TEST_P(MessageFlood, lets_a_driver_event_in_before_the_next_datagram) {
+    sources_open();
+    flood(36003);
+    serve();
+    for (const std::string name : {"ath0", "ath1", "ath10"}) {
+        hold_one();
+        harness::Journal journal = journal_take();
+        driver_event(name.c_str());
+        lab::gate_open("", "gate");
+        journal = journal_until("STA_DISASSOC_WITH_AP(" + name + ")");
+        journal.resize(place(journal, "STA_DISASSOC_WITH_AP(" + name + ")"));
+        EXPECT_LE(entries_with(journal, "openssl"), 1U) << testing::PrintToString(journal);
+    }
+}
+
+TEST_P(MessageFlood, of_announcements_leaves_the_socket_thread_alone) {
+    sources_open();
+    intf_add("eth", ETHERNET, BAND_NONE);
+    serve(loop_slave_handle);
+    // Heard for the first time: the port is open.
+    ASSERT_TRUE(wait_until([] {
+        node_messages(1, 36002, "x");
+        return !harness::recorded_lines().empty();
+    }));
+    flood(36002);
+    hold_one();
+    const size_t opened = entries_with(journal_take(), "openssl");
+    driver_event("ath0");
+    journal_until("STA_DISASSOC_WITH_AP(ath0)");
+    fifo_command("eth_detect\n");
+    EXPECT_EQ(entries_with(journal_until("recv event eth_detect"), "openssl"), 0U)
+        << "one of " << opened << " datagrams is still being handled";
+}
+
+INSTANTIATE_TEST_SUITE_P(Datagrams, MessageFlood, testing::Bool(),
+                         [](const auto& key) { return key.param ? "with_key" : "without_key"; });
 
 TEST_F(SockHandle, works_without_the_fifo) {
     ASSERT_TRUE(netlink_open());

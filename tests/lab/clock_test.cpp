@@ -18,6 +18,7 @@
 
 #include "lab/clock/quiet.h"
 #include "lab/sandbox/layout.h"
+#include "lab/tools/state_layout.h"
 #include "tests/harness/sandbox.h"
 
 namespace {
@@ -328,6 +329,35 @@ TEST_F(MovedClock, refuses_the_channel_list_without_a_file_or_with_another_lengt
     harness::put_file(lab::kLabChannels, "5180");
     EXPECT_EQ(ask_channels(list, 20460), -1);
     EXPECT_EQ(errno, EINVAL);
+}
+
+struct AddressRequest {
+    char name[16];
+    std::uint16_t family;
+    std::array<std::uint8_t, 6> address;
+    std::uint64_t rest;
+};
+
+std::string ap_of_ath0() {
+    AddressRequest request{};
+    strcpy(request.name, "ath0");
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const int result = ioctl(fd, 0x8B15, &request);
+    const int reason = errno;
+    close(fd);
+    std::string text;
+    for (const std::uint8_t byte : request.address) {
+        text += std::to_string(byte) + " ";
+    }
+    return result == 0 ? text : strerror(reason);
+}
+
+TEST_F(MovedClock, tells_the_ap_of_a_station_as_the_tools_do) {
+    EXPECT_EQ(ap_of_ath0(), "0 0 0 0 0 0 ");
+    ASSERT_TRUE(lab::wifi_associated_set("", "ath0", "02:9A:bc:00:0f:F1"));
+    EXPECT_EQ(ap_of_ath0(), "2 154 188 0 15 241 ");
+    ASSERT_TRUE(lab::wifi_missing_set("", "ath0"));
+    EXPECT_EQ(ap_of_ath0(), "No such device");
 }
 
 TEST_F(MovedClock, leaves_other_requests_to_the_kernel) {
