@@ -12,6 +12,28 @@ namespace {
 /// Holds every SSID; a longer value is cut.
 using pass_phrase = std::array<char, 48>;
 
+/// What a result file holds until its line has opened it. It is no message, and no ciphertext
+/// begins like it.
+constexpr std::string_view NOT_WRITTEN = "not-written";
+
+/// Puts a file of our own in the place of a result, for the line to write into: no older result
+/// survives, and nobody else reads the message or puts another one there.
+void result_prepare(const char* path) {
+    if (!file_rewrite(path, NOT_WRITTEN, file_readers::owner)) {
+        std::remove(path);
+    }
+}
+
+/// Whether the line has written a result, of which `begin` is the beginning; if not, there is no
+/// file.
+bool result_is_written(const char* path, std::string_view begin) {
+    if (begin != NOT_WRITTEN) {
+        return true;
+    }
+    std::remove(path);
+    return false;
+}
+
 /// Read anew for every message: a changed SSID takes effect at once.
 pass_phrase pass_phrase_get() {
     pass_phrase phrase{};
@@ -23,12 +45,13 @@ pass_phrase pass_phrase_get() {
 
 size_t backhaul_msg_encrypt(const char* message, msg_bytes& out) {
     const pass_phrase phrase = pass_phrase_get();
+    result_prepare(SSL_OUTPUT_PATH);
     // Single quotes here, double quotes below: nodes with a quote, a dollar sign or a backquote in
     // their SSID depend on the difference.
     const int run = command_format_run(COMMAND_SIZE_MEDIUM,
                                        "echo -n '%s' | openssl aes-128-cbc -e -k '%s' > "
                                        "/tmp/ssl_output",
-                                       message, phrase.data());
+                                       message, own_value{phrase.data(), "ath20", "ssid"});
     if (run != 0) {
         return 0;
     }
@@ -36,24 +59,29 @@ size_t backhaul_msg_encrypt(const char* message, msg_bytes& out) {
     if (!file) {
         return 0;
     }
-    return std::fread(out.data(), 1, out.size(), file.get());
+    const size_t size = std::fread(out.data(), 1, out.size(), file.get());
+    const std::string_view begin(reinterpret_cast<const char*>(out.data()), size);
+    return result_is_written(SSL_OUTPUT_PATH, begin) ? size : 0;
 }
 
 bool backhaul_msg_decrypt(std::span<const uint8_t> data, msg_text& out) {
     const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
-    if (!file_rewrite(SSL_INPUT_PATH, bytes)) {
+    if (!file_rewrite(SSL_INPUT_PATH, bytes, file_readers::owner)) {
         return false;
     }
     const pass_phrase phrase = pass_phrase_get();
-    // No old plaintext may survive a failure.
-    std::remove(SSL_DECRYPT_PATH);
+    result_prepare(SSL_DECRYPT_PATH);
     command_format_run(COMMAND_SIZE_LONG,
                        "openssl aes-128-cbc -d -k \"%s\" -in /tmp/ssl_input > /tmp/ssl_decrypt",
-                       phrase.data());
+                       own_value{phrase.data(), "ath20", "ssid"});
     const File file(SSL_DECRYPT_PATH, "r");
     if (!file) {
         return false;
     }
     file_first_word(file.get(), out);
+    if (!result_is_written(SSL_DECRYPT_PATH, out.data())) {
+        out.fill('\0');
+        return false;
+    }
     return true;
 }
