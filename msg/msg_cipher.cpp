@@ -21,6 +21,7 @@ constexpr std::string_view NOT_WRITTEN = "not-written";
 void result_prepare(const char* path) {
     if (!file_rewrite(path, NOT_WRITTEN, file_readers::owner)) {
         std::remove(path);
+        file_rewrite(path, NOT_WRITTEN, file_readers::owner);
     }
 }
 

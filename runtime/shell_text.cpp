@@ -3,7 +3,7 @@
 namespace {
 
 /// Also what only some shells read (braces) or only at the beginning of a word ('#', '~').
-constexpr std::string_view READ_BARE = "|&;<>()$`\\\"' \t\n*?[]#~{}!^";
+constexpr std::string_view READ_BARE = "|&;<>()$`\\\"' \t\x0a*?[]#~{}!^";
 constexpr std::string_view READ_IN_DOUBLE_QUOTES = "$`\\\"";
 constexpr std::string_view READ_IN_SINGLE_QUOTES = "'";
 

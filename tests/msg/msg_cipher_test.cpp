@@ -112,9 +112,9 @@ TEST_F(MsgCipher, has_nothing_to_send_when_openssl_is_missing) {
 }
 
 TEST_F(MsgCipher, has_nothing_to_send_when_the_output_cannot_be_read) {
-    std::filesystem::create_directory("/tmp/ssl_output");
+    put_file("/tmp/ssl_output/kept", "");
     EXPECT_EQ(encrypt("UPLINKSCAN"), "");
-    std::filesystem::remove("/tmp/ssl_output");
+    std::filesystem::remove_all("/tmp/ssl_output");
     ssid_is("it's");
     EXPECT_EQ(encrypt("UPLINKSCAN"), "") << "the shell refuses the line";
     EXPECT_FALSE(file_is_there("/tmp/ssl_output"));
