@@ -18,7 +18,7 @@ public:
     }
     /// Scans the next line over `line`; false at the end.
     bool next(approval_line& line) {
-        if (std::fgets(text_.data(), static_cast<int>(text_.size()), file_.get()) == nullptr) {
+        if (!file_next_piece(file_.get(), text_)) {
             return false;
         }
         approval_line_scan(text_.data(), line);

@@ -17,8 +17,11 @@ constexpr size_t MAC_WORD_SIZE = 32;
 }  // namespace
 
 bool intf_associated(const char* name) {
-    std::array<char, COMMAND_SIZE_MEDIUM> line{};
-    std::snprintf(line.data(), line.size(), "iwconfig %s | grep Not-Associated", name);
+    command_line line{};
+    if (!command_line_format(line, COMMAND_SIZE_MEDIUM, "iwconfig %s | grep Not-Associated",
+                             name)) {
+        return true;
+    }
     const CommandPipe pipe(line.data());
     if (pipe.file() == nullptr) {
         return true;
@@ -28,6 +31,7 @@ bool intf_associated(const char* name) {
 }
 
 bool backhaul_sta_is_associated(const intf_record* record) {
+    std::remove(IW_RESULT_PATH);
     command_format_run(COMMAND_SIZE_MEDIUM, "iwconfig %s | grep Not-Associated > /tmp/iw_result",
                        record->name.data());
     std::array<char, 64> word{};
@@ -47,6 +51,7 @@ void access_point_line_scan(const char* line, mac_address& bssid) {
 }
 
 void device_sta_ap_bssid_get(const char* name, mac_address& bssid) {
+    std::remove(IWCONFIG_PATH);
     command_format_run(COMMAND_SIZE_MEDIUM, "iwconfig %s > /tmp/iwconfig.tmp", name);
     {
         const File file(IWCONFIG_PATH, "r");
@@ -54,7 +59,7 @@ void device_sta_ap_bssid_get(const char* name, mac_address& bssid) {
             return;
         }
         std::array<char, IWCONFIG_LINE_SIZE> line{};
-        while (std::fgets(line.data(), static_cast<int>(line.size()), file.get()) != nullptr) {
+        while (file_next_piece(file.get(), line)) {
             if (std::strstr(line.data(), "Point") != nullptr) {
                 access_point_line_scan(line.data(), bssid);
                 break;

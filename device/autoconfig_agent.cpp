@@ -25,8 +25,7 @@ void reload_repeat() {
         return;
     }
     std::array<char, FLAG_LINE_SIZE> line{};
-    if (std::fgets(line.data(), static_cast<int>(line.size()), flag.get()) != nullptr &&
-        autoconfig_reload_is_zero(line.data())) {
+    if (file_next_piece(flag.get(), line) && autoconfig_reload_is_zero(line.data())) {
         return;
     }
     sleep(RELOAD_REPEAT_PAUSE);
@@ -43,6 +42,7 @@ bool agent_start_wanted(link_state state) {
 
 int autoconfig_reload_trigger() {
     command_run(AUTOCONFIG_RELOAD);
+    std::remove(WIFI_RELOAD_FLAG_PATH);
     command_run(RELOAD_FLAG_EXTRACT);
     reload_repeat();
     for (const char* const path : AUTOCONFIG_FILES) {

@@ -10,8 +10,8 @@ int bridge_port_state_get(const char* name) {
     std::snprintf(path.data(), path.size(), "/sys/devices/virtual/net/br-lan/brif/%s/state", name);
     const File file(path.data(), "r");
     int state = 0;
-    if (!file || std::fscanf(file.get(), "%d", &state) != 1) {
-        return 0;
+    if (file) {
+        file_first_number(file.get(), state);
     }
     return state;
 }

@@ -17,11 +17,11 @@ constexpr std::array<std::string_view, 2> KICKED_5G = {"ath20", "ath12"};
 constexpr std::array<std::string_view, 1> KICKED_24G = {"ath2"};
 
 void station_kick(const assoc_entry& entry) {
-    std::array<char, COMMAND_SIZE_MEDIUM> line{};
-    std::snprintf(line.data(), line.size(), "iwpriv %s kickmac %s", entry.intf.data(),
-                  entry.mac.data());
-    flow_log("%s : %s\n", "device_disassoc_all_backhaulap_sta", line.data());
-    command_run(line.data());
+    static constexpr char LINE[] = "iwpriv %s kickmac %s";
+    std::array<char, COMMAND_SIZE_MEDIUM> text{};
+    std::snprintf(text.data(), text.size(), LINE, entry.intf.data(), entry.mac.data());
+    flow_log("%s : %s\n", "device_disassoc_all_backhaulap_sta", text.data());
+    command_format_run(COMMAND_SIZE_MEDIUM, LINE, entry.intf.data(), entry.mac.data());
 }
 
 void assoc_list_kick(const char* path, std::span<const std::string_view> intf_names) {
@@ -30,7 +30,7 @@ void assoc_list_kick(const char* path, std::span<const std::string_view> intf_na
         return;
     }
     std::array<char, ASSOC_LINE_SIZE> line{};
-    while (std::fgets(line.data(), static_cast<int>(line.size()), file.get()) != nullptr) {
+    while (file_next_piece(file.get(), line)) {
         const assoc_entry entry = assoc_line_scan(line.data());
         if (std::ranges::find(intf_names, std::string_view(entry.intf.data())) !=
             intf_names.end()) {

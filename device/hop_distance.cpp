@@ -16,6 +16,7 @@ int hop_distance_parse(const char* line) {
 }
 
 int qca_dist_get(const intf_record* record) {
+    std::remove(ATH_DIST_PATH);
     command_format_run(COMMAND_SIZE_SHORT, "iwpriv %s get_whc_dist > /tmp/ath_dist",
                        record->name.data());
     std::array<char, 64> line{};
@@ -24,7 +25,7 @@ int qca_dist_get(const intf_record* record) {
         if (!answer) {
             return -1;
         }
-        if (fgets(line.data(), static_cast<int>(line.size()), answer.get()) == nullptr) {
+        if (!file_next_piece(answer.get(), line)) {
             line[0] = '\0';
         }
     }

@@ -6,14 +6,21 @@
 
 #include <cstdio>
 
+namespace {
+
+constexpr char HYD_ALIVE_PATH[] = "/tmp/hyd_alive";
+
+}  // namespace
+
 void hyd_alive_check() {
+    std::remove(HYD_ALIVE_PATH);
     command_run("ps | grep hyd | grep -v grep > /tmp/hyd_alive");
-    const File file("/tmp/hyd_alive", "r");
+    const File file(HYD_ALIVE_PATH, "r");
     if (!file) {
         return;
     }
     int pid = 0;
-    if (std::fscanf(file.get(), "%d", &pid) == 1 && pid != 0) {
+    if (file_first_number(file.get(), pid) && pid != 0) {
         return;
     }
     flow_log("restart hyd\n");

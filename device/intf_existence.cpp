@@ -34,7 +34,7 @@ void visitor_feature_read() {
         return;
     }
     int feature = VISITOR_FEATURE_UNKNOWN;
-    if (std::fscanf(pipe.file(), "%d", &feature) == 1) {
+    if (file_first_number(pipe.file(), feature)) {
         runtime.visitor_network_feature = feature;
     }
     flow_log("%s : visitor_network_feature %d\n", "device_wifi_intf_existence_chk", feature);
@@ -43,6 +43,7 @@ void visitor_feature_read() {
 }  // namespace
 
 bool wifi_intf_present(const intf_record* record) {
+    std::remove(WIFI_INTF_PATH);
     command_format_run(COMMAND_SIZE_MEDIUM, "iwconfig %s > /tmp/wifi_intf.tmp",
                        record->name.data());
     const File file(WIFI_INTF_PATH, "r");

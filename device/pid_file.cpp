@@ -15,8 +15,10 @@ bool pid_file_alive(const char* path) {
         if (!file) {
             return true;
         }
-        if (std::fscanf(file.get(), "%u", &pid) != 1) {
-            pid = 0;  // no process has this number
+        // Without a number it stays 0, which no process has.
+        std::array<char, 64> word{};
+        if (file_first_word(file.get(), word)) {
+            std::sscanf(word.data(), "%u", &pid);
         }
     }
     std::array<char, 64> comm_path{};

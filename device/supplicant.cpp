@@ -31,6 +31,7 @@ bool supplicant_interface_add(const intf_record* record) {
     std::snprintf(path.data(), path.size(), "/tmp/wpa_supplicant-%s.conf", name);
     device_supplicant_conf_write(record, path.data());
     // The control socket has no dash before "global", unlike the pid file.
+    std::remove(WPA_RESULT_PATH);
     command_format_run(COMMAND_SIZE_LONG,
                        "wpa_cli -g /var/run/wpa_supplicantglobal interface_add %s %s athr "
                        "/var/run/wpa_supplicant-%s \"\" br-lan > /tmp/wpa_result",
@@ -67,7 +68,7 @@ void device_supplicant_detach(const intf_record* record) {
 }
 
 void device_supplicant_conf_write(const intf_record* record, const char* path) {
-    const File file(path, "w");
+    FileRewrite file(path, file_readers::owner);
     if (!file) {
         return;
     }
@@ -83,6 +84,7 @@ void device_supplicant_conf_write(const intf_record* record, const char* path) {
     if (std::string_view(auth.data()) == "WPA2PSK") {
         std::fprintf(file.get(), "\tproto=RSN\n\tkey_mgmt=WPA-PSK\n\tpsk=\"%s\"\n}\n", key.data());
     }
+    file.commit();
 }
 
 bool wpa_state_line_is_disabled(const char* line) {
@@ -94,6 +96,7 @@ bool wpa_state(const intf_record* record) {
         return false;
     }
     const char* const name = record->name.data();
+    std::remove(WPA_STATUS_PATH);
     command_format_run(COMMAND_SIZE_LONG,
                        "wpa_cli -i %s -p /var/run/wpa_supplicant-%s status > /tmp/wpa_cli_status",
                        name, name);
@@ -102,7 +105,7 @@ bool wpa_state(const intf_record* record) {
         return false;
     }
     std::array<char, STATUS_LINE_SIZE> line{};
-    while (std::fgets(line.data(), static_cast<int>(line.size()), file.get()) != nullptr) {
+    while (file_next_piece(file.get(), line)) {
         if (std::strstr(line.data(), "wpa_state") != nullptr) {
             return wpa_state_line_is_disabled(line.data());
         }
@@ -116,12 +119,13 @@ void device_sta_intf_ssid_set(const intf_record* record) {
     wireless_uci_get(name, "ssid", ssid);
     command_format_run(COMMAND_SIZE_SHORT, "iwconfig %s essid on", name);
     // The longest name and the longest SSID fill the buffer exactly.
-    std::array<char, COMMAND_SIZE_SHORT> line{};
     static_assert(sizeof("iwconfig  essid ") - 1 + (INTF_NAME_SIZE - 1) + (SSID_SIZE - 1) <
                   COMMAND_SIZE_SHORT);
-    std::snprintf(line.data(), line.size(), "iwconfig %s essid %s", name, ssid.data());
-    flow_log("%s : %s\n", __func__, line.data());
-    command_run(line.data());
+    static constexpr char LINE[] = "iwconfig %s essid %s";
+    std::array<char, COMMAND_SIZE_SHORT> text{};
+    std::snprintf(text.data(), text.size(), LINE, name, ssid.data());
+    flow_log("%s : %s\n", __func__, text.data());
+    command_format_run(COMMAND_SIZE_SHORT, LINE, name, own_value{ssid.data(), name, "ssid"});
 }
 
 bool device_sta_config_exist(const intf_record* record) {

@@ -12,10 +12,8 @@ void wireless_uci_get(const char* section, const char* option, std::span<char> o
         return;
     }
     out[0] = '\0';
-    std::array<char, COMMAND_SIZE_SHORT> line{};
-    const int length =
-        std::snprintf(line.data(), line.size(), "uci get wireless.%s.%s", section, option);
-    if (length < 0 || static_cast<size_t>(length) >= line.size()) {
+    command_line line{};
+    if (!command_line_format(line, COMMAND_SIZE_SHORT, "uci get wireless.%s.%s", section, option)) {
         return;
     }
     const CommandPipe pipe(line.data());
@@ -32,7 +30,7 @@ void wireless_uci_get(const char* section, const char* option, std::span<char> o
 
 void wireless_uci_set(const char* section, const char* option, const char* value) {
     if (command_format_run(COMMAND_SIZE_SHORT, "uci set wireless.%s.%s=%s", section, option,
-                           value) == 0) {
+                           own_value{value, section, option}) == 0) {
         command_run("uci commit wireless");
     }
 }

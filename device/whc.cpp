@@ -35,6 +35,7 @@ void device_backhaul_ap_ul_rate_update(const intf_record* record) {
     if (record->type != BACKHAUL_STA) {
         return;
     }
+    std::remove(UL_RATE_PATH);
     command_format_run(COMMAND_SIZE_SHORT, "iwpriv %s get_whc_ul_rate > /tmp/ul_rate",
                        record->name.data());
     std::array<char, 256> text{};
@@ -72,10 +73,11 @@ void device_best_bssid_get(const char* name, uint8_t* out, size_t length) {
     std::fill_n(out, length, uint8_t{0});
     command_format_run(COMMAND_SIZE_SHORT, "iwpriv %s sendprobereq 1", name);
     sleep(PROBE_WAIT_SECONDS);
+    std::remove(BEST_BSSID_PATH);
     command_format_run(COMMAND_SIZE_SHORT, "iwpriv %s get_whc_bssid > /tmp/best_bssid", name);
     const File file(BEST_BSSID_PATH, "r");
     std::array<char, 64> line{};
-    if (!file || std::fgets(line.data(), static_cast<int>(line.size()), file.get()) == nullptr) {
+    if (!file || !file_next_piece(file.get(), line)) {
         return;
     }
     const mac_address mac = best_bssid_parse(line.data());

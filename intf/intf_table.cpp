@@ -13,13 +13,15 @@ namespace {
 /// Counting reads the file in pieces of this size: a longer line counts more than once, and the
 /// table has a record for each count.
 constexpr size_t COUNT_BUFFER_SIZE = 64;
+/// Records of a table at most; a node has a few dozen interfaces.
+constexpr int32_t INTF_RECORDS_MAX = 1024;
 /// What is scanned of a line: its five columns stand at its beginning.
 constexpr size_t LINE_SIZE = 1024;
 
 int32_t profile_line_count(FILE* file) {
     std::array<char, COUNT_BUFFER_SIZE> piece{};
     int32_t count = 0;
-    while (std::fgets(piece.data(), static_cast<int>(piece.size()), file) != nullptr) {
+    while (count < INTF_RECORDS_MAX && file_next_piece(file, piece)) {
         ++count;
     }
     return count;

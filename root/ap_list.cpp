@@ -15,9 +15,6 @@ namespace {
 /// Room for one word of the list file; the rest of a longer word is dropped.
 constexpr size_t LIST_WORD_SIZE = 24;
 
-/// Collects the file so that it is written in one go up to 3,400 addresses.
-constexpr size_t LIST_FILE_BUFFER_SIZE = 64UL * 1024UL;
-
 /// The address as a node holds it. All comparisons use this form: an address that is too long for
 /// a node would otherwise never be found again and join anew on every tick.
 almac_text almac_cut(const char* almac) {
@@ -132,17 +129,15 @@ bool backhaul_ap_list_find(const char* almac) {
 }
 
 void backhaul_ap_list_update() {
-    static std::array<char, LIST_FILE_BUFFER_SIZE> buffer;
-    const File file(AP_LIST_PATH, "w");
+    FileRewrite file(AP_LIST_PATH);
     if (!file) {
         std::printf("%s : can not open file\n", __func__);
         return;
     }
-    // Other tools read the file at any moment: they never see half a line.
-    std::setvbuf(file.get(), buffer.data(), _IOFBF, buffer.size());
     for (const ap_node* node = runtime.ap_list_head; node != nullptr; node = node->next) {
         std::fprintf(file.get(), "%s\n", node->almac.data());
     }
+    file.commit();
 }
 
 void backhaul_ap_list_sync() {

@@ -3,7 +3,7 @@
 // The root's list of live extenders, by AL MAC address, and its mirror "/tmp/backhaul_ap_list".
 //
 // Root loop thread only, no lock. The file survives a restart and is loaded again; it always
-// holds whole lines (written in one go). The rule who is alive is `ap_presence_step`, a function
+// holds the whole list (replaced at once). The rule who is alive is `ap_presence_step`, a function
 // of one database row.
 
 #include "topology/topology_db.h"

@@ -32,7 +32,7 @@ void event_list_append(event_log_entry* entry) {
 }
 
 void event_file_write() {
-    const File file(EVENT_LOG_PATH, "w");
+    FileRewrite file(EVENT_LOG_PATH);
     if (!file) {
         return;
     }
@@ -40,6 +40,7 @@ void event_file_write() {
          entry = entry->next) {
         std::fprintf(file.get(), "%s\n", entry->text.data());
     }
+    file.commit();
 }
 
 }  // namespace
@@ -56,7 +57,6 @@ void event_log(const char* almac, event_log_kind kind) {
     std::array<char, DEVICE_NAME_SIZE> name{};
     backhaul_db_devname_get(almac, name);
     const auto text = event_log_message(name.data(), almac, kind);
-    // The tool's line is fixed; a device name with shell characters in it is run as it stands.
     command_format_cut_run(COMMAND_SIZE_MEDIUM, "vlog 0 0 \"%s\"", text.data());
 
     auto* const entry = heap_make<event_log_entry>();

@@ -25,8 +25,9 @@ bool mode_file_read(std::array<char, MODE_WORD_SIZE>& word) {
 }
 
 void mode_file_write(const char* word) {
-    const File file(MODE_FILE_PATH, "w");
+    FileRewrite file(MODE_FILE_PATH);
     if (file) {
         std::fprintf(file.get(), "%s\n", word);
+        file.commit();
     }
 }

@@ -137,6 +137,8 @@ struct runtime_block {
     pthread_mutex_t apply_lock = PTHREAD_MUTEX_INITIALIZER;
     pthread_mutex_t intf_table_lock = PTHREAD_MUTEX_INITIALIZER;
     pthread_mutex_t cipher_lock = PTHREAD_MUTEX_INITIALIZER;
+    /// Times that a datagram was put before the tool; under `cipher_lock`.
+    unsigned cipher_turn = 0;
 
     // Settings of the command line and of the start hint; written by the supervisor only.
     uint8_t max_disconnect = 3;

@@ -33,7 +33,7 @@ bool backhaul_db_device_valid_check(const char* ip) {
     // Not reset between lines: a flag that does not parse is the previous line's flag.
     admission_line line;
     std::array<char, APPROVAL_LINE_SIZE> text{};
-    while (std::fgets(text.data(), text.size(), file.get()) != nullptr) {
+    while (file_next_piece(file.get(), text)) {
         admission_line_scan(text.data(), line);
         // An AL MAC address that the database holds in upper case never matches.
         if (std::strcmp(mac_format(line.mac).data(), almac.data()) == 0) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -74,6 +75,16 @@ TEST_F(StartHint, changes_nothing_when_there_is_none) {
 
 TEST_F(StartHint, ends_on_a_read_error) {
     mkdir(HINT, 0755);
+    intf_init_skip();
+    EXPECT_EQ(runtime.intf_init, 1);
+}
+
+TEST_F(StartHint, has_no_effect_unless_it_is_a_file) {
+    ASSERT_EQ(mkfifo(HINT, 0666), 0);
+    intf_init_skip();
+    EXPECT_EQ(runtime.intf_init, 1);
+    unlink(HINT);
+    ASSERT_EQ(symlink("/dev/zero", HINT), 0);
     intf_init_skip();
     EXPECT_EQ(runtime.intf_init, 1);
 }

@@ -176,20 +176,6 @@ TEST_F(WorkerStart, takes_a_changed_profile_up_with_the_next_worker_only) {
     EXPECT_EQ(count_out("Init WiFi interface table fail"), 1);
 }
 
-TEST_F(WorkerStart, hears_events_while_the_table_is_still_being_read) {
-    // A pipe for a profile: the loader waits for whoever writes it.
-    harness::Router& extender = add_extender();
-    extender.remove_file(PROFILE);
-    ASSERT_EQ(mkfifo(extender.node().at(PROFILE).c_str(), 0600), 0);
-    extender.start();
-    EXPECT_EQ(thread_count(), 2U) << "main and sockets";
-    driver().associated("ath0", ap(1));
-    driver().lost("ath0");
-    driver().client_left("ath20", "02:cc:00:00:00:07");
-    expect_log({START, "STA_CONNECTION_UP", "STA_CONNECTION_DOWN", "STA_DISASSOC_WITH_AP(ath20)",
-                "STA mac : 02:cc:00:00:00:07"});
-}
-
 TEST_F(WorkerStart, ignores_unknown_options_and_the_text_of_b) {
     add_extender().start({"-z", "-b", "eth9", "-b", "eth8", "-p"});
     advance(10);

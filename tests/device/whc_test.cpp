@@ -48,7 +48,7 @@ TEST_F(Whc, passes_zero_on_when_the_driver_names_no_rate) {
 }
 
 TEST_F(Whc, passes_no_rate_on_when_the_answer_cannot_be_read) {
-    ASSERT_EQ(symlink("/tmp/no/such/folder/file", "/tmp/ul_rate"), 0);
+    harness::put_file("/tmp/ul_rate/kept", "");
     device_backhaul_ap_ul_rate_update(table_add());
     EXPECT_THAT(journal(), ElementsAre("$ iwpriv ath0 get_whc_ul_rate > /tmp/ul_rate"));
 }
@@ -100,7 +100,7 @@ TEST_F(Whc, reads_zeros_when_the_driver_prefers_no_ap) {
 
 TEST_F(Whc, reads_zeros_when_the_answer_cannot_be_read) {
     lab::iwpriv_value_set("", "ath0", "whc_bssid", "02:1a:ff:00:07:b0");
-    ASSERT_EQ(symlink("/tmp/no/such/folder/file", "/tmp/best_bssid"), 0);
+    harness::put_file("/tmp/best_bssid/kept", "");
     Bytes8 out = FILLED;
     device_best_bssid_get("ath0", out.data(), 6);
     EXPECT_EQ(out, (Bytes8{0, 0, 0, 0, 0, 0, 0xaa, 0xaa}));

@@ -3,6 +3,7 @@
 #include "intf/intf_table.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
@@ -47,6 +48,26 @@ protected:
         return out;
     }
 };
+
+TEST_F(IntfTable, holds_a_bounded_number_of_records) {
+    std::string profile;
+    for (int i = 0; i < 5000; ++i) {
+        profile += "ath" + std::to_string(i) + " MAIN_SERVICE_AP 2 0 0\n";
+    }
+    EXPECT_EQ(load(profile), 1024);
+    EXPECT_EQ(names().back(), "ath1023");
+}
+
+TEST_F(IntfTable, is_not_loaded_from_what_is_no_file) {
+    for (const auto plant : {+[] { return mkfifo(PROFILE, 0666); },
+                             +[] {
+                                 return symlink("/dev/zero", PROFILE);
+                             }}) {
+        ASSERT_EQ(plant(), 0);
+        EXPECT_EQ(intf_table_load(), -1);
+        unlink(PROFILE);
+    }
+}
 
 TEST_F(IntfTable, has_a_record_for_each_line_in_file_order) {
     EXPECT_EQ(load("ath0 BACKHAUL_STA 5h 65535 0\n"

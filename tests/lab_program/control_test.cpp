@@ -130,19 +130,19 @@ TEST_F(ControlTest, says_what_was_there_when_an_expectation_did_not_come_true_in
 }
 
 TEST_F(ControlTest, answers_an_expectation_that_has_to_last_at_its_end_or_when_it_fails) {
-    EXPECT_FALSE(ask({"do", "expect", "e1", "status", "ready", "for", "2"}).waits);
+    EXPECT_FALSE(step({"expect", "e1", "status", "ready", "for", "2"}).waits);
     fake_.holds_at = 0;
-    EXPECT_TRUE(ask({"do", "expect", "e1", "status", "ready", "for", "2"}).waits);
-    EXPECT_TRUE(control_second(&control_, 0).empty());
-    std::vector<LateAnswer> answers = control_second(&control_, 0);
+    EXPECT_TRUE(step({"expect", "e1", "status", "ready", "for", "2"}).waits);
+    EXPECT_TRUE(control_second(control_, 0).empty());
+    std::vector<LateAnswer> answers = control_second(control_, 0);
     ASSERT_EQ(answers.size(), 1U);
-    EXPECT_EQ(answers[0].answer.code, 0);
-    EXPECT_TRUE(ask({"do", "expect", "e1", "status", "ready", "for", "9"}).waits);
+    EXPECT_EQ(answers[0].answer.status, HttpStatus::good);
+    EXPECT_TRUE(step({"expect", "e1", "status", "ready", "for", "9"}).waits);
     fake_.holds_at = -1;
-    answers = control_second(&control_, 0);
+    answers = control_second(control_, 0);
     ASSERT_EQ(answers.size(), 1U);
-    EXPECT_EQ(answers[0].answer.code, 1);
-    EXPECT_EQ(ask({"do", "say", "so"}).answer.text, "so");
+    EXPECT_EQ(answers[0].answer.status, HttpStatus::differs);
+    EXPECT_EQ(answer_text(step({"say", "so"}).answer), "so");
 }
 
 TEST_F(ControlTest, does_not_wait_for_an_expectation_without_time) {

@@ -8,6 +8,7 @@
 #include "tests/msg/msg_fixture.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <cstdlib>
 #include <filesystem>
 #include <thread>
@@ -115,19 +116,57 @@ TEST_F(MsgCipher, has_nothing_to_send_when_openssl_is_missing) {
 }
 
 TEST_F(MsgCipher, has_nothing_to_send_when_the_output_cannot_be_read) {
-    std::filesystem::create_directory("/tmp/ssl_output");
+    put_file("/tmp/ssl_output/kept", "");
     EXPECT_EQ(encrypt("UPLINKSCAN"), "");
-    std::filesystem::remove("/tmp/ssl_output");
+    std::filesystem::remove_all("/tmp/ssl_output");
     ssid_is("it's");
     EXPECT_EQ(encrypt("UPLINKSCAN"), "") << "the shell refuses the line";
     EXPECT_FALSE(file_is_there("/tmp/ssl_output"));
 }
 
 TEST_F(MsgCipher, takes_at_most_256_bytes_from_the_output) {
-    // A quote in the pass phrase: the shell refuses the line and leaves the file alone.
-    ssid_is("it's");
-    put_file("/tmp/ssl_output", std::string(256, 'a') + std::string(1000, 'b'));
+    // A tool of our own in the place of the real one.
+    put_file("/tmp/bin/openssl",
+             "#!/bin/bash\nprintf 'a%.0s' {1..256}; printf 'b%.0s' {1..1000}\n");
+    ASSERT_EQ(chmod("/tmp/bin/openssl", 0755), 0);
+    const std::string path = getenv("PATH");
+    setenv("PATH", ("/tmp/bin:" + path).c_str(), 1);
     EXPECT_EQ(encrypt("UPLINKSCAN"), std::string(256, 'a'));
+    setenv("PATH", path.c_str(), 1);
+}
+
+TEST_F(MsgCipher, never_sends_an_old_ciphertext) {
+    encrypt("UPLINKSCAN");
+    ssid_is("it's");
+    EXPECT_EQ(encrypt("UPLINKSCAN"), "") << "the shell refuses the line";
+    EXPECT_FALSE(file_is_there("/tmp/ssl_output"));
+}
+
+TEST_F(MsgCipher, lets_nobody_else_read_or_write_its_files_whatever_the_umask) {
+    const mode_t before = umask(0);
+    decrypt(encrypt("UPLINKSCAN"));
+    umask(before);
+    for (const char* const path : {"/tmp/ssl_output", "/tmp/ssl_input", "/tmp/ssl_decrypt"}) {
+        struct stat about {};
+        ASSERT_EQ(lstat(path, &about), 0) << path;
+        EXPECT_EQ(about.st_mode & 0777U, 0600U) << path;
+    }
+}
+
+TEST_F(MsgCipher, works_whatever_stands_in_the_place_of_its_files) {
+    put_file("/tmp/victim", "victim\n");
+    for (const char* const path : {"/tmp/ssl_output", "/tmp/ssl_input", "/tmp/ssl_decrypt"}) {
+        for (const char* const target : {"/tmp/victim", "/tmp/dangling", "/dev/zero"}) {
+            std::filesystem::remove(path);
+            std::filesystem::create_symlink(target, path);
+            EXPECT_EQ(decrypt(encrypt("UPLINKSCAN")).word, "UPLINKSCAN") << path << " " << target;
+        }
+        std::filesystem::remove(path);
+        ASSERT_EQ(mkfifo(path, 0666), 0);
+        EXPECT_EQ(decrypt(encrypt("UPLINKSCAN")).word, "UPLINKSCAN") << path;
+    }
+    EXPECT_EQ(file_text("/tmp/victim"), "victim\n");
+    EXPECT_FALSE(file_is_there("/tmp/dangling"));
 }
 
 TEST_F(MsgCipher, leaves_its_files_behind) {

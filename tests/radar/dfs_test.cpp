@@ -12,6 +12,7 @@
 #include "tests/root/root_fixture.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <cstring>
 #include <filesystem>
@@ -333,6 +334,22 @@ TEST_F(Dfs, takes_a_nol_that_cannot_be_read_for_an_empty_one) {
     device_wifi_nol_get(nol);
     EXPECT_EQ(nol.count, 0u);
     EXPECT_EQ(device_dfs_channel_available(ath20_), 1);
+}
+
+TEST_F(Dfs, takes_a_nol_that_is_no_file_for_an_empty_one) {
+    lab::nol_unset("");
+    for (const char* const tool : {"mkfifo /tmp/nol_list", "ln -s /dev/zero /tmp/nol_list"}) {
+        // The tool itself leaves it behind: what was there before is gone by then.
+        harness::put_file("/tmp/bin/radartool", std::string("#!/bin/bash\n") + tool + "\n");
+        ASSERT_EQ(chmod("/tmp/bin/radartool", 0755), 0);
+        const std::string path = getenv("PATH");
+        setenv("PATH", ("/tmp/bin:" + path).c_str(), 1);
+        frequency_list nol;
+        nol.count = 1;
+        device_wifi_nol_get(nol);
+        setenv("PATH", path.c_str(), 1);
+        EXPECT_EQ(nol.count, 0u) << tool;
+    }
 }
 
 TEST_F(Dfs, takes_no_nol_of_an_earlier_run_when_radartool_fails) {

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "lab/tools/answer.h"
+#include "lab/tools/record.h"
 #include "runtime/heap.h"
 #include "runtime/runtime_block.h"
 #include "tests/harness/no_memory.h"
@@ -123,6 +124,54 @@ TEST_F(EventLog, keeps_the_list_when_the_file_cannot_be_opened) {
     EXPECT_EQ(runtime.event_log_num, 1);
     event_log("2", EVENT_LOG_LEAVE);
     EXPECT_EQ(file_text(LOG), "(1) join\n(2) leave\n");
+}
+
+TEST_F(EventLog, hands_the_name_of_a_device_on_as_it_is) {
+    database_open();
+    for (const std::string name : {"$(>/tmp/ran)", "`>/tmp/ran`", "\"; >/tmp/ran; \"", "a\\",
+                                   "Bob's\nroom & $HOME", "\\\";>/tmp/ran #"}) {
+        lab::records_clear("");
+        sqlite3_stmt* update = nullptr;
+        ASSERT_EQ(sqlite3_prepare_v2(runtime.db,
+                                     "UPDATE Device SET DevName=? WHERE ALMac='02:00:00:00:00:0a'",
+                                     -1, &update, nullptr),
+                  SQLITE_OK);
+        sqlite3_bind_text(update, 1, name.c_str(), -1, SQLITE_TRANSIENT);
+        EXPECT_EQ(sqlite3_step(update), SQLITE_DONE);
+        sqlite3_finalize(update);
+        event_log("02:00:00:00:00:0a", EVENT_LOG_JOIN);
+        const auto calls = lab::call_records("");
+        ASSERT_EQ(calls.size(), 1U) << name;
+        EXPECT_THAT(calls[0].words, ElementsAre("0", "0", name + "(02:00:00:00:00:0a) join"));
+        EXPECT_FALSE(harness::file_is_there("/tmp/ran")) << name;
+        EXPECT_THAT(file_text(LOG), testing::EndsWith(name + "(02:00:00:00:00:0a) join\n"));
+    }
+}
+
+TEST_F(EventLog, hands_a_crafted_address_on_as_it_is) {
+    event_log("$(>/tmp/ran)`>/tmp/ran`\";>/tmp/ran\"", EVENT_LOG_LEAVE);
+    const auto calls = lab::call_records("");
+    ASSERT_EQ(calls.size(), 1U);
+    EXPECT_THAT(calls[0].words,
+                ElementsAre("0", "0", "($(>/tmp/ran)`>/tmp/ran`\";>/tmp/ran\") leave"));
+    EXPECT_FALSE(harness::file_is_there("/tmp/ran"));
+}
+
+TEST_F(EventLog, cuts_the_tool_s_line_where_its_text_ends_whole) {
+    // 127 characters hold 58 covered ones between the quotes, or 57 behind the parenthesis.
+    event_log(std::string(90, '$').c_str(), EVENT_LOG_JOIN);
+    const auto calls = lab::call_records("");
+    ASSERT_EQ(calls.size(), 1U);
+    EXPECT_THAT(calls[0].words, ElementsAre("0", "0", "(" + std::string(57, '$')));
+    EXPECT_EQ(file_text(LOG), "(" + std::string(90, '$') + ") jo\n");
+}
+
+TEST_F(EventLog, replaces_a_link_in_the_place_of_its_file) {
+    harness::put_file("/tmp/victim", "victim\n");
+    ASSERT_EQ(symlink("/tmp/victim", LOG), 0);
+    event_log("1", EVENT_LOG_JOIN);
+    EXPECT_EQ(file_text("/tmp/victim"), "victim\n");
+    EXPECT_EQ(file_text(LOG), "(1) join\n");
 }
 
 TEST_F(EventLog, tells_the_system_log_of_an_entry_for_which_there_is_no_memory) {

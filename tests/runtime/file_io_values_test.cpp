@@ -75,25 +75,65 @@ TEST_F(FileIoWords, next_word_swallows_the_rest_of_a_long_word) {
     EXPECT_STREQ(word_.data(), "tail");
 }
 
+TEST_F(FileIoWords, first_word_leaves_what_comes_behind_its_bound) {
+    FILE* const file = stream("123456789 next");
+    EXPECT_TRUE(file_first_word(file, word_));
+    EXPECT_EQ(std::ftell(file), 7);
+}
+
+TEST_F(FileIoWords, first_number_is_the_beginning_of_the_first_word) {
+    int number = 5;
+    EXPECT_TRUE(file_first_number(stream(" \n -12abc 3"), number));
+    EXPECT_EQ(number, -12);
+}
+
+TEST_F(FileIoWords, first_number_stays_as_it_is_when_there_is_none) {
+    int number = 5;
+    EXPECT_FALSE(file_first_number(stream("none 7"), number));
+    EXPECT_EQ(number, 5);
+}
+
+TEST_F(FileIoWords, a_file_ends_at_its_bound) {
+    constexpr auto MAX = static_cast<size_t>(FILE_READ_MAX);
+    FILE* const words = stream("one " + std::string(MAX, 'w') + " two\nthree\n");
+    EXPECT_EQ(file_next_word(words, word_), word_result::word);
+    EXPECT_NE(file_next_word(words, word_), word_result::word);
+    EXPECT_NE(file_next_word(words, word_), word_result::word);
+    EXPECT_FALSE(file_next_line(words, word_));
+    EXPECT_FALSE(file_next_piece(words, word_));
+    std::fclose(words);
+
+    std::string many;
+    while (many.size() < MAX + 100) {
+        many += "123\n";
+    }
+    FILE* const lines = stream(many);
+    size_t count = 0;
+    while (file_next_line(lines, word_)) {
+        ++count;
+    }
+    EXPECT_EQ(count, MAX / 4);
+    std::rewind(lines);
+    for (count = 0; file_next_piece(lines, word_); ++count) {
+    }
+    EXPECT_EQ(count, MAX / 4);
+    std::fclose(lines);
+
+    EXPECT_FALSE(file_first_word(stream(std::string(MAX, ' ') + "word"), word_));
+}
+
 TEST(FileIo, next_word_stops_on_a_read_error) {
-    const File folder("/", "r");
-    ASSERT_TRUE(folder);
+    FILE* const folder = std::fopen("/", "re");
+    ASSERT_NE(folder, nullptr);
     std::array<char, 8> word{};
-    EXPECT_EQ(file_next_word(folder.get(), word), word_result::failed);
+    EXPECT_EQ(file_next_word(folder, word), word_result::failed);
+    std::fclose(folder);
 }
 
 TEST(FileIo, file_is_false_when_it_cannot_be_opened) {
     const File file("/no-such-folder/file", "r");
     EXPECT_FALSE(file);
     EXPECT_EQ(file.get(), nullptr);
-}
-
-TEST(FileIo, file_is_close_on_exec_in_every_mode) {
-    for (const char* const mode : {"r", "rb", "a+"}) {
-        const File file("/dev/null", mode);
-        ASSERT_TRUE(file) << mode;
-        EXPECT_NE(fcntl(fileno(file.get()), F_GETFD) & FD_CLOEXEC, 0) << mode;
-    }
 }
 
 }  // namespace

@@ -135,6 +135,19 @@ TEST_F(FlowLog, loses_an_entry_silently_but_counts_it_when_the_file_cannot_be_op
     EXPECT_THAT(harness::flow_log_lines(), ElementsAre("kept"));
 }
 
+TEST_F(FlowLog, follows_no_link_and_waits_for_no_fifo) {
+    harness::put_file("/tmp/victim", "victim\n");
+    ASSERT_EQ(symlink("/tmp/victim", LIVE), 0);
+    flow_log("lost\n");
+    EXPECT_EQ(file_text("/tmp/victim"), "victim\n");
+    unlink(LIVE);
+    ASSERT_EQ(mkfifo(LIVE, 0666), 0);
+    flow_log("lost\n");
+    unlink(LIVE);
+    flow_log("kept\n");
+    EXPECT_THAT(harness::flow_log_lines(), ElementsAre("kept"));
+}
+
 TEST_F(FlowLog, writes_nothing_to_the_console) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();

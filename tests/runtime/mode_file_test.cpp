@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -46,6 +47,17 @@ TEST_F(RoleFile, gives_nothing_when_there_is_none) {
     std::array<char, MODE_WORD_SIZE> word;
     word.fill('x');
     EXPECT_FALSE(mode_file_read(word));
+}
+
+TEST_F(RoleFile, gives_nothing_unless_it_is_a_file) {
+    std::array<char, MODE_WORD_SIZE> word{};
+    ASSERT_EQ(mkfifo(ROLE, 0666), 0);
+    EXPECT_FALSE(mode_file_read(word));
+    unlink(ROLE);
+    ASSERT_EQ(symlink("/dev/zero", ROLE), 0);
+    EXPECT_FALSE(mode_file_read(word));
+    mode_file_write("slave");
+    EXPECT_EQ(file_text(ROLE), "slave\n");
 }
 
 TEST_F(RoleFile, is_skipped_silently_when_it_cannot_be_written) {

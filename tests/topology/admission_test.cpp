@@ -5,6 +5,7 @@
 #include "tests/root/root_fixture.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <filesystem>
 
 namespace {
@@ -65,6 +66,15 @@ TEST_F(Admission, is_decided_by_the_flag_of_the_first_line_that_fits) {
 TEST_F(Admission, is_refused_without_a_list_that_can_be_read) {
     EXPECT_EQ(backhaul_db_device_valid_check("192.168.1.20"), REFUSED);
     std::filesystem::create_directories(LIST);
+    EXPECT_EQ(backhaul_db_device_valid_check("192.168.1.20"), REFUSED);
+}
+
+TEST_F(Admission, is_refused_when_the_list_is_no_file) {
+    std::filesystem::create_directories("/tmp/ApplicationData");
+    ASSERT_EQ(mkfifo(LIST, 0666), 0);
+    EXPECT_EQ(backhaul_db_device_valid_check("192.168.1.20"), REFUSED);
+    std::filesystem::remove(LIST);
+    std::filesystem::create_symlink("/dev/zero", LIST);
     EXPECT_EQ(backhaul_db_device_valid_check("192.168.1.20"), REFUSED);
 }
 
