@@ -150,6 +150,8 @@ std::unique_ptr<CLI::App> command_line(Arguments& arguments) {
     auto app =
         std::make_unique<CLI::App>("Tries a whole Wi-Fi mesh on one machine.", "backhaul_lab");
     app->formatter(std::make_shared<CommandFormatter>());
+    // A node may have the name of a command.
+    app->require_subcommand(0, 1);
     app->footer(
         "`backhaul_lab COMMAND --help` tells more. Exit codes: 0 all good, 1 an expectation failed "
         "or\nsomething is not there, 2 wrong usage.");

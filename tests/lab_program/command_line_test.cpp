@@ -63,6 +63,11 @@ TEST(CommandLine, takes_a_whole_command_line_for_the_shell) {
     EXPECT_EQ(parse({"shell", "e1", "-c", "--version"}).arguments.shell, "--version");
 }
 
+TEST(CommandLine, takes_a_node_with_the_name_of_a_command) {
+    EXPECT_EQ(parse({"log", "status"}).command, "log");
+    EXPECT_EQ(parse({"log", "status"}).arguments.words, (Words{"status"}));
+}
+
 TEST(CommandLine, follows_a_log_when_told_so) {
     const Parsed parsed = parse({"log", "-f", "e1", "--lines", "40"});
     ASSERT_EQ(parsed.command, "log") << parsed.error;
