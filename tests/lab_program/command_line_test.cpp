@@ -79,6 +79,9 @@ TEST(CommandLine, guesses_a_command_that_was_misspelt) {
     EXPECT_EQ(parse({"statsu"}).error, "`statsu` is no command (did you mean `status`?)");
     EXPECT_EQ(parse({"xyzzy"}).error, "`xyzzy` is no command");
     EXPECT_EQ(parse({}).error, "a command is missing");
+    EXPECT_EQ(parse({"--"}).error, "a command is missing");
+    EXPECT_EQ(parse({"--json", "status"}).error, "`--json` is no command");
+    EXPECT_EQ(parse({""}).error, "a command is missing");
 }
 
 TEST(CommandLine, guesses_an_option_among_those_of_the_command) {
