@@ -93,6 +93,7 @@ TEST_F(Up, tells_errors_in_json_where_json_was_asked_for) {
 }
 
 TEST_F(Up, tells_speed_events_and_outages_in_json) {
+    EXPECT_EQ(lab_run("do wait-until e1 status ready within 100").code, 0);
     EXPECT_EQ(lab_run("speed 700").code, 0);
     EXPECT_EQ(lab_run("speed pause").code, 0);
     EXPECT_EQ(lab_run("do deauth e1").code, 0);
