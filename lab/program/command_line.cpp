@@ -126,22 +126,24 @@ std::vector<std::string> step_take(std::vector<std::string>& words) {
     return step;
 }
 
-/// What could not be read at all.
+std::string command_text(const std::string& word) {
+    std::vector<std::string> names;
+    for (const CommandRow& command : COMMANDS) {
+        names.emplace_back(command.name);
+    }
+    return word.empty() ? "a command is missing" : unknown_word(word, "command", names);
+}
+
+/// What the command could not read.
 std::string unexpected_text(const CLI::App& app, const CommandRow* row) {
     const std::vector<std::string> rest = app.remaining(true);
     const std::string word = rest.empty() ? "" : rest[0].substr(0, rest[0].find('='));
-    std::vector<std::string> names;
     if (row == nullptr) {
-        for (const CommandRow& command : COMMANDS) {
-            names.emplace_back(command.name);
-        }
-        return word.empty() ? "a command is missing" : unknown_word(word, "command", names);
+        return command_text(word);
     }
-    if (!word.starts_with('-')) {
-        return "say `" + std::string(row->usage) + "`";
-    }
-    names = options_of(*row);
-    return unknown_word(word, "option of `" + std::string(row->name) + "`", names);
+    return word.starts_with('-')
+               ? unknown_word(word, "option of `" + std::string(row->name) + "`", options_of(*row))
+               : "say `" + std::string(row->usage) + "`";
 }
 
 }  // namespace
@@ -150,6 +152,8 @@ std::unique_ptr<CLI::App> command_line(Arguments& arguments) {
     auto app =
         std::make_unique<CLI::App>("Tries a whole Wi-Fi mesh on one machine.", "backhaul_lab");
     app->formatter(std::make_shared<CommandFormatter>());
+    // A node may have the name of a command.
+    app->require_subcommand(0, 1);
     app->footer(
         "`backhaul_lab COMMAND --help` tells more. Exit codes: 0 all good, 1 an expectation failed "
         "or\nsomething is not there, 2 wrong usage.");
@@ -176,11 +180,15 @@ const CommandRow* command_read(std::vector<std::string> words, Arguments& argume
         step = step_take(words);
     }
     arguments.json = std::ranges::find(words, "--json") != words.end();
+    if (row == nullptr && (words.empty() || !words[0].starts_with('-'))) {
+        error = command_text(words.empty() ? "" : words[0]);
+        return nullptr;
+    }
     try {
         std::ranges::reverse(words);
         app->parse(words);
         if (row == nullptr) {
-            error = unexpected_text(*app, row);
+            error = command_text("");
             return nullptr;
         }
         arguments.words.insert(arguments.words.end(), step.begin(), step.end());

@@ -56,7 +56,7 @@ struct MeshHandlers {
 // Lines of a flow log and events that are kept for readers, and lines that one answer holds at
 // most.
 inline constexpr std::size_t LOG_LINES_KEPT = 20000;
-inline constexpr std::size_t EVENTS_KEPT = 50000;
+inline constexpr std::size_t EVENTS_KEPT = 20000;
 inline constexpr std::size_t LOG_LINES_AT_ONCE = 2000;
 
 // The newest of many, each with a number that counts from the mesh's start.

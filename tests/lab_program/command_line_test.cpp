@@ -63,6 +63,11 @@ TEST(CommandLine, takes_a_whole_command_line_for_the_shell) {
     EXPECT_EQ(parse({"shell", "e1", "-c", "--version"}).arguments.shell, "--version");
 }
 
+TEST(CommandLine, takes_a_node_with_the_name_of_a_command) {
+    EXPECT_EQ(parse({"log", "status"}).command, "log");
+    EXPECT_EQ(parse({"log", "status"}).arguments.words, (Words{"status"}));
+}
+
 TEST(CommandLine, follows_a_log_when_told_so) {
     const Parsed parsed = parse({"log", "-f", "e1", "--lines", "40"});
     ASSERT_EQ(parsed.command, "log") << parsed.error;
@@ -74,6 +79,9 @@ TEST(CommandLine, guesses_a_command_that_was_misspelt) {
     EXPECT_EQ(parse({"statsu"}).error, "`statsu` is no command (did you mean `status`?)");
     EXPECT_EQ(parse({"xyzzy"}).error, "`xyzzy` is no command");
     EXPECT_EQ(parse({}).error, "a command is missing");
+    EXPECT_EQ(parse({"--"}).error, "a command is missing");
+    EXPECT_EQ(parse({"--json", "status"}).error, "`--json` is no command");
+    EXPECT_EQ(parse({""}).error, "a command is missing");
 }
 
 TEST(CommandLine, guesses_an_option_among_those_of_the_command) {

@@ -217,7 +217,7 @@ TEST_F(ControlTest, tells_log_lines_state_changes_and_the_rest_as_events) {
                   R"("text":"backhaul_intf_state_change : change ath0 state from 4 to 7"})"
                   "\n",
                   R"({"version":1,"number":1,"kind":"state","seconds":7,"node":"e1",)"
-                  R"("text":"ath0 from BEST_STATION_READY to BACKHAUL_READY"})"
+                  R"("text":"ath0 from CONNECT_WITH_BACKHAUL_AP to BACKHAUL_READY"})"
                   "\n",
                   R"({"version":1,"number":2,"kind":"verb","seconds":8,"node":"e1",)"
                   R"("text":"deauth e1"})"
