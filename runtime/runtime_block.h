@@ -77,7 +77,8 @@ struct runtime_block {
     int32_t ap_count = 0;
 
     // Link bookkeeping of the extender: written under `state_mutex` by the dispatcher's callees,
-    // and without it by the Ethernet detection (socket thread) and the extender start (main thread).
+    // and without it by the Ethernet detection (socket thread) and the extender start (main
+    // thread).
     Relaxed<int32_t> backhaul_sta_num{0};
     /// Set once the extender start has classified the interfaces (main thread).
     Relaxed<bool> intf_init_done{false};

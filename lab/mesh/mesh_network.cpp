@@ -4,6 +4,7 @@
 
 #include <chrono>
 
+#include "lab/sandbox/program.h"
 #include "lab/sandbox/sandbox.h"
 #include "lab/tools/small_file.h"
 

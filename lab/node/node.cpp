@@ -13,6 +13,7 @@
 #include "lab/clock/clock_control.h"
 #include "lab/node/spawn.h"
 #include "lab/sandbox/layout.h"
+#include "lab/sandbox/program.h"
 #include "lab/tools/small_file.h"
 
 namespace lab {

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "lab/node/spawn.h"
 #include "lab/sandbox/sandbox.h"
 
 namespace lab {
@@ -33,16 +34,6 @@ struct NodeOptions {
     std::string switch_name = "lab-switch";  // bridge in the caller's network
     bool real_time = false;                  // the clock is not moved
     std::uint32_t start_time = kNodeStartTime;
-};
-
-// What to run inside a node.
-struct SpawnPlan {
-    std::vector<std::string> words;        // program (a path, or a name on PATH) and arguments
-    std::vector<std::string> environment;  // "NAME=VALUE", beyond those of every node process
-    std::string in = "/dev/null";          // files inside the node
-    std::string out = "/dev/null";         // grown at its end
-    std::string err;                       // empty: as `out`
-    bool moved_clock = true;               // preload the clock
 };
 
 class Node {

@@ -13,6 +13,7 @@
 #include <cerrno>
 
 #include "lab/sandbox/exec_words.h"
+#include "lab/sandbox/program.h"
 #include "lab/sandbox/sandbox.h"
 
 namespace lab {

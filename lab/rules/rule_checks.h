@@ -4,7 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "lab/rules/rules.h"
+#include "lab/rules/observation.h"
+#include "lab/rules/rule_memory.h"
+#include "lab/rules/rule_names.h"
 
 namespace lab {
 

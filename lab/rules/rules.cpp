@@ -122,11 +122,6 @@ std::vector<Violation> rules_check(RulesMemory* memory, const Observation& obser
     return violations;
 }
 
-const LinkTracker* rules_tracker(const RulesMemory& memory, const std::string& node) {
-    const auto found = memory.nodes.find(node);
-    return found == memory.nodes.end() ? nullptr : &found->second.tracker;
-}
-
 std::vector<RuleCount> rules_count(const std::vector<Violation>& violations) {
     std::vector<RuleCount> counts;
     for (const std::string_view name : RULE_NAMES) {

@@ -33,38 +33,10 @@
 #include "lab/rules/causes.h"
 #include "lab/rules/link_tracker.h"
 #include "lab/rules/observation.h"
+#include "lab/rules/rule_memory.h"
 #include "lab/rules/rule_names.h"
 
 namespace lab {
-
-struct Violation {
-    std::string rule;
-    std::string node;
-    std::int64_t time = 0;
-    std::string text;
-    std::string known;  // why the daemon's required behaviour leads to it; empty: a failure
-
-    bool operator==(const Violation&) const = default;
-};
-
-// Something that is the case for a while.
-struct Episode {
-    std::int64_t since = 0;
-    bool told = false;
-};
-
-struct NodeMemory {
-    bool is_new = true;
-    LinkTracker tracker;
-    std::map<std::string, Episode> episodes;  // by what is the case
-    int worker_pid = 0;
-    bool status_seen = false;
-};
-
-struct RulesMemory {
-    std::map<std::string, NodeMemory> nodes;  // by name
-    CauseHistories causes;
-};
 
 struct RuleRow {
     std::string_view name;
@@ -76,9 +48,6 @@ std::span<const RuleRow> rule_table();
 
 // Looks at every node and returns what was found, node by node.
 std::vector<Violation> rules_check(RulesMemory* memory, const Observation& observation);
-
-// What the rules know of a node's link states, or null before the first look.
-const LinkTracker* rules_tracker(const RulesMemory& memory, const std::string& node);
 
 // How long a node with so many stations may take to become ready, from the daemon's time limits.
 std::int64_t liveness_seconds(std::size_t stations);

@@ -14,6 +14,7 @@
 #include <cstdlib>
 
 #include "lab/sandbox/limits.h"
+#include "lab/sandbox/program.h"
 #include "lab/sandbox/sandbox.h"
 
 namespace lab {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "lab/sandbox/sandbox.h"
+#include "lab/sandbox/sandbox_options.h"
 
 namespace lab {
 

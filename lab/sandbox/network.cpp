@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "lab/sandbox/program.h"
+
 namespace lab {
 namespace {
 

@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "lab/sandbox/exec_words.h"
-#include "lab/sandbox/sandbox.h"
+#include "lab/sandbox/program.h"
 
 namespace lab {
 namespace {

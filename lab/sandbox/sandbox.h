@@ -15,24 +15,9 @@
 #include <string>
 #include <vector>
 
+#include "lab/sandbox/sandbox_options.h"
+
 namespace lab {
-
-// The network of a sandbox: a loopback, "br-lan" and one device per radio interface.
-struct NetworkPlan {
-    bool bridge = true;                       // whether "br-lan" exists at all
-    std::string address = "192.168.1.10/24";  // of "br-lan", with its broadcast; empty: none
-    std::string gateway = "192.168.1.1";      // of the default route; empty: no default route
-    std::vector<std::string> radios;          // athN devices to make, up
-    bool switch_bridge = false;               // make "lab-switch" instead: where nodes meet
-};
-
-struct SandboxOptions {
-    std::string programs;           // folder of lab_tool, lab_sh and liblab_clock.so
-    std::string daemon;             // daemon to show as /run/lab/backhaul_monitor; may be empty
-    std::vector<std::string> keep;  // folders to read that stay visible under their names
-    bool tools = true;              // false: no stand-in tools, no recording shell
-    NetworkPlan network;
-};
 
 // Starts process 1 of a new sandbox and returns when the sandbox is ready. Process 1 reaps what is
 // orphaned and otherwise sleeps; killing it ends everything inside. It ends with its parent.
@@ -49,10 +34,5 @@ int sandbox_enter(const SandboxOptions& options, std::string& error);
 // Makes the caller root of the user namespace that it has just entered: user `uid` and group `gid`
 // are what it was before. 0 or -1.
 int user_namespace_root(uid_t uid, gid_t gid, std::string& error);
-
-// Runs a program without the shell, `input` on its standard input, its error output captured.
-// Returns 0 when it ended with status 0; else -1 and `error` says what it said.
-int run_program(const std::vector<std::string>& words, const std::string& input,
-                std::string& error);
 
 }  // namespace lab

@@ -1,5 +1,6 @@
 #include "tests/msg/msg_fixture.h"
 
+#include "lab/sandbox/program.h"
 #include "lab/sandbox/sandbox.h"
 #include "lab/tools/state_layout.h"
 #include "runtime/runtime_block.h"

@@ -13,6 +13,7 @@
 #include <random>
 
 #include "lab/node/database.h"
+#include "lab/sandbox/program.h"
 #include "lab/sandbox/sandbox.h"
 #include "tests/process/fault_story.h"
 

@@ -1,0 +1,14 @@
+// A program of the machine, run to its end. Any thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace lab {
+
+// Runs a program without the shell, `input` on its standard input, its error output captured.
+// Returns 0 when it ended with status 0; else -1 and `error` says what it said.
+int run_program(const std::vector<std::string>& words, const std::string& input,
+                std::string& error);
+
+}  // namespace lab
