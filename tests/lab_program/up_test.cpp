@@ -95,15 +95,14 @@ TEST_F(Up, tells_errors_in_json_where_json_was_asked_for) {
 TEST_F(Up, tells_speed_events_and_outages_in_json) {
     EXPECT_EQ(lab_run("do wait-until e1 status ready within 100").code, 0);
     EXPECT_EQ(lab_run("speed 700").code, 0);
-    EXPECT_EQ(lab_run("speed pause").code, 0);
-    EXPECT_EQ(lab_run("do deauth e1").code, 0);
-    EXPECT_EQ(lab_run("do expect e1 status not-ready within 5").code, 0);
-    EXPECT_EQ(lab_run("do expect e1 status ready within 60").code, 0);
+    // Not by a loss: the third one, with those of the other tests, would park the station.
+    EXPECT_EQ(lab_run("do reboot e1").code, 0);
+    EXPECT_EQ(lab_run("do wait 5").code, 0);
+    EXPECT_EQ(lab_run("do wait-until e1 status ready within 200").code, 0);
     const std::string out = lab_run("status e1 --json").out;
     EXPECT_THAT(out, HasSubstr(R"("speed":"700")"));
     EXPECT_THAT(out, HasSubstr(R"("kind":"verb",)"));
     EXPECT_THAT(out, HasSubstr(R"("outage_list":[{"from":)"));
-    EXPECT_EQ(lab_run("speed resume").code, 0);
     EXPECT_EQ(lab_run("speed auto").code, 0);
     EXPECT_EQ(lab_run("speed 0").code, 2);
     EXPECT_THAT(lab_run("status --json").out, HasSubstr(R"("speed":"auto")"));
