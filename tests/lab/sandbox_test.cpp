@@ -15,6 +15,7 @@
 #include "lab/sandbox/doctor.h"
 #include "lab/sandbox/layout.h"
 #include "lab/sandbox/network.h"
+#include "lab/sandbox/program.h"
 #include "lab/sandbox/sandbox.h"
 #include "tests/harness/sandbox.h"
 
