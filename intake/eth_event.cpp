@@ -9,6 +9,9 @@
 #include "runtime/flow_log.h"
 #include "runtime/runtime_block.h"
 
+#include <array>
+#include <cstdio>
+
 void backhaul_eth_event_handle(fifo_command event) {
     flow_log("%s : recv event %s\n", __func__, fifo_command_text(event));
     const intf_record* eth = intf_find_by_name(ETH_INTF_NAME);
@@ -34,6 +37,9 @@ void backhaul_eth_event_handle(fifo_command event) {
 }
 
 void eth_backhaul_reply(const char* reply) {
-    // The FIFO belongs to the agent: it is neither created nor looked for here.
-    command_format_cut_run(COMMAND_SIZE_SHORT, "echo %s > /tmp/eth_backhaul_fifo", reply);
+    // The FIFO belongs to the agent: it is neither created nor looked for here. A word of our own,
+    // in a line that is cut at its end.
+    std::array<char, COMMAND_SIZE_SHORT> line{};
+    std::snprintf(line.data(), line.size(), "echo %s > /tmp/eth_backhaul_fifo", reply);
+    command_run(line.data());
 }

@@ -207,7 +207,7 @@ constexpr std::array SLAVE_REACTIONS = {
 };
 
 static_assert(table_keys_are_unique(SLAVE_REACTIONS, [](const slave_reaction& reaction) {
-    return reaction.state * (CONFIG_BEST_AP + 1) + static_cast<int>(reaction.event);
+    return reaction.state * (int{CONFIG_BEST_AP} + 1) + static_cast<int>(reaction.event);
 }));
 
 /// States that log their name for every event, handled or not; the others log nothing.

@@ -201,7 +201,10 @@ protected:
                             "ath20 BACKHAUL_AP 5h 0 0\neth ETHERNET 0 0 0\n");
         router().sql("DELETE FROM Device WHERE DevType='L2Device';");
         approvals("02:00:00:00:00:41 1\n");
-        router().put_file(SSL_OUTPUT, announcement_);
+        // Mounted, so that the daemon cannot put a file of its own in its place.
+        router().put_file("/tmp/sealed", announcement_);
+        router().put_file("/tmp/ssl_output", "");
+        run_inside(router(), {"mount", "--bind", "/tmp/sealed", "/tmp/ssl_output"});
         lab::answer_always(router().root(), "sh.-c.uci get wireless.ath20.ssid", "mesh-backhaul");
         lab::answer_always(router().root(), "sh.-c.uci get wireless.ath20.disabled", "1");
         run_inside(router(), {"mount", "--bind", lab::kLabTool, "/bin/sh"});
