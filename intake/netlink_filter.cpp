@@ -40,7 +40,7 @@ constexpr std::array<sock_filter, 22> PROGRAM = {
     // The first message, up to the datagram's end and so no less than the walk sees.
     step(BPF_LD | BPF_H | BPF_ABS, TYPE_OFFSET),
     branch(BPF_JEQ | BPF_K, TYPE_NEWLINK_LOADED, 0, 4),
-    step(BPF_LDX | BPF_W | BPF_IMM, LINK_ATTRIBUTE_WIRELESS),
+    step(BPF_LDX | BPF_IMM, LINK_ATTRIBUTE_WIRELESS),
     step(BPF_LD | BPF_W | BPF_IMM, ATTRIBUTES_OFFSET),
     step(BPF_LD | BPF_W | BPF_ABS, EXTENSION_ATTRIBUTE_FIND),
     branch(BPF_JEQ | BPF_K, 0, 0, 12),
@@ -53,7 +53,7 @@ constexpr std::array<sock_filter, 22> PROGRAM = {
     step(BPF_MISC | BPF_TAX),
     step(BPF_LD | BPF_B | BPF_ABS, LENGTH_LOW_OFFSET),
     step(BPF_ALU | BPF_OR | BPF_X),
-    step(BPF_ALU | BPF_ADD | BPF_K, NETLINK_HEADER_SIZE + 3),
+    step(BPF_ALU | BPF_ADD, NETLINK_HEADER_SIZE + 3),
     step(BPF_ALU | BPF_AND | BPF_K, ~uint32_t{3}),
     step(BPF_MISC | BPF_TAX),
     step(BPF_LD | BPF_W | BPF_LEN),
