@@ -235,14 +235,16 @@ TEST_F(Dfs, has_stopped_the_wait_while_it_looks_at_the_channels) {
 TEST_F(Dfs, has_entered_the_new_state_while_the_ap_is_being_switched) {
     channels_are("5260");
     const auto expect_state_at_switch = [this](void (*handler)(intf_record*), link_state state) {
-        lab::answer_hold("", "uci.set", "switch");
+        // A gate of its own for each switch: one that is open stays so.
+        const std::string gate = "switch-" + std::to_string(state);
+        lab::answer_hold("", "uci.set", gate);
         std::thread timer([&] { handler(ath20_); });
         EXPECT_TRUE(harness::wait_until([] {
             const std::vector<std::string> calls = harness::recorded_calls();
             return !calls.empty() && calls.back().starts_with("uci set ");
         }));
         EXPECT_EQ(ath20_->state, state);
-        lab::gate_open("", "switch");
+        lab::gate_open("", gate);
         timer.join();
     };
     enter(DFS_MONITORING);
