@@ -44,8 +44,8 @@ bool limits_allow(int nodes, std::string& error) {
 }
 
 bool ends_worker(const Verb& verb) {
-    return verb.kind == VerbKind::KILL_WORKER || verb.kind == VerbKind::ROLE ||
-           (verb.kind == VerbKind::COMMAND && (verb.word == "master" || verb.word == "slave"));
+    return verb.kind == VerbKind::kill_worker || verb.kind == VerbKind::role ||
+           (verb.kind == VerbKind::command && (verb.word == "master" || verb.word == "slave"));
 }
 
 }  // namespace

@@ -147,7 +147,7 @@ int MeshNode::furnish(std::string& error) {
     }
     hyd_running_set(node_->root(), true);
     supplicant_pid_file_set(node_->root(), 1);
-    agent_mode_set(node_->root(), AgentMode::AT_ONCE);
+    agent_mode_set(node_->root(), AgentMode::at_once);
     agent_reload_value_set(node_->root(), "0");
     return files_write(error);
 }
@@ -155,7 +155,7 @@ int MeshNode::furnish(std::string& error) {
 int MeshNode::daemon_start(bool as_root, std::string& error) {
     DaemonOptions options;
     ScenarioNode plan = plan_;
-    plan.role = as_root ? NodeRole::ROOT : NodeRole::EXTENDER;
+    plan.role = as_root ? NodeRole::root : NodeRole::extender;
     options.arguments = scenario_daemon_options(plan);
     options.environment = environment_for_crashes();
     log_reader_ = std::make_unique<FlowLogReader>(node_->at(FLOW_LOG));

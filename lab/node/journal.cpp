@@ -55,19 +55,19 @@ std::vector<JournalEntry> journal_merge(std::span<const LogLine> log,
                                                       : age(line.inode) > age(stamp.flow_log_inode);
         };
         while (next < log.size() && was_there(log[next])) {
-            entries.push_back({EntryKind::LOG, log[next].time, log[next].text, {}});
+            entries.push_back({EntryKind::log, log[next].time, log[next].text, {}});
             ++next;
         }
-        entries.push_back({EntryKind::SHELL, stamp.time, record.line, stamp});
+        entries.push_back({EntryKind::shell, stamp.time, record.line, stamp});
     }
     for (; next < log.size(); ++next) {
-        entries.push_back({EntryKind::LOG, log[next].time, log[next].text, {}});
+        entries.push_back({EntryKind::log, log[next].time, log[next].text, {}});
     }
     return entries;
 }
 
 std::string journal_text(const JournalEntry& entry) {
-    return entry.kind == EntryKind::SHELL ? "$ " + entry.text : entry.text;
+    return entry.kind == EntryKind::shell ? "$ " + entry.text : entry.text;
 }
 
 }  // namespace lab

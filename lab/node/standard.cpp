@@ -42,7 +42,7 @@ int furnish(const Node& node, const char* profile, std::string& error) {
     }
     hyd_running_set(node.root(), true);
     supplicant_pid_file_set(node.root(), 1);
-    agent_mode_set(node.root(), AgentMode::AT_ONCE);
+    agent_mode_set(node.root(), AgentMode::at_once);
     agent_reload_value_set(node.root(), "0");
     return database_run(
         node, std::string("PRAGMA synchronous=OFF;") + kDatabaseSchema + standard_rows(node),
