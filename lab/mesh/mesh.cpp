@@ -53,8 +53,8 @@ bool ends_worker(const Verb& verb) {
 Mesh::Mesh(Scenario scenario, MeshOptions options)
     : scenario_(std::move(scenario)),
       options_(std::move(options)),
-      air_(air_from_scenario(scenario_, kNodeStartTime)),
-      started_(kNodeStartTime) {}
+      air_(air_from_scenario(scenario_, NODE_START_TIME)),
+      started_(NODE_START_TIME) {}
 
 std::unique_ptr<Mesh> Mesh::make(const Scenario& scenario, const MeshOptions& options,
                                  std::string& error) {

@@ -131,7 +131,7 @@ NodeReader MeshNode::reader() const {
 
 int MeshNode::files_write(std::string& error) const {
     if (!file_write(node_->at("/tmp/wifi_if_profile"), scenario_profile_text(plan_)) ||
-        !file_write(node_->at(kLabChannels), channels_)) {
+        !file_write(node_->at(LAB_CHANNELS), channels_)) {
         error = "cannot write the node's files";
         return -1;
     }
@@ -171,7 +171,7 @@ void MeshNode::power_off() {
     log_reader_.reset();
     folder_wipe(node_->root(), "/tmp");
     folder_wipe(node_->root(), "/var/log");
-    folder_wipe(node_->root(), kLabState, {"uci", "air.sock"});
+    folder_wipe(node_->root(), LAB_STATE, {"uci", "air.sock"});
     powered_ = false;
 }
 
@@ -198,7 +198,7 @@ bool MeshNode::log_read() {
 }
 
 std::uint64_t MeshNode::shell_end() const {
-    return file_size(node_->at(kLabLines));
+    return file_size(node_->at(LAB_LINES));
 }
 
 std::vector<std::string> MeshNode::shell_since(std::uint64_t place) const {

@@ -31,8 +31,8 @@ void Journal::update() {
     const std::vector<JournalEntry> merged = journal_merge(log, log_.generations(), shell);
     entries_.insert(entries_.end(), merged.begin(), merged.end());
     call_records_read(node_.root(), &calls_at_, &calls_);
-    out_ = lines_of(node_.at(kDaemonOut));
-    err_ = lines_of(node_.at(kDaemonErr));
+    out_ = lines_of(node_.at(DAEMON_OUT));
+    err_ = lines_of(node_.at(DAEMON_ERR));
 }
 
 // A shell line goes before the first log line that was not yet in the file when the shell started.

@@ -12,7 +12,7 @@ struct Conversion {
     PieceKind kind;
 };
 
-constexpr std::array<Conversion, 7> kConversions = {{
+constexpr std::array<Conversion, 7> CONVERSIONS = {{
     {"%s", PieceKind::text},
     {"%d", PieceKind::signed_number},
     {"%u", PieceKind::unsigned_number},
@@ -21,7 +21,7 @@ constexpr std::array<Conversion, 7> kConversions = {{
     {"%02hhx", PieceKind::hex_byte},
     {"%f", PieceKind::fraction},
 }};
-constexpr size_t kFractionDigits = 6;
+constexpr size_t FRACTION_DIGITS = 6;
 
 bool is_digit(char one) {
     return one >= '0' && one <= '9';
@@ -42,8 +42,8 @@ size_t fraction_length(std::string_view text) {
     const size_t whole = signed_length(text);
     const std::string_view rest = text.substr(whole);
     const bool fits = whole > 0 && rest.substr(0, 1) == "." &&
-                      digits(rest.substr(1, kFractionDigits)) == kFractionDigits;
-    return fits ? whole + 1 + kFractionDigits : 0;
+                      digits(rest.substr(1, FRACTION_DIGITS)) == FRACTION_DIGITS;
+    return fits ? whole + 1 + FRACTION_DIGITS : 0;
 }
 
 size_t hex_byte_length(std::string_view text) {
@@ -105,8 +105,8 @@ Form form_read(std::string_view printf_text) {
         const auto begins = [&](const Conversion& one) {
             return printf_text.substr(0, one.text.size()) == one.text;
         };
-        const auto* known = std::find_if(kConversions.begin(), kConversions.end(), begins);
-        if (known != kConversions.end()) {
+        const auto* known = std::find_if(CONVERSIONS.begin(), CONVERSIONS.end(), begins);
+        if (known != CONVERSIONS.end()) {
             form.push_back({known->kind, {}});
             printf_text.remove_prefix(known->text.size());
         } else if (printf_text[0] == '%') {
