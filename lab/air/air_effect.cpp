@@ -23,47 +23,47 @@ std::string effect_text(const Air& air, const Effect& effect) {
     const std::string node = name_of(air, effect.node);
     const std::string both = node + " " + effect.interface;
     switch (effect.kind) {
-        case EffectKind::LINK_UP:
-        case EffectKind::LINK_DOWN:
-            return both + " link " + (effect.kind == EffectKind::LINK_UP ? "up" : "down") + " to " +
+        case EffectKind::link_up:
+        case EffectKind::link_down:
+            return both + " link " + (effect.kind == EffectKind::link_up ? "up" : "down") + " to " +
                    name_of(air, effect.peer) + " " + effect.peer_interface;
-        case EffectKind::STATION_JOINED:
+        case EffectKind::station_joined:
             return both + " joined " + effect.mac;
-        case EffectKind::STATION_LOST:
+        case EffectKind::station_lost:
             return both + " lost its AP";
-        case EffectKind::CLIENT_JOINED:
+        case EffectKind::client_joined:
             return both + " has client " + effect.mac;
-        case EffectKind::CLIENT_LEFT:
+        case EffectKind::client_left:
             return both + " lost client " + effect.mac;
-        case EffectKind::CHANNEL:
+        case EffectKind::channel:
             return both + " on channel " + std::to_string(effect.number);
-        case EffectKind::AP_UP:
+        case EffectKind::ap_up:
             return both + " on the air";
-        case EffectKind::AP_DOWN:
+        case EffectKind::ap_down:
             return both + " silent";
-        case EffectKind::NOL:
+        case EffectKind::nol:
             return node + " non-occupancy list" + numbers_text(effect.numbers);
-        case EffectKind::FILE:
+        case EffectKind::file:
             return node + " file " + effect.path;
-        case EffectKind::DATABASE:
+        case EffectKind::database:
             return node + " database";
-        case EffectKind::FIFO:
+        case EffectKind::fifo:
             return node + " fifo " + effect.text;
-        case EffectKind::UCI:
+        case EffectKind::uci:
             return node + " uci " + effect.path + "=" + effect.text;
-        case EffectKind::NODE_STOP:
+        case EffectKind::node_stop:
             return node + " stops";
-        case EffectKind::NODE_START:
+        case EffectKind::node_start:
             return node + " starts";
-        case EffectKind::WORKER_SIGNAL:
+        case EffectKind::worker_signal:
             return node + " worker gets signal " + std::to_string(effect.number);
-        case EffectKind::HYD_END:
+        case EffectKind::hyd_end:
             return node + " hyd ends";
-        case EffectKind::SUPPLICANT_END:
+        case EffectKind::supplicant_end:
             return node + " supplicant ends";
-        case EffectKind::MESSAGES_OFF:
+        case EffectKind::messages_off:
             return node + " messages off";
-        case EffectKind::MESSAGES_ON:
+        case EffectKind::messages_on:
             return node + " messages on";
     }
     return {};
@@ -85,20 +85,20 @@ Effect effect_on(EffectKind kind, int node) {
 }
 
 Effect effect_file(int node, std::string path, std::string text) {
-    Effect effect = effect_on(EffectKind::FILE, node);
+    Effect effect = effect_on(EffectKind::file, node);
     effect.path = std::move(path);
     effect.text = std::move(text);
     return effect;
 }
 
 Effect effect_fifo(int node, std::string word) {
-    Effect effect = effect_on(EffectKind::FIFO, node);
+    Effect effect = effect_on(EffectKind::fifo, node);
     effect.text = std::move(word);
     return effect;
 }
 
 Effect effect_uci(int node, std::string key, std::string value) {
-    Effect effect = effect_on(EffectKind::UCI, node);
+    Effect effect = effect_on(EffectKind::uci, node);
     effect.path = std::move(key);
     effect.text = std::move(value);
     return effect;

@@ -13,31 +13,31 @@
 namespace lab {
 
 enum class EffectKind {
-    LINK_UP,         // frames pass between node/interface (below) and peer/peer_interface (above)
-    LINK_DOWN,       // and no longer
-    STATION_JOINED,  // driver event on `interface`: associated with `mac`; iwconfig shows it
-    STATION_LOST,    // driver event: no AP any more
-    CLIENT_JOINED,   // driver event on the AP `interface`: client `mac`
-    CLIENT_LEFT,     // driver event on the AP `interface`: client `mac`
-    CHANNEL,         // driver event on the AP `interface`: now on channel `number`
-    AP_UP,           // iwconfig shows the AP's address
-    AP_DOWN,         // iwconfig shows Not-Associated
-    NOL,             // non-occupancy list of the upper radio: `numbers` in MHz
-    FILE,            // file `path` on the node holds `text`
-    DATABASE,        // SQL `text` on the node's topology database
-    FIFO,            // word `text` into the daemon's control FIFO
-    UCI,             // entry `path` of the configuration store holds `text`, committed
-    NODE_STOP,       // power off: every process ends, files in memory are gone
-    NODE_START,      // make the node's files, call air_node_prepare, then start its daemon
-    WORKER_SIGNAL,   // send signal `number` to the daemon's worker
-    HYD_END,         // the hybrid-networking daemon is gone
-    SUPPLICANT_END,  // the global supplicant is gone
-    MESSAGES_OFF,    // UDP messages from and to the node are lost
-    MESSAGES_ON,     // and no longer
+    link_up,         // frames pass between node/interface (below) and peer/peer_interface (above)
+    link_down,       // and no longer
+    station_joined,  // driver event on `interface`: associated with `mac`; iwconfig shows it
+    station_lost,    // driver event: no AP any more
+    client_joined,   // driver event on the AP `interface`: client `mac`
+    client_left,     // driver event on the AP `interface`: client `mac`
+    channel,         // driver event on the AP `interface`: now on channel `number`
+    ap_up,           // iwconfig shows the AP's address
+    ap_down,         // iwconfig shows Not-Associated
+    nol,             // non-occupancy list of the upper radio: `numbers` in MHz
+    file,            // file `path` on the node holds `text`
+    database,        // SQL `text` on the node's topology database
+    fifo,            // word `text` into the daemon's control FIFO
+    uci,             // entry `path` of the configuration store holds `text`, committed
+    node_stop,       // power off: every process ends, files in memory are gone
+    node_start,      // make the node's files, call air_node_prepare, then start its daemon
+    worker_signal,   // send signal `number` to the daemon's worker
+    hyd_end,         // the hybrid-networking daemon is gone
+    supplicant_end,  // the global supplicant is gone
+    messages_off,    // UDP messages from and to the node are lost
+    messages_on,     // and no longer
 };
 
 struct Effect {
-    EffectKind kind = EffectKind::LINK_UP;
+    EffectKind kind = EffectKind::link_up;
     int node = NOBODY;
     std::string interface;
     int peer = NOBODY;

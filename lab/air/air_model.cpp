@@ -44,11 +44,11 @@ int air_ap_find(const AirNode& node, std::string_view interface) {
 }
 
 AirBand air_band(std::string_view keyword) {
-    return keyword == "2"    ? AirBand::TWO
-           : keyword == "5h" ? AirBand::FIVE_HIGH
-           : keyword == "5l" ? AirBand::FIVE_LOW
-           : keyword == "5"  ? AirBand::FIVE
-                             : AirBand::NONE;
+    return keyword == "2"    ? AirBand::two
+           : keyword == "5h" ? AirBand::five_high
+           : keyword == "5l" ? AirBand::five_low
+           : keyword == "5"  ? AirBand::five
+                             : AirBand::none;
 }
 
 std::string air_almac(int node) {

@@ -40,16 +40,16 @@ inline constexpr std::int64_t AT_NO_TIME = -1;
 inline constexpr std::int64_t FOR_EVER = INT64_MAX;
 
 enum class AirBand {
-    TWO,        // 2.4 GHz
-    FIVE_HIGH,  // upper 5 GHz radio, where radar is
-    FIVE_LOW,   // lower 5 GHz radio
-    FIVE,       // the 5 GHz radio of a dual-band node: hears both
-    NONE,
+    two,        // 2.4 GHz
+    five_high,  // upper 5 GHz radio, where radar is
+    five_low,   // lower 5 GHz radio
+    five,       // the 5 GHz radio of a dual-band node: hears both
+    none,
 };
 
 struct AirAp {
     std::string interface;
-    AirBand band = AirBand::NONE;
+    AirBand band = AirBand::none;
     bool is_backhaul = false;  // else for clients
     std::string type;          // as the profile has it
     std::string bssid;
@@ -63,7 +63,7 @@ struct AirAp {
 
 struct AirStation {
     std::string interface;
-    AirBand band = AirBand::NONE;
+    AirBand band = AirBand::none;
     std::string mac;
     bool disabled = true;      // as the wireless service last applied it
     bool device_down = false;  // ifconfig

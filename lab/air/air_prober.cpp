@@ -46,7 +46,7 @@ void database_send(Air* air, int node, Effects* effects) {
     AirNode& owner = air->nodes[air_index(node)];
     std::string text = database_text(*air, node);
     if (owner.powered && is_news(&owner, DATABASE, text)) {
-        Effect effect = effect_on(EffectKind::DATABASE, node);
+        Effect effect = effect_on(EffectKind::database, node);
         effect.text = std::move(text);
         effects->push_back(effect);
     }
@@ -102,7 +102,7 @@ std::string association_list_text(const Air& air, int node, bool at_2_4_ghz) {
                 continue;
             }
             const AirAp& ap = air.nodes[air_index(node)].aps[air_index(station.ap)];
-            if ((ap.band == AirBand::TWO) == at_2_4_ghz) {
+            if ((ap.band == AirBand::two) == at_2_4_ghz) {
                 text += station.mac + " 1 " + std::to_string(ap.channel) + " " + ap.interface +
                         " 866M -55\n";
             }

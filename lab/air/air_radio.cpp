@@ -29,26 +29,26 @@ std::size_t pair_index(const Air& air, int a, int b) {
 }  // namespace
 
 bool air_bands_meet(AirBand station, AirBand ap) {
-    if (station == AirBand::NONE || ap == AirBand::NONE) {
+    if (station == AirBand::none || ap == AirBand::none) {
         return false;
     }
-    if (station == AirBand::TWO || ap == AirBand::TWO) {
+    if (station == AirBand::two || ap == AirBand::two) {
         return station == ap;
     }
-    return station == ap || station == AirBand::FIVE || ap == AirBand::FIVE;
+    return station == ap || station == AirBand::five || ap == AirBand::five;
 }
 
 int air_signal(const Air& air, int node, int ap_node, AirBand ap_band) {
     const std::array<int, 3>& signals = air.signals[pair_index(air, node, ap_node)];
     switch (ap_band) {
-        case AirBand::TWO:
+        case AirBand::two:
             return signals[TWO];
-        case AirBand::FIVE_HIGH:
+        case AirBand::five_high:
             return signals[HIGH];
-        case AirBand::FIVE_LOW:
-        case AirBand::FIVE:
+        case AirBand::five_low:
+        case AirBand::five:
             return signals[LOW];
-        case AirBand::NONE:
+        case AirBand::none:
             break;
     }
     return SIGNAL_NONE;
@@ -69,7 +69,7 @@ void air_signal_set(Air* air, int a, int b, std::string_view band, int signal) {
 int air_link_rate(int signal, AirBand ap_band) {
     for (const RateRow& row : RATES) {
         if (signal >= row.signal) {
-            return ap_band == AirBand::TWO ? std::min(row.rate, FASTEST_TWO) : row.rate;
+            return ap_band == AirBand::two ? std::min(row.rate, FASTEST_TWO) : row.rate;
         }
     }
     return 0;
@@ -77,8 +77,8 @@ int air_link_rate(int signal, AirBand ap_band) {
 
 int air_channel_choose(const std::vector<int>& channels, const std::set<int>& struck,
                        AirBand band) {
-    if (band != AirBand::FIVE_HIGH) {
-        return band == AirBand::TWO ? CHANNEL_TWO : CHANNEL_LOW;
+    if (band != AirBand::five_high) {
+        return band == AirBand::two ? CHANNEL_TWO : CHANNEL_LOW;
     }
     for (const int channel : channels) {
         if (struck.count(channel) == 0) {

@@ -11,7 +11,7 @@ AirNode node_make(const Scenario& scenario, const ScenarioNode& from, int index)
     node.name = from.name;
     node.almac = air_almac(index);
     node.ip = air_ip(index);
-    node.is_root = from.role == NodeRole::ROOT;
+    node.is_root = from.role == NodeRole::root;
     node.approved = from.approved;
     int position = 0;
     for (const ScenarioInterface& interface : from.interfaces) {

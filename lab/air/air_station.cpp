@@ -43,10 +43,10 @@ void aps_settle(Air* air, int node, Effects* effects) {
             continue;
         }
         effects->push_back(
-            interface_effect(on_air ? EffectKind::AP_UP : EffectKind::AP_DOWN, node, ap.interface));
+            interface_effect(on_air ? EffectKind::ap_up : EffectKind::ap_down, node, ap.interface));
         // The driver tells the channel with which the upper radio comes up, as after a change.
-        if (on_air && ap.is_backhaul && ap.band == AirBand::FIVE_HIGH) {
-            Effect channel = interface_effect(EffectKind::CHANNEL, node, ap.interface);
+        if (on_air && ap.is_backhaul && ap.band == AirBand::five_high) {
+            Effect channel = interface_effect(EffectKind::channel, node, ap.interface);
             channel.number = ap.channel;
             effects->push_back(channel);
         }
@@ -153,9 +153,9 @@ void air_station_join(Air* air, int node, int station, const AirChoice& choice, 
     joiner.joined_at = air->now;
     joiner.searching = false;
     air->joins_changed = true;
-    link_effect(EffectKind::LINK_UP, node, joiner.interface, choice.node, ap.interface, effects);
-    mac_effect(EffectKind::CLIENT_JOINED, choice.node, ap.interface, joiner.mac, effects);
-    mac_effect(EffectKind::STATION_JOINED, node, joiner.interface, ap.bssid, effects);
+    link_effect(EffectKind::link_up, node, joiner.interface, choice.node, ap.interface, effects);
+    mac_effect(EffectKind::client_joined, choice.node, ap.interface, joiner.mac, effects);
+    mac_effect(EffectKind::station_joined, node, joiner.interface, ap.bssid, effects);
 }
 
 void air_station_lose(Air* air, int node, int station, Effects* effects) {
@@ -169,19 +169,19 @@ void air_station_lose(Air* air, int node, int station, Effects* effects) {
     loser.ap = NOBODY;
     loser.searching = false;
     air->joins_changed = true;
-    link_effect(EffectKind::LINK_DOWN, node, loser.interface, above, ap, effects);
+    link_effect(EffectKind::link_down, node, loser.interface, above, ap, effects);
     if (air->nodes[air_index(node)].powered) {
-        effects->push_back(interface_effect(EffectKind::STATION_LOST, node, loser.interface));
+        effects->push_back(interface_effect(EffectKind::station_lost, node, loser.interface));
     }
     if (air->nodes[air_index(above)].powered) {
-        mac_effect(EffectKind::CLIENT_LEFT, above, ap, loser.mac, effects);
+        mac_effect(EffectKind::client_left, above, ap, loser.mac, effects);
     }
 }
 
 void air_cable_lose(AirCable* cable, Effects* effects) {
     if (cable->forwarding) {
         cable->forwarding = false;
-        link_effect(EffectKind::LINK_DOWN, cable->from, "eth", cable->to, "eth", effects);
+        link_effect(EffectKind::link_down, cable->from, "eth", cable->to, "eth", effects);
     }
 }
 

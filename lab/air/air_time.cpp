@@ -15,7 +15,7 @@ void nodes_boot(Air* air, Effects* effects) {
         AirNode& booting = air->nodes[air_index(node)];
         if (!booting.powered && booting.boots_at != AT_NO_TIME && booting.boots_at <= air->now) {
             booting.boots_at = AT_NO_TIME;
-            effects->push_back(effect_on(EffectKind::NODE_START, node));
+            effects->push_back(effect_on(EffectKind::node_start, node));
         }
     }
 }
@@ -25,7 +25,7 @@ void messages_return(Air* air, Effects* effects) {
         AirNode& dropping = air->nodes[air_index(node)];
         if (dropping.messages_off_until != 0 && dropping.messages_off_until <= air->now) {
             dropping.messages_off_until = 0;
-            effects->push_back(effect_on(EffectKind::MESSAGES_ON, node));
+            effects->push_back(effect_on(EffectKind::messages_on, node));
         }
     }
 }
@@ -60,7 +60,7 @@ void cable_advance(const Air& air, AirCable* cable, Effects* effects) {
     }
     if (air.now - cable->up_since >= air.association_seconds) {
         cable->forwarding = true;
-        Effect link = effect_on(EffectKind::LINK_UP, cable->from);
+        Effect link = effect_on(EffectKind::link_up, cable->from);
         link.interface = "eth";
         link.peer = cable->to;
         link.peer_interface = "eth";
@@ -140,7 +140,7 @@ void air_power_off(Air* air, int node, std::int64_t boots_at, Effects* effects) 
         supplicant_forget(&station);
         station.device_down = false;
     }
-    effects->push_back(effect_on(EffectKind::NODE_STOP, node));
+    effects->push_back(effect_on(EffectKind::node_stop, node));
 }
 
 void air_interface_apply(Air* air, int node, const std::string& interface,

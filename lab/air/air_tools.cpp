@@ -245,8 +245,8 @@ std::vector<std::string> air_agent_interfaces(const AirNode& node, std::string_v
                                                    : "VISITOR_SERVICE_AP";
     std::vector<std::string> names;
     for (const AirAp& ap : node.aps) {
-        const char radio = ap.band == AirBand::TWO         ? '0'
-                           : ap.band == AirBand::FIVE_HIGH ? '9'
+        const char radio = ap.band == AirBand::two         ? '0'
+                           : ap.band == AirBand::five_high ? '9'
                                                            : '1';
         if (ap.type == type && radio == code[3]) {
             names.push_back(ap.interface);

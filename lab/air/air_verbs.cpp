@@ -123,7 +123,7 @@ void cable_out(const Deed& deed) {
 }
 
 void nol_effect(const Deed& deed) {
-    Effect effect = effect_on(EffectKind::NOL, deed.node);
+    Effect effect = effect_on(EffectKind::nol, deed.node);
     for (const int channel : node_of(deed).struck_channels) {
         effect.numbers.push_back(air_frequency(channel));
     }
@@ -140,7 +140,7 @@ void channel_move(const Deed& deed) {
         }
         ap.channel = channel;
         if (ap.on_air && channel != 0 && ap.is_backhaul) {
-            Effect effect = effect_on(EffectKind::CHANNEL, deed.node);
+            Effect effect = effect_on(EffectKind::channel, deed.node);
             effect.interface = ap.interface;
             effect.number = channel;
             deed.effects->push_back(effect);
@@ -154,7 +154,7 @@ void radar(const Deed& deed) {
         deed.verb.all ? static_cast<int>(deed.air->channels.size()) : deed.verb.number;
     for (int strike = 0; strike < times; ++strike) {
         const int channel =
-            air_channel_choose(deed.air->channels, node.struck_channels, AirBand::FIVE_HIGH);
+            air_channel_choose(deed.air->channels, node.struck_channels, AirBand::five_high);
         if (channel == 0) {
             *deed.note = strike == 0 ? "radar has taken every channel of " + deed.verb.node : "";
             return;
@@ -185,7 +185,7 @@ void kill_tool(const Deed& deed) {
     const std::int64_t until = deed.verb.seconds > 0 ? deed.air->now + deed.verb.seconds : FOR_EVER;
     const bool counted = deed.verb.times > 0;
     if (deed.verb.word == TOOL_HYD) {
-        deed.effects->push_back(effect_on(EffectKind::HYD_END, deed.node));
+        deed.effects->push_back(effect_on(EffectKind::hyd_end, deed.node));
     } else if (deed.verb.word == TOOL_AGENT && counted) {
         node.agent_fails = deed.verb.times;
     } else if (deed.verb.word == TOOL_AGENT) {
@@ -198,14 +198,14 @@ void kill_tool(const Deed& deed) {
         for (AirStation& station : node.stations) {
             station.attached = false;
         }
-        deed.effects->push_back(effect_on(EffectKind::SUPPLICANT_END, deed.node));
+        deed.effects->push_back(effect_on(EffectKind::supplicant_end, deed.node));
     }
 }
 
 void drop_messages(const Deed& deed) {
     node_of(deed).messages_off_until =
         deed.verb.seconds > 0 ? deed.air->now + deed.verb.seconds : FOR_EVER;
-    deed.effects->push_back(effect_on(EffectKind::MESSAGES_OFF, deed.node));
+    deed.effects->push_back(effect_on(EffectKind::messages_off, deed.node));
 }
 
 void approval(const Deed& deed, bool approved) {
@@ -262,9 +262,9 @@ void power_on(const Deed& deed) {
 
 // Verbs that need the node to run.
 bool needs_power(VerbKind kind) {
-    return kind == VerbKind::DEAUTH || kind == VerbKind::KILL_WORKER ||
-           kind == VerbKind::KILL_TOOL || kind == VerbKind::DROP_MESSAGES ||
-           kind == VerbKind::ROLE || kind == VerbKind::COMMAND || kind == VerbKind::CONFIGURE;
+    return kind == VerbKind::deauth || kind == VerbKind::kill_worker ||
+           kind == VerbKind::kill_tool || kind == VerbKind::drop_messages ||
+           kind == VerbKind::role || kind == VerbKind::command || kind == VerbKind::configure;
 }
 
 void fade(const Deed& deed) {
@@ -284,51 +284,51 @@ void command(const Deed& deed) {
 }
 
 void worker_signal(const Deed& deed) {
-    Effect effect = effect_on(EffectKind::WORKER_SIGNAL, deed.node);
+    Effect effect = effect_on(EffectKind::worker_signal, deed.node);
     effect.number = deed.verb.number;
     deed.effects->push_back(effect);
 }
 
 void act(const Deed& deed) {
     switch (deed.verb.kind) {
-        case VerbKind::DEAUTH:
+        case VerbKind::deauth:
             return deauth(deed);
-        case VerbKind::AP_OFF:
-        case VerbKind::AP_ON:
-            return ap_silence(deed, deed.verb.kind == VerbKind::AP_OFF);
-        case VerbKind::FADE:
+        case VerbKind::ap_off:
+        case VerbKind::ap_on:
+            return ap_silence(deed, deed.verb.kind == VerbKind::ap_off);
+        case VerbKind::fade:
             return fade(deed);
-        case VerbKind::MOVE:
+        case VerbKind::move:
             return move(deed);
-        case VerbKind::CABLE_IN:
+        case VerbKind::cable_in:
             return cable_in(deed);
-        case VerbKind::CABLE_OUT:
+        case VerbKind::cable_out:
             return cable_out(deed);
-        case VerbKind::RADAR:
+        case VerbKind::radar:
             return radar(deed);
-        case VerbKind::CLEAR_RADAR:
+        case VerbKind::clear_radar:
             return clear_radar(deed);
-        case VerbKind::REBOOT:
+        case VerbKind::reboot:
             return air_power_off(deed.air, deed.node, deed.air->now + deed.air->boot_seconds,
                                  deed.effects);
-        case VerbKind::POWER_OFF:
+        case VerbKind::power_off:
             return power_off(deed);
-        case VerbKind::POWER_ON:
+        case VerbKind::power_on:
             return power_on(deed);
-        case VerbKind::KILL_WORKER:
+        case VerbKind::kill_worker:
             return worker_signal(deed);
-        case VerbKind::KILL_TOOL:
+        case VerbKind::kill_tool:
             return kill_tool(deed);
-        case VerbKind::DROP_MESSAGES:
+        case VerbKind::drop_messages:
             return drop_messages(deed);
-        case VerbKind::APPROVE:
-        case VerbKind::REVOKE:
-            return approval(deed, deed.verb.kind == VerbKind::APPROVE);
-        case VerbKind::CONFIGURE:
+        case VerbKind::approve:
+        case VerbKind::revoke:
+            return approval(deed, deed.verb.kind == VerbKind::approve);
+        case VerbKind::configure:
             return configure(deed);
-        case VerbKind::ROLE:
+        case VerbKind::role:
             return role(deed);
-        case VerbKind::COMMAND:
+        case VerbKind::command:
             return command(deed);
     }
 }

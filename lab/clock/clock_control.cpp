@@ -21,10 +21,10 @@ namespace {
 
 using RealClock = std::chrono::steady_clock;
 
-constexpr std::uint32_t kNever = UINT32_MAX;
+constexpr std::uint32_t NEVER = UINT32_MAX;
 
 // Of what is told when a mesh does not come to rest: nobody reads of all its nodes.
-constexpr std::size_t kLongestDescription = 8000;
+constexpr std::size_t LONGEST_DESCRIPTION = 8000;
 
 void futex_wake(std::atomic<std::uint32_t>& word) {
     syscall(SYS_futex, &word, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
@@ -57,7 +57,7 @@ bool is_open_somewhere(const std::string& path) {
 }
 
 std::string timer_path(const std::string& root, std::uint32_t number) {
-    return root + kLabTimers + "/" + std::to_string(number);
+    return root + LAB_TIMERS + "/" + std::to_string(number);
 }
 
 // Adds one expiry to what the program has not read yet. False when nobody has the timer open.
@@ -103,7 +103,7 @@ int clock_page_create(const std::string& path, ClockMode mode, std::uint32_t now
     }
     page->now.store(now);
     page->mode.store(mode);
-    page->magic.store(kClockMagic);
+    page->magic.store(CLOCK_MAGIC);
     munmap(page, sizeof(ClockPage));
     return 0;
 }
@@ -117,9 +117,9 @@ MovedClock::~MovedClock() {
 int MovedClock::add_node(const std::string& root, std::string& error, std::vector<pid_t> except) {
     auto node = std::make_unique<Node>();
     node->root = root;
-    node->page = map_page(root + kLabClock);
+    node->page = map_page(root + LAB_CLOCK);
     if (node->page == nullptr) {
-        error = "no clock page at " + root + kLabClock + ": " + strerror(errno);
+        error = "no clock page at " + root + LAB_CLOCK + ": " + strerror(errno);
         return -1;
     }
     // The waits for quiet are shorter than what the kernel adds to a sleep by default.
@@ -162,7 +162,7 @@ std::uint32_t MovedClock::slept() const {
 
 // The earliest second at which anybody is due; seconds before it pass unseen.
 std::uint32_t MovedClock::next_event() const {
-    std::uint32_t next = kNever;
+    std::uint32_t next = NEVER;
     for (const auto& node : nodes_) {
         for (const SleeperSlot& slot : node->page->sleepers) {
             if (slot.state.load() == SLEEPER_WAITS) {
@@ -245,7 +245,7 @@ int MovedClock::fire_timers(std::string& error) {
     bool fired = false;
     for (const auto& node : nodes_) {
         node->page->gate.fetch_add(1);
-        for (std::uint32_t number = 0; number < kTimerSlots; ++number) {
+        for (std::uint32_t number = 0; number < TIMER_SLOTS; ++number) {
             TimerSlot& timer = node->page->timers[number];
             const std::uint32_t due = timer.due.load();
             if (timer.taken.load() != 1 || due == 0 || due > now()) {
@@ -341,7 +341,7 @@ int MovedClock::wait_quiet(std::string& error) {
 std::string MovedClock::describe() const {
     std::string text;
     for (const auto& node : nodes_) {
-        if (text.size() > kLongestDescription) {
+        if (text.size() > LONGEST_DESCRIPTION) {
             return text + "and more\n";
         }
         text += (node->root.empty() ? "own sandbox" : node->root) + ":\n" + node->watch->describe();
@@ -352,7 +352,7 @@ std::string MovedClock::describe() const {
 std::vector<ArmedTimer> MovedClock::timers() const {
     std::vector<std::pair<std::uint32_t, ArmedTimer>> found;
     for (const auto& node : nodes_) {
-        for (std::uint32_t number = 0; number < kTimerSlots; ++number) {
+        for (std::uint32_t number = 0; number < TIMER_SLOTS; ++number) {
             const TimerSlot& timer = node->page->timers[number];
             if (timer.taken.load() == 1 && is_open_somewhere(timer_path(node->root, number))) {
                 found.push_back(

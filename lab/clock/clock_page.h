@@ -13,9 +13,9 @@
 
 namespace lab {
 
-inline constexpr std::uint32_t kClockMagic = 0x4C414243;
-inline constexpr std::uint32_t kSleeperSlots = 256;
-inline constexpr std::uint32_t kTimerSlots = 64;
+inline constexpr std::uint32_t CLOCK_MAGIC = 0x4C414243;
+inline constexpr std::uint32_t SLEEPER_SLOTS = 256;
+inline constexpr std::uint32_t TIMER_SLOTS = 64;
 
 // How sleep() behaves while the clock is moved.
 enum ClockMode : std::uint32_t {
@@ -57,11 +57,11 @@ struct ClockPage {
     std::atomic<std::uint32_t> changes;  // bumped when a sleeper lies down or leaves; a futex
     std::atomic<std::uint32_t> orders;   // source of the two `order` fields
     std::atomic<std::uint32_t> slept;    // seconds passed by sleeps in CLOCK_EAGER
-    std::array<SleeperSlot, kSleeperSlots> sleepers;
-    std::array<TimerSlot, kTimerSlots> timers;
+    std::array<SleeperSlot, SLEEPER_SLOTS> sleepers;
+    std::array<TimerSlot, TIMER_SLOTS> timers;
 };
 
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
-static_assert(sizeof(ClockPage) == 28 + kSleeperSlots * 20 + kTimerSlots * 28);
+static_assert(sizeof(ClockPage) == 28 + SLEEPER_SLOTS * 20 + TIMER_SLOTS * 28);
 
 }  // namespace lab

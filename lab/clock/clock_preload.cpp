@@ -42,9 +42,9 @@ __attribute__((constructor)) void map_page() {
         syscall(SYS_close, fd);
     }
     if (mapped == MAP_FAILED ||
-        static_cast<lab::ClockPage*>(mapped)->magic.load() != lab::kClockMagic) {
-        constexpr char kText[] = "lab clock: LAB_CLOCK names no clock page\n";
-        syscall(SYS_write, 2, kText, sizeof(kText) - 1);
+        static_cast<lab::ClockPage*>(mapped)->magic.load() != lab::CLOCK_MAGIC) {
+        constexpr char TEXT[] = "lab clock: LAB_CLOCK names no clock page\n";
+        syscall(SYS_write, 2, TEXT, sizeof(TEXT) - 1);
         syscall(SYS_exit_group, 97);
     }
     page = static_cast<lab::ClockPage*>(mapped);
@@ -70,8 +70,8 @@ lab::SleeperSlot* take_slot() {
             return &slot;
         }
     }
-    constexpr char kText[] = "lab clock: too many sleepers\n";
-    syscall(SYS_write, 2, kText, sizeof(kText) - 1);
+    constexpr char TEXT[] = "lab clock: too many sleepers\n";
+    syscall(SYS_write, 2, TEXT, sizeof(TEXT) - 1);
     syscall(SYS_exit_group, 97);
     return nullptr;
 }
@@ -234,11 +234,11 @@ LAB_EXPORT int ioctl(int fd, unsigned long request, ...) noexcept {
     va_start(words, request);
     void* argument = va_arg(words, void*);
     va_end(words);
-    if (page != nullptr && request == lab::kChannelListRequest) {
+    if (page != nullptr && request == lab::CHANNEL_LIST_REQUEST) {
         const auto now = static_cast<unsigned long>(time(nullptr));
         return lab::driver_channel_list(argument, now);
     }
-    if (page != nullptr && request == lab::kStationApRequest) {
+    if (page != nullptr && request == lab::STATION_AP_REQUEST) {
         return lab::driver_station_ap(argument);
     }
     return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));

@@ -14,9 +14,9 @@
 namespace lab {
 namespace {
 
-constexpr std::uint16_t kEthernetFamily = 1;  // ARPHRD_ETHER
-constexpr unsigned int kEntryLength = 20;
-constexpr unsigned int kMostEntries = (kChannelListLength - 4) / kEntryLength;
+constexpr std::uint16_t ETHERNET_FAMILY = 1;  // ARPHRD_ETHER
+constexpr unsigned int ENTRY_LENGTH = 20;
+constexpr unsigned int MOST_ENTRIES = (CHANNEL_LIST_LENGTH - 4) / ENTRY_LENGTH;
 
 // The kernel's struct iwreq in its point form, as this word size lays it out.
 struct PointRequest {
@@ -91,7 +91,7 @@ void note(const PointRequest& request, unsigned long now) {
     line.add(' ');
     line.add_number(request.flags);
     line.add('\n');
-    const int fd = open_file(kLabIoctls, O_WRONLY | O_APPEND | O_CREAT);
+    const int fd = open_file(LAB_IOCTLS, O_WRONLY | O_APPEND | O_CREAT);
     if (fd >= 0) {
         syscall(SYS_write, fd, line.bytes.data(), line.length);
         syscall(SYS_close, fd);
@@ -99,15 +99,15 @@ void note(const PointRequest& request, unsigned long now) {
 }
 
 void put_entry(char* list, std::uint32_t index, std::uint16_t frequency) {
-    std::memset(list + 4 + index * kEntryLength, 0, kEntryLength);
-    std::memcpy(list + 4 + index * kEntryLength, &frequency, sizeof(frequency));
+    std::memset(list + 4 + index * ENTRY_LENGTH, 0, ENTRY_LENGTH);
+    std::memcpy(list + 4 + index * ENTRY_LENGTH, &frequency, sizeof(frequency));
 }
 
 void fill_from_text(const char* text, long length, char* list) {
     std::uint32_t count = 0;
     std::uint32_t number = 0;
     bool within = false;
-    for (long at = 0; at <= length && count < kMostEntries; ++at) {
+    for (long at = 0; at <= length && count < MOST_ENTRIES; ++at) {
         const bool digit = at < length && text[at] >= '0' && text[at] <= '9';
         if (digit) {
             number = number * 10 + static_cast<std::uint32_t>(text[at] - '0');
@@ -123,7 +123,7 @@ void fill_from_text(const char* text, long length, char* list) {
 // Path of a value of the interface in the tools' state; what does not fit names no file.
 Text state_file(const char* interface, const char* value) {
     Text path;
-    path.add(kLabState);
+    path.add(LAB_STATE);
     path.add("/iface/");
     path.add(interface);
     path.add('/');
@@ -151,15 +151,15 @@ int driver_channel_list(void* request, unsigned long now) noexcept {
     PointRequest wanted{};
     std::memcpy(&wanted, request, sizeof(wanted));
     note(wanted, now);
-    if (wanted.length != kChannelListLength) {
+    if (wanted.length != CHANNEL_LIST_LENGTH) {
         return refuse(EINVAL);
     }
     char* list = static_cast<char*>(wanted.data);
-    if (read_file(kLabChannelsRaw, list, kChannelListLength) >= 0) {
+    if (read_file(LAB_CHANNELS_RAW, list, CHANNEL_LIST_LENGTH) >= 0) {
         return 0;
     }
     std::array<char, 8192> text{};
-    const long length = read_file(kLabChannels, text.data(), text.size());
+    const long length = read_file(LAB_CHANNELS, text.data(), text.size());
     if (length < 0) {
         return refuse(EOPNOTSUPP);
     }
@@ -171,7 +171,7 @@ int driver_station_ap(void* request) noexcept {
     AddressRequest wanted{};
     std::memcpy(&wanted, request, sizeof(wanted));
     wanted.name[sizeof(wanted.name) - 1] = '\0';
-    wanted.family = kEthernetFamily;
+    wanted.family = ETHERNET_FAMILY;
     std::array<char, 17> text{};
     char none = 0;
     if (read_file(state_file(wanted.name, "missing").bytes.data(), &none, 1) >= 0) {

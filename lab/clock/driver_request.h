@@ -4,8 +4,8 @@
 
 namespace lab {
 
-inline constexpr unsigned long kChannelListRequest = 0x8BE7;
-inline constexpr unsigned int kChannelListLength = 20464;
+inline constexpr unsigned long CHANNEL_LIST_REQUEST = 0x8BE7;
+inline constexpr unsigned int CHANNEL_LIST_LENGTH = 20464;
 
 // Handles the request whose `struct iwreq` is at `request` and notes it, with the time `now`, in
 // /run/lab/record/ioctls as "TIME PID NAME LENGTH FLAGS". Fills the caller's buffer from
@@ -14,7 +14,7 @@ inline constexpr unsigned int kChannelListLength = 20464;
 // neither file and with EINVAL when the length is not the agreed one.
 int driver_channel_list(void* request, unsigned long now) noexcept;
 
-inline constexpr unsigned long kStationApRequest = 0x8B15;
+inline constexpr unsigned long STATION_AP_REQUEST = 0x8B15;
 
 // Stores the AP that the station is associated with in the tools' state
 // (/run/lab/state/iface/IF/ap) in the `struct iwreq` at `request`, all zero when there is none, and

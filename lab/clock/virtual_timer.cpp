@@ -22,7 +22,7 @@ std::uint32_t own_pid() {
 std::array<char, 64> timer_path(std::uint32_t number) {
     std::array<char, 64> path{};
     unsigned long length = 0;
-    for (const char* at = kLabTimers; *at != '\0'; ++at) {
+    for (const char* at = LAB_TIMERS; *at != '\0'; ++at) {
         path[length++] = *at;
     }
     path[length++] = '/';
@@ -67,7 +67,7 @@ int open_fifo(std::uint32_t number, int flags) {
 }  // namespace
 
 int virtual_timer_create(ClockPage& page, int flags) noexcept {
-    for (std::uint32_t number = 0; number < kTimerSlots; ++number) {
+    for (std::uint32_t number = 0; number < TIMER_SLOTS; ++number) {
         TimerSlot& timer = page.timers[number];
         std::uint32_t expected = 0;
         if (!timer.taken.compare_exchange_strong(expected, 1)) {

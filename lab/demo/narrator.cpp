@@ -54,20 +54,20 @@ private:
     void step(const PlayedStep& played) {
         const ScenarioStep& step = mesh_.scenario().steps[played.step];
         switch (step.kind) {
-            case StepKind::CHAPTER:
+            case StepKind::chapter:
                 printf("\n%s\n", coloured(step.text, Colour::bold, tale_->in_colour).c_str());
                 return;
-            case StepKind::SAY:
+            case StepKind::say:
                 ++tale_->steps;
                 printf("%8s  %s\n", duration_text(played.time).c_str(),
                        coloured(step.text, Colour::bold, tale_->in_colour).c_str());
                 return;
-            case StepKind::WAIT_UNTIL:
-            case StepKind::EXPECT:
+            case StepKind::wait_until:
+            case StepKind::expect:
                 condition(played, step);
                 return;
-            case StepKind::VERB:
-            case StepKind::WAIT:
+            case StepKind::verb:
+            case StepKind::wait:
                 return;
         }
     }
@@ -101,14 +101,14 @@ bool play(Mesh& mesh, Player& player, Tale* tale, std::string& error) {
     Narrator narrator(mesh, player, tale);
     PlayState state = player.go_on(error);
     narrator.go_on();
-    while (state == PlayState::PLAYING && player.failures() == 0) {
+    while (state == PlayState::playing && player.failures() == 0) {
         if (mesh.second(error) != 0) {
             return false;
         }
         state = player.go_on(error);
         narrator.go_on();
     }
-    return state == PlayState::DONE && player.failures() == 0;
+    return state == PlayState::done && player.failures() == 0;
 }
 
 void tables_print(const Mesh& mesh, const Player& player, bool in_colour) {

@@ -18,7 +18,7 @@ namespace lab {
 struct DriverSender {
     int fd = -1;
     int pid = 0;                               // whose network namespace; 0: our own
-    EventLayout layout = EventLayout::PACKED;  // of the events sent by the functions below
+    EventLayout layout = EventLayout::packed;  // of the events sent by the functions below
     std::string error;                         // of the last function that failed
 
     DriverSender() = default;

@@ -21,7 +21,7 @@ void put(Bytes* bytes, std::size_t offset, Number number) {
 }
 
 std::size_t header_size(EventLayout layout) {
-    return layout == EventLayout::PACKED ? 4 : 8;
+    return layout == EventLayout::packed ? 4 : 8;
 }
 
 // The record's header and room for the rest.
@@ -50,7 +50,7 @@ Bytes address_event(EventLayout layout, std::uint16_t command, const MacAddress&
 Bytes point_event(EventLayout layout, std::uint16_t command, std::uint16_t flags,
                   std::span<const std::uint8_t> payload) {
     const std::size_t point = header_size(layout);
-    const std::size_t data = layout == EventLayout::PACKED ? point + 4 : point + 8;
+    const std::size_t data = layout == EventLayout::packed ? point + 4 : point + 8;
     Bytes record = record_of(data + payload.size(), command);
     put(&record, point, static_cast<std::uint16_t>(payload.size()));
     put(&record, point + 2, flags);

@@ -24,8 +24,8 @@ using Bytes = std::vector<std::uint8_t>;
 using MacAddress = std::array<std::uint8_t, 6>;
 
 enum class EventLayout {
-    PACKED,
-    PADDED,
+    packed,
+    padded,
 };
 
 // Commands of event records.

@@ -44,8 +44,8 @@ bool limits_allow(int nodes, std::string& error) {
 }
 
 bool ends_worker(const Verb& verb) {
-    return verb.kind == VerbKind::KILL_WORKER || verb.kind == VerbKind::ROLE ||
-           (verb.kind == VerbKind::COMMAND && (verb.word == "master" || verb.word == "slave"));
+    return verb.kind == VerbKind::kill_worker || verb.kind == VerbKind::role ||
+           (verb.kind == VerbKind::command && (verb.word == "master" || verb.word == "slave"));
 }
 
 }  // namespace
@@ -53,8 +53,8 @@ bool ends_worker(const Verb& verb) {
 Mesh::Mesh(Scenario scenario, MeshOptions options)
     : scenario_(std::move(scenario)),
       options_(std::move(options)),
-      air_(air_from_scenario(scenario_, kNodeStartTime)),
-      started_(kNodeStartTime) {}
+      air_(air_from_scenario(scenario_, NODE_START_TIME)),
+      started_(NODE_START_TIME) {}
 
 std::unique_ptr<Mesh> Mesh::make(const Scenario& scenario, const MeshOptions& options,
                                  std::string& error) {

@@ -107,7 +107,7 @@ bool file_holds(const Question& question) {
     std::string text;
     if (!file_read(question.mesh.node(question.index).node().at(path), &text)) {
         *question.found = "has no " + path;
-        return question.condition.text.empty() && question.condition.kind == ConditionKind::FILE;
+        return question.condition.text.empty() && question.condition.kind == ConditionKind::file;
     }
     *question.found = path + " holds \"" + in_one_line(text.substr(0, LONGEST_FOUND)) + "\"";
     return text.find(question.condition.text) != std::string::npos;
@@ -145,7 +145,7 @@ bool outages_hold(const Question& question) {
                                                  question.mesh.observation().time);
     *question.found =
         std::to_string(summary.count) + " outages, the longest " + duration_text(summary.worst);
-    return question.condition.kind == ConditionKind::OUTAGE
+    return question.condition.kind == ConditionKind::outage
                ? summary.worst < question.condition.number
                : summary.count <= question.condition.number;
 }
@@ -153,41 +153,41 @@ bool outages_hold(const Question& question) {
 bool holds_at(const Question& question) {
     const NodeObservation seen = seen_of(question);
     switch (question.condition.kind) {
-        case ConditionKind::STATUS:
+        case ConditionKind::status:
             return status_holds(question);
-        case ConditionKind::STATE:
+        case ConditionKind::state:
             return is_in_state(question, question.condition.number);
-        case ConditionKind::UPLINK:
+        case ConditionKind::uplink:
             return answer(question, "uplink", first_of(seen.uplinks), question.condition.interface);
-        case ConditionKind::PARENT:
+        case ConditionKind::parent:
             return parent_holds(question);
-        case ConditionKind::HOPS:
+        case ConditionKind::hops:
             return hops_hold(question);
-        case ConditionKind::PARKED:
+        case ConditionKind::parked:
             return is_in_state(question, CONNECT_PENDING);
-        case ConditionKind::SERVICE_APS:
+        case ConditionKind::service_aps:
             return answer(question, "service-aps", seen.service_aps_up.empty() ? "down" : "up",
                           question.condition.text);
-        case ConditionKind::LED:
+        case ConditionKind::led:
             return answer(question, "led", led_pattern(root_of(question)), question.condition.text);
-        case ConditionKind::ROLE:
+        case ConditionKind::role:
             return role_holds(question);
-        case ConditionKind::FILE:
+        case ConditionKind::file:
             return file_holds(question);
-        case ConditionKind::NO_FILE:
+        case ConditionKind::no_file:
             return !file_holds(question);
-        case ConditionKind::LOG:
+        case ConditionKind::log:
             return log_has(question);
-        case ConditionKind::NO_LOG:
+        case ConditionKind::no_log:
             return !log_has(question);
-        case ConditionKind::RAN:
+        case ConditionKind::ran:
             return shell_has(question);
-        case ConditionKind::NOT_RAN:
+        case ConditionKind::not_ran:
             return !shell_has(question);
-        case ConditionKind::OUTAGE:
-        case ConditionKind::OUTAGES:
+        case ConditionKind::outage:
+        case ConditionKind::outages:
             return outages_hold(question);
-        case ConditionKind::RULE:
+        case ConditionKind::rule:
             break;
     }
     return false;
@@ -208,7 +208,7 @@ bool rule_holds(const Mesh& mesh, const Condition& condition, std::string* found
 }  // namespace
 
 bool mesh_condition_holds(const Mesh& mesh, const Condition& condition, std::string* found) {
-    if (condition.kind == ConditionKind::RULE) {
+    if (condition.kind == ConditionKind::rule) {
         return rule_holds(mesh, condition, found);
     }
     for (int index = 0; index < mesh.node_count(); ++index) {

@@ -27,7 +27,7 @@ bool is_cut(const AirRequest& request) {
 
 int Mesh::carry_out(const Effects& effects, std::string& error) {
     for (const Effect& effect : effects) {
-        if (effect.kind != EffectKind::FILE && effect.kind != EffectKind::DATABASE) {
+        if (effect.kind != EffectKind::file && effect.kind != EffectKind::database) {
             effect_texts_.push_back(duration_text(passed()) + "  " + effect_text(air_, effect));
         }
         if (carry_out_one(effect, error) != 0) {
@@ -42,65 +42,65 @@ int Mesh::carry_out(const Effects& effects, std::string& error) {
 
 int Mesh::carry_out_one(const Effect& effect, std::string& error) {
     switch (effect.kind) {
-        case EffectKind::LINK_UP:
-        case EffectKind::LINK_DOWN:
-        case EffectKind::MESSAGES_OFF:
-        case EffectKind::MESSAGES_ON:
+        case EffectKind::link_up:
+        case EffectKind::link_down:
+        case EffectKind::messages_off:
+        case EffectKind::messages_on:
             return link_effect(effect, error);
-        case EffectKind::STATION_JOINED:
-        case EffectKind::STATION_LOST:
-        case EffectKind::CLIENT_JOINED:
-        case EffectKind::CLIENT_LEFT:
-        case EffectKind::CHANNEL:
-        case EffectKind::AP_UP:
-        case EffectKind::AP_DOWN:
+        case EffectKind::station_joined:
+        case EffectKind::station_lost:
+        case EffectKind::client_joined:
+        case EffectKind::client_left:
+        case EffectKind::channel:
+        case EffectKind::ap_up:
+        case EffectKind::ap_down:
             wireless_effect(effect);
             return 0;
-        case EffectKind::NOL:
-        case EffectKind::FILE:
-        case EffectKind::DATABASE:
-        case EffectKind::FIFO:
-        case EffectKind::UCI:
+        case EffectKind::nol:
+        case EffectKind::file:
+        case EffectKind::database:
+        case EffectKind::fifo:
+        case EffectKind::uci:
             return state_effect(effect, error);
-        case EffectKind::NODE_STOP:
-        case EffectKind::NODE_START:
-        case EffectKind::WORKER_SIGNAL:
-        case EffectKind::HYD_END:
-        case EffectKind::SUPPLICANT_END:
+        case EffectKind::node_stop:
+        case EffectKind::node_start:
+        case EffectKind::worker_signal:
+        case EffectKind::hyd_end:
+        case EffectKind::supplicant_end:
             return process_effect(effect, error);
     }
     return 0;
 }
 
 int Mesh::link_effect(const Effect& effect, std::string& error) {
-    if (effect.kind == EffectKind::LINK_UP) {
+    if (effect.kind == EffectKind::link_up) {
         return network_.link_up(effect.node, effect.interface, effect.peer, error);
     }
-    if (effect.kind == EffectKind::LINK_DOWN) {
+    if (effect.kind == EffectKind::link_down) {
         return network_.link_down(effect.node, effect.interface, error);
     }
-    return network_.messages_set(effect.node, effect.kind == EffectKind::MESSAGES_ON, error);
+    return network_.messages_set(effect.node, effect.kind == EffectKind::messages_on, error);
 }
 
 // An event that nobody hears is lost, as on a router whose daemon does not run.
 void Mesh::wireless_effect(const Effect& effect) {
     MeshNode& node = *nodes_[air_index(effect.node)];
     const std::string& root = node.node().root();
-    if (effect.kind == EffectKind::STATION_JOINED) {
+    if (effect.kind == EffectKind::station_joined) {
         wifi_associated_set(root, effect.interface, effect.mac);
         driver_associated(&node.driver(), effect.interface, mac_from_text(effect.mac));
-    } else if (effect.kind == EffectKind::STATION_LOST) {
+    } else if (effect.kind == EffectKind::station_lost) {
         wifi_not_associated_set(root, effect.interface);
         driver_disassociated(&node.driver(), effect.interface);
-    } else if (effect.kind == EffectKind::CLIENT_JOINED) {
+    } else if (effect.kind == EffectKind::client_joined) {
         driver_client_joined(&node.driver(), effect.interface, mac_from_text(effect.mac));
-    } else if (effect.kind == EffectKind::CLIENT_LEFT) {
+    } else if (effect.kind == EffectKind::client_left) {
         driver_client_left(&node.driver(), effect.interface, mac_from_text(effect.mac));
-    } else if (effect.kind == EffectKind::CHANNEL) {
+    } else if (effect.kind == EffectKind::channel) {
         driver_channel_changed(&node.driver(), effect.interface,
                                static_cast<std::uint8_t>(effect.number));
     } else {
-        wifi_bss_up_set(root, effect.interface, effect.kind == EffectKind::AP_UP);
+        wifi_bss_up_set(root, effect.interface, effect.kind == EffectKind::ap_up);
     }
 }
 
@@ -108,14 +108,14 @@ int Mesh::state_effect(const Effect& effect, std::string& error) {
     const MeshNode& node = *nodes_[air_index(effect.node)];
     const std::string& root = node.node().root();
     std::string nobody;
-    if (effect.kind == EffectKind::NOL) {
+    if (effect.kind == EffectKind::nol) {
         nol_set(root, {effect.numbers.begin(), effect.numbers.end()});
-    } else if (effect.kind == EffectKind::FILE) {
+    } else if (effect.kind == EffectKind::file) {
         file_write(node.node().at(effect.path), effect.text);
-    } else if (effect.kind == EffectKind::FIFO) {
+    } else if (effect.kind == EffectKind::fifo) {
         // Nobody reads it while the daemon starts: the word is lost, as on a router.
         fifo_command(node.node(), effect.text + "\n", nobody);
-    } else if (effect.kind == EffectKind::UCI) {
+    } else if (effect.kind == EffectKind::uci) {
         uci_store_set(root, effect.path, effect.text);
     } else if (database_run(node.node(), "PRAGMA synchronous=OFF;" + effect.text, error) != 0) {
         error = "the database of " + node.plan().name + ": " + error;
@@ -126,18 +126,18 @@ int Mesh::state_effect(const Effect& effect, std::string& error) {
 
 int Mesh::process_effect(const Effect& effect, std::string& error) {
     MeshNode& node = *nodes_[air_index(effect.node)];
-    if (effect.kind == EffectKind::NODE_START) {
+    if (effect.kind == EffectKind::node_start) {
         return node_start(effect.node, error);
     }
-    if (effect.kind == EffectKind::NODE_STOP) {
+    if (effect.kind == EffectKind::node_stop) {
         return node_stop(effect.node, error);
     }
-    if (effect.kind == EffectKind::WORKER_SIGNAL) {
+    if (effect.kind == EffectKind::worker_signal) {
         const int worker = node.worker();
         if (worker > 0) {
             kill(worker, effect.number);
         }
-    } else if (effect.kind == EffectKind::HYD_END) {
+    } else if (effect.kind == EffectKind::hyd_end) {
         hyd_running_set(node.node().root(), false);
     } else {
         supplicant_pid_file_set(node.node().root(), DEAD_PID);

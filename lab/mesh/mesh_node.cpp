@@ -131,7 +131,7 @@ NodeReader MeshNode::reader() const {
 
 int MeshNode::files_write(std::string& error) const {
     if (!file_write(node_->at("/tmp/wifi_if_profile"), scenario_profile_text(plan_)) ||
-        !file_write(node_->at(kLabChannels), channels_)) {
+        !file_write(node_->at(LAB_CHANNELS), channels_)) {
         error = "cannot write the node's files";
         return -1;
     }
@@ -147,7 +147,7 @@ int MeshNode::furnish(std::string& error) {
     }
     hyd_running_set(node_->root(), true);
     supplicant_pid_file_set(node_->root(), 1);
-    agent_mode_set(node_->root(), AgentMode::AT_ONCE);
+    agent_mode_set(node_->root(), AgentMode::at_once);
     agent_reload_value_set(node_->root(), "0");
     return files_write(error);
 }
@@ -155,7 +155,7 @@ int MeshNode::furnish(std::string& error) {
 int MeshNode::daemon_start(bool as_root, std::string& error) {
     DaemonOptions options;
     ScenarioNode plan = plan_;
-    plan.role = as_root ? NodeRole::ROOT : NodeRole::EXTENDER;
+    plan.role = as_root ? NodeRole::root : NodeRole::extender;
     options.arguments = scenario_daemon_options(plan);
     options.environment = environment_for_crashes();
     log_reader_ = std::make_unique<FlowLogReader>(node_->at(FLOW_LOG));
@@ -171,7 +171,7 @@ void MeshNode::power_off() {
     log_reader_.reset();
     folder_wipe(node_->root(), "/tmp");
     folder_wipe(node_->root(), "/var/log");
-    folder_wipe(node_->root(), kLabState, {"uci", "air.sock"});
+    folder_wipe(node_->root(), LAB_STATE, {"uci", "air.sock"});
     powered_ = false;
 }
 
@@ -198,7 +198,7 @@ bool MeshNode::log_read() {
 }
 
 std::uint64_t MeshNode::shell_end() const {
-    return file_size(node_->at(kLabLines));
+    return file_size(node_->at(LAB_LINES));
 }
 
 std::vector<std::string> MeshNode::shell_since(std::uint64_t place) const {

@@ -14,18 +14,18 @@ ConditionFate Player::condition_step(const ScenarioStep& step, PlayedStep* playe
 
 ConditionFate Player::play(const ScenarioStep& step, PlayedStep* played, std::string& error) {
     switch (step.kind) {
-        case StepKind::VERB:
-            return mesh_.verb(step.verb, &played->text, error) == 0 ? ConditionFate::HELD
-                                                                    : ConditionFate::FAILED;
-        case StepKind::WAIT:
-        case StepKind::CHAPTER:
-        case StepKind::SAY:
-            return ConditionFate::HELD;
-        case StepKind::WAIT_UNTIL:
-        case StepKind::EXPECT:
+        case StepKind::verb:
+            return mesh_.verb(step.verb, &played->text, error) == 0 ? ConditionFate::held
+                                                                    : ConditionFate::failed;
+        case StepKind::wait:
+        case StepKind::chapter:
+        case StepKind::say:
+            return ConditionFate::held;
+        case StepKind::wait_until:
+        case StepKind::expect:
             return condition_step(step, played);
     }
-    return ConditionFate::HELD;
+    return ConditionFate::held;
 }
 
 PlayState Player::go_on(std::string& error) {
@@ -33,25 +33,25 @@ PlayState Player::go_on(std::string& error) {
     while (at_ < steps.size()) {
         const ScenarioStep& step = steps[at_];
         if (mesh_.passed() - begun_ < step.after) {
-            return PlayState::PLAYING;
+            return PlayState::playing;
         }
         PlayedStep played;
         played.step = at_;
         const ConditionFate fate = play(step, &played, error);
-        if (fate == ConditionFate::PENDING) {
-            return PlayState::PLAYING;
+        if (fate == ConditionFate::pending) {
+            return PlayState::playing;
         }
         played.time = mesh_.passed();
         played.event = mesh_.events().size();
-        played.good = fate == ConditionFate::HELD;
+        played.good = fate == ConditionFate::held;
         played_.push_back(played);
         ++at_;
         begun_ = mesh_.passed();
-        if (fate == ConditionFate::FAILED && step.kind != StepKind::EXPECT) {
-            return PlayState::STOPPED;
+        if (fate == ConditionFate::failed && step.kind != StepKind::expect) {
+            return PlayState::stopped;
         }
     }
-    return PlayState::DONE;
+    return PlayState::done;
 }
 
 int Player::failures() const {

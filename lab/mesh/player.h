@@ -1,7 +1,7 @@
 // Plays the steps of a scenario in a mesh.
 //
 //   Player player(mesh);
-//   while (player.go_on(error) == PlayState::PLAYING) mesh.second(error);
+//   while (player.go_on(error) == PlayState::playing) mesh.second(error);
 //
 // go_on does everything that is due now: waits that are over, verbs, conditions that hold or whose
 // time is up. A wait-until that fails ends the play, an expect that fails is kept and the play
@@ -17,9 +17,9 @@
 namespace lab {
 
 enum class PlayState {
-    PLAYING,  // let a second pass and call again
-    DONE,     // all steps were played
-    STOPPED,  // a wait-until did not come true, or the machine failed (`error` is set)
+    playing,  // let a second pass and call again
+    done,     // all steps were played
+    stopped,  // a wait-until did not come true, or the machine failed (`error` is set)
 };
 
 // A step that was played.

@@ -16,7 +16,7 @@
 namespace lab {
 namespace {
 
-constexpr std::chrono::seconds kEndPatience{10};
+constexpr std::chrono::seconds END_PATIENCE{10};
 
 bool is_gone(pid_t pid) {
     std::string stat;
@@ -40,11 +40,11 @@ int Daemon::start(const DaemonOptions& options, std::string& error) {
     }
     SpawnPlan plan;
     plan.words = options.through;
-    plan.words.push_back(kLabDaemon);
+    plan.words.push_back(LAB_DAEMON);
     plan.words.insert(plan.words.end(), options.arguments.begin(), options.arguments.end());
     plan.environment = options.environment;
-    plan.out = kDaemonOut;
-    plan.err = kDaemonErr;
+    plan.out = DAEMON_OUT;
+    plan.err = DAEMON_ERR;
     plan.moved_clock = !node_.options().real_time;
     supervisor_ = node_.spawn(plan, error);
     reaped_ = supervisor_ < 0;
@@ -64,7 +64,7 @@ void Daemon::stop() {
             kill(process.pid, SIGKILL);
         }
     }
-    const auto end = std::chrono::steady_clock::now() + kEndPatience;
+    const auto end = std::chrono::steady_clock::now() + END_PATIENCE;
     while (node_processes(node_).size() > 1 && std::chrono::steady_clock::now() < end) {
         usleep(500);
     }
@@ -97,7 +97,7 @@ int Daemon::kill_worker(int signal, std::string& error) {
         return -1;
     }
     kill(victim, signal);
-    const auto end = std::chrono::steady_clock::now() + kEndPatience;
+    const auto end = std::chrono::steady_clock::now() + END_PATIENCE;
     while (!is_gone(victim)) {
         if (std::chrono::steady_clock::now() > end) {
             error = "the worker survives signal " + std::to_string(signal);
@@ -135,7 +135,7 @@ std::vector<std::string> environment_for_crashes() {
 
 std::vector<std::string> sanitizer_reports(const Node& node) {
     std::vector<std::string> reports;
-    const std::string folder = node.at(kLabOut);
+    const std::string folder = node.at(LAB_OUT);
     DIR* open_folder = opendir(folder.c_str());
     if (open_folder == nullptr) {
         return reports;

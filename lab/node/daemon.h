@@ -24,8 +24,8 @@ struct DaemonOptions {
 // those signals alone and report everything else.
 std::vector<std::string> environment_for_crashes();
 
-inline constexpr char kDaemonOut[] = "/run/lab/out/stdout";
-inline constexpr char kDaemonErr[] = "/run/lab/out/stderr";
+inline constexpr char DAEMON_OUT[] = "/run/lab/out/stdout";
+inline constexpr char DAEMON_ERR[] = "/run/lab/out/stderr";
 
 class Daemon {
 public:
@@ -34,7 +34,7 @@ public:
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
 
-    // Starts the supervisor. Its standard streams grow kDaemonOut and kDaemonErr. 0 or -1.
+    // Starts the supervisor. Its standard streams grow DAEMON_OUT and DAEMON_ERR. 0 or -1.
     int start(const DaemonOptions& options, std::string& error);
 
     // Ends supervisor, worker and what they started, and reaps the supervisor.

@@ -12,7 +12,7 @@
 namespace lab {
 namespace {
 
-constexpr char kDatabase[] = "/tmp/netprobe.db";
+constexpr char DATABASE[] = "/tmp/netprobe.db";
 
 int run(sqlite3* handle, const std::string& sql, std::string& error) {
     char* said = nullptr;
@@ -30,11 +30,11 @@ int database_run(const Node& node, const std::string& sql, std::string& error) {
     int result = -1;
     const auto work = [&] {
         sqlite3* handle = nullptr;
-        if (sqlite3_open(kDatabase, &handle) == SQLITE_OK) {
+        if (sqlite3_open(DATABASE, &handle) == SQLITE_OK) {
             sqlite3_busy_timeout(handle, 2000);
             result = run(handle, sql, error);
         } else {
-            error = std::string("cannot open ") + kDatabase;
+            error = std::string("cannot open ") + DATABASE;
         }
         sqlite3_close(handle);
     };
@@ -45,7 +45,7 @@ DatabaseLock::DatabaseLock(const Node& node) {
     std::string error;
     const auto work = [this, &error] {
         sqlite3* handle = nullptr;
-        ok_ = sqlite3_open(kDatabase, &handle) == SQLITE_OK &&
+        ok_ = sqlite3_open(DATABASE, &handle) == SQLITE_OK &&
               run(handle, "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE;", error) == 0;
         handle_ = handle;
     };

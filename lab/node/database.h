@@ -9,7 +9,7 @@
 namespace lab {
 
 // The two tables that the daemon reads, empty.
-inline constexpr char kDatabaseSchema[] =
+inline constexpr char DATABASE_SCHEMA[] =
     "CREATE TABLE Device (ALMac TEXT, Alive INTEGER, nNotAlive INTEGER, DevType TEXT, "
     "DevName TEXT, IP TEXT);"
     "CREATE TABLE ExtenderWiFiLink (Mac TEXT, ALMac TEXT, AP_ALMac TEXT, Status INTEGER);";

@@ -17,13 +17,13 @@ namespace lab {
 namespace {
 
 // Of a larger file only the end is copied: what came last says most.
-constexpr std::uint64_t kLargest = 4 << 20;
+constexpr std::uint64_t LARGEST = 4 << 20;
 constexpr int MOST_FOLDERS = 1000;  // of one title
 
 void file_copy(const std::string& from, const std::string& to) {
     const std::uint64_t size = file_size(from);
     std::string text;
-    if (file_read_from(from, size > kLargest ? size - kLargest : 0, &text)) {
+    if (file_read_from(from, size > LARGEST ? size - LARGEST : 0, &text)) {
         file_write(to, text);
     }
 }

@@ -13,8 +13,8 @@ namespace lab {
 namespace {
 
 // "Thu Jan  1 00:00:00 1970" and " : ".
-constexpr size_t kDateLength = 24;
-constexpr size_t kPrefixLength = 27;
+constexpr size_t DATE_LENGTH = 24;
+constexpr size_t PREFIX_LENGTH = 27;
 
 std::uint64_t inode_of(const std::string& path) {
     struct stat about {};
@@ -24,17 +24,17 @@ std::uint64_t inode_of(const std::string& path) {
 }  // namespace
 
 bool log_line_split(const std::string& line, std::int64_t& time, std::string& text) {
-    if (line.size() < kPrefixLength || line.compare(kDateLength, 3, " : ") != 0) {
+    if (line.size() < PREFIX_LENGTH || line.compare(DATE_LENGTH, 3, " : ") != 0) {
         return false;
     }
     tm date{};
-    const std::string prefix = line.substr(0, kDateLength);
+    const std::string prefix = line.substr(0, DATE_LENGTH);
     const char* end = strptime(prefix.c_str(), "%a %b %e %H:%M:%S %Y", &date);
     if (end == nullptr || *end != '\0') {
         return false;
     }
     time = timegm(&date);
-    text = line.substr(kPrefixLength);
+    text = line.substr(PREFIX_LENGTH);
     return true;
 }
 

@@ -31,8 +31,8 @@ void Journal::update() {
     const std::vector<JournalEntry> merged = journal_merge(log, log_.generations(), shell);
     entries_.insert(entries_.end(), merged.begin(), merged.end());
     call_records_read(node_.root(), &calls_at_, &calls_);
-    out_ = lines_of(node_.at(kDaemonOut));
-    err_ = lines_of(node_.at(kDaemonErr));
+    out_ = lines_of(node_.at(DAEMON_OUT));
+    err_ = lines_of(node_.at(DAEMON_ERR));
 }
 
 // A shell line goes before the first log line that was not yet in the file when the shell started.
@@ -55,19 +55,19 @@ std::vector<JournalEntry> journal_merge(std::span<const LogLine> log,
                                                       : age(line.inode) > age(stamp.flow_log_inode);
         };
         while (next < log.size() && was_there(log[next])) {
-            entries.push_back({EntryKind::LOG, log[next].time, log[next].text, {}});
+            entries.push_back({EntryKind::log, log[next].time, log[next].text, {}});
             ++next;
         }
-        entries.push_back({EntryKind::SHELL, stamp.time, record.line, stamp});
+        entries.push_back({EntryKind::shell, stamp.time, record.line, stamp});
     }
     for (; next < log.size(); ++next) {
-        entries.push_back({EntryKind::LOG, log[next].time, log[next].text, {}});
+        entries.push_back({EntryKind::log, log[next].time, log[next].text, {}});
     }
     return entries;
 }
 
 std::string journal_text(const JournalEntry& entry) {
-    return entry.kind == EntryKind::SHELL ? "$ " + entry.text : entry.text;
+    return entry.kind == EntryKind::shell ? "$ " + entry.text : entry.text;
 }
 
 }  // namespace lab

@@ -17,12 +17,12 @@
 namespace lab {
 
 enum class EntryKind {
-    LOG,    // a line of the flow log
-    SHELL,  // a line given to `sh -c`
+    log,    // a line of the flow log
+    shell,  // a line given to `sh -c`
 };
 
 struct JournalEntry {
-    EntryKind kind = EntryKind::LOG;
+    EntryKind kind = EntryKind::log;
     std::int64_t time = 0;  // seconds of the node
     std::string text;
     RecordStamp stamp;  // of shell lines

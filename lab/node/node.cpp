@@ -20,7 +20,7 @@ namespace lab {
 namespace {
 
 // The last is no namespace: entering a mount namespace forgets a changed root.
-constexpr std::array<const char*, 5> kNamespaces = {"ns/pid", "ns/mnt", "ns/net", "ns/ipc", "root"};
+constexpr std::array<const char*, 5> NAMESPACES = {"ns/pid", "ns/mnt", "ns/net", "ns/ipc", "root"};
 
 // Numbers of cables are per test process, which has "lab-switch" to itself.
 unsigned next_cable() {
@@ -30,12 +30,12 @@ unsigned next_cable() {
 
 // Link numbers of cables begin behind every number inside a node. With the same number on both ends
 // the kernel takes an end for no pair, and takes up to a second to open the switch's port.
-constexpr unsigned kFirstCableIndex = 1000;
+constexpr unsigned FIRST_CABLE_INDEX = 1000;
 
 // States of a bridge's port, and how long one may take to get there.
-constexpr char kPortForwards = '3';
-constexpr char kPortDisabled = '0';
-constexpr std::chrono::seconds kPortPatience{10};
+constexpr char PORT_FORWARDS = '3';
+constexpr char PORT_DISABLED = '0';
+constexpr std::chrono::seconds PORT_PATIENCE{10};
 
 char first_byte(const std::string& path) {
     std::string text;
@@ -65,7 +65,7 @@ std::unique_ptr<Node> Node::make(const NodeOptions& options, std::string& error)
     node->root_ = "/proc/" + std::to_string(node->init_) + "/root";
     const ClockMode mode = options.real_time ? CLOCK_REAL : CLOCK_HELD;
     if (node->open_namespaces(error) != 0 ||
-        clock_page_create(node->at(kLabClock), mode, options.start_time, error) != 0) {
+        clock_page_create(node->at(LAB_CLOCK), mode, options.start_time, error) != 0) {
         return nullptr;
     }
     if (options.on_switch && node->attach_to_switch(error) != 0) {
@@ -91,8 +91,8 @@ Node::~Node() {
 
 int Node::open_namespaces(std::string& error) {
     own_pid_namespace_ = open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC);
-    for (size_t at = 0; at < kNamespaces.size(); ++at) {
-        const std::string path = "/proc/" + std::to_string(init_) + "/" + kNamespaces[at];
+    for (size_t at = 0; at < NAMESPACES.size(); ++at) {
+        const std::string path = "/proc/" + std::to_string(init_) + "/" + NAMESPACES[at];
         namespaces_[at] = open(path.c_str(), O_RDONLY | O_CLOEXEC);
         if (namespaces_[at] < 0) {
             error = "cannot open " + path + ": " + strerror(errno);
@@ -106,7 +106,7 @@ int Node::attach_to_switch(std::string& error) {
     const unsigned number = next_cable();
     cable_ = "lab" + std::to_string(number);
     const std::string outside =
-        "link add " + cable_ + " index " + std::to_string(kFirstCableIndex + number) +
+        "link add " + cable_ + " index " + std::to_string(FIRST_CABLE_INDEX + number) +
         " type veth peer name lan0 netns " + std::to_string(init_) + "\nlink set " + cable_ +
         " master " + options_.switch_name + "\nlink set " + cable_ + " up\n";
     if (run_program({"ip", "-batch", "-"}, outside, error) != 0) {
@@ -120,14 +120,14 @@ int Node::attach_to_switch(std::string& error) {
         error = "cannot plug the node's end of its cable (" + std::to_string(code) + ") " + error;
         return -1;
     }
-    return await_ports(kPortForwards, error);
+    return await_ports(PORT_FORWARDS, error);
 }
 
 int Node::cable(bool plugged, std::string& error) const {
     if (run_program({"ip", "link", "set", cable_, plugged ? "up" : "down"}, "", error) != 0) {
         return -1;
     }
-    return await_ports(plugged ? kPortForwards : kPortDisabled, error);
+    return await_ports(plugged ? PORT_FORWARDS : PORT_DISABLED, error);
 }
 
 // The kernel opens and shuts the ports at both ends some time after the links have changed.
@@ -135,9 +135,9 @@ int Node::await_ports(char state, std::string& error) const {
     const std::string outside = "/sys/class/net/" + cable_ + "/brport/state";
     const std::string inside = at("/sys/class/net/lan0/brport/state");
     const std::string bridge = at("/sys/class/net/br-lan/operstate");
-    const auto end = std::chrono::steady_clock::now() + kPortPatience;
+    const auto end = std::chrono::steady_clock::now() + PORT_PATIENCE;
     while (first_byte(outside) != state || first_byte(inside) != state ||
-           (state == kPortForwards && first_byte(bridge) != 'u')) {
+           (state == PORT_FORWARDS && first_byte(bridge) != 'u')) {
         if (std::chrono::steady_clock::now() > end) {
             error = std::string("the cable's ports are in the states ") + first_byte(outside) +
                     " and " + first_byte(inside) + ", not " + state;

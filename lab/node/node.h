@@ -21,7 +21,7 @@
 namespace lab {
 
 // 2023-11-14 22:13:20 UTC: where a node's time starts unless told otherwise.
-inline constexpr std::uint32_t kNodeStartTime = 1'700'000'000;
+inline constexpr std::uint32_t NODE_START_TIME = 1'700'000'000;
 
 struct NodeOptions {
     std::string name = "node";                // for messages and evidence
@@ -33,7 +33,7 @@ struct NodeOptions {
     bool on_switch = true;                   // a cable from "br-lan" to the switch below
     std::string switch_name = "lab-switch";  // bridge in the caller's network
     bool real_time = false;                  // the clock is not moved
-    std::uint32_t start_time = kNodeStartTime;
+    std::uint32_t start_time = NODE_START_TIME;
 };
 
 class Node {

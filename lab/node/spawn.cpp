@@ -23,22 +23,22 @@ namespace {
 constexpr char COUNTERS[] = "GCOV_PREFIX";
 
 // Reports go to files of the node, where the harness looks for them after every test.
-constexpr char kSanitizerLog[] = "log_path=/run/lab/out/sanitizer";
+constexpr char SANITIZER_LOG[] = "log_path=/run/lab/out/sanitizer";
 
 std::vector<std::string> full_environment(const SpawnPlan& plan) {
     const char* path = getenv("PATH");
     std::vector<std::string> all = {
-        std::string("PATH=") + kLabBin + ":" + (path == nullptr ? "/usr/bin:/bin" : path),
+        std::string("PATH=") + LAB_BIN + ":" + (path == nullptr ? "/usr/bin:/bin" : path),
         "LANG=C",
         "TZ=UTC0",
-        std::string("ASAN_OPTIONS=detect_leaks=1:") + kSanitizerLog,
-        std::string("UBSAN_OPTIONS=print_stacktrace=1:") + kSanitizerLog,
+        std::string("ASAN_OPTIONS=detect_leaks=1:") + SANITIZER_LOG,
+        std::string("UBSAN_OPTIONS=print_stacktrace=1:") + SANITIZER_LOG,
         // Without its own pause of a real second in a process that ends: it would pass for quiet.
-        std::string("TSAN_OPTIONS=second_deadlock_stack=1:atexit_sleep_ms=0:") + kSanitizerLog,
+        std::string("TSAN_OPTIONS=second_deadlock_stack=1:atexit_sleep_ms=0:") + SANITIZER_LOG,
     };
     if (plan.moved_clock) {
-        all.push_back(std::string("LD_PRELOAD=") + kLabClockModule);
-        all.push_back(std::string("LAB_CLOCK=") + kLabClock);
+        all.push_back(std::string("LD_PRELOAD=") + LAB_CLOCK_MODULE);
+        all.push_back(std::string("LAB_CLOCK=") + LAB_CLOCK);
     }
     for (const char* name : {COUNTERS, "GCOV_PREFIX_STRIP"}) {
         const char* value = getenv(name);

@@ -12,9 +12,9 @@ namespace {
 
 void configure(const Node& node, const std::string& section) {
     const std::string prefix = "wireless." + section + ".";
-    uci_store_set(node.root(), prefix + "ssid", kMeshName);
+    uci_store_set(node.root(), prefix + "ssid", MESH_NAME);
     uci_store_set(node.root(), prefix + "auth", "WPA2PSK");
-    uci_store_set(node.root(), prefix + "WPAPSKkey", kMeshKey);
+    uci_store_set(node.root(), prefix + "WPAPSKkey", MESH_KEY);
     uci_store_set(node.root(), prefix + "disabled", "0");
 }
 
@@ -24,13 +24,13 @@ std::string extender_al_mac(const Node& node) {
 }
 
 std::string standard_rows(const Node& node) {
-    std::string rows = std::string("INSERT INTO Device VALUES ('") + kRootAlMac +
+    std::string rows = std::string("INSERT INTO Device VALUES ('") + ROOT_AL_MAC +
                        "', 1, 0, 'Router', 'Root', '192.168.1.1');" +
                        "INSERT INTO Device VALUES ('" + extender_al_mac(node) +
                        "', 1, 0, 'L2Device', 'Extender', '" + node.ip() + "');";
     for (unsigned number = 1; number <= 4; ++number) {
         rows += "INSERT INTO ExtenderWiFiLink VALUES ('" + ap_address(number) + "', '" +
-                kRootAlMac + "', '', 0);";
+                ROOT_AL_MAC + "', '', 0);";
     }
     return rows;
 }
@@ -42,10 +42,10 @@ int furnish(const Node& node, const char* profile, std::string& error) {
     }
     hyd_running_set(node.root(), true);
     supplicant_pid_file_set(node.root(), 1);
-    agent_mode_set(node.root(), AgentMode::AT_ONCE);
+    agent_mode_set(node.root(), AgentMode::at_once);
     agent_reload_value_set(node.root(), "0");
     return database_run(
-        node, std::string("PRAGMA synchronous=OFF;") + kDatabaseSchema + standard_rows(node),
+        node, std::string("PRAGMA synchronous=OFF;") + DATABASE_SCHEMA + standard_rows(node),
         error);
 }
 
@@ -67,14 +67,14 @@ int standard_extender(const Node& node, std::string& error) {
         error = "cannot write the first MAC address";
         return -1;
     }
-    return furnish(node, kExtenderProfile, error);
+    return furnish(node, EXTENDER_PROFILE, error);
 }
 
 int standard_root(const Node& node, std::string& error) {
     for (const char* section : {"ath10", "ath11", "ath20", "ath22", "ath23"}) {
         configure(node, section);
     }
-    return furnish(node, kRootProfile, error);
+    return furnish(node, ROOT_PROFILE, error);
 }
 
 }  // namespace lab

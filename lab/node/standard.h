@@ -14,7 +14,7 @@
 
 namespace lab {
 
-inline constexpr char kExtenderProfile[] =
+inline constexpr char EXTENDER_PROFILE[] =
     "ath0 BACKHAUL_STA 5l 200 0\n"
     "ath1 BACKHAUL_STA 5h 100 0\n"
     "ath10 MAIN_SERVICE_AP 5l 0 0\n"
@@ -23,7 +23,7 @@ inline constexpr char kExtenderProfile[] =
     "eth ETHERNET 0 0 0\n"
     "timer AP_TIMER_INTF 0 0 0\n";
 
-inline constexpr char kRootProfile[] =
+inline constexpr char ROOT_PROFILE[] =
     "ath10 MAIN_SERVICE_AP 5l 0 0\n"
     "ath11 GUEST_SERVICE_AP 2 0 0\n"
     "ath20 BACKHAUL_AP 5h 0 0\n"
@@ -32,12 +32,12 @@ inline constexpr char kRootProfile[] =
     "eth ETHERNET 0 0 0\n";
 
 // The pass phrase of node messages: the SSID of "ath20".
-inline constexpr char kMeshName[] = "mesh-backhaul";
-inline constexpr char kMeshKey[] = "mesh-key-1234";
+inline constexpr char MESH_NAME[] = "mesh-backhaul";
+inline constexpr char MESH_KEY[] = "mesh-key-1234";
 
 // Addresses in the standard database: the root's and an extender's own AL MAC.
-inline constexpr char kRootAlMac[] = "02:00:00:00:00:01";
-inline constexpr char kExtenderAlMac[] = "02:00:00:00:00:20";
+inline constexpr char ROOT_AL_MAC[] = "02:00:00:00:00:01";
+inline constexpr char EXTENDER_AL_MAC[] = "02:00:00:00:00:20";
 
 // BSSID of the N-th upstream AP: "02:00:00:00:01:0N". All of them belong to the root.
 std::string ap_address(unsigned number);

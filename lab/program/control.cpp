@@ -39,24 +39,24 @@ std::optional<Answer> job_go_on(Control& control, const Job& job) {
     std::string why;
     std::string note;
     switch (job.step.kind) {
-        case StepKind::VERB:
+        case StepKind::verb:
             return control.mesh.verb(job.step.verb, note, why)
                        ? answer_say(HttpStatus::good, note)
                        : answer_say(HttpStatus::differs, why);
-        case StepKind::WAIT:
+        case StepKind::wait:
             return answer_say(HttpStatus::good, "");
-        case StepKind::CHAPTER:
-        case StepKind::SAY:
+        case StepKind::chapter:
+        case StepKind::say:
             return answer_say(HttpStatus::good, job.step.text);
-        case StepKind::WAIT_UNTIL:
-        case StepKind::EXPECT: {
+        case StepKind::wait_until:
+        case StepKind::expect: {
             const bool holds = control.mesh.holds(job.step.condition, why);
             switch (condition_fate(job.step, holds, job.waited)) {
-                case ConditionFate::PENDING:
+                case ConditionFate::pending:
                     return std::nullopt;
-                case ConditionFate::HELD:
+                case ConditionFate::held:
                     return answer_say(HttpStatus::good, "");
-                case ConditionFate::FAILED:
+                case ConditionFate::failed:
                     return answer_say(HttpStatus::differs, why);
             }
         }

@@ -47,7 +47,7 @@ bool HeldMesh::play(std::string& error) {
         return true;
     }
     const PlayState state = player_.go_on(error);
-    plays_ = state == PlayState::PLAYING;
+    plays_ = state == PlayState::playing;
     for (; steps_told_ < player_.played().size(); ++steps_told_) {
         const PlayedStep& played = player_.played()[steps_told_];
         const std::string text = step_text(mesh_->scenario(), played);
@@ -56,7 +56,7 @@ bool HeldMesh::play(std::string& error) {
             printf("line %s\n", text.c_str());
         }
     }
-    return state != PlayState::STOPPED || error.empty();
+    return state != PlayState::stopped || error.empty();
 }
 
 bool HeldMesh::second(std::string& error) {

@@ -84,13 +84,13 @@ void progress_show(const Run& run, std::int64_t& shown) {
 /// Plays until all steps are over, the machine fails or it is to end early.
 void play_on(std::int64_t until, bool shows_progress, Run& run) {
     std::int64_t shown = now_ms();
-    while ((run.state = run.player->go_on(run.failure)) == PlayState::PLAYING) {
+    while ((run.state = run.player->go_on(run.failure)) == PlayState::playing) {
         run.ended_early = *ending != 0 || now_ms() >= until;
         if (run.ended_early) {
             return;
         }
         if (run.mesh->second(run.failure) != 0) {
-            run.state = PlayState::STOPPED;
+            run.state = PlayState::stopped;
             return;
         }
         if (shows_progress) {
@@ -151,7 +151,7 @@ int switches_of(const Mesh& mesh) {
 }  // namespace
 
 bool run_is_good(const Run& run) {
-    return (run.state == PlayState::DONE || run.ended_early) && run.failure.empty() &&
+    return (run.state == PlayState::done || run.ended_early) && run.failure.empty() &&
            run.player->failures() == 0 && unknown_violations(run) == 0 &&
            run.sanitizer_reports.empty();
 }
@@ -230,7 +230,7 @@ std::string run_remarks(const Run& run) {
     }
     for (const PlayedStep& played : run.player->played()) {
         const ScenarioStep& step = run.mesh->scenario().steps[played.step];
-        if (step.kind == StepKind::VERB && !played.text.empty()) {
+        if (step.kind == StepKind::verb && !played.text.empty()) {
             text += run.title + ":" + std::to_string(step.line) + ": " + step_print(step) +
                     " changed nothing: " + played.text + "\n";
         }

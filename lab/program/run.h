@@ -20,7 +20,7 @@ struct Run {
     std::string title;  // file or command that it came from
     std::unique_ptr<Mesh> mesh;
     std::unique_ptr<Player> player;
-    PlayState state = PlayState::PLAYING;
+    PlayState state = PlayState::playing;
     bool ended_early = false;  // by a key, or because its real time was over
     std::string failure;       // of the machine; empty: none
     std::vector<std::string> sanitizer_reports;

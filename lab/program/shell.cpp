@@ -45,7 +45,7 @@ std::string environment_value(const char* name, const char* otherwise) {
 
 std::vector<std::string> environment_of(const std::string& node, const std::string& prompt) {
     const std::string path = environment_value("PATH", "/usr/bin:/bin");
-    return {std::string("PATH=") + kLabBin + ":" + path + ":/usr/sbin:/sbin",
+    return {std::string("PATH=") + LAB_BIN + ":" + path + ":/usr/sbin:/sbin",
             "TERM=" + environment_value("TERM", "dumb"),
             "LANG=" + environment_value("LANG", "C"),
             "TZ=UTC0",
@@ -68,7 +68,7 @@ Prepared prepare(const std::string& node, const std::vector<int>& descriptors,
                  const std::string& command) {
     Prepared plan;
     plan.words = {"/bin/bash", "--noprofile", "--norc"};
-    plan.plain_words = {kLabRealShell};
+    plan.plain_words = {LAB_REAL_SHELL};
     if (!command.empty()) {
         plan.words.insert(plan.words.end(), {"-c", command});
         plan.plain_words.insert(plan.plain_words.end(), {"-c", command});

@@ -56,11 +56,11 @@ Json vocabulary_json(const std::vector<Section>& sections) {
 
 TableCell mark_of(DoctorMark mark) {
     switch (mark) {
-        case DoctorMark::GOOD:
+        case DoctorMark::good:
             return {"good", Colour::green};
-        case DoctorMark::LESS:
+        case DoctorMark::less:
             return {"less", Colour::yellow};
-        case DoctorMark::LACKS:
+        case DoctorMark::lacks:
             return {"lacks", Colour::red};
     }
     return {};
@@ -87,7 +87,7 @@ void report_print(const DoctorReport& report, bool in_colour) {
     }
     printf("%s\n", table_text(table, in_colour).c_str());
     for (const DoctorRow& row : report.rows) {
-        if (row.mark != DoctorMark::GOOD) {
+        if (row.mark != DoctorMark::good) {
             printf("%s: %s\n    %s\n", row.name.c_str(), row.lost.c_str(), row.remedy.c_str());
         }
     }

@@ -28,7 +28,7 @@ constexpr int OLDEST_KERNEL_MAJOR = 5;
 constexpr int OLDEST_KERNEL_MINOR = 9;
 
 DoctorRow good(const std::string& name, const std::string& found) {
-    return {name, DoctorMark::GOOD, found, "", ""};
+    return {name, DoctorMark::good, found, "", ""};
 }
 
 std::string place_on_path(const std::string& name) {
@@ -67,7 +67,7 @@ DoctorRow rights_row() {
     const bool restricted =
         number_in("/proc/sys/kernel/apparmor_restrict_unprivileged_userns", 0) != 0;
     if (off || restricted) {
-        return {name, DoctorMark::LACKS, "an ordinary user without user namespaces",
+        return {name, DoctorMark::lacks, "an ordinary user without user namespaces",
                 "no node can have a network and files of its own",
                 restricted ? "run as root, or set kernel.apparmor_restrict_unprivileged_userns=0"
                            : "run as root, or set user.max_user_namespaces to 1000"};
@@ -83,10 +83,10 @@ struct NeededProgram {
 };
 
 constexpr std::array PROGRAMS = {
-    NeededProgram{"ip", DoctorMark::LACKS, "no node can have a network", "install iproute2"},
-    NeededProgram{"openssl", DoctorMark::LACKS, "no node can send or read a message",
+    NeededProgram{"ip", DoctorMark::lacks, "no node can have a network", "install iproute2"},
+    NeededProgram{"openssl", DoctorMark::lacks, "no node can send or read a message",
                   "install openssl"},
-    NeededProgram{"bash", DoctorMark::LESS, "`shell` has no history and a plain prompt",
+    NeededProgram{"bash", DoctorMark::less, "`shell` has no history and a plain prompt",
                   "install bash"},
 };
 
@@ -103,7 +103,7 @@ DoctorRow built_row(const std::string& programs) {
     const std::string name = "programs of the lab";
     for (const char* file : {"lab_tool", "lab_sh", "liblab_clock.so", "../backhaul_monitor"}) {
         if (access((programs + "/" + file).c_str(), R_OK) != 0) {
-            return {name, DoctorMark::LACKS, programs + "/" + file + " is missing", "nothing runs",
+            return {name, DoctorMark::lacks, programs + "/" + file + " is missing", "nothing runs",
                     "build the targets backhaul_monitor and lab_programs"};
         }
     }
@@ -122,7 +122,7 @@ DoctorRow kernel_row() {
     if (new_enough) {
         return good(name, system.release);
     }
-    return {name, DoctorMark::LACKS, system.release,
+    return {name, DoctorMark::lacks, system.release,
             "descriptors cannot be closed by ranges, so nodes would share them",
             "use Linux 5.9 or later"};
 }
@@ -151,7 +151,7 @@ DoctorRow veth_row(pid_t init) {
                         {"ip", "link", "add", "lab-a", "type", "veth", "peer", "name", "lab-b"})) {
         return good(name, "can be made");
     }
-    return {name, DoctorMark::LACKS, "cannot be made", "nodes cannot be joined to a mesh",
+    return {name, DoctorMark::lacks, "cannot be made", "nodes cannot be joined to a mesh",
             "load or build in the kernel's module veth"};
 }
 
@@ -162,7 +162,7 @@ void sandbox_rows(const std::string& programs, std::vector<DoctorRow>* rows) {
     std::string error;
     const pid_t init = sandbox_start(options, error);
     if (init < 0) {
-        rows->push_back({"namespaces and bridges", DoctorMark::LACKS, error, "no node can be made",
+        rows->push_back({"namespaces and bridges", DoctorMark::lacks, error, "no node can be made",
                          "run as root, outside containers that forbid mounts; the kernel needs "
                          "bridges and network namespaces"});
         return;
@@ -181,7 +181,7 @@ DoctorRow descriptors_row() {
     if (limit.rlim_cur >= FEWEST_DESCRIPTORS) {
         return good(name, found);
     }
-    return {name, DoctorMark::LESS, found, "a mesh of many nodes cannot be watched",
+    return {name, DoctorMark::less, found, "a mesh of many nodes cannot be watched",
             "ulimit -n " + std::to_string(FEWEST_DESCRIPTORS)};
 }
 
@@ -195,7 +195,7 @@ DoctorRow watch_row() {
     if (readable) {
         return good(name, "can be told from busy ones");
     }
-    return {name, DoctorMark::LESS, "/proc/PID/syscall cannot be read",
+    return {name, DoctorMark::less, "/proc/PID/syscall cannot be read",
             "a node that does not come to rest is told without the reason",
             "use a kernel with CONFIG_HAVE_ARCH_TRACEHOOK, outside restrictive containers"};
 }
@@ -245,7 +245,7 @@ DoctorReport doctor_report(const std::string& programs) {
                               " MB free: about " + std::to_string(report.nodes) + " nodes";
     report.rows.push_back(report.nodes >= NODES_A_CORE
                               ? good("room", found)
-                              : DoctorRow{"room", DoctorMark::LESS, found,
+                              : DoctorRow{"room", DoctorMark::less, found,
                                           "larger meshes are slow or do not fit",
                                           "free some memory, or use a larger machine"});
     return report;
@@ -253,7 +253,7 @@ DoctorReport doctor_report(const std::string& programs) {
 
 bool doctor_is_good(const DoctorReport& report) {
     return std::ranges::none_of(report.rows,
-                                [](const DoctorRow& row) { return row.mark == DoctorMark::LACKS; });
+                                [](const DoctorRow& row) { return row.mark == DoctorMark::lacks; });
 }
 
 }  // namespace lab

@@ -12,14 +12,14 @@
 namespace lab {
 
 enum class DoctorMark {
-    GOOD,
-    LESS,   // the lab runs, but something is lost
-    LACKS,  // it does not run
+    good,
+    less,   // the lab runs, but something is lost
+    lacks,  // it does not run
 };
 
 struct DoctorRow {
     std::string name;
-    DoctorMark mark = DoctorMark::GOOD;
+    DoctorMark mark = DoctorMark::good;
     std::string found;
     std::string lost;    // empty when good
     std::string remedy;  // empty when good

@@ -89,11 +89,11 @@ private:
 // What a covered place was before any sandbox covered it: a node inside a test's own sandbox must
 // not take the outer stand-ins for the real things.
 std::string original_of(const std::string& place) {
-    const std::string kept = std::string(kLabReal) + place;
+    const std::string kept = std::string(LAB_REAL) + place;
     struct stat about {};
     struct stat above {};
     // A folder that only leads to something kept is still on the outer sandbox's own file system.
-    const bool is_kept = stat(kept.c_str(), &about) == 0 && stat(kLabReal, &above) == 0 &&
+    const bool is_kept = stat(kept.c_str(), &about) == 0 && stat(LAB_REAL, &above) == 0 &&
                          about.st_dev != above.st_dev;
     return is_kept ? kept : place;
 }
@@ -115,7 +115,7 @@ void split_at_existing(const std::string& path, std::string& folder, std::string
 
 std::vector<Cover> covers_for_tool_places() {
     std::vector<Cover> covers;
-    for (const std::string_view place : kToolPlaces) {
+    for (const std::string_view place : TOOL_PLACES) {
         std::string folder;
         std::string name;
         split_at_existing(std::string(place), folder, name);
@@ -137,7 +137,7 @@ void fill_cover(const std::string& real, const std::string& over,
                 const std::vector<std::string>& added) {
     for (const std::string& name : added) {
         make_folders_above(over + "/" + name);
-        [[maybe_unused]] const int linked = symlink(kLabTool, (over + "/" + name).c_str());
+        [[maybe_unused]] const int linked = symlink(LAB_TOOL, (over + "/" + name).c_str());
     }
     DIR* folder = opendir(real.c_str());
     if (folder == nullptr) {
@@ -158,8 +158,8 @@ void fill_cover(const std::string& real, const std::string& over,
 }
 
 int lay_over(const Cover& cover, const Held& original, std::string& error) {
-    const std::string real = std::string(kLabReal) + cover.folder;
-    const std::string over = std::string(kLabOver) + cover.folder;
+    const std::string real = std::string(LAB_REAL) + cover.folder;
+    const std::string over = std::string(LAB_OVER) + cover.folder;
     make_folders(real);
     make_folders(over);
     if (original.show_at(real) != 0) {
@@ -189,11 +189,11 @@ int mount_empty_places(std::string& error) {
         mount("/run", "/var/run", nullptr, MS_BIND, nullptr) != 0) {
         return fail(error, "cannot show /run at /var/run");
     }
-    for (const char* folder : {kLabRoot, kLabBin, kLabLib, kLabState, kLabRecord, kLabTimers,
-                               kLabReal, kLabOver, kLabOut}) {
+    for (const char* folder : {LAB_ROOT, LAB_BIN, LAB_LIB, LAB_STATE, LAB_RECORD, LAB_TIMERS,
+                               LAB_REAL, LAB_OVER, LAB_OUT}) {
         make_folders(folder);
     }
-    chmod(kLabRecord, 0777);
+    chmod(LAB_RECORD, 0777);
     return 0;
 }
 
@@ -209,14 +209,14 @@ int show_file(const Held& file, const std::string& name, const std::string& plac
 
 int furnish_tools(const Held& tool, const Held& shell, const Held& recorder,
                   const std::string& programs, std::string& error) {
-    if (show_file(tool, programs + "/lab_tool", kLabTool, error) != 0) {
+    if (show_file(tool, programs + "/lab_tool", LAB_TOOL, error) != 0) {
         return -1;
     }
-    for (const std::string_view name : kToolNames) {
-        const std::string place = std::string(kLabBin) + "/" + std::string(name);
-        [[maybe_unused]] const int linked = symlink(kLabTool, place.c_str());
+    for (const std::string_view name : TOOL_NAMES) {
+        const std::string place = std::string(LAB_BIN) + "/" + std::string(name);
+        [[maybe_unused]] const int linked = symlink(LAB_TOOL, place.c_str());
     }
-    if (show_file(shell, "/bin/sh", kLabRealShell, error) != 0) {
+    if (show_file(shell, "/bin/sh", LAB_REAL_SHELL, error) != 0) {
         return -1;
     }
     return show_file(recorder, programs + "/lab_sh", real_place("/bin/sh"), error);
@@ -230,8 +230,8 @@ void set_environment(bool tools) {
     const char* old = getenv("PATH");
     std::string path = old == nullptr ? "/usr/bin:/bin" : old;
     path += ":/usr/sbin:/sbin";
-    if (tools && path.rfind(std::string(kLabBin) + ":", 0) != 0) {
-        path = std::string(kLabBin) + ":" + path;
+    if (tools && path.rfind(std::string(LAB_BIN) + ":", 0) != 0) {
+        path = std::string(LAB_BIN) + ":" + path;
     }
     setenv("PATH", path.c_str(), 1);
 }
@@ -305,10 +305,10 @@ int mounts_make_private(std::string& error) {
     // In a change-rooted folder "/" is no mount point, and what its file system shares with the
     // outside cannot be cut off from in here. So the whole tree is shown once more below a mount
     // that can be cut off, and becomes the root from there.
-    constexpr char kStage[] = "/proc/fs";
+    constexpr char STAGE[] = "/proc/fs";
     if (mount(nullptr, "/proc", nullptr, MS_PRIVATE, nullptr) != 0 ||
-        mount("/", kStage, nullptr, MS_BIND | MS_REC, nullptr) != 0 ||
-        mount(nullptr, kStage, nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 || chroot(kStage) != 0 ||
+        mount("/", STAGE, nullptr, MS_BIND | MS_REC, nullptr) != 0 ||
+        mount(nullptr, STAGE, nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 || chroot(STAGE) != 0 ||
         chdir("/") != 0) {
         return fail(error, "cannot make the mounts of a changed root private (is /proc mounted?)");
     }
@@ -323,7 +323,7 @@ int mounts_furnish(const SandboxOptions& options, std::string& error) {
     const Held recorder(options.programs + "/lab_sh");
     const Held clock(options.programs + "/liblab_clock.so");
     const Held daemon(options.daemon);
-    const Held shell(exists(kLabRealShell) ? std::string(kLabRealShell) : real_place("/bin/sh"));
+    const Held shell(exists(LAB_REAL_SHELL) ? std::string(LAB_REAL_SHELL) : real_place("/bin/sh"));
     const std::vector<Kept> kept = hold_hidden(options);
     const std::vector<Cover> covers =
         options.tools ? covers_for_tool_places() : std::vector<Cover>{};
@@ -334,10 +334,10 @@ int mounts_furnish(const SandboxOptions& options, std::string& error) {
     if (mount_empty_places(error) != 0 || show_kept(kept, error) != 0) {
         return -1;
     }
-    if (show_file(clock, options.programs + "/liblab_clock.so", kLabClockModule, error) != 0) {
+    if (show_file(clock, options.programs + "/liblab_clock.so", LAB_CLOCK_MODULE, error) != 0) {
         return -1;
     }
-    if (!options.daemon.empty() && show_file(daemon, options.daemon, kLabDaemon, error) != 0) {
+    if (!options.daemon.empty() && show_file(daemon, options.daemon, LAB_DAEMON, error) != 0) {
         return -1;
     }
     for (size_t at = 0; at < covers.size(); ++at) {

@@ -22,7 +22,7 @@ namespace lab {
 namespace {
 
 // Written by process 1 when all went well; anything else it writes is the reason why not.
-constexpr char kReady[] = "ready";
+constexpr char READY[] = "ready";
 
 int write_file(const char* path, const std::string& text) {
     const int fd = open(path, O_WRONLY | O_CLOEXEC);
@@ -102,7 +102,7 @@ int furnish(const SandboxOptions& options, std::string& error) {
 }
 
 void report_ready(int fd, int result, const std::string& error) {
-    const std::string text = result == 0 ? std::string(kReady) : error;
+    const std::string text = result == 0 ? std::string(READY) : error;
     [[maybe_unused]] const ssize_t put = write(fd, text.data(), text.size());
     close(fd);
 }
@@ -118,7 +118,7 @@ int await_ready(const NewSandbox& made, std::string& error) {
         }
     }
     close(made.report);
-    if (text == kReady) {
+    if (text == READY) {
         return 0;
     }
     error = "no sandbox: " + (text.empty() ? "its first process died" : text);

@@ -11,36 +11,36 @@ namespace lab {
 namespace {
 
 constexpr std::array CONDITIONS = {
-    ConditionRow{ConditionKind::STATUS, "status", "NODE status ready|connected|not-ready",
+    ConditionRow{ConditionKind::status, "status", "NODE status ready|connected|not-ready",
                  "What the status file says."},
-    ConditionRow{ConditionKind::STATE, "state", "NODE state [INTERFACE] STATE",
+    ConditionRow{ConditionKind::state, "state", "NODE state [INTERFACE] STATE",
                  "Link state by number or name, of one interface or of any uplink."},
-    ConditionRow{ConditionKind::UPLINK, "uplink", "NODE uplink INTERFACE|none",
+    ConditionRow{ConditionKind::uplink, "uplink", "NODE uplink INTERFACE|none",
                  "The interface that carries the traffic."},
-    ConditionRow{ConditionKind::PARENT, "parent", "NODE parent NODE|none", "The node above."},
-    ConditionRow{ConditionKind::HOPS, "hops", "NODE hops N", "The distance to the root."},
-    ConditionRow{ConditionKind::PARKED, "parked", "NODE parked STATION",
+    ConditionRow{ConditionKind::parent, "parent", "NODE parent NODE|none", "The node above."},
+    ConditionRow{ConditionKind::hops, "hops", "NODE hops N", "The distance to the root."},
+    ConditionRow{ConditionKind::parked, "parked", "NODE parked STATION",
                  "The station is in CONNECT_PENDING."},
-    ConditionRow{ConditionKind::SERVICE_APS, "service-aps", "NODE service-aps up|down",
+    ConditionRow{ConditionKind::service_aps, "service-aps", "NODE service-aps up|down",
                  "Whether clients get service from it."},
-    ConditionRow{ConditionKind::LED, "led", "NODE led PATTERN", "The last pattern shown."},
-    ConditionRow{ConditionKind::ROLE, "role", "NODE role root|extender",
+    ConditionRow{ConditionKind::led, "led", "NODE led PATTERN", "The last pattern shown."},
+    ConditionRow{ConditionKind::role, "role", "NODE role root|extender",
                  "The role of the running worker."},
-    ConditionRow{ConditionKind::FILE, "file", "NODE file PATH TEXT",
+    ConditionRow{ConditionKind::file, "file", "NODE file PATH TEXT",
                  "The file on the node holds the text."},
-    ConditionRow{ConditionKind::NO_FILE, "no-file", "NODE no-file PATH TEXT",
+    ConditionRow{ConditionKind::no_file, "no-file", "NODE no-file PATH TEXT",
                  "The file does not hold the text, or is not there."},
-    ConditionRow{ConditionKind::LOG, "log", "NODE log TEXT",
+    ConditionRow{ConditionKind::log, "log", "NODE log TEXT",
                  "Since the last verb the flow log got a line with the text."},
-    ConditionRow{ConditionKind::NO_LOG, "no-log", "NODE no-log TEXT", "It got no such line."},
-    ConditionRow{ConditionKind::RAN, "ran", "NODE ran TEXT",
+    ConditionRow{ConditionKind::no_log, "no-log", "NODE no-log TEXT", "It got no such line."},
+    ConditionRow{ConditionKind::ran, "ran", "NODE ran TEXT",
                  "Since the last verb the daemon ran a line with the text."},
-    ConditionRow{ConditionKind::NOT_RAN, "not-ran", "NODE not-ran TEXT", "It ran no such line."},
-    ConditionRow{ConditionKind::OUTAGE, "outage", "NODE outage below SECONDS",
+    ConditionRow{ConditionKind::not_ran, "not-ran", "NODE not-ran TEXT", "It ran no such line."},
+    ConditionRow{ConditionKind::outage, "outage", "NODE outage below SECONDS",
                  "Every outage so far was shorter."},
-    ConditionRow{ConditionKind::OUTAGES, "outages", "NODE outages at-most N",
+    ConditionRow{ConditionKind::outages, "outages", "NODE outages at-most N",
                  "The node was without backhaul no more often."},
-    ConditionRow{ConditionKind::RULE, "rule", "rule NAME clean|known",
+    ConditionRow{ConditionKind::rule, "rule", "rule NAME clean|known",
                  "The rule was never broken, or only in ways that are known."},
 };
 
@@ -50,7 +50,7 @@ constexpr bool every_condition_is_at_its_place() {
             return false;
         }
     }
-    return CONDITIONS.size() == static_cast<std::size_t>(ConditionKind::RULE) + 1;
+    return CONDITIONS.size() == static_cast<std::size_t>(ConditionKind::rule) + 1;
 }
 static_assert(every_condition_is_at_its_place());
 
@@ -136,35 +136,35 @@ bool one_word(Words rest, std::string* word) {
 
 bool rest_parse(Words rest, Condition* condition, std::string& error) {
     switch (condition->kind) {
-        case ConditionKind::STATUS:
+        case ConditionKind::status:
             return text_among(rest, {STATUS_WORDS.begin(), STATUS_WORDS.end()}, "status", condition,
                               error);
-        case ConditionKind::STATE:
+        case ConditionKind::state:
             return state_parse(rest, condition, error);
-        case ConditionKind::UPLINK:
-        case ConditionKind::PARKED:
+        case ConditionKind::uplink:
+        case ConditionKind::parked:
             return one_word(rest, &condition->interface);
-        case ConditionKind::HOPS:
+        case ConditionKind::hops:
             return count_parse(rest, "", MOST_HOPS, condition, error);
-        case ConditionKind::SERVICE_APS:
+        case ConditionKind::service_aps:
             return text_among(rest, {"up", "down"}, "answer", condition, error);
-        case ConditionKind::ROLE:
+        case ConditionKind::role:
             return text_among(rest, {"root", "extender"}, "role", condition, error);
-        case ConditionKind::FILE:
-        case ConditionKind::NO_FILE:
+        case ConditionKind::file:
+        case ConditionKind::no_file:
             return file_parse(rest, condition, error);
-        case ConditionKind::PARENT:
-        case ConditionKind::LED:
-        case ConditionKind::LOG:
-        case ConditionKind::NO_LOG:
-        case ConditionKind::RAN:
-        case ConditionKind::NOT_RAN:
+        case ConditionKind::parent:
+        case ConditionKind::led:
+        case ConditionKind::log:
+        case ConditionKind::no_log:
+        case ConditionKind::ran:
+        case ConditionKind::not_ran:
             return one_word(rest, &condition->text);
-        case ConditionKind::OUTAGE:
+        case ConditionKind::outage:
             return count_parse(rest, "below", MOST_COUNT, condition, error);
-        case ConditionKind::OUTAGES:
+        case ConditionKind::outages:
             return count_parse(rest, "at-most", MOST_COUNT, condition, error);
-        case ConditionKind::RULE:
+        case ConditionKind::rule:
             return text_among(rest, {"clean", "known"}, "answer", condition, error);
     }
     return false;
@@ -203,8 +203,8 @@ void append_word(std::string* text, std::string_view word) {
 }
 
 bool has_number(ConditionKind kind) {
-    return kind == ConditionKind::STATE || kind == ConditionKind::HOPS ||
-           kind == ConditionKind::OUTAGE || kind == ConditionKind::OUTAGES;
+    return kind == ConditionKind::state || kind == ConditionKind::hops ||
+           kind == ConditionKind::outage || kind == ConditionKind::outages;
 }
 
 }  // namespace
@@ -226,7 +226,7 @@ bool condition_parse(std::span<const std::string> words, Condition* condition, s
     }
     const bool is_rule = words[0] == "rule";
     const ConditionRow* const row = row_find(is_rule ? words[0] : words[1]);
-    if (row == nullptr || (!is_rule && row->kind == ConditionKind::RULE)) {
+    if (row == nullptr || (!is_rule && row->kind == ConditionKind::rule)) {
         std::vector<std::string> names;
         for (const ConditionRow& known : CONDITIONS) {
             names.emplace_back(known.name);
@@ -250,7 +250,7 @@ bool condition_parse(std::span<const std::string> words, Condition* condition, s
 std::string condition_print(const Condition& condition) {
     const ConditionRow& row = CONDITIONS[static_cast<std::size_t>(condition.kind)];
     std::string text;
-    if (condition.kind == ConditionKind::RULE) {
+    if (condition.kind == ConditionKind::rule) {
         append_word(&text, row.name);
         append_word(&text, condition.node);
     } else {
@@ -260,19 +260,19 @@ std::string condition_print(const Condition& condition) {
     if (!condition.interface.empty()) {
         append_word(&text, condition.interface);
     }
-    if (condition.kind == ConditionKind::OUTAGE) {
+    if (condition.kind == ConditionKind::outage) {
         append_word(&text, "below");
-    } else if (condition.kind == ConditionKind::OUTAGES) {
+    } else if (condition.kind == ConditionKind::outages) {
         append_word(&text, "at-most");
     }
-    if (condition.kind == ConditionKind::STATE) {
+    if (condition.kind == ConditionKind::state) {
         const char* const name = link_state_name(static_cast<std::int32_t>(condition.number));
         append_word(&text, name[0] == '-' ? std::to_string(condition.number) : name);
     } else if (has_number(condition.kind)) {
         append_word(&text, std::to_string(condition.number));
     }
-    if (!condition.text.empty() || condition.kind == ConditionKind::FILE ||
-        condition.kind == ConditionKind::NO_FILE) {
+    if (!condition.text.empty() || condition.kind == ConditionKind::file ||
+        condition.kind == ConditionKind::no_file) {
         append_word(&text, condition.text);
     }
     return text;

@@ -14,28 +14,28 @@
 namespace lab {
 
 enum class ConditionKind {
-    STATUS,       // text: "ready", "connected" or "not-ready"
-    STATE,        // number: link state; interface: of which record, empty: of any uplink record
-    UPLINK,       // interface that carries the traffic, or "none"
-    PARENT,       // text: node above, or "none"
-    HOPS,         // number of hops to the root
-    PARKED,       // interface is in CONNECT_PENDING
-    SERVICE_APS,  // text: "up" (at least one) or "down" (none)
-    LED,          // text: last pattern
-    ROLE,         // text: "root" or "extender"
-    FILE,         // interface: path; text: what the file holds
-    NO_FILE,      // it holds no such text, or is missing
-    LOG,          // text: a flow log line holds it
-    NO_LOG,       // no flow log line holds it
-    RAN,          // text: a line given to the shell holds it
-    NOT_RAN,      // no line given to the shell holds it
-    OUTAGE,       // every outage so far was shorter than `number` seconds
-    OUTAGES,      // at most `number` outages so far
-    RULE,         // text: "clean" or "known"; node: name of the rule
+    status,       // text: "ready", "connected" or "not-ready"
+    state,        // number: link state; interface: of which record, empty: of any uplink record
+    uplink,       // interface that carries the traffic, or "none"
+    parent,       // text: node above, or "none"
+    hops,         // number of hops to the root
+    parked,       // interface is in CONNECT_PENDING
+    service_aps,  // text: "up" (at least one) or "down" (none)
+    led,          // text: last pattern
+    role,         // text: "root" or "extender"
+    file,         // interface: path; text: what the file holds
+    no_file,      // it holds no such text, or is missing
+    log,          // text: a flow log line holds it
+    no_log,       // no flow log line holds it
+    ran,          // text: a line given to the shell holds it
+    not_ran,      // no line given to the shell holds it
+    outage,       // every outage so far was shorter than `number` seconds
+    outages,      // at most `number` outages so far
+    rule,         // text: "clean" or "known"; node: name of the rule
 };
 
 struct Condition {
-    ConditionKind kind = ConditionKind::STATUS;
+    ConditionKind kind = ConditionKind::status;
     std::string node;  // "all" for every extender; the rule's name for RULE
     std::string interface;
     std::string text;

@@ -130,7 +130,7 @@ bool node_read(Words words, Scenario* scenario, std::string& error) {
     if (!name_is_free(*scenario, words[0], error)) {
         return false;
     }
-    const NodeRole role = words[1] == "root" ? NodeRole::ROOT : NodeRole::EXTENDER;
+    const NodeRole role = words[1] == "root" ? NodeRole::root : NodeRole::extender;
     scenario->nodes.push_back(default_node(words[0], role));
     return true;
 }
@@ -180,7 +180,7 @@ bool cable_read(Words words, Scenario* scenario, std::string& error) {
         return false;
     }
     Verb verb;
-    verb.kind = VerbKind::CABLE_IN;
+    verb.kind = VerbKind::cable_in;
     verb.node = words[0];
     verb.peer = words[1];
     if (!scenario_verb_check(*scenario, verb, error)) {

@@ -34,13 +34,13 @@ const ScenarioInterface* scenario_interface_find(const ScenarioNode& node, std::
 
 ConditionFate condition_fate(const ScenarioStep& step, bool holds, std::int64_t waited) {
     if (step.lasting == 0 && holds) {
-        return ConditionFate::HELD;
+        return ConditionFate::held;
     }
     if (step.lasting > 0 && holds) {
-        return waited < step.lasting ? ConditionFate::PENDING : ConditionFate::HELD;
+        return waited < step.lasting ? ConditionFate::pending : ConditionFate::held;
     }
-    return step.lasting == 0 && waited < step.within ? ConditionFate::PENDING
-                                                     : ConditionFate::FAILED;
+    return step.lasting == 0 && waited < step.within ? ConditionFate::pending
+                                                     : ConditionFate::failed;
 }
 
 int scenario_longest_seconds(const Scenario& scenario) {

@@ -21,8 +21,8 @@
 namespace lab {
 
 enum class NodeRole {
-    ROOT,
-    EXTENDER,
+    root,
+    extender,
 };
 
 // One line of a node's interface profile.
@@ -38,7 +38,7 @@ struct ScenarioInterface {
 
 struct ScenarioNode {
     std::string name;
-    NodeRole role = NodeRole::EXTENDER;
+    NodeRole role = NodeRole::extender;
     std::vector<std::string> options;           // daemon options besides -m
     std::vector<ScenarioInterface> interfaces;  // in the order of the profile
     bool approved = true;                       // on the root's approval list from the start
@@ -59,16 +59,16 @@ struct ScenarioHearing {
 };
 
 enum class StepKind {
-    VERB,        // do it
-    WAIT,        // let `after` seconds pass
-    WAIT_UNTIL,  // let time pass until the condition holds; when it never does, the run ends
-    EXPECT,      // the same, but a condition that fails is reported and the run goes on
-    CHAPTER,     // `text` heads what follows, where a run is told
-    SAY,         // `text` is told
+    verb,        // do it
+    wait,        // let `after` seconds pass
+    wait_until,  // let time pass until the condition holds; when it never does, the run ends
+    expect,      // the same, but a condition that fails is reported and the run goes on
+    chapter,     // `text` heads what follows, where a run is told
+    say,         // `text` is told
 };
 
 struct ScenarioStep {
-    StepKind kind = StepKind::VERB;
+    StepKind kind = StepKind::verb;
     int after = 0;        // seconds to let pass first
     int within = 0;       // how long a condition may take; 0: it holds at once
     int lasting = 0;      // how long it has to hold from the first moment on (EXPECT)
@@ -109,7 +109,7 @@ ScenarioNode* scenario_node_find(Scenario* scenario, std::string_view name);
 const ScenarioInterface* scenario_interface_find(const ScenarioNode& node, std::string_view name);
 
 // Where a condition that was looked at stands, `waited` seconds after the step's turn came.
-enum class ConditionFate { PENDING, HELD, FAILED };
+enum class ConditionFate { pending, held, failed };
 ConditionFate condition_fate(const ScenarioStep& step, bool holds, std::int64_t waited);
 
 // Number of seconds that the steps take at most.

@@ -24,20 +24,20 @@ struct TimedVerb {
 
 // What happens: a verb with its end, or more than one at once.
 enum class Trouble {
-    DEAUTH,
-    AP_OFF,
-    CUT,     // a node and one that it hears, on all bands
-    DEAFEN,  // a node hears nobody on the band of its preferred station
-    STRAND,  // a node deafened so hears only one that hears nobody else, and hangs above it
-    CABLE_IN,
-    RADAR,
-    REBOOT,
-    POWER_OFF,
-    KILL_WORKER,
-    KILL_TOOL,
-    DROP_MESSAGES,
-    REVOKE,
-    COMMAND,
+    deauth,
+    ap_off,
+    cut,     // a node and one that it hears, on all bands
+    deafen,  // a node hears nobody on the band of its preferred station
+    strand,  // a node deafened so hears only one that hears nobody else, and hangs above it
+    cable_in,
+    radar,
+    reboot,
+    power_off,
+    kill_worker,
+    kill_tool,
+    drop_messages,
+    revoke,
+    command,
 };
 
 struct Weight {
@@ -47,24 +47,24 @@ struct Weight {
 };
 
 constexpr std::array WEIGHTS = {
-    Weight{Trouble::DEAUTH, 20, VerbKind::DEAUTH},
-    Weight{Trouble::AP_OFF, 12, VerbKind::AP_OFF},
-    Weight{Trouble::CUT, 10, VerbKind::FADE},
-    Weight{Trouble::DEAFEN, 10, VerbKind::FADE},
-    Weight{Trouble::STRAND, 10, VerbKind::FADE},
-    Weight{Trouble::CABLE_IN, 8, VerbKind::CABLE_IN},
-    Weight{Trouble::RADAR, 5, VerbKind::RADAR},
-    Weight{Trouble::REBOOT, 6, VerbKind::REBOOT},
-    Weight{Trouble::POWER_OFF, 4, VerbKind::POWER_OFF},
-    Weight{Trouble::KILL_WORKER, 8, VerbKind::KILL_WORKER},
-    Weight{Trouble::KILL_TOOL, 8, VerbKind::KILL_TOOL},
-    Weight{Trouble::DROP_MESSAGES, 5, VerbKind::DROP_MESSAGES},
-    Weight{Trouble::REVOKE, 4, VerbKind::REVOKE},
-    Weight{Trouble::COMMAND, 8, VerbKind::COMMAND},
+    Weight{Trouble::deauth, 20, VerbKind::deauth},
+    Weight{Trouble::ap_off, 12, VerbKind::ap_off},
+    Weight{Trouble::cut, 10, VerbKind::fade},
+    Weight{Trouble::deafen, 10, VerbKind::fade},
+    Weight{Trouble::strand, 10, VerbKind::fade},
+    Weight{Trouble::cable_in, 8, VerbKind::cable_in},
+    Weight{Trouble::radar, 5, VerbKind::radar},
+    Weight{Trouble::reboot, 6, VerbKind::reboot},
+    Weight{Trouble::power_off, 4, VerbKind::power_off},
+    Weight{Trouble::kill_worker, 8, VerbKind::kill_worker},
+    Weight{Trouble::kill_tool, 8, VerbKind::kill_tool},
+    Weight{Trouble::drop_messages, 5, VerbKind::drop_messages},
+    Weight{Trouble::revoke, 4, VerbKind::revoke},
+    Weight{Trouble::command, 8, VerbKind::command},
 };
 
 // What makes a daemon show most of what it can: these come first, and soon.
-constexpr std::array FIRST = {Trouble::DEAUTH, Trouble::DEAFEN, Trouble::STRAND};
+constexpr std::array FIRST = {Trouble::deauth, Trouble::deafen, Trouble::strand};
 
 struct Ending {
     VerbKind begin;
@@ -72,11 +72,11 @@ struct Ending {
 };
 
 constexpr std::array ENDINGS = {
-    Ending{VerbKind::AP_OFF, VerbKind::AP_ON},
-    Ending{VerbKind::CABLE_IN, VerbKind::CABLE_OUT},
-    Ending{VerbKind::POWER_OFF, VerbKind::POWER_ON},
-    Ending{VerbKind::REVOKE, VerbKind::APPROVE},
-    Ending{VerbKind::RADAR, VerbKind::CLEAR_RADAR},
+    Ending{VerbKind::ap_off, VerbKind::ap_on},
+    Ending{VerbKind::cable_in, VerbKind::cable_out},
+    Ending{VerbKind::power_off, VerbKind::power_on},
+    Ending{VerbKind::revoke, VerbKind::approve},
+    Ending{VerbKind::radar, VerbKind::clear_radar},
 };
 
 class Chaos {
@@ -130,16 +130,16 @@ private:
         for (int tried = 0; tried < TRIES; ++tried) {
             const ScenarioNode& node = any_node();
             int& busy = busy_until_[{node.name, weight.kind}];
-            int& powerless = busy_until_[{node.name, VerbKind::POWER_OFF}];
+            int& powerless = busy_until_[{node.name, VerbKind::power_off}];
             if (at < busy || at < powerless || !fits(weight.kind, node)) {
                 continue;
             }
             const int random_length = 1 + below(options_.longest_trouble);
             const bool is_deaf =
-                weight.trouble == Trouble::DEAFEN || weight.trouble == Trouble::STRAND;
+                weight.trouble == Trouble::deafen || weight.trouble == Trouble::strand;
             const int length = is_deaf ? LONG_ENOUGH + random_length / 2 : random_length;
             busy = at + length + scenario_.boot_seconds + 1;
-            if (weight.kind == VerbKind::REBOOT) {
+            if (weight.kind == VerbKind::reboot) {
                 powerless = at + scenario_.boot_seconds + 1;
             }
             begin(weight, node.name, at, length);
@@ -148,9 +148,9 @@ private:
     }
 
     static bool fits(VerbKind kind, const ScenarioNode& node) {
-        const bool only_extenders = kind == VerbKind::DEAUTH || kind == VerbKind::CABLE_IN ||
-                                    kind == VerbKind::REVOKE || kind == VerbKind::FADE;
-        return !only_extenders || node.role == NodeRole::EXTENDER;
+        const bool only_extenders = kind == VerbKind::deauth || kind == VerbKind::cable_in ||
+                                    kind == VerbKind::revoke || kind == VerbKind::fade;
+        return !only_extenders || node.role == NodeRole::extender;
     }
 
     void add(int at, const Verb& verb) {
@@ -161,7 +161,7 @@ private:
         Verb verb;
         verb.kind = weight.kind;
         verb.node = node;
-        if (weight.kind == VerbKind::FADE) {
+        if (weight.kind == VerbKind::fade) {
             fades(weight.trouble, node, at, length);
         } else {
             complete(&verb, at, length);
@@ -170,15 +170,15 @@ private:
 
     // Adds the verb with its particulars, and its end where it has one.
     void complete(Verb* verb, int at, int length) {
-        if (verb->kind == VerbKind::RADAR) {
+        if (verb->kind == VerbKind::radar) {
             verb->number = 1 + below(3);
-        } else if (verb->kind == VerbKind::KILL_WORKER) {
+        } else if (verb->kind == VerbKind::kill_worker) {
             verb->number = below(2) == 0 ? SIGKILL : SIGSEGV;
-        } else if (verb->kind == VerbKind::KILL_TOOL) {
+        } else if (verb->kind == VerbKind::kill_tool) {
             kill_tool(verb, length);
-        } else if (verb->kind == VerbKind::DROP_MESSAGES) {
+        } else if (verb->kind == VerbKind::drop_messages) {
             verb->seconds = length;
-        } else if (verb->kind == VerbKind::COMMAND) {
+        } else if (verb->kind == VerbKind::command) {
             verb->word = below(2) == 0 ? "uplink_scan" : "network_reload";
         }
         add(at, *verb);
@@ -210,7 +210,7 @@ private:
     void cut(const ScenarioHearing& hearing, const std::string& node, std::string_view band, int at,
              int length) {
         Verb verb;
-        verb.kind = VerbKind::FADE;
+        verb.kind = VerbKind::fade;
         verb.node = node;
         verb.peer = peer_of(hearing, node);
         verb.word = hearing.band.empty() ? band : hearing.band;
@@ -225,7 +225,7 @@ private:
     const ScenarioHearing* stranded_pick(const std::string& node) {
         std::vector<const ScenarioHearing*> hearings = hearings_of(node);
         std::erase_if(hearings, [this, &node](const ScenarioHearing* hearing) {
-            return scenario_node_find(scenario_, peer_of(*hearing, node))->role == NodeRole::ROOT;
+            return scenario_node_find(scenario_, peer_of(*hearing, node))->role == NodeRole::root;
         });
         return hearings.empty() ? nullptr : one_of(hearings);
     }
@@ -239,12 +239,12 @@ private:
         if (hearings.empty()) {
             return;
         }
-        if (trouble == Trouble::CUT) {
+        if (trouble == Trouble::cut) {
             cut(*one_of(hearings), node, "", at, length);
             return;
         }
         const ScenarioHearing* const kept =
-            trouble == Trouble::STRAND ? stranded_pick(node) : nullptr;
+            trouble == Trouble::strand ? stranded_pick(node) : nullptr;
         for (const ScenarioHearing* hearing : hearings) {
             if (hearing != kept) {
                 cut(*hearing, node, PREFERRED_BAND, at, length);
@@ -297,17 +297,17 @@ Scenario scenario_chaos(Scenario scenario, const ChaosOptions& options) {
     int now = -options.settle;
     for (const TimedVerb& timed : Chaos(scenario, options).verbs()) {
         ScenarioStep step;
-        step.kind = StepKind::VERB;
+        step.kind = StepKind::verb;
         step.after = timed.at - now;
         step.verb = timed.verb;
         scenario.steps.push_back(step);
         now = timed.at;
     }
     ScenarioStep last;
-    last.kind = StepKind::EXPECT;
+    last.kind = StepKind::expect;
     last.after = std::max(options.seconds - now, 0) + options.settle;
     last.within = LAST_WAIT;
-    last.condition.kind = ConditionKind::STATUS;
+    last.condition.kind = ConditionKind::status;
     last.condition.node = ALL_NODES;
     last.condition.text = "ready";
     scenario.steps.push_back(last);

@@ -43,7 +43,7 @@ bool verb_interface_check(const ScenarioNode& node, const Verb& verb, std::strin
     if (verb.interface.empty()) {
         return true;
     }
-    if (verb.kind == VerbKind::AP_OFF || verb.kind == VerbKind::AP_ON) {
+    if (verb.kind == VerbKind::ap_off || verb.kind == VerbKind::ap_on) {
         return scenario_interface_check(node, verb.interface, type_is_backhaul_ap, "backhaul AP",
                                         error);
     }
@@ -55,13 +55,13 @@ bool condition_interface_check(const ScenarioNode& node, const Condition& condit
     if (condition.interface.empty()) {
         return true;
     }
-    if (condition.kind == ConditionKind::STATE) {
+    if (condition.kind == ConditionKind::state) {
         return scenario_interface_check(node, condition.interface, nullptr, "interface", error);
     }
-    if (condition.kind == ConditionKind::UPLINK && condition.interface != "none") {
+    if (condition.kind == ConditionKind::uplink && condition.interface != "none") {
         return scenario_interface_check(node, condition.interface, type_is_uplink, "uplink", error);
     }
-    if (condition.kind == ConditionKind::PARKED) {
+    if (condition.kind == ConditionKind::parked) {
         return scenario_interface_check(node, condition.interface, type_is_station, "station",
                                         error);
     }
@@ -112,7 +112,7 @@ bool scenario_verb_check(const Scenario& scenario, const Verb& verb, std::string
         return false;
     }
     const ScenarioNode* const node = scenario_node_find(scenario, verb.node);
-    if (verb.kind == VerbKind::CABLE_IN && node->role == NodeRole::ROOT) {
+    if (verb.kind == VerbKind::cable_in && node->role == NodeRole::root) {
         error = "a cable leads up from an extender: name that node first";
         return false;
     }
@@ -121,12 +121,12 @@ bool scenario_verb_check(const Scenario& scenario, const Verb& verb, std::string
 
 bool scenario_condition_check(const Scenario& scenario, const Condition& condition,
                               std::string& error) {
-    if (condition.kind == ConditionKind::RULE) {
+    if (condition.kind == ConditionKind::rule) {
         return rule_check(condition.node, error);
     }
     if (condition.node == ALL_NODES) {
         for (const ScenarioNode& node : scenario.nodes) {
-            if (node.role == NodeRole::EXTENDER &&
+            if (node.role == NodeRole::extender &&
                 !condition_interface_check(node, condition, error)) {
                 return false;
             }
@@ -136,7 +136,7 @@ bool scenario_condition_check(const Scenario& scenario, const Condition& conditi
     if (!scenario_node_check(scenario, condition.node, error)) {
         return false;
     }
-    if (condition.kind == ConditionKind::PARENT && condition.text != "none" &&
+    if (condition.kind == ConditionKind::parent && condition.text != "none" &&
         !scenario_node_check(scenario, condition.text, error)) {
         return false;
     }

@@ -24,7 +24,7 @@ void network_add(Entries* entries, const std::string& section, std::string_view 
 void interface_add(Entries* entries, const Scenario& scenario, const ScenarioNode& node,
                    const ScenarioInterface& interface) {
     const std::string section = "wireless." + interface.name + ".";
-    const bool is_root = node.role == NodeRole::ROOT;
+    const bool is_root = node.role == NodeRole::root;
     if (type_is_station(interface.type)) {
         const auto& without = node.unconfigured;
         if (std::find(without.begin(), without.end(), interface.name) == without.end()) {
@@ -98,7 +98,7 @@ std::string scenario_profile_text(const ScenarioNode& node) {
 
 std::vector<std::string> scenario_daemon_options(const ScenarioNode& node) {
     std::vector<std::string> words = node.options;
-    if (node.role == NodeRole::ROOT) {
+    if (node.role == NodeRole::root) {
         words.insert(words.begin(), "-m");
     }
     return words;

@@ -20,7 +20,7 @@ std::string node_name(int number) {
 Scenario nodes_make(int count) {
     Scenario scenario;
     for (int number = 0; number < count; ++number) {
-        const NodeRole role = number == 0 ? NodeRole::ROOT : NodeRole::EXTENDER;
+        const NodeRole role = number == 0 ? NodeRole::root : NodeRole::extender;
         scenario.nodes.push_back(default_node(node_name(number), role));
     }
     return scenario;

@@ -100,7 +100,7 @@ void interfaces_add(std::string* text, const ScenarioNode& node) {
 }
 
 void node_add(std::string* text, const ScenarioNode& node) {
-    line_add(text, {"node", node.name, node.role == NodeRole::ROOT ? "root" : "extender"});
+    line_add(text, {"node", node.name, node.role == NodeRole::root ? "root" : "extender"});
     if (node.options != default_options()) {
         std::vector<std::string> words = {"options", node.name};
         words.insert(words.end(), node.options.begin(), node.options.end());

@@ -9,7 +9,7 @@ std::vector<std::string> scenario_remarks(const Scenario& scenario) {
     std::string roots;
     int count = 0;
     for (const ScenarioNode& node : scenario.nodes) {
-        if (node.role == NodeRole::ROOT) {
+        if (node.role == NodeRole::root) {
             roots += (count++ == 0 ? "" : ", ") + node.name;
         }
     }
@@ -19,7 +19,7 @@ std::vector<std::string> scenario_remarks(const Scenario& scenario) {
         remarks.emplace_back("the mesh has " + std::to_string(count) + " roots: " + roots);
     }
     const bool expects = std::ranges::any_of(scenario.steps, [](const ScenarioStep& step) {
-        return step.kind == StepKind::EXPECT || step.kind == StepKind::WAIT_UNTIL;
+        return step.kind == StepKind::expect || step.kind == StepKind::wait_until;
     });
     if (!expects) {
         remarks.emplace_back("no step expects anything: only the rules were held against it");

@@ -30,10 +30,10 @@ bool seconds_parse(const std::string& word, int* seconds, std::string& error) {
 
 bool condition_step_parse(Words words, const Scenario& scenario, ScenarioStep* step,
                           std::string& error) {
-    step->within = step->kind == StepKind::WAIT_UNTIL ? DEFAULT_WAIT_SECONDS : 0;
+    step->within = step->kind == StepKind::wait_until ? DEFAULT_WAIT_SECONDS : 0;
     const std::string before = words.size() < 2 ? "" : words[words.size() - 2];
     if (before == "within" || before == "for") {
-        if (before == "for" && step->kind == StepKind::WAIT_UNTIL) {
+        if (before == "for" && step->kind == StepKind::wait_until) {
             error = "only `expect` knows `for`: say `wait-until CONDITION [within SECONDS]`";
             return false;
         }
@@ -98,24 +98,24 @@ bool step_parse(std::span<const std::string> words, const Scenario& scenario, Sc
             error = "say `wait SECONDS`";
             return false;
         }
-        step->kind = StepKind::WAIT;
+        step->kind = StepKind::wait;
         const bool good = seconds_parse(words[1], &seconds, error);
         step->after += seconds;
         return good;
     }
     if (words[0] == "wait-until" || words[0] == "expect") {
-        step->kind = words[0] == "expect" ? StepKind::EXPECT : StepKind::WAIT_UNTIL;
+        step->kind = words[0] == "expect" ? StepKind::expect : StepKind::wait_until;
         return condition_step_parse(words.subspan(1), scenario, step, error);
     }
     if (words[0] == "chapter" || words[0] == "say") {
-        step->kind = words[0] == "say" ? StepKind::SAY : StepKind::CHAPTER;
+        step->kind = words[0] == "say" ? StepKind::say : StepKind::chapter;
         step->text = words_joined(words.subspan(1));
         if (step->text.empty()) {
             error = "say `" + words[0] + " TEXT`";
         }
         return !step->text.empty();
     }
-    step->kind = StepKind::VERB;
+    step->kind = StepKind::verb;
     if (!is_verb(words[0])) {
         error = unknown_word(words[0], "statement or verb", first_words());
         return false;
@@ -125,19 +125,19 @@ bool step_parse(std::span<const std::string> words, const Scenario& scenario, Sc
 }
 
 std::string step_print(const ScenarioStep& step) {
-    if (step.kind == StepKind::WAIT) {
+    if (step.kind == StepKind::wait) {
         return "wait " + std::to_string(step.after);
     }
     std::string text = step.after == 0 ? "" : "after " + std::to_string(step.after) + " ";
-    if (step.kind == StepKind::VERB) {
+    if (step.kind == StepKind::verb) {
         return text + verb_print(step.verb);
     }
-    if (step.kind == StepKind::CHAPTER || step.kind == StepKind::SAY) {
-        return text + (step.kind == StepKind::SAY ? "say " : "chapter ") + word_quoted(step.text);
+    if (step.kind == StepKind::chapter || step.kind == StepKind::say) {
+        return text + (step.kind == StepKind::say ? "say " : "chapter ") + word_quoted(step.text);
     }
-    text += step.kind == StepKind::EXPECT ? "expect " : "wait-until ";
+    text += step.kind == StepKind::expect ? "expect " : "wait-until ";
     text += condition_print(step.condition);
-    const int usual = step.kind == StepKind::WAIT_UNTIL ? DEFAULT_WAIT_SECONDS : 0;
+    const int usual = step.kind == StepKind::wait_until ? DEFAULT_WAIT_SECONDS : 0;
     if (step.within != usual) {
         text += " within " + std::to_string(step.within);
     }

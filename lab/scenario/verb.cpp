@@ -14,41 +14,41 @@ constexpr int MOST_TIMES = 1000;
 constexpr int MOST_SECONDS = 1000000;
 
 constexpr std::array VERBS = {
-    VerbRow{VerbKind::DEAUTH, "deauth", "deauth NODE [STATION]",
+    VerbRow{VerbKind::deauth, "deauth", "deauth NODE [STATION]",
             "The station (the one in use) loses its AP and may look for one again."},
-    VerbRow{VerbKind::AP_OFF, "ap-off", "ap-off NODE [AP]",
+    VerbRow{VerbKind::ap_off, "ap-off", "ap-off NODE [AP]",
             "The backhaul AP (all of the node) falls silent, whatever the daemon wants."},
-    VerbRow{VerbKind::AP_ON, "ap-on", "ap-on NODE [AP]", "The AP is heard again."},
-    VerbRow{VerbKind::FADE, "fade", "fade NODE PEER SIGNAL [BAND]",
+    VerbRow{VerbKind::ap_on, "ap-on", "ap-on NODE [AP]", "The AP is heard again."},
+    VerbRow{VerbKind::fade, "fade", "fade NODE PEER SIGNAL [BAND]",
             "Both nodes now hear each other with this many dBm, or not at all: `none`."},
-    VerbRow{VerbKind::MOVE, "move", "move NODE PEER SIGNAL [PEER SIGNAL ...]",
+    VerbRow{VerbKind::move, "move", "move NODE PEER SIGNAL [PEER SIGNAL ...]",
             "The node now hears these nodes and no others."},
-    VerbRow{VerbKind::CABLE_IN, "cable-in", "cable-in NODE [PEER]",
+    VerbRow{VerbKind::cable_in, "cable-in", "cable-in NODE [PEER]",
             "A cable leads from the node up to the peer (the root); its agent says so."},
-    VerbRow{VerbKind::CABLE_OUT, "cable-out", "cable-out NODE [PEER]",
+    VerbRow{VerbKind::cable_out, "cable-out", "cable-out NODE [PEER]",
             "The cable is pulled; the node's agent says so."},
-    VerbRow{VerbKind::RADAR, "radar", "radar NODE [TIMES|all]",
+    VerbRow{VerbKind::radar, "radar", "radar NODE [TIMES|all]",
             "Radar strikes the channel of the upper 5 GHz radio, or every channel."},
-    VerbRow{VerbKind::CLEAR_RADAR, "clear-radar", "clear-radar NODE",
+    VerbRow{VerbKind::clear_radar, "clear-radar", "clear-radar NODE",
             "The node's non-occupancy list is empty again."},
-    VerbRow{VerbKind::REBOOT, "reboot", "reboot NODE",
+    VerbRow{VerbKind::reboot, "reboot", "reboot NODE",
             "The node loses its power and boots; what was committed is kept."},
-    VerbRow{VerbKind::POWER_OFF, "power-off", "power-off NODE", "The node goes away."},
-    VerbRow{VerbKind::POWER_ON, "power-on", "power-on NODE", "The node boots."},
-    VerbRow{VerbKind::KILL_WORKER, "kill-worker", "kill-worker NODE [SIGNAL]",
+    VerbRow{VerbKind::power_off, "power-off", "power-off NODE", "The node goes away."},
+    VerbRow{VerbKind::power_on, "power-on", "power-on NODE", "The node boots."},
+    VerbRow{VerbKind::kill_worker, "kill-worker", "kill-worker NODE [SIGNAL]",
             "The daemon's worker gets a signal (9)."},
-    VerbRow{VerbKind::KILL_TOOL, "kill-tool", "kill-tool NODE TOOL [times N|for SECONDS]",
+    VerbRow{VerbKind::kill_tool, "kill-tool", "kill-tool NODE TOOL [times N|for SECONDS]",
             "Of hyd, supplicant or agent: it ends, or fails N times or so long."},
-    VerbRow{VerbKind::DROP_MESSAGES, "drop-messages", "drop-messages NODE [for SECONDS]",
+    VerbRow{VerbKind::drop_messages, "drop-messages", "drop-messages NODE [for SECONDS]",
             "Messages between daemons neither leave nor reach the node."},
-    VerbRow{VerbKind::APPROVE, "approve", "approve NODE",
+    VerbRow{VerbKind::approve, "approve", "approve NODE",
             "The node is on the root's approval list."},
-    VerbRow{VerbKind::REVOKE, "revoke", "revoke NODE", "The node is no longer approved."},
-    VerbRow{VerbKind::CONFIGURE, "configure", "configure NODE [STATION]",
+    VerbRow{VerbKind::revoke, "revoke", "revoke NODE", "The node is no longer approved."},
+    VerbRow{VerbKind::configure, "configure", "configure NODE [STATION]",
             "The station (every one) gets the mesh's SSID and key."},
-    VerbRow{VerbKind::ROLE, "role", "role NODE root|extender",
+    VerbRow{VerbKind::role, "role", "role NODE root|extender",
             "The node is told over its FIFO to change its role."},
-    VerbRow{VerbKind::COMMAND, "command", "command NODE WORD",
+    VerbRow{VerbKind::command, "command", "command NODE WORD",
             "A word for the daemon's FIFO, such as uplink_scan or network_reload."},
 };
 
@@ -58,7 +58,7 @@ constexpr bool every_verb_is_at_its_place() {
             return false;
         }
     }
-    return VERBS.size() == static_cast<std::size_t>(VerbKind::COMMAND) + 1;
+    return VERBS.size() == static_cast<std::size_t>(VerbKind::command) + 1;
 }
 static_assert(every_verb_is_at_its_place());
 
@@ -170,37 +170,37 @@ bool optional_word(Words rest, std::string* word) {
 // What stands behind the node's name. False also leaves `error` empty: the usage tells enough.
 bool rest_parse(Words rest, Verb* verb, std::string& error) {
     switch (verb->kind) {
-        case VerbKind::DEAUTH:
-        case VerbKind::AP_OFF:
-        case VerbKind::AP_ON:
-        case VerbKind::CONFIGURE:
+        case VerbKind::deauth:
+        case VerbKind::ap_off:
+        case VerbKind::ap_on:
+        case VerbKind::configure:
             return optional_word(rest, &verb->interface);
-        case VerbKind::CABLE_IN:
-        case VerbKind::CABLE_OUT:
+        case VerbKind::cable_in:
+        case VerbKind::cable_out:
             return optional_word(rest, &verb->peer);
-        case VerbKind::FADE:
+        case VerbKind::fade:
             return fade_parse(rest, verb, error);
-        case VerbKind::MOVE:
+        case VerbKind::move:
             return move_parse(rest, verb, error);
-        case VerbKind::RADAR:
+        case VerbKind::radar:
             return radar_parse(rest, verb, error);
-        case VerbKind::KILL_WORKER:
+        case VerbKind::kill_worker:
             return worker_parse(rest, verb, error);
-        case VerbKind::KILL_TOOL:
+        case VerbKind::kill_tool:
             return kill_tool_parse(rest, verb, error);
-        case VerbKind::DROP_MESSAGES:
+        case VerbKind::drop_messages:
             return limit_parse(rest, false, verb, error);
-        case VerbKind::ROLE:
+        case VerbKind::role:
             return rest.size() == 1 && optional_word(rest, &verb->word) &&
                    one_of(verb->word, "role", {"root", "extender"}, error);
-        case VerbKind::COMMAND:
+        case VerbKind::command:
             return rest.size() == 1 && optional_word(rest, &verb->word);
-        case VerbKind::CLEAR_RADAR:
-        case VerbKind::REBOOT:
-        case VerbKind::POWER_OFF:
-        case VerbKind::POWER_ON:
-        case VerbKind::APPROVE:
-        case VerbKind::REVOKE:
+        case VerbKind::clear_radar:
+        case VerbKind::reboot:
+        case VerbKind::power_off:
+        case VerbKind::power_on:
+        case VerbKind::approve:
+        case VerbKind::revoke:
             return rest.empty();
     }
     return false;
@@ -282,10 +282,10 @@ std::string verb_print(const Verb& verb) {
         append_word(&text, peer);
         append_word(&text, signal_print(signal));
     }
-    const bool number_is_usual = (verb.kind == VerbKind::KILL_WORKER && verb.number == KILL) ||
-                                 (verb.kind == VerbKind::RADAR && verb.number == 1) ||
+    const bool number_is_usual = (verb.kind == VerbKind::kill_worker && verb.number == KILL) ||
+                                 (verb.kind == VerbKind::radar && verb.number == 1) ||
                                  verb.number == 0;
-    if (verb.kind == VerbKind::FADE) {
+    if (verb.kind == VerbKind::fade) {
         append_word(&text, signal_print(verb.number));
     } else if (!number_is_usual) {
         append_word(&text, std::to_string(verb.number));

@@ -15,26 +15,26 @@
 namespace lab {
 
 enum class VerbKind {
-    DEAUTH,
-    AP_OFF,
-    AP_ON,
-    FADE,
-    MOVE,
-    CABLE_IN,
-    CABLE_OUT,
-    RADAR,
-    CLEAR_RADAR,
-    REBOOT,
-    POWER_OFF,
-    POWER_ON,
-    KILL_WORKER,
-    KILL_TOOL,
-    DROP_MESSAGES,
-    APPROVE,
-    REVOKE,
-    CONFIGURE,
-    ROLE,
-    COMMAND,
+    deauth,
+    ap_off,
+    ap_on,
+    fade,
+    move,
+    cable_in,
+    cable_out,
+    radar,
+    clear_radar,
+    reboot,
+    power_off,
+    power_on,
+    kill_worker,
+    kill_tool,
+    drop_messages,
+    approve,
+    revoke,
+    configure,
+    role,
+    command,
 };
 
 // Tools that kill-tool knows.
@@ -53,7 +53,7 @@ inline constexpr std::array<std::string_view, 7> FIFO_WORDS = {
     "eth_detect", "eth_lost"};
 
 struct Verb {
-    VerbKind kind = VerbKind::DEAUTH;
+    VerbKind kind = VerbKind::deauth;
     std::string node;
     std::string interface;  // deauth, ap-off, ap-on, configure; empty: the verb's usual choice
     std::string peer;       // fade, cable-in, cable-out; empty: the verb's usual choice

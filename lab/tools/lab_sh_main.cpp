@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
     }
     unsetenv("LD_PRELOAD");
     const char* named = std::getenv("LAB_REAL_SH");
-    const std::array<std::string, 3> shells = {named == nullptr ? "" : named, lab::kLabRealShell,
+    const std::array<std::string, 3> shells = {named == nullptr ? "" : named, lab::LAB_REAL_SHELL,
                                                "/usr/bin/dash"};
     for (const std::string& shell : shells) {
         if (!shell.empty()) {

@@ -31,7 +31,7 @@ bool page_head_read(const char* path, PageHead* head) {
     }
     const bool whole = pread(descriptor, head, sizeof *head, 0) == ssize_t{sizeof *head};
     close(descriptor);
-    return whole && head->magic == kClockMagic && head->mode != CLOCK_REAL;
+    return whole && head->magic == CLOCK_MAGIC && head->mode != CLOCK_REAL;
 }
 
 }  // namespace

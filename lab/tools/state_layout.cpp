@@ -162,19 +162,19 @@ std::string wpa_attached_conf(const std::string& root, const std::string& interf
 }
 
 bool supplicant_boot_set(const std::string& root, SupplicantBoot boot) {
-    const std::string name = boot == SupplicantBoot::PROCESS    ? "process"
-                             : boot == SupplicantBoot::DEAD_PID ? "dead"
-                             : boot == SupplicantBoot::NO_FILE  ? "none"
+    const std::string name = boot == SupplicantBoot::process    ? "process"
+                             : boot == SupplicantBoot::dead_pid ? "dead"
+                             : boot == SupplicantBoot::no_file  ? "none"
                                                                 : "init";
     return state_set(root, "supplicant_boot", name);
 }
 
 SupplicantBoot supplicant_boot(const std::string& root) {
     const std::string name = state_get(root, "supplicant_boot");
-    return name == "process" ? SupplicantBoot::PROCESS
-           : name == "dead"  ? SupplicantBoot::DEAD_PID
-           : name == "none"  ? SupplicantBoot::NO_FILE
-                             : SupplicantBoot::INIT_PID;
+    return name == "process" ? SupplicantBoot::process
+           : name == "dead"  ? SupplicantBoot::dead_pid
+           : name == "none"  ? SupplicantBoot::no_file
+                             : SupplicantBoot::init_pid;
 }
 
 // From outside a node its /var/run, an absolute link to /run, would lead to the caller's own.
@@ -213,9 +213,9 @@ bool wireless_status_after_restart_unset(const std::string& root) {
 
 bool agent_mode_set(const std::string& root, AgentMode mode, int requests) {
     folder_remove(state_path(root, "agent/requests"));
-    const std::string text = mode == AgentMode::AT_ONCE       ? "at-once"
-                             : mode == AgentMode::AFTER       ? "after " + std::to_string(requests)
-                             : mode == AgentMode::OUTPUT_ONLY ? "output-only"
+    const std::string text = mode == AgentMode::at_once       ? "at-once"
+                             : mode == AgentMode::after       ? "after " + std::to_string(requests)
+                             : mode == AgentMode::output_only ? "output-only"
                                                               : "never";
     return state_set(root, "agent/mode", text);
 }

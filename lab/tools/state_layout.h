@@ -90,10 +90,10 @@ std::string wpa_attached_conf(const std::string& root, const std::string& interf
 
 // What the supplicant's init script leaves in /var/run/wpa_supplicant-global.pid.
 enum class SupplicantBoot {
-    INIT_PID,  // pid 1, which always lives (without a setting)
-    PROCESS,   // a process of its own that idles until it is killed
-    DEAD_PID,  // a pid that no process has
-    NO_FILE,   // nothing
+    init_pid,  // pid 1, which always lives (without a setting)
+    process,   // a process of its own that idles until it is killed
+    dead_pid,  // a pid that no process has
+    no_file,   // nothing
 };
 bool supplicant_boot_set(const std::string& root, SupplicantBoot boot);
 SupplicantBoot supplicant_boot(const std::string& root);
@@ -117,10 +117,10 @@ bool wireless_status_after_restart_unset(const std::string& root);
 
 // How the auto-configuration agent serves requests for a service AP (command 17).
 enum class AgentMode {
-    NEVER,        // writes nothing (without a setting)
-    AT_ONCE,      // writes output and state file with the first request
-    AFTER,        // with the N-th request of that AP and every later one
-    OUTPUT_ONLY,  // writes the output file, never the state file
+    never,        // writes nothing (without a setting)
+    at_once,      // writes output and state file with the first request
+    after,        // with the N-th request of that AP and every later one
+    output_only,  // writes the output file, never the state file
 };
 bool agent_mode_set(const std::string& root, AgentMode mode, int requests = 0);
 

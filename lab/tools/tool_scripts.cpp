@@ -60,16 +60,16 @@ unsigned idle_process_start() {
 
 void supplicant_start(ToolCall* call) {
     switch (supplicant_boot(call->root)) {
-        case SupplicantBoot::INIT_PID:
+        case SupplicantBoot::init_pid:
             supplicant_pid_file_set(call->root, 1);
             break;
-        case SupplicantBoot::PROCESS:
+        case SupplicantBoot::process:
             supplicant_pid_file_set(call->root, idle_process_start());
             break;
-        case SupplicantBoot::DEAD_PID:
+        case SupplicantBoot::dead_pid:
             supplicant_pid_file_set(call->root, PID_OF_NO_PROCESS);
             break;
-        case SupplicantBoot::NO_FILE:
+        case SupplicantBoot::no_file:
             break;
     }
 }

@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr char kLists[] = BACKHAUL_SOURCE_DIR "/tests/contract";
-constexpr char kSeen[] = BACKHAUL_BUILD_DIR "/contract";
+constexpr char LISTS[] = BACKHAUL_SOURCE_DIR "/tests/contract";
+constexpr char SEEN[] = BACKHAUL_BUILD_DIR "/contract";
 
 void print_all(const char* title, const std::vector<std::string>& lines) {
     for (const std::string& line : lines) {
@@ -24,12 +24,12 @@ void print_all(const char* title, const std::vector<std::string>& lines) {
 
 int main() {
     std::vector<std::string> errors;
-    const std::vector<contract::Text> texts = contract::texts_read_folder(kLists, &errors);
+    const std::vector<contract::Text> texts = contract::texts_read_folder(LISTS, &errors);
     std::string list;
-    lab::file_read(std::string(kLists) + "/unproduced.txt", &list);
+    lab::file_read(std::string(LISTS) + "/unproduced.txt", &list);
     const std::vector<std::string> exceptions = contract::exceptions_read(list, &errors);
     int tests = 0;
-    const contract::Seen seen = contract::seen_read_folder(kSeen, &tests);
+    const contract::Seen seen = contract::seen_read_folder(SEEN, &tests);
     const contract::Report report =
         contract::report_make(texts, contract::produced(texts, seen), exceptions);
 

@@ -8,7 +8,7 @@
 namespace contract {
 namespace {
 
-constexpr std::string_view kLabPrograms = "lab_";
+constexpr std::string_view LAB_PROGRAMS = "lab_";
 
 bool contains(const std::vector<std::string>& all, const std::string& one) {
     return std::find(all.begin(), all.end(), one) != all.end();
@@ -32,7 +32,7 @@ Seen seen_read_folder(const std::string& folder, int* tests) {
     Seen seen;
     *tests = 0;
     for (const std::string& name : lab::folder_list(folder)) {
-        if (name.rfind(kLabPrograms, 0) == 0) {
+        if (name.rfind(LAB_PROGRAMS, 0) == 0) {
             continue;
         }
         std::string content;

@@ -12,16 +12,16 @@ struct Conversion {
     PieceKind kind;
 };
 
-constexpr std::array<Conversion, 7> kConversions = {{
-    {"%s", PieceKind::TEXT},
-    {"%d", PieceKind::SIGNED},
-    {"%u", PieceKind::UNSIGNED},
-    {"%hhu", PieceKind::UNSIGNED},
-    {"%.2x", PieceKind::HEX_BYTE},
-    {"%02hhx", PieceKind::HEX_BYTE},
-    {"%f", PieceKind::FRACTION},
+constexpr std::array<Conversion, 7> CONVERSIONS = {{
+    {"%s", PieceKind::text},
+    {"%d", PieceKind::signed_number},
+    {"%u", PieceKind::unsigned_number},
+    {"%hhu", PieceKind::unsigned_number},
+    {"%.2x", PieceKind::hex_byte},
+    {"%02hhx", PieceKind::hex_byte},
+    {"%f", PieceKind::fraction},
 }};
-constexpr size_t kFractionDigits = 6;
+constexpr size_t FRACTION_DIGITS = 6;
 
 bool is_digit(char one) {
     return one >= '0' && one <= '9';
@@ -42,8 +42,8 @@ size_t fraction_length(std::string_view text) {
     const size_t whole = signed_length(text);
     const std::string_view rest = text.substr(whole);
     const bool fits = whole > 0 && rest.substr(0, 1) == "." &&
-                      digits(rest.substr(1, kFractionDigits)) == kFractionDigits;
-    return fits ? whole + 1 + kFractionDigits : 0;
+                      digits(rest.substr(1, FRACTION_DIGITS)) == FRACTION_DIGITS;
+    return fits ? whole + 1 + FRACTION_DIGITS : 0;
 }
 
 size_t hex_byte_length(std::string_view text) {
@@ -57,17 +57,17 @@ size_t hex_byte_length(std::string_view text) {
 // there are many.
 size_t piece_length(const Piece& piece, std::string_view text) {
     switch (piece.kind) {
-        case PieceKind::SIGNED:
+        case PieceKind::signed_number:
             return signed_length(text);
-        case PieceKind::UNSIGNED:
+        case PieceKind::unsigned_number:
             return digits(text);
-        case PieceKind::HEX_BYTE:
+        case PieceKind::hex_byte:
             return hex_byte_length(text);
-        case PieceKind::FRACTION:
+        case PieceKind::fraction:
             return fraction_length(text);
-        case PieceKind::LITERAL:
+        case PieceKind::literal:
             return text.substr(0, piece.literal.size()) == piece.literal ? piece.literal.size() : 0;
-        case PieceKind::TEXT:
+        case PieceKind::text:
             break;
     }
     return 0;
@@ -77,7 +77,7 @@ bool gives(const Form& form, size_t at, std::string_view text, bool whole) {
     if (at == form.size()) {
         return !whole || text.empty();
     }
-    if (form[at].kind != PieceKind::TEXT) {
+    if (form[at].kind != PieceKind::text) {
         const size_t length = piece_length(form[at], text);
         return length > 0 && gives(form, at + 1, text.substr(length), whole);
     }
@@ -91,7 +91,7 @@ bool gives(const Form& form, size_t at, std::string_view text, bool whole) {
 }
 
 void literal_add(Form& form, std::string_view text) {
-    if (form.empty() || form.back().kind != PieceKind::LITERAL) {
+    if (form.empty() || form.back().kind != PieceKind::literal) {
         form.push_back({});
     }
     form.back().literal += text;
@@ -105,8 +105,8 @@ Form form_read(std::string_view printf_text) {
         const auto begins = [&](const Conversion& one) {
             return printf_text.substr(0, one.text.size()) == one.text;
         };
-        const auto* known = std::find_if(kConversions.begin(), kConversions.end(), begins);
-        if (known != kConversions.end()) {
+        const auto* known = std::find_if(CONVERSIONS.begin(), CONVERSIONS.end(), begins);
+        if (known != CONVERSIONS.end()) {
             form.push_back({known->kind, {}});
             printf_text.remove_prefix(known->text.size());
         } else if (printf_text[0] == '%') {
@@ -121,11 +121,11 @@ Form form_read(std::string_view printf_text) {
 
 Form form_named(Form form, const std::string& word) {
     const auto is_text = [](const Piece& piece) {
-        return piece.kind == PieceKind::TEXT;
+        return piece.kind == PieceKind::text;
     };
     const auto first = std::find_if(form.begin(), form.end(), is_text);
     if (first != form.end()) {
-        *first = {PieceKind::LITERAL, word};
+        *first = {PieceKind::literal, word};
     }
     return form;
 }

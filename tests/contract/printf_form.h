@@ -10,10 +10,10 @@
 
 namespace contract {
 
-enum class PieceKind { LITERAL, TEXT, SIGNED, UNSIGNED, HEX_BYTE, FRACTION };
+enum class PieceKind { literal, text, signed_number, unsigned_number, hex_byte, fraction };
 
 struct Piece {
-    PieceKind kind = PieceKind::LITERAL;
+    PieceKind kind = PieceKind::literal;
     std::string literal;
 };
 

@@ -53,7 +53,7 @@ std::vector<Text> texts_read(const std::string& kind, const std::string& content
 
 std::vector<Text> texts_read_folder(const std::string& folder, std::vector<std::string>* errors) {
     std::vector<Text> all;
-    for (const std::string kind : kKinds) {
+    for (const std::string kind : KINDS) {
         std::string content;
         lab::file_read(folder + "/" + kind + ".txt", &content);
         const std::vector<Text> texts = texts_read(kind, content, errors);

@@ -15,7 +15,7 @@
 namespace contract {
 
 // Each is the file of its name with ".txt".
-inline constexpr const char* kKinds[] = {"flow_log", "stdout", "stderr", "commands", "files"};
+inline constexpr const char* KINDS[] = {"flow_log", "stdout", "stderr", "commands", "files"};
 
 struct Text {
     std::string kind;

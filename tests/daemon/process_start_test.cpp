@@ -39,7 +39,7 @@ protected:
 
     /// Through a shell that opens or closes streams first ("<&- >&-").
     void start_with_streams(const std::string& streams) {
-        start_through({lab::kLabRealShell, "-c", "exec \"$0\" \"$@\" " + streams});
+        start_through({lab::LAB_REAL_SHELL, "-c", "exec \"$0\" \"$@\" " + streams});
     }
 
     /// Both the kernel's events and the control FIFO are served.
@@ -179,7 +179,7 @@ TEST_F(ProcessStart, loses_no_datagram_when_both_ports_hear_one_at_once) {
     // The message is at the question for its pass phrase when the announcement comes.
     lab::answer_hold(router().root(), "uci.get.wireless.ath20.ssid", "asked");
     say("FLUSHFORWARDING", router().node().ip());
-    ASSERT_EQ(root.send(router().node().ip(), 36002, lab::message_seal("ImRootAP", lab::kMeshName)),
+    ASSERT_EQ(root.send(router().node().ip(), 36002, lab::message_seal("ImRootAP", lab::MESH_NAME)),
               0);
     settle();
     expect_file("/tmp/rootap_ip", other + "\n");

@@ -143,7 +143,7 @@ TEST_F(Restart, takes_the_supervisors_settings_along) {
     router().kill_worker(10);
     advance(1);
     expect_shell({});
-    EXPECT_THAT(router().file(lab::kDaemonOut), testing::HasSubstr("Master\n"));
+    EXPECT_THAT(router().file(lab::DAEMON_OUT), testing::HasSubstr("Master\n"));
 }
 
 TEST_F(Restart, runs_the_roots_first_settings_unless_the_hint_says_otherwise) {

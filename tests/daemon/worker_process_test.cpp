@@ -27,7 +27,7 @@ protected:
     /// What the workers printed so far.
     std::string out() {
         settle();
-        return router().file(lab::kDaemonOut);
+        return router().file(lab::DAEMON_OUT);
     }
 
     long count_out(const std::string& line) {
@@ -66,7 +66,7 @@ TEST_F(WorkerStart, is_an_extender_that_prints_slave_after_the_slave_start) {
     EXPECT_EQ(count_out("Slave"), 1);
     EXPECT_EQ(count_out("Master"), 0);
     EXPECT_EQ(thread_count(), 3U) << "the timer loop runs on the main thread";
-    EXPECT_EQ(router().file(lab::kDaemonErr), "");
+    EXPECT_EQ(router().file(lab::DAEMON_ERR), "");
 }
 
 TEST_F(WorkerStart, is_a_root_with_option_m_that_prints_master_after_its_first_settings) {

@@ -115,7 +115,7 @@ TEST_F(StationEnable, removes_logs_and_tries_again_for_each_fail_answer) {
 
 TEST_F(StationEnable, boots_before_each_try_while_the_supplicant_stays_away) {
     lab::supplicant_pid_file_remove("");
-    lab::supplicant_boot_set("", lab::SupplicantBoot::NO_FILE);
+    lab::supplicant_boot_set("", lab::SupplicantBoot::no_file);
     lab::answer_push("", "wpa_cli.interface_add", "FAIL\n");
     dev_intf_enable_set(station_, INTF_ENABLE);
     EXPECT_THAT(journal(), ElementsAreArray(PROLOGUE + Lines{BOOT} + CONF_READ +

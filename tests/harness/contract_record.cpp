@@ -18,13 +18,13 @@
 namespace harness {
 namespace {
 
-constexpr std::array<std::string_view, 12> kFiles = {
+constexpr std::array<std::string_view, 12> FILES = {
     "/tmp/backhaul_status",  "/tmp/backhaul_mode_change", "/tmp/rootdistance",
     "/tmp/backhaul_ap_list", "/tmp/backhaul_type",        "/tmp/rootap_ip",
     "/tmp/WirelessDev",      "/tmp/wifi24G_Apply",        "/tmp/wifi5G_Apply",
     "/tmp/wifi5G_2_Apply",   "/tmp/dynamic_24g_txpower",  "/var/log/backhaul_log"};
-constexpr size_t kHeadSize = 65536;
-constexpr std::string_view kSupplicant = "/tmp/wpa_supplicant-";
+constexpr size_t HEAD_SIZE = 65536;
+constexpr std::string_view SUPPLICANT = "/tmp/wpa_supplicant-";
 
 struct Notes {
     std::string file;
@@ -85,7 +85,7 @@ void contract_note_commands(const std::vector<std::string>& lines) {
 void contract_note_stdout_file(const std::string& path) {
     FILE* file = fopen(path.c_str(), "rbe");
     if (file != nullptr) {
-        std::string head(kHeadSize, '\0');
+        std::string head(HEAD_SIZE, '\0');
         head.resize(fread(head.data(), 1, head.size(), file));
         contract_note("stdout", head);
         fclose(file);
@@ -93,8 +93,8 @@ void contract_note_stdout_file(const std::string& path) {
 }
 
 void contract_note_file(const std::string& root, const std::string& path) {
-    const bool known = std::find(kFiles.begin(), kFiles.end(), path) != kFiles.end() ||
-                       path.rfind(kSupplicant) == 0;
+    const bool known =
+        std::find(FILES.begin(), FILES.end(), path) != FILES.end() || path.rfind(SUPPLICANT) == 0;
     struct stat about {};
     std::string text;
     if (!known || stat((root + path).c_str(), &about) != 0 || !S_ISREG(about.st_mode) ||
@@ -109,7 +109,7 @@ void contract_note_file(const std::string& root, const std::string& path) {
 }
 
 void contract_note_files(const std::string& root) {
-    for (const std::string_view path : kFiles) {
+    for (const std::string_view path : FILES) {
         contract_note_file(root, std::string(path));
     }
     DIR* folder = opendir((root + "/tmp").c_str());

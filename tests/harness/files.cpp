@@ -17,10 +17,10 @@ void make_folders_of(const std::string& path) {
 }
 
 // "Thu Jan  1 00:00:00 1970 : ", the length of every prefix.
-constexpr size_t kPrefixLength = 27;
+constexpr size_t PREFIX_LENGTH = 27;
 
 bool has_date(const std::string& line) {
-    return line.size() >= kPrefixLength && line[13] == ':' && line[16] == ':' &&
+    return line.size() >= PREFIX_LENGTH && line[13] == ':' && line[16] == ':' &&
            line.compare(24, 3, " : ") == 0;
 }
 
@@ -60,7 +60,7 @@ std::vector<std::string> without_dates(const std::string& log_text) {
     while (at < log_text.size()) {
         const size_t end = std::min(log_text.find('\n', at), log_text.size());
         const std::string line = log_text.substr(at, end - at);
-        lines.push_back(has_date(line) ? line.substr(kPrefixLength) : line);
+        lines.push_back(has_date(line) ? line.substr(PREFIX_LENGTH) : line);
         at = end + 1;
     }
     return lines;

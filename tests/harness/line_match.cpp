@@ -17,7 +17,7 @@ Table match_table(const Lines& expected, const Lines& actual) {
     for (size_t i = expected.size(); i-- > 0;) {
         for (size_t j = actual.size() + 1; j-- > 0;) {
             const bool more = j < actual.size();
-            if (expected[i] == kAnyLines) {
+            if (expected[i] == ANY_LINES) {
                 fits[i][j] = fits[i + 1][j] != 0 || (more && fits[i][j + 1] != 0);
             } else {
                 fits[i][j] = more && expected[i] == actual[j] && fits[i + 1][j + 1] != 0;
@@ -40,7 +40,7 @@ std::vector<std::vector<size_t>> common_lengths(const Lines& one, const Lines& o
     return length;
 }
 
-constexpr size_t kReadable = 2000;
+constexpr size_t READABLE = 2000;
 
 }  // namespace
 
@@ -48,7 +48,7 @@ std::string lines_differ(const Lines& expected, const Lines& actual) {
     if (match_table(expected, actual)[0][0] != 0) {
         return {};
     }
-    if (expected.size() > kReadable || actual.size() > kReadable) {
+    if (expected.size() > READABLE || actual.size() > READABLE) {
         return "too many lines to show\n";
     }
     const auto length = common_lengths(expected, actual);
@@ -56,7 +56,7 @@ std::string lines_differ(const Lines& expected, const Lines& actual) {
     size_t i = 0;
     size_t j = 0;
     while (i < expected.size() || j < actual.size()) {
-        if (i < expected.size() && expected[i] == kAnyLines) {
+        if (i < expected.size() && expected[i] == ANY_LINES) {
             text += "  ...\n";
             ++i;
         } else if (i < expected.size() && j < actual.size() && expected[i] == actual[j]) {
@@ -74,7 +74,7 @@ std::string lines_differ(const Lines& expected, const Lines& actual) {
 
 int state_after(const Lines& log, const std::string& interface) {
     // From, to: the transitions that are taken. All other requests are dropped.
-    constexpr std::array<std::pair<int, int>, 30> kTaken = {{
+    constexpr std::array<std::pair<int, int>, 30> TAKEN = {{
         {0, 0},   {0, 3},   {0, 16},  {3, 0},   {3, 3},   {3, 4},   {3, 6},  {3, 7},
         {3, 16},  {4, 0},   {4, 3},   {4, 4},   {4, 6},   {4, 7},   {4, 16}, {7, 0},
         {7, 3},   {7, 5},   {7, 6},   {7, 16},  {5, 3},   {5, 7},   {6, 3},  {16, 3},
@@ -88,7 +88,7 @@ int state_after(const Lines& log, const std::string& interface) {
         if (line.rfind(start, 0) == 0 &&
             sscanf(line.c_str() + start.size(), "%d to %d", &from, &to) == 2) {
             const bool taken =
-                std::find(kTaken.begin(), kTaken.end(), std::pair(from, to)) != kTaken.end();
+                std::find(TAKEN.begin(), TAKEN.end(), std::pair(from, to)) != TAKEN.end();
             state = taken ? to : from;
         }
     }

@@ -9,7 +9,7 @@ namespace harness {
 using Lines = std::vector<std::string>;
 
 // In an expectation this line stands for any number of lines, none included.
-inline constexpr char kAnyLines[] = "...";
+inline constexpr char ANY_LINES[] = "...";
 
 // Empty when `actual` is what is `expected`, else a text for people: the two lists side by side,
 // "-" before what is missing and "+" before what nobody expected.

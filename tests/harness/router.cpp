@@ -232,7 +232,7 @@ void Router::skip() {
 Lines Router::log() {
     Lines lines;
     for (const lab::JournalEntry& entry : entries()) {
-        if (entry.kind == lab::EntryKind::LOG) {
+        if (entry.kind == lab::EntryKind::log) {
             lines.push_back(entry.text);
         }
     }
@@ -242,7 +242,7 @@ Lines Router::log() {
 Lines Router::shell() {
     Lines lines;
     for (const lab::JournalEntry& entry : entries()) {
-        if (entry.kind == lab::EntryKind::SHELL) {
+        if (entry.kind == lab::EntryKind::shell) {
             lines.push_back(entry.text);
         }
     }
@@ -286,7 +286,7 @@ const std::vector<lab::JournalEntry>& Router::entries() {
 std::int64_t Router::time_of_log(const std::string& text) {
     std::int64_t time = -1;
     for (const lab::JournalEntry& entry : entries()) {
-        if (entry.kind == lab::EntryKind::LOG && entry.text == text) {
+        if (entry.kind == lab::EntryKind::log && entry.text == text) {
             time = entry.time;
         }
     }
@@ -296,7 +296,7 @@ std::int64_t Router::time_of_log(const std::string& text) {
 void Router::note_contract() {
     journal_.update();
     for (const lab::JournalEntry& entry : journal_.entries()) {
-        if (entry.kind == lab::EntryKind::LOG) {
+        if (entry.kind == lab::EntryKind::log) {
             contract_note("flow_log", entry.text + "\n");
         } else {
             contract_note_commands({entry.text});

@@ -46,7 +46,7 @@ bool is_inside_sandbox() {
     struct stat above {};
     const std::string init = file_text("/proc/1/comm");
     return init == "lab_init\n" && stat("/tmp", &tmp) == 0 && stat("/", &above) == 0 &&
-           stat(lab::kLabRoot, &run) == 0 && tmp.st_dev != above.st_dev &&
+           stat(lab::LAB_ROOT, &run) == 0 && tmp.st_dev != above.st_dev &&
            run.st_dev != above.st_dev;
 }
 
@@ -70,7 +70,7 @@ std::vector<std::string> take_calls() {
 
 std::vector<std::string> recorded_ioctls() {
     std::vector<std::string> requests;
-    const std::string text = file_text(lab::kLabIoctls);
+    const std::string text = file_text(lab::LAB_IOCTLS);
     for (size_t at = 0; at < text.size();) {
         const size_t end = text.find('\n', at);
         const size_t name = text.find(' ', text.find(' ', at) + 1) + 1;
@@ -134,9 +134,9 @@ void SandboxTest::SetUp() {
     lab::folder_wipe("", "/var/log");
     lab::state_clear("");
     lab::records_clear("");
-    unlink(lab::kLabIoctls);
-    unlink(lab::kLabChannels);
-    unlink(lab::kLabChannelsRaw);
+    unlink(lab::LAB_IOCTLS);
+    unlink(lab::LAB_CHANNELS);
+    unlink(lab::LAB_CHANNELS_RAW);
     cursors() = {};
     clock_stop();
 }

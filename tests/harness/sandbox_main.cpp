@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr char kInside[] = "BACKHAUL_TEST_INSIDE";
+constexpr char INSIDE[] = "BACKHAUL_TEST_INSIDE";
 
 int enter_and_run_anew(char** argv) {
     lab::SandboxOptions options;
@@ -26,14 +26,14 @@ int enter_and_run_anew(char** argv) {
     std::string error;
     harness::BuildPlaces places;
     if (!places.open(BACKHAUL_BUILD_DIR, error) || lab::sandbox_enter(options, error) != 0 ||
-        lab::clock_page_create(lab::kLabClock, lab::CLOCK_REAL, 0, error) != 0) {
+        lab::clock_page_create(lab::LAB_CLOCK, lab::CLOCK_REAL, 0, error) != 0) {
         fprintf(stderr, "FAILED: %s\n", error.c_str());
         return 1;
     }
     places.survive_exec();
-    setenv(kInside, "1", 1);
-    setenv("LAB_CLOCK", lab::kLabClock, 1);
-    setenv("LD_PRELOAD", lab::kLabClockModule, 1);
+    setenv(INSIDE, "1", 1);
+    setenv("LAB_CLOCK", lab::LAB_CLOCK, 1);
+    setenv("LD_PRELOAD", lab::LAB_CLOCK_MODULE, 1);
     execv("/proc/self/exe", argv);
     perror("cannot run the tests anew");
     return 1;
@@ -42,7 +42,7 @@ int enter_and_run_anew(char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (!harness::only_lists(argc, argv) && getenv(kInside) == nullptr) {
+    if (!harness::only_lists(argc, argv) && getenv(INSIDE) == nullptr) {
         return enter_and_run_anew(argv);
     }
     // The places outside are this program's alone.

@@ -119,12 +119,12 @@ lab::UdpPeer& Story::peer() {
 }
 
 void Story::announce_root(const std::string& to) {
-    EXPECT_EQ(peer().send(to, 36002, lab::message_seal("ImRootAP", lab::kMeshName)), 0);
+    EXPECT_EQ(peer().send(to, 36002, lab::message_seal("ImRootAP", lab::MESH_NAME)), 0);
     settle();
 }
 
 void Story::say(const std::string& word, const std::string& to) {
-    EXPECT_EQ(peer().send(to, 36003, lab::message_seal(word, lab::kMeshName)), 0);
+    EXPECT_EQ(peer().send(to, 36003, lab::message_seal(word, lab::MESH_NAME)), 0);
     settle();
 }
 
@@ -138,7 +138,7 @@ std::vector<std::string> Story::heard() {
     settle();
     std::vector<std::string> words;
     for (const lab::Datagram& datagram : peer().take()) {
-        words.push_back(lab::message_open(datagram.bytes, lab::kMeshName));
+        words.push_back(lab::message_open(datagram.bytes, lab::MESH_NAME));
     }
     return words;
 }

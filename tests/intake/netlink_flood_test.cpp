@@ -93,7 +93,7 @@ protected:
     }
 
     void clients_leave(int count) {
-        const auto event = lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT);
+        const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
         const auto message =
             lab::wireless_message(lab::driver_interface_index(driver_, "ath1"), "ath1", event);
         for (int i = 0; i < count; ++i) {
@@ -283,7 +283,7 @@ protected:
 
     static lab::Bytes wireless() {
         return lab::wireless_message(
-            1, "ath0", lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT));
+            1, "ath0", lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT));
     }
     static lab::Bytes plain_link() {
         const lab::Bytes name = {'a', 't', 'h', '0', 0};

@@ -104,7 +104,7 @@ TEST_F(DriverMessage, reaches_the_record_of_its_interface) {
 TEST_F(DriverMessage, is_understood_with_a_padded_header_too) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
     record->state = static_cast<link_state>(QUIET_STATE);
-    driver_.layout = EventLayout::PADDED;
+    driver_.layout = EventLayout::padded;
     sent(lab::driver_associated(&driver_, "ath0", AP));
     netlink_recv();
     EXPECT_EQ(record->bssid.get(), AP);
@@ -131,7 +131,7 @@ TEST_F(DriverMessage, is_read_one_datagram_at_a_time_without_blocking) {
 }
 
 TEST_F(DriverMessage, is_handled_with_all_others_of_its_batch_in_order) {
-    const auto event = lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT);
+    const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
     const int other = lab::driver_interface_index(driver_, "ath1");
     sent(lab::driver_send(&driver_, lab::joined({lab::wireless_message(other, "ath1", event),
                                                  lab::wireless_message(index_, "ath0", event)})));
@@ -142,7 +142,7 @@ TEST_F(DriverMessage, is_handled_with_all_others_of_its_batch_in_order) {
 }
 
 TEST_F(DriverMessage, is_handled_as_far_as_it_fits_8192_bytes) {
-    const auto event = lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT);
+    const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
     const lab::Bytes one = lab::wireless_message(index_, "ath0", event);
     lab::Bytes batch;
     while (batch.size() + one.size() <= 9000) {
@@ -156,7 +156,7 @@ TEST_F(DriverMessage, is_handled_as_far_as_it_fits_8192_bytes) {
 }
 
 TEST_F(DriverMessage, of_another_type_is_passed_over) {
-    const auto event = lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT);
+    const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
     const auto attribute = lab::route_attribute(lab::ATTRIBUTE_WIRELESS, event);
     sent(lab::driver_send(
         &driver_, lab::joined({lab::link_message(lab::MESSAGE_DEL_LINK, index_, attribute),
@@ -167,7 +167,7 @@ TEST_F(DriverMessage, of_another_type_is_passed_over) {
 }
 
 TEST_F(DriverMessage, of_an_index_without_a_name_is_logged_and_nothing_else) {
-    const auto event = lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT);
+    const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
     sent(lab::driver_send(&driver_, lab::wireless_message(99999, "ath0", event)));
     netlink_recv();
     EXPECT_THAT(journal_take(),
@@ -177,7 +177,7 @@ TEST_F(DriverMessage, of_an_index_without_a_name_is_logged_and_nothing_else) {
 TEST_F(DriverMessage, may_hold_several_wireless_attributes_among_others) {
     const auto wireless =
         lab::route_attribute(lab::ATTRIBUTE_WIRELESS,
-                             lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT));
+                             lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT));
     const lab::Bytes text = {'x', 0, 0};
     const auto attributes = lab::joined({lab::route_attribute(lab::ATTRIBUTE_NAME, text), wireless,
                                          lab::route_attribute(12, text), wireless});
@@ -188,7 +188,7 @@ TEST_F(DriverMessage, may_hold_several_wireless_attributes_among_others) {
 }
 
 TEST_F(DriverMessage, ends_at_an_attribute_whose_length_does_not_fit) {
-    const auto event = lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT);
+    const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
     const auto wireless = lab::route_attribute(lab::ATTRIBUTE_WIRELESS, event);
     for (const uint16_t length : std::initializer_list<uint16_t>{0, 3, 200}) {
         netlink_msg_process(
@@ -201,7 +201,7 @@ TEST_F(DriverMessage, ends_at_an_attribute_whose_length_does_not_fit) {
 }
 
 TEST_F(DriverMessage, is_dropped_when_its_own_length_does_not_fit) {
-    const auto event = lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT);
+    const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
     lab::Bytes message = lab::wireless_message(index_, "ath0", event);
     message[0] = 15;
     sent(lab::driver_send(&driver_, message));
@@ -216,16 +216,16 @@ protected:
         wireless_event_process(stream, name);
     }
     static lab::Bytes up() {
-        return lab::associated_event(EventLayout::PACKED, AP);
+        return lab::associated_event(EventLayout::packed, AP);
     }
     static lab::Bytes down() {
-        return lab::disassociated_event(EventLayout::PACKED);
+        return lab::disassociated_event(EventLayout::packed);
     }
     static lab::Bytes left() {
-        return lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, CLIENT);
+        return lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
     }
     static lab::Bytes channel(uint8_t number) {
-        return lab::custom_event(EventLayout::PACKED, 28, lab::channel_payload(number));
+        return lab::custom_event(EventLayout::packed, 28, lab::channel_payload(number));
     }
 };
 
@@ -279,9 +279,9 @@ TEST_F(WirelessEventProcess, stops_at_a_channel_change_of_an_unknown_interface) 
 
 TEST_F(WirelessEventProcess, clears_a_new_client_from_the_list_of_every_node) {
     for (const lab::Bytes& event :
-         {lab::address_event(EventLayout::PACKED, lab::EVENT_REGISTERED, CLIENT),
-          lab::custom_event(EventLayout::PACKED, 21, lab::client_payload(CLIENT)),
-          lab::custom_event(EventLayout::PACKED, 22, lab::client_payload(CLIENT))}) {
+         {lab::address_event(EventLayout::packed, lab::EVENT_REGISTERED, CLIENT),
+          lab::custom_event(EventLayout::packed, 21, lab::client_payload(CLIENT)),
+          lab::custom_event(EventLayout::packed, 22, lab::client_payload(CLIENT))}) {
         process(event, "ath20");
         EXPECT_THAT(
             journal_take(),
@@ -300,10 +300,10 @@ TEST_F(WirelessEventProcess, logs_a_leaving_client_and_nothing_else) {
 
 TEST_F(WirelessEventProcess, logs_why_a_client_left) {
     process(lab::joined({
-                lab::custom_event(EventLayout::PACKED, 20, lab::leave_payload(CLIENT, 8)),
-                lab::custom_event(EventLayout::PACKED, 19, lab::leave_payload(CLIENT, 3)),
-                lab::custom_event(EventLayout::PACKED, 33, lab::leave_payload(CLIENT, 0)),
-                lab::custom_event(EventLayout::PACKED, 14, lab::leave_payload(AP, 0xffffffff)),
+                lab::custom_event(EventLayout::packed, 20, lab::leave_payload(CLIENT, 8)),
+                lab::custom_event(EventLayout::packed, 19, lab::leave_payload(CLIENT, 3)),
+                lab::custom_event(EventLayout::packed, 33, lab::leave_payload(CLIENT, 0)),
+                lab::custom_event(EventLayout::packed, 14, lab::leave_payload(AP, 0xffffffff)),
             }),
             "ath20");
     EXPECT_THAT(
@@ -352,9 +352,9 @@ TEST_F(WirelessEventProcess, handles_the_events_of_one_attribute_in_order) {
 }
 
 TEST_F(WirelessEventProcess, passes_over_events_that_mean_nothing_here) {
-    process(lab::joined({lab::point_event(EventLayout::PACKED, lab::EVENT_GENERIC_IE, 0,
+    process(lab::joined({lab::point_event(EventLayout::packed, lab::EVENT_GENERIC_IE, 0,
                                           lab::client_payload(CLIENT)),
-                         lab::custom_event(EventLayout::PACKED, 99, lab::client_payload(CLIENT)),
+                         lab::custom_event(EventLayout::packed, 99, lab::client_payload(CLIENT)),
                          left()}),
             "ath20");
     EXPECT_THAT(journal_take(),

@@ -29,7 +29,7 @@ using harness::clock_settle;
 using harness::clock_start;
 using harness::put_file;
 
-constexpr std::uint32_t kStart = 1'700'000'000;
+constexpr std::uint32_t START = 1'700'000'000;
 
 class MovedClock : public harness::SandboxTest {};
 
@@ -53,7 +53,7 @@ TEST_F(MovedClock, is_the_real_time_until_it_is_started) {
 }
 
 TEST_F(MovedClock, shows_whole_seconds_everywhere_and_stands_still) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     timeval now{};
     gettimeofday(&now, nullptr);
     EXPECT_EQ(time(nullptr), 1'700'000'000);
@@ -64,14 +64,14 @@ TEST_F(MovedClock, shows_whole_seconds_everywhere_and_stands_still) {
 }
 
 TEST_F(MovedClock, moves_by_itself_with_each_sleep_when_eager) {
-    clock_start(kStart, lab::CLOCK_EAGER);
+    clock_start(START, lab::CLOCK_EAGER);
     EXPECT_EQ(sleep(10), 0U);
     EXPECT_EQ(sleep(2), 0U);
     EXPECT_EQ(time(nullptr), 1'700'000'012);
 }
 
 TEST_F(MovedClock, wakes_a_sleeper_in_its_second_and_not_before) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     std::atomic<std::uint32_t> woke{0};
     std::thread sleeper([&woke] {
         sleep(181);
@@ -80,12 +80,12 @@ TEST_F(MovedClock, wakes_a_sleeper_in_its_second_and_not_before) {
     clock_advance(180);
     EXPECT_EQ(woke.load(), 0U);
     clock_advance(1);
-    EXPECT_EQ(woke.load(), kStart + 181);
+    EXPECT_EQ(woke.load(), START + 181);
     sleeper.join();
 }
 
 TEST_F(MovedClock, wakes_sleepers_of_one_second_in_the_order_in_which_they_lay_down) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     std::mutex guard;
     std::string order;
     std::vector<std::thread> sleepers;
@@ -111,7 +111,7 @@ TEST_F(MovedClock, wakes_sleepers_of_one_second_in_the_order_in_which_they_lay_d
 }
 
 TEST_F(MovedClock, counts_every_second_of_a_loop_that_sleeps_one_second) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     std::atomic<bool> stop{false};
     std::atomic<int> rounds{0};
     std::thread loop([&] {
@@ -134,7 +134,7 @@ TEST_F(MovedClock, counts_every_second_of_a_loop_that_sleeps_one_second) {
 }
 
 TEST_F(MovedClock, waits_for_a_child_process_that_works_before_the_next_second) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     std::vector<std::string> lines;
     std::thread worker([&lines] {
         for (int round = 0; round < 3; ++round) {
@@ -151,7 +151,7 @@ TEST_F(MovedClock, waits_for_a_child_process_that_works_before_the_next_second) 
 }
 
 TEST_F(MovedClock, never_misses_a_chain_of_processes_that_start_one_another) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     for (int round = 0; round < 200; ++round) {
         put_file("/tmp/end", "");
         std::thread worker([] {
@@ -164,7 +164,7 @@ TEST_F(MovedClock, never_misses_a_chain_of_processes_that_start_one_another) {
 }
 
 TEST_F(MovedClock, fails_with_the_name_of_the_thread_that_never_rests) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     lab::MovedClock impatient;
     std::string error;
     ASSERT_EQ(impatient.add_node("", error, {getpid()}), 0);
@@ -195,29 +195,29 @@ TEST(PacketsUnderWay, are_those_that_any_processor_has_still_to_deliver) {
 }
 
 TEST_F(MovedClock, forgets_a_sleeper_whose_process_was_killed) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     {
         const harness::Child child([] { sleep(100); });
         clock_settle();
     }
     clock_advance(200);
-    EXPECT_EQ(clock_now(), kStart + 200);
+    EXPECT_EQ(clock_now(), START + 200);
 }
 
 TEST_F(MovedClock, expires_a_timer_first_and_then_every_period) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     const int fd = armed_timer(10, 30);
     clock_advance(10);
     EXPECT_EQ(read_count(fd), 1U);
     clock_advance(29);
-    EXPECT_EQ(harness::clock_timers()[0].due, kStart + 40);
+    EXPECT_EQ(harness::clock_timers()[0].due, START + 40);
     clock_advance(1);
     EXPECT_EQ(read_count(fd), 1U);
     close(fd);
 }
 
 TEST_F(MovedClock, adds_up_expiries_that_nobody_has_read) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     const int fd = armed_timer(5, 5);
     clock_advance(17);
     EXPECT_EQ(read_count(fd), 3U);
@@ -225,7 +225,7 @@ TEST_F(MovedClock, adds_up_expiries_that_nobody_has_read) {
 }
 
 TEST_F(MovedClock, shows_what_each_timer_was_armed_with_in_the_order_of_creation) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     const int one = armed_timer(10, 10);
     const int two = armed_timer(120, 50);
     const std::vector<lab::ArmedTimer> timers = harness::clock_timers();
@@ -234,7 +234,7 @@ TEST_F(MovedClock, shows_what_each_timer_was_armed_with_in_the_order_of_creation
     EXPECT_EQ(timers[0].fd, one);
     EXPECT_EQ(timers[1].first, 120U);
     EXPECT_EQ(timers[1].period, 50U);
-    EXPECT_EQ(timers[1].due, kStart + 120);
+    EXPECT_EQ(timers[1].due, START + 120);
     itimerspec rest{};
     EXPECT_EQ(timerfd_gettime(two, &rest), 0);
     EXPECT_EQ(rest.it_value.tv_sec, 120);
@@ -244,7 +244,7 @@ TEST_F(MovedClock, shows_what_each_timer_was_armed_with_in_the_order_of_creation
 }
 
 TEST_F(MovedClock, makes_all_timers_of_one_second_readable_in_the_same_wake_up) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     const std::array<int, 3> fds = {armed_timer(60, 30), armed_timer(60, 10), armed_timer(60, 60)};
     int ready = 0;
     std::thread waiter([&] {
@@ -264,17 +264,17 @@ TEST_F(MovedClock, makes_all_timers_of_one_second_readable_in_the_same_wake_up) 
 }
 
 TEST_F(MovedClock, forgets_a_timer_that_was_closed) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     close(armed_timer(5, 5));
     clock_advance(5);
     EXPECT_TRUE(harness::clock_timers().empty());
 }
 
 TEST_F(MovedClock, leaves_select_with_a_limit_in_real_time) {
-    clock_start(kStart, lab::CLOCK_HELD);
+    clock_start(START, lab::CLOCK_HELD);
     timeval limit{0, 1000};
     EXPECT_EQ(select(0, nullptr, nullptr, nullptr, &limit), 0);
-    EXPECT_EQ(clock_now(), kStart);
+    EXPECT_EQ(clock_now(), START);
 }
 
 struct ChannelRequest {
@@ -304,7 +304,7 @@ std::uint32_t number_at(const std::array<char, 20464>& list, size_t at, size_t s
 }
 
 TEST_F(MovedClock, answers_the_channel_list_request_from_a_text_file) {
-    harness::put_file(lab::kLabChannels, "5180 5260\n5500\n");
+    harness::put_file(lab::LAB_CHANNELS, "5180 5260\n5500\n");
     std::array<char, 20464> list{};
     EXPECT_EQ(ask_channels(list, 20464), 0);
     EXPECT_EQ(number_at(list, 0, 4), 3U);
@@ -315,7 +315,7 @@ TEST_F(MovedClock, answers_the_channel_list_request_from_a_text_file) {
 }
 
 TEST_F(MovedClock, copies_a_raw_channel_list_byte_for_byte) {
-    harness::put_file(lab::kLabChannelsRaw, std::string("\xff\xff\x00\x00\x3c\x14", 6));
+    harness::put_file(lab::LAB_CHANNELS_RAW, std::string("\xff\xff\x00\x00\x3c\x14", 6));
     std::array<char, 20464> list{};
     EXPECT_EQ(ask_channels(list, 20464), 0);
     EXPECT_EQ(number_at(list, 0, 4), 65535U);
@@ -326,7 +326,7 @@ TEST_F(MovedClock, refuses_the_channel_list_without_a_file_or_with_another_lengt
     std::array<char, 20464> list{};
     EXPECT_EQ(ask_channels(list, 20464), -1);
     EXPECT_EQ(errno, EOPNOTSUPP);
-    harness::put_file(lab::kLabChannels, "5180");
+    harness::put_file(lab::LAB_CHANNELS, "5180");
     EXPECT_EQ(ask_channels(list, 20460), -1);
     EXPECT_EQ(errno, EINVAL);
 }

@@ -15,35 +15,35 @@ constexpr lab::MacAddress AP = {0x02, 0x00, 0x00, 0x00, 0x0A, 0x01};
 static_assert(std::endian::native == std::endian::little);
 
 TEST(WirelessEventTest, puts_family_and_address_behind_a_packed_header) {
-    EXPECT_EQ(lab::associated_event(EventLayout::PACKED, AP),
+    EXPECT_EQ(lab::associated_event(EventLayout::packed, AP),
               (Bytes{20, 0, 0x15, 0x8B, 1, 0, 2, 0, 0, 0, 0x0A, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST(WirelessEventTest, puts_family_and_address_behind_a_padded_header) {
     EXPECT_EQ(
-        lab::associated_event(EventLayout::PADDED, AP),
+        lab::associated_event(EventLayout::padded, AP),
         (Bytes{24, 0, 0x15, 0x8B, 0, 0, 0, 0, 1, 0, 2, 0, 0, 0, 0x0A, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST(WirelessEventTest, tells_a_loss_by_the_all_zero_address) {
-    EXPECT_EQ(lab::disassociated_event(EventLayout::PACKED),
+    EXPECT_EQ(lab::disassociated_event(EventLayout::packed),
               (Bytes{20, 0, 0x15, 0x8B, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST(WirelessEventTest, names_the_client_events_by_their_commands) {
-    const Bytes joined = lab::address_event(EventLayout::PACKED, lab::EVENT_REGISTERED, AP);
-    const Bytes left = lab::address_event(EventLayout::PACKED, lab::EVENT_EXPIRED, AP);
+    const Bytes joined = lab::address_event(EventLayout::packed, lab::EVENT_REGISTERED, AP);
+    const Bytes left = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, AP);
     EXPECT_EQ(Bytes(joined.begin(), joined.begin() + 4), (Bytes{20, 0, 0x03, 0x8C}));
     EXPECT_EQ(Bytes(left.begin(), left.begin() + 4), (Bytes{20, 0, 0x04, 0x8C}));
 }
 
 TEST(WirelessEventTest, puts_a_packed_point_at_four_and_its_payload_at_eight) {
-    EXPECT_EQ(lab::custom_event(EventLayout::PACKED, 28, lab::channel_payload(100)),
+    EXPECT_EQ(lab::custom_event(EventLayout::packed, 28, lab::channel_payload(100)),
               (Bytes{12, 0, 0x02, 0x8C, 4, 0, 28, 0, 100, 0, 0, 0}));
 }
 
 TEST(WirelessEventTest, puts_a_padded_point_at_eight_and_its_payload_at_sixteen) {
-    EXPECT_EQ(lab::custom_event(EventLayout::PADDED, 28, lab::channel_payload(100)),
+    EXPECT_EQ(lab::custom_event(EventLayout::padded, 28, lab::channel_payload(100)),
               (Bytes{20, 0, 0x02, 0x8C, 0, 0, 0, 0, 4, 0, 28, 0, 0, 0, 0, 0, 100, 0, 0, 0}));
 }
 
@@ -54,7 +54,7 @@ TEST(WirelessEventTest, puts_the_reason_of_a_leave_at_byte_twelve) {
 }
 
 TEST(WirelessEventTest, lets_a_record_say_a_false_length_and_cuts_one_short) {
-    const Bytes record = lab::custom_event(EventLayout::PACKED, 28, lab::channel_payload(100));
+    const Bytes record = lab::custom_event(EventLayout::packed, 28, lab::channel_payload(100));
     EXPECT_EQ(lab::with_length(record, 0x1234),
               (Bytes{0x34, 0x12, 0x02, 0x8C, 4, 0, 28, 0, 100, 0, 0, 0}));
     EXPECT_EQ(lab::cut_to(record, 5), (Bytes{12, 0, 0x02, 0x8C, 4}));

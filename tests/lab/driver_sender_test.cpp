@@ -104,7 +104,7 @@ protected:
 
 TEST_F(DriverSenderTest, reaches_a_socket_of_the_link_group_in_the_nodes_namespace) {
     ASSERT_EQ(lab::driver_associated(&sender, "ath0", AP), 0) << sender.error;
-    EXPECT_EQ(received(), stream_for_ath0(lab::associated_event(lab::EventLayout::PACKED, AP)));
+    EXPECT_EQ(received(), stream_for_ath0(lab::associated_event(lab::EventLayout::packed, AP)));
 }
 
 TEST_F(DriverSenderTest, uses_the_index_that_the_interface_has_in_that_namespace) {
@@ -118,7 +118,7 @@ TEST_F(DriverSenderTest, uses_the_index_that_the_interface_has_in_that_namespace
 }
 
 TEST_F(DriverSenderTest, sends_every_kind_of_event_in_the_order_of_the_calls) {
-    const auto layout = lab::EventLayout::PADDED;
+    const auto layout = lab::EventLayout::padded;
     sender.layout = layout;
     lab::driver_associated(&sender, "ath0", AP);
     lab::driver_disassociated(&sender, "ath0");

@@ -70,13 +70,13 @@ TEST(WithoutDates, keeps_lines_that_have_none) {
 
 class FollowedLog : public harness::SandboxTest {
 protected:
-    static constexpr char kLog[] = "/var/log/backhaul_flow_log";
+    static constexpr char LOG[] = "/var/log/backhaul_flow_log";
 
     static void grow(const std::string& text) {
-        lab::file_append(kLog, "Tue Nov 14 22:13:20 2023 : " + text);
+        lab::file_append(LOG, "Tue Nov 14 22:13:20 2023 : " + text);
     }
     static void rotate() {
-        rename(kLog, "/var/log/backhaul_flow_log.1");
+        rename(LOG, "/var/log/backhaul_flow_log.1");
     }
     Lines read() {
         Lines texts;
@@ -85,7 +85,7 @@ protected:
         }
         return texts;
     }
-    lab::FlowLogReader reader_{kLog};
+    lab::FlowLogReader reader_{LOG};
 };
 
 TEST_F(FollowedLog, gives_each_line_once) {
@@ -100,7 +100,7 @@ TEST_F(FollowedLog, gives_each_line_once) {
 TEST_F(FollowedLog, waits_for_the_end_of_a_line) {
     grow("half");
     EXPECT_EQ(read(), Lines{});
-    lab::file_append(kLog, " whole\n");
+    lab::file_append(LOG, " whole\n");
     EXPECT_EQ(read(), Lines{"half whole"});
 }
 
@@ -119,7 +119,7 @@ TEST_F(FollowedLog, still_reads_a_file_that_was_removed) {
     grow("a\n");
     read();
     grow("b\n");
-    unlink(kLog);
+    unlink(LOG);
     EXPECT_EQ(read(), Lines{"b"});
     grow("c\n");
     EXPECT_EQ(read(), Lines{"c"});

@@ -103,7 +103,7 @@ TEST_F(Sandbox, records_lines_of_popen_and_system_in_their_order) {
 
 TEST_F(Sandbox, finds_the_stand_in_tools_by_name_and_at_their_fixed_places) {
     EXPECT_EQ(system("uci get wireless.ath0.ssid 2>/dev/null"), 256);
-    for (const std::string_view place : lab::kToolPlaces) {
+    for (const std::string_view place : lab::TOOL_PLACES) {
         EXPECT_EQ(access(std::string(place).c_str(), X_OK), 0) << place;
     }
     EXPECT_EQ(system("/sbin/velmor_led_ctrl 1"), 0);
@@ -135,7 +135,7 @@ TEST_F(Sandbox, has_room_for_another_sandbox_inside_with_the_same_shell_and_tool
                                "", error),
               0)
         << error;
-    EXPECT_NE(file_text(root + lab::kLabLines).find("uci get a.b.c"), std::string::npos);
+    EXPECT_NE(file_text(root + lab::LAB_LINES).find("uci get a.b.c"), std::string::npos);
     EXPECT_EQ(harness::recorded_lines(), std::vector<std::string>{});
     kill(inner, SIGKILL);
 }

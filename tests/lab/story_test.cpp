@@ -143,7 +143,7 @@ TEST_F(StoryBed, fails_when_a_condition_does_not_come_true_in_time) {
     start_extender();
     EXPECT_NONFATAL_FAILURE(advance_until([] { return false; }, 5),
                             "nothing of the kind within 5 seconds");
-    EXPECT_EQ(now(), lab::kNodeStartTime + 5);
+    EXPECT_EQ(now(), lab::NODE_START_TIME + 5);
 }
 
 TEST_F(StoryBed, collects_what_is_needed_to_understand_a_failure) {

@@ -141,17 +141,17 @@ TEST_F(SystemToolsTest, boots_the_supplicant_with_the_kind_of_pid_that_is_set) {
     EXPECT_EQ(file(pid_file), "1\n");
     run("qca-wpa-supplicant", {"stop"});
     EXPECT_EQ(file(pid_file), "(none)");
-    lab::supplicant_boot_set(root, lab::SupplicantBoot::NO_FILE);
+    lab::supplicant_boot_set(root, lab::SupplicantBoot::no_file);
     run("qca-wpa-supplicant", {"boot"});
     EXPECT_EQ(file(pid_file), "(none)");
-    lab::supplicant_boot_set(root, lab::SupplicantBoot::DEAD_PID);
+    lab::supplicant_boot_set(root, lab::SupplicantBoot::dead_pid);
     run("qca-wpa-supplicant", {"boot"});
     EXPECT_EQ(file(pid_file), "4194303\n");
     EXPECT_FALSE(lab::path_exists("/proc/4194303/comm"));
 }
 
 TEST_F(SystemToolsTest, boots_a_supplicant_process_that_lives_until_it_is_killed) {
-    lab::supplicant_boot_set(root, lab::SupplicantBoot::PROCESS);
+    lab::supplicant_boot_set(root, lab::SupplicantBoot::process);
     run("qca-wpa-supplicant", {"boot"});
     const int pid = std::stoi(file("/var/run/wpa_supplicant-global.pid"));
     ASSERT_GT(pid, 1);
@@ -188,7 +188,7 @@ TEST_F(SystemToolsTest, configures_each_service_ap_with_its_own_two_files) {
         {"0x41", "APautooutput_V_5G", "vl1905WIFIState_V_5G"},
         {"0x49", "APautoconfig_V_5G2", "vl1905WIFIState_V_5G2"},
     }};
-    lab::agent_mode_set(root, lab::AgentMode::AT_ONCE);
+    lab::agent_mode_set(root, lab::AgentMode::at_once);
     std::size_t files = 0;
     for (const Row& row : rows) {
         run("vl1905App", {"17", row.code});
@@ -200,7 +200,7 @@ TEST_F(SystemToolsTest, configures_each_service_ap_with_its_own_two_files) {
 }
 
 TEST_F(SystemToolsTest, configures_with_the_nth_request_of_each_service_ap) {
-    lab::agent_mode_set(root, lab::AgentMode::AFTER, 3);
+    lab::agent_mode_set(root, lab::AgentMode::after, 3);
     for (int request = 1; request <= 2; ++request) {
         run("vl1905App", {"17", "0x00"});
         run("vl1905App", {"17", "0x21"});
@@ -210,14 +210,14 @@ TEST_F(SystemToolsTest, configures_with_the_nth_request_of_each_service_ap) {
     EXPECT_NE(file("/tmp/vl1905/APautooutput_24G"), "(none)");
     EXPECT_NE(file("/tmp/vl1905/vl1905WIFIState_24G"), "(none)");
     EXPECT_EQ(file("/tmp/vl1905/APautooutput_G1_5G"), "(none)");
-    lab::agent_mode_set(root, lab::AgentMode::AFTER, 3);
+    lab::agent_mode_set(root, lab::AgentMode::after, 3);
     lab::file_remove(root + "/tmp/vl1905/APautooutput_24G");
     run("vl1905App", {"17", "0x00"});
     EXPECT_EQ(file("/tmp/vl1905/APautooutput_24G"), "(none)") << "counted anew";
 }
 
 TEST_F(SystemToolsTest, receives_but_never_applies_in_output_only_mode) {
-    lab::agent_mode_set(root, lab::AgentMode::OUTPUT_ONLY);
+    lab::agent_mode_set(root, lab::AgentMode::output_only);
     run("vl1905App", {"17", "0x01"});
     EXPECT_NE(file("/tmp/vl1905/APautooutput_5G"), "(none)");
     EXPECT_EQ(file("/tmp/vl1905/vl1905WIFIState_5G"), "(none)");

@@ -25,10 +25,10 @@ protected:
             made.is_root = node == 0;
             lab::AirStation station;
             station.interface = "ath0";
-            station.band = lab::AirBand::FIVE_HIGH;
+            station.band = lab::AirBand::five_high;
             made.stations = {station};
             lab::AirAp ap;
-            ap.band = lab::AirBand::FIVE_HIGH;
+            ap.band = lab::AirBand::five_high;
             ap.is_backhaul = true;
             ap.on_air = true;
             ap.bssid = "ap of " + std::to_string(node);

@@ -106,7 +106,7 @@ TEST_F(MeshRules, tell_a_status_file_with_another_text) {
 }
 
 TEST_F(MeshRules, tell_a_status_file_that_claims_what_no_record_says) {
-    verb(lab::VerbKind::AP_OFF, "root");
+    verb(lab::VerbKind::ap_off, "root");
     ASSERT_EQ(e1_status(), "not ready\n");
     lab::file_write(e1().at("/tmp/backhaul_status"), "ready\n");
     pass(5);
@@ -124,7 +124,7 @@ TEST_F(MeshRules, tell_a_worker_that_nothing_had_ended) {
 }
 
 TEST_F(MeshRules, expect_a_worker_to_end_only_for_a_while_after_a_signal_that_it_survived) {
-    verb(lab::VerbKind::KILL_WORKER, "e1", SIGCONT);
+    verb(lab::VerbKind::kill_worker, "e1", SIGCONT);
     pass(301);
     EXPECT_THAT(broken(), IsEmpty());
     kill(e1_worker(), SIGKILL);
@@ -133,7 +133,7 @@ TEST_F(MeshRules, expect_a_worker_to_end_only_for_a_while_after_a_signal_that_it
 }
 
 TEST_F(MeshRules, tell_a_service_ap_that_is_on_the_air_without_a_backhaul) {
-    verb(lab::VerbKind::AP_OFF, "root");
+    verb(lab::VerbKind::ap_off, "root");
     pass(1);
     ASSERT_THAT(mesh->observation().nodes[1].service_aps_up, IsEmpty());
     run_on_e1(
@@ -167,7 +167,7 @@ protected:
 
 TEST_F(MeshRulesOfThree, count_as_out_who_is_ready_by_a_cable_below_one_without_a_root) {
     lab::Verb cable;
-    cable.kind = lab::VerbKind::CABLE_IN;
+    cable.kind = lab::VerbKind::cable_in;
     cable.node = "e2";
     cable.peer = "e1";
     std::string note;
@@ -182,7 +182,7 @@ TEST_F(MeshRulesOfThree, count_as_out_who_is_ready_by_a_cable_below_one_without_
     pass(10);
     ASSERT_FALSE(lab::outage_summary(mesh->outages(), "e2", mesh->observation().time).is_out);
     const std::size_t told = mesh->violations().size();
-    verb(lab::VerbKind::POWER_OFF, "root");
+    verb(lab::VerbKind::power_off, "root");
     pass(620);
     EXPECT_TRUE(e2_ready());
     EXPECT_GE(lab::outage_summary(mesh->outages(), "e2", mesh->observation().time).total, 615);

@@ -109,21 +109,21 @@ TEST_F(AirPathsTest, of_a_station_below_a_lost_node_count_255_hops) {
 }
 
 TEST(AirRates, fall_with_the_signal_and_end_where_it_is_no_longer_usable) {
-    EXPECT_EQ(air_link_rate(-40, AirBand::FIVE_HIGH), 866);
-    EXPECT_EQ(air_link_rate(-40, AirBand::TWO), 200);
-    EXPECT_EQ(air_link_rate(-80, AirBand::FIVE_LOW), 120);
-    EXPECT_EQ(air_link_rate(-88, AirBand::FIVE_LOW), 20);
-    EXPECT_EQ(air_link_rate(-89, AirBand::FIVE_LOW), 0);
+    EXPECT_EQ(air_link_rate(-40, AirBand::five_high), 866);
+    EXPECT_EQ(air_link_rate(-40, AirBand::two), 200);
+    EXPECT_EQ(air_link_rate(-80, AirBand::five_low), 120);
+    EXPECT_EQ(air_link_rate(-88, AirBand::five_low), 20);
+    EXPECT_EQ(air_link_rate(-89, AirBand::five_low), 0);
 }
 
 TEST(AirBands, meet_on_the_same_radio_and_a_single_5_ghz_radio_hears_both) {
-    EXPECT_TRUE(air_bands_meet(AirBand::FIVE_HIGH, AirBand::FIVE_HIGH));
-    EXPECT_FALSE(air_bands_meet(AirBand::FIVE_HIGH, AirBand::FIVE_LOW));
-    EXPECT_TRUE(air_bands_meet(AirBand::FIVE, AirBand::FIVE_LOW));
-    EXPECT_TRUE(air_bands_meet(AirBand::FIVE_HIGH, AirBand::FIVE));
-    EXPECT_FALSE(air_bands_meet(AirBand::FIVE, AirBand::TWO));
-    EXPECT_TRUE(air_bands_meet(AirBand::TWO, AirBand::TWO));
-    EXPECT_FALSE(air_bands_meet(AirBand::NONE, AirBand::NONE));
+    EXPECT_TRUE(air_bands_meet(AirBand::five_high, AirBand::five_high));
+    EXPECT_FALSE(air_bands_meet(AirBand::five_high, AirBand::five_low));
+    EXPECT_TRUE(air_bands_meet(AirBand::five, AirBand::five_low));
+    EXPECT_TRUE(air_bands_meet(AirBand::five_high, AirBand::five));
+    EXPECT_FALSE(air_bands_meet(AirBand::five, AirBand::two));
+    EXPECT_TRUE(air_bands_meet(AirBand::two, AirBand::two));
+    EXPECT_FALSE(air_bands_meet(AirBand::none, AirBand::none));
 }
 
 TEST(AirChannels, have_their_frequencies) {

@@ -121,7 +121,7 @@ protected:
     Texts take() {
         Texts texts;
         for (const Effect& effect : happened) {
-            if (effect.kind != EffectKind::FILE && effect.kind != EffectKind::DATABASE) {
+            if (effect.kind != EffectKind::file && effect.kind != EffectKind::database) {
                 texts.push_back(effect_text(air, effect));
             }
         }
@@ -173,16 +173,16 @@ private:
         for (const Effect& effect : effects) {
             const auto node = static_cast<std::size_t>(effect.node);
             happened.push_back(effect);
-            if (effect.kind == EffectKind::FILE) {
+            if (effect.kind == EffectKind::file) {
                 files[node][effect.path] = effect.text;
-            } else if (effect.kind == EffectKind::DATABASE) {
+            } else if (effect.kind == EffectKind::database) {
                 databases[node] = effect.text;
-            } else if (effect.kind == EffectKind::UCI) {
+            } else if (effect.kind == EffectKind::uci) {
                 store[node][effect.path] = effect.text;
-            } else if (effect.kind == EffectKind::NODE_STOP) {
+            } else if (effect.kind == EffectKind::node_stop) {
                 files[node].clear();
                 databases[node].clear();
-            } else if (effect.kind == EffectKind::NODE_START) {
+            } else if (effect.kind == EffectKind::node_start) {
                 carry_out(air_node_prepare(&air, effect.node, reader(effect.node)));
             }
         }

@@ -20,7 +20,7 @@ Scenario day_of_chaos(std::uint32_t seed) {
 std::map<VerbKind, int> verb_counts(const Scenario& scenario) {
     std::map<VerbKind, int> counts;
     for (const ScenarioStep& step : scenario.steps) {
-        counts[step.verb.kind] += step.kind == StepKind::VERB ? 1 : 0;
+        counts[step.verb.kind] += step.kind == StepKind::verb ? 1 : 0;
     }
     return counts;
 }
@@ -43,12 +43,12 @@ TEST(ScenarioChaos, runs_again_from_its_text) {
 TEST(ScenarioChaos, ends_what_it_begins) {
     for (std::uint32_t seed = 1; seed <= 20; ++seed) {
         std::map<VerbKind, int> counts = verb_counts(day_of_chaos(seed));
-        EXPECT_EQ(counts[VerbKind::AP_OFF], counts[VerbKind::AP_ON]) << seed;
-        EXPECT_EQ(counts[VerbKind::CABLE_IN], counts[VerbKind::CABLE_OUT]) << seed;
-        EXPECT_EQ(counts[VerbKind::POWER_OFF], counts[VerbKind::POWER_ON]) << seed;
-        EXPECT_EQ(counts[VerbKind::RADAR], counts[VerbKind::CLEAR_RADAR]) << seed;
-        EXPECT_EQ(counts[VerbKind::REVOKE], counts[VerbKind::APPROVE]) << seed;
-        EXPECT_EQ(counts[VerbKind::FADE] % 2, 0) << seed;
+        EXPECT_EQ(counts[VerbKind::ap_off], counts[VerbKind::ap_on]) << seed;
+        EXPECT_EQ(counts[VerbKind::cable_in], counts[VerbKind::cable_out]) << seed;
+        EXPECT_EQ(counts[VerbKind::power_off], counts[VerbKind::power_on]) << seed;
+        EXPECT_EQ(counts[VerbKind::radar], counts[VerbKind::clear_radar]) << seed;
+        EXPECT_EQ(counts[VerbKind::revoke], counts[VerbKind::approve]) << seed;
+        EXPECT_EQ(counts[VerbKind::fade] % 2, 0) << seed;
     }
 }
 
@@ -58,7 +58,7 @@ TEST(ScenarioChaos, cuts_links_below_what_any_band_joins_with_and_sets_them_back
     std::map<std::set<std::string>, int> signals;
     int cuts = 0;
     for (const ScenarioStep& step : scenario.steps) {
-        if (step.kind == StepKind::VERB && step.verb.kind == VerbKind::FADE) {
+        if (step.kind == StepKind::verb && step.verb.kind == VerbKind::fade) {
             signals[{step.verb.node, step.verb.peer}] = step.verb.number;
             cuts += step.verb.number < NOBODY_JOINS ? 1 : 0;
         }
@@ -74,13 +74,13 @@ TEST(ScenarioChaos, cuts_links_below_what_any_band_joins_with_and_sets_them_back
 TEST(ScenarioChaos, begins_with_a_loss_a_deaf_node_and_a_stranded_one) {
     for (std::uint32_t seed = 1; seed <= 20; ++seed) {
         const Scenario scenario = day_of_chaos(seed);
-        EXPECT_EQ(scenario.steps.front().verb.kind, VerbKind::DEAUTH) << seed;
+        EXPECT_EQ(scenario.steps.front().verb.kind, VerbKind::deauth) << seed;
         int at = 0;
         std::map<std::string, int> whole;  // by node: cuts on all bands
         std::map<std::string, int> preferred;
         for (const ScenarioStep& step : scenario.steps) {
             at += step.after;
-            if (at < 1200 && step.verb.kind == VerbKind::FADE) {
+            if (at < 1200 && step.verb.kind == VerbKind::fade) {
                 ++(step.verb.word == "5h" ? preferred : whole)[step.verb.node];
             }
         }
@@ -93,9 +93,9 @@ TEST(ScenarioChaos, begins_nothing_twice_on_a_node_before_it_has_ended) {
     for (std::uint32_t seed = 1; seed <= 20; ++seed) {
         std::set<std::string> off;
         for (const ScenarioStep& step : day_of_chaos(seed).steps) {
-            if (step.verb.kind == VerbKind::POWER_OFF) {
+            if (step.verb.kind == VerbKind::power_off) {
                 EXPECT_TRUE(off.insert(step.verb.node).second) << seed;
-            } else if (step.verb.kind == VerbKind::POWER_ON) {
+            } else if (step.verb.kind == VerbKind::power_on) {
                 EXPECT_EQ(off.erase(step.verb.node), 1U) << seed;
             }
         }
@@ -110,9 +110,9 @@ TEST(ScenarioChaos, takes_about_the_time_that_it_was_given) {
     }
     EXPECT_GE(seconds, DAY + 360);
     EXPECT_LE(seconds, DAY + 360 + 660);
-    EXPECT_EQ(scenario.steps.front().kind, StepKind::VERB);
+    EXPECT_EQ(scenario.steps.front().kind, StepKind::verb);
     EXPECT_GE(scenario.steps.front().after, 180);
-    EXPECT_EQ(scenario.steps.back().kind, StepKind::EXPECT);
+    EXPECT_EQ(scenario.steps.back().kind, StepKind::expect);
     EXPECT_EQ(scenario.steps.back().condition.node, "all");
 }
 
@@ -124,19 +124,19 @@ TEST(ScenarioChaos, uses_every_kind_of_trouble) {
         }
     }
     for (const VerbKind kind :
-         {VerbKind::DEAUTH, VerbKind::AP_OFF, VerbKind::FADE, VerbKind::CABLE_IN, VerbKind::RADAR,
-          VerbKind::REBOOT, VerbKind::POWER_OFF, VerbKind::KILL_WORKER, VerbKind::KILL_TOOL,
-          VerbKind::DROP_MESSAGES, VerbKind::REVOKE, VerbKind::COMMAND}) {
+         {VerbKind::deauth, VerbKind::ap_off, VerbKind::fade, VerbKind::cable_in, VerbKind::radar,
+          VerbKind::reboot, VerbKind::power_off, VerbKind::kill_worker, VerbKind::kill_tool,
+          VerbKind::drop_messages, VerbKind::revoke, VerbKind::command}) {
         EXPECT_GT(counts[kind], 0) << verb_row(kind).name;
     }
 }
 
 TEST(ScenarioChaos, takes_no_cable_and_no_approval_from_a_root) {
     for (const ScenarioStep& step : day_of_chaos(9).steps) {
-        const bool only_extenders = step.verb.kind == VerbKind::CABLE_IN ||
-                                    step.verb.kind == VerbKind::REVOKE ||
-                                    step.verb.kind == VerbKind::DEAUTH;
-        EXPECT_FALSE(step.kind == StepKind::VERB && only_extenders && step.verb.node == "root");
+        const bool only_extenders = step.verb.kind == VerbKind::cable_in ||
+                                    step.verb.kind == VerbKind::revoke ||
+                                    step.verb.kind == VerbKind::deauth;
+        EXPECT_FALSE(step.kind == StepKind::verb && only_extenders && step.verb.node == "root");
     }
 }
 

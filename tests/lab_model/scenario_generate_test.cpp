@@ -20,9 +20,9 @@ TEST(ScenarioGenerate, makes_a_chain) {
     const Scenario scenario = scenario_line(4);
     EXPECT_EQ(scenario.nodes.size(), 4U);
     EXPECT_EQ(scenario.nodes[0].name, "root");
-    EXPECT_EQ(scenario.nodes[0].role, NodeRole::ROOT);
+    EXPECT_EQ(scenario.nodes[0].role, NodeRole::root);
     EXPECT_EQ(scenario.nodes[3].name, "e3");
-    EXPECT_EQ(scenario.nodes[3].role, NodeRole::EXTENDER);
+    EXPECT_EQ(scenario.nodes[3].role, NodeRole::extender);
     EXPECT_EQ(hearings(scenario), (std::vector<std::string>{"e1-root", "e2-e1", "e3-e2"}));
 }
 

@@ -50,7 +50,7 @@ TEST(ScenarioParse, reads_nodes_signals_and_options) {
     EXPECT_EQ(scenario.ssid, "lab mesh");
     EXPECT_EQ(scenario.key, "correct horse");
     ASSERT_EQ(scenario.nodes.size(), 2U);
-    EXPECT_EQ(scenario.nodes[0].role, NodeRole::ROOT);
+    EXPECT_EQ(scenario.nodes[0].role, NodeRole::root);
     EXPECT_EQ(scenario.nodes[1].options, (std::vector<std::string>{"-d", "-p", "2"}));
     EXPECT_EQ(scenario_interface_find(scenario.nodes[1], "ath3"), nullptr);
     EXPECT_NE(scenario_interface_find(scenario.nodes[0], "ath3"), nullptr);
@@ -71,19 +71,19 @@ TEST(ScenarioParse, refuses_a_signal_that_stops_the_worker_instead_of_ending_it)
 TEST(ScenarioParse, reads_steps_in_their_order_with_their_lines) {
     const Scenario scenario = parsed(LOSS_AND_RETURN);
     ASSERT_EQ(scenario.steps.size(), 5U);
-    EXPECT_EQ(scenario.steps[0].kind, StepKind::WAIT_UNTIL);
+    EXPECT_EQ(scenario.steps[0].kind, StepKind::wait_until);
     EXPECT_EQ(scenario.steps[0].within, 120);
     EXPECT_EQ(scenario.steps[0].condition.text, "ready");
-    EXPECT_EQ(scenario.steps[1].kind, StepKind::VERB);
+    EXPECT_EQ(scenario.steps[1].kind, StepKind::verb);
     EXPECT_EQ(scenario.steps[1].after, 10);
-    EXPECT_EQ(scenario.steps[1].verb.kind, VerbKind::DEAUTH);
+    EXPECT_EQ(scenario.steps[1].verb.kind, VerbKind::deauth);
     EXPECT_EQ(scenario.steps[1].verb.interface, "ath0");
     EXPECT_EQ(scenario.steps[1].line, 10);
     EXPECT_EQ(scenario.steps[2].condition.number, 3);
     EXPECT_EQ(scenario.steps[2].within, 0);
     EXPECT_EQ(scenario.steps[3].condition.text, "try to reconnect");
     EXPECT_EQ(scenario.steps[3].within, 5);
-    EXPECT_EQ(scenario.steps[4].condition.kind, ConditionKind::RULE);
+    EXPECT_EQ(scenario.steps[4].condition.kind, ConditionKind::rule);
     EXPECT_EQ(scenario.steps[4].condition.node, "one-uplink");
 }
 
@@ -266,7 +266,7 @@ TEST(ScenarioParse, stops_at_a_file_that_is_no_scenario_at_all) {
 TEST(ScenarioParse, takes_the_rest_of_the_line_as_what_is_told) {
     const Scenario scenario = parsed("node root root\nsay the  root starts # soon\n");
     ASSERT_EQ(scenario.steps.size(), 1U);
-    EXPECT_EQ(scenario.steps[0].kind, StepKind::SAY);
+    EXPECT_EQ(scenario.steps[0].kind, StepKind::say);
     EXPECT_EQ(scenario.steps[0].text, "the root starts");
 }
 
@@ -312,7 +312,7 @@ TEST(LineWords, cuts_at_blanks_and_keeps_quoted_words_whole) {
 }
 
 TEST(DefaultNode, has_two_stations_at_5_ghz_one_at_2_and_the_aps_the_daemon_knows) {
-    const ScenarioNode node = default_node("e1", NodeRole::EXTENDER);
+    const ScenarioNode node = default_node("e1", NodeRole::extender);
     EXPECT_EQ(scenario_profile_text(node),
               "ath0 BACKHAUL_STA 5h 30 0\n"
               "ath1 BACKHAUL_STA 5l 20 0\n"
@@ -326,7 +326,7 @@ TEST(DefaultNode, has_two_stations_at_5_ghz_one_at_2_and_the_aps_the_daemon_know
               "eth ETHERNET - 0 0\n"
               "timer AP_TIMER_INTF - 0 0\n");
     EXPECT_EQ(scenario_daemon_options(node), (std::vector<std::string>{"-d"}));
-    EXPECT_EQ(scenario_daemon_options(default_node("r", NodeRole::ROOT)),
+    EXPECT_EQ(scenario_daemon_options(default_node("r", NodeRole::root)),
               (std::vector<std::string>{"-m", "-d"}));
 }
 

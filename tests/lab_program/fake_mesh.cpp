@@ -29,8 +29,8 @@ Control FakeMesh::control() {
     };
     control.mesh.verb = [this](const Verb& verb, std::string& note, std::string& error) {
         verbs.push_back(verb_print(verb));
-        error = verb.kind == VerbKind::REBOOT ? "no power here" : "";
-        note = verb.kind == VerbKind::AP_ON ? "it was on" : "";
+        error = verb.kind == VerbKind::reboot ? "no power here" : "";
+        note = verb.kind == VerbKind::ap_on ? "it was on" : "";
         return error.empty();
     };
     control.mesh.holds = [this](const Condition& condition, std::string& found) {

@@ -40,7 +40,7 @@ TEST_F(Ethernet, configures_over_the_cable_when_the_station_was_still_connecting
     expect_journal(joined({detect_reply, agent_reload(), change("eth", 13, 14),
                            led("BackhaulConnect"), change("ath0", 3, 16), wifi_left}));
     // Nothing asks the agent until 15 seconds have passed; then every second until it succeeds.
-    lab::agent_mode_set(router().root(), lab::AgentMode::NEVER);
+    lab::agent_mode_set(router().root(), lab::AgentMode::never);
     advance(15);
     expect_journal({});
     const Lines again =
@@ -54,7 +54,7 @@ TEST_F(Ethernet, configures_over_the_cable_when_the_station_was_still_connecting
     expect_journal(again);
     advance(1);
     expect_journal(again);
-    lab::agent_mode_set(router().root(), lab::AgentMode::AT_ONCE);
+    lab::agent_mode_set(router().root(), lab::AgentMode::at_once);
     advance(1);
     expect_journal(again);
     advance(1);

@@ -207,7 +207,7 @@ protected:
         run_inside(router(), {"mount", "--bind", "/tmp/sealed", "/tmp/ssl_output"});
         lab::answer_always(router().root(), "sh.-c.uci get wireless.ath20.ssid", "mesh-backhaul");
         lab::answer_always(router().root(), "sh.-c.uci get wireless.ath20.disabled", "1");
-        run_inside(router(), {"mount", "--bind", lab::kLabTool, "/bin/sh"});
+        run_inside(router(), {"mount", "--bind", lab::LAB_TOOL, "/bin/sh"});
         // What was freed is soon given back, so that growth is growth.
         router().start({"-m"}, {"ASAN_OPTIONS=detect_leaks=1:log_path=/run/lab/out/sanitizer:"
                                 "quarantine_size_mb=1:thread_local_quarantine_size_kb=64"});
@@ -312,7 +312,7 @@ protected:
 TEST_F(RootDay, leaves_what_the_script_says_after_each_of_its_8640_looks) {
     start_day();
     lab::UdpPeer mesh(36002);
-    Expected expected(lab::kNodeStartTime);
+    Expected expected(lab::NODE_START_TIME);
     const std::vector<std::string> descriptors = router().daemon().worker_descriptors();
     const size_t threads = router().daemon().worker_threads().size();
     long memory = 0;
@@ -328,7 +328,7 @@ TEST_F(RootDay, leaves_what_the_script_says_after_each_of_its_8640_looks) {
             memory = router().daemon().worker_resident_kb();
         }
     }
-    EXPECT_EQ(now(), lab::kNodeStartTime + 86400);
+    EXPECT_EQ(now(), lab::NODE_START_TIME + 86400);
     EXPECT_EQ(expected.rotations(), 19);
     EXPECT_GT(expected.told().size(), 400U);
     EXPECT_GT(expected.raised(), 1);

@@ -235,7 +235,7 @@ TEST_F(Companions, follow_the_main_ap_one_check_late) {
     // The check at 420 did the work.
     expect_journal(joined({announced(), look("ath10")}));
     EXPECT_EQ(router().time_of_log("device_wifi_config_check : reload ath22 1"),
-              lab::kNodeStartTime + 420);
+              lab::NODE_START_TIME + 420);
     EXPECT_EQ(lab::uci_committed_get(router().root(), "wireless.ath22.disabled"), "0");
 }
 

@@ -66,5 +66,5 @@ void RootStory::only_second(std::uint32_t second, Where where) {
 }
 
 std::uint32_t RootStory::age() {
-    return now() - lab::kNodeStartTime;
+    return now() - lab::NODE_START_TIME;
 }

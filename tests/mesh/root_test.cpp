@@ -147,7 +147,7 @@ protected:
             {"uci get wireless.ath11.disabled", "config1"}};
         std::map<std::int64_t, std::string> seconds;
         for (const lab::JournalEntry& entry : router().entries()) {
-            const std::int64_t second = entry.time - lab::kNodeStartTime;
+            const std::int64_t second = entry.time - lab::NODE_START_TIME;
             for (const auto& [beginning, handler] : traces) {
                 if (second >= from && entry.text.rfind(beginning, 0) == 0) {
                     seconds[second] += " " + handler;
@@ -167,11 +167,11 @@ private:
 
 TEST_F(RootTimers, are_armed_with_their_first_second_and_their_period) {
     start_root();
-    expect_timers(lab::kNodeStartTime);
+    expect_timers(lab::NODE_START_TIME);
     advance(33);
     router().kill_worker(10);
     advance(1);
-    expect_timers(lab::kNodeStartTime + 34);
+    expect_timers(lab::NODE_START_TIME + 34);
 }
 
 TEST_F(RootTimers, run_their_handlers_to_the_second_and_in_the_order_of_the_table) {

@@ -12,8 +12,8 @@ namespace {
 using lab::Bytes;
 using lab::EventLayout;
 
-constexpr EventLayout PACKED = EventLayout::PACKED;
-constexpr EventLayout PADDED = EventLayout::PADDED;
+constexpr EventLayout PACKED = EventLayout::packed;
+constexpr EventLayout PADDED = EventLayout::padded;
 
 constexpr char CLIENT_TEXT[] = "02:cc:00:00:00:07";
 const lab::MacAddress CLIENT = lab::mac_from_text(CLIENT_TEXT);

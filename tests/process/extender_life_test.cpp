@@ -83,7 +83,7 @@ TEST_F(ExtenderLife, is_ready_within_a_second_when_the_agent_is_done_on_its_own)
 
 TEST_F(ExtenderLife, asks_again_every_sixteen_seconds_and_only_for_what_is_missing) {
     add_extender();
-    lab::agent_mode_set(router().root(), lab::AgentMode::NEVER);
+    lab::agent_mode_set(router().root(), lab::AgentMode::never);
     router().start();
     advance(10);
     driver().associated("ath0", ap(1));

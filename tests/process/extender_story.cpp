@@ -19,7 +19,7 @@ void ExtenderStory::expect_start_journal(const Lines& lines, Where where) {
     if (!difference.empty()) {
         harness::fail_at(where, "journal of the start:\n", difference);
     }
-    expect_journal({harness::kAnyLines});
+    expect_journal({harness::ANY_LINES});
 }
 
 void ExtenderStory::make_ready(const std::string& station, const std::string& ap, Where where) {

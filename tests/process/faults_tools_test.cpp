@@ -25,7 +25,7 @@ void PrintTo(const tool_fault& fault, std::ostream* out) {
 class FaultyTools : public FaultStory, public testing::WithParamInterface<tool_fault> {
 protected:
     std::string place(const std::string& tool) {
-        return router().node().at(std::string(lab::kLabBin) + "/" + tool);
+        return router().node().at(std::string(lab::LAB_BIN) + "/" + tool);
     }
 
     void live_with_faulty(const std::string& tool) {
@@ -34,12 +34,12 @@ protected:
         if (fault.script != nullptr) {
             ASSERT_EQ(unlink(place(tool).c_str()), 0);
             if (*fault.script != '\0') {
-                router().put_file(std::string(lab::kLabBin) + "/" + tool, fault.script);
+                router().put_file(std::string(lab::LAB_BIN) + "/" + tool, fault.script);
                 ASSERT_EQ(chmod(place(tool).c_str(), 0755), 0);
             }
             live();
             unlink(place(tool).c_str());
-            ASSERT_EQ(symlink(lab::kLabTool, place(tool).c_str()), 0);
+            ASSERT_EQ(symlink(lab::LAB_TOOL, place(tool).c_str()), 0);
             return;
         }
         ASSERT_TRUE(lab::answer_always(root, tool, fault.answer));
@@ -57,7 +57,7 @@ protected:
 
 TEST_P(FaultyTools, are_survived) {
     start_whole();
-    for (const std::string_view tool : lab::kToolNames) {
+    for (const std::string_view tool : lab::TOOL_NAMES) {
         SCOPED_TRACE(tool);
         ASSERT_NO_FATAL_FAILURE(live_with_faulty(std::string(tool)));
     }

@@ -146,7 +146,7 @@ TEST_F(Startup, works_once_the_profile_is_there) {
     router().start();
     advance(1);
     expect_log(joined({ENDED_AT_ONCE, ENDED_AT_ONCE}));
-    router().put_file("/tmp/wifi_if_profile", lab::kExtenderProfile);
+    router().put_file("/tmp/wifi_if_profile", lab::EXTENDER_PROFILE);
     skip();
     advance(1);
     expect_start_journal(joined(
