@@ -5,15 +5,16 @@
 #include <array>
 
 #include "lab/program/pacing.h"
+#include "lab/sandbox/limits.h"
 #include "lab/scenario/words.h"
 
 namespace lab {
 namespace {
 
 constexpr int MOST_LINES = 1000000;
-constexpr int MOST_CHAOS_NODES = 200;
 constexpr int MOST_CHAOS_HOURS = 10000;
 constexpr int MOST_MINUTES = 10000;
+
 void speed_option_add(CLI::App& command, Arguments& arguments) {
     const auto read = [&arguments](const std::string& word) {
         std::string error;
@@ -57,7 +58,8 @@ void option_add(CLI::App& command, const std::string& name, Arguments& arguments
     } else if (name == "--evidence") {
         text(arguments.evidence, "FOLDER", "Where a failed run leaves its folder");
     } else if (name == "--nodes") {
-        number(arguments.nodes, 2, MOST_CHAOS_NODES, "Nodes of the mesh, the root among them (8)");
+        number(arguments.nodes, 2, MOST_NODES,
+               "Nodes of a mesh of neighbours, the root among them (8)");
     } else if (name == "--hours") {
         number(arguments.hours, 1, MOST_CHAOS_HOURS, "Hours of the mesh's time (24)");
     } else if (name == "--minutes") {

@@ -17,7 +17,6 @@
 #include "lab/program/commands.h"
 #include "lab/program/mesh_host.h"
 #include "lab/report/outage.h"
-#include "lab/scenario/scenario_remarks.h"
 #include "lab/scenario/scenario_step.h"
 
 namespace lab {
@@ -140,6 +139,18 @@ Json outages_json(const Run& run) {
         {"count", all.count}, {"seconds", all.total}, {"worst", all.worst}, {"median", all.median}};
 }
 
+Json causes_json(const Run& run) {
+    Json causes = Json::array();
+    for (const CauseCount& count : causes_count(run.mesh->causes())) {
+        causes.push_back({{"name", count.row->name},
+                          {"why", count.row->why},
+                          {"times", count.times},
+                          {"most_an_hour", count.most},
+                          {"allowed_an_hour", count.row->budget}});
+    }
+    return causes;
+}
+
 int switches_of(const Mesh& mesh) {
     int count = 0;
     for (const MeshEvent& event : mesh.events()) {
@@ -223,20 +234,23 @@ std::string run_verdict(const Run& run) {
            " of the mesh in " + real + ", seed " + std::to_string(run.mesh->scenario().seed);
 }
 
-std::string run_remarks(const Run& run) {
-    std::string text;
-    for (const std::string& remark : scenario_remarks(run.mesh->scenario())) {
-        text += run.title + ": " + remark + "\n";
-    }
+std::vector<Remark> run_remarks(const Run& run) {
+    std::vector<Remark> remarks = scenario_remarks(run.mesh->scenario());
     for (const PlayedStep& played : run.player->played()) {
         const ScenarioStep& step = run.mesh->scenario().steps[played.step];
         if (step.kind == StepKind::verb && !played.text.empty()) {
-            text += run.title + ":" + std::to_string(step.line) + ": " + step_print(step) +
-                    " changed nothing: " + played.text + "\n";
+            remarks.push_back({step.line, step_print(step) + " changed nothing: " + played.text});
         }
     }
-    text += causes_text(*run.mesh);
-    return text;
+    return remarks;
+}
+
+Json remarks_json(const std::vector<Remark>& remarks) {
+    Json list = Json::array();
+    for (const Remark& remark : remarks) {
+        list.push_back({{"line", remark.line}, {"text", remark.text}});
+    }
+    return list;
 }
 
 std::string run_again_command(const Run& run) {
@@ -260,6 +274,8 @@ Json run_json(const Run& run) {
             {"failure", run.failure},
             {"steps", steps_json(run)},
             {"violations", violations_json(run)},
+            {"causes", causes_json(run)},
+            {"remarks", remarks_json(run_remarks(run))},
             {"outages", outages_json(run)},
             {"switches", switches_of(*run.mesh)},
             {"evidence", run.evidence},

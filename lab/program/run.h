@@ -13,6 +13,7 @@
 #include "lab/mesh/player.h"
 #include "lab/program/commands.h"
 #include "lab/sandbox/outside.h"
+#include "lab/scenario/scenario_remarks.h"
 
 namespace lab {
 
@@ -47,8 +48,9 @@ std::string run_differences(const Run& run);
 // "FILE: good, 12:31 of the mesh in 3.2 s, seed 7"
 std::string run_verdict(const Run& run);
 
-// Verbs that changed nothing, and rules that were broken in known ways: a line each.
-std::string run_remarks(const Run& run);
+// Those of the scenario, and verbs that changed nothing.
+std::vector<Remark> run_remarks(const Run& run);
+Json remarks_json(const std::vector<Remark>& remarks);
 
 // The command that runs it again; empty without evidence.
 std::string run_again_command(const Run& run);

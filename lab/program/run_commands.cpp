@@ -51,7 +51,8 @@ int check_command(const Arguments& arguments) {
         const bool in_colour = wants_colour(arguments);
         printf("%s\n", run_verdict(run).c_str());
         printf("%s", table_text(outages_table(*run.mesh), in_colour).c_str());
-        printf("%s", run_remarks(run).c_str());
+        printf("%s%s", remarks_text(run.title, run_remarks(run)).c_str(),
+               causes_text(*run.mesh).c_str());
     }
     const int code = run_finish(arguments, run);
     // Nobody knows what the steps that were not played would have found.
@@ -59,21 +60,24 @@ int check_command(const Arguments& arguments) {
 }
 
 int chaos_command(const Arguments& arguments) {
-    if (arguments.nodes > MOST_NODES) {
-        return complain(arguments, "a mesh has at most " + std::to_string(MOST_NODES) + " nodes",
-                        EXIT_USAGE);
+    Scenario mesh;
+    std::string error;
+    if (arguments.words.empty()) {
+        mesh = scenario_chaos_mesh(arguments.nodes);
+    } else if (!scenario_load(arguments.words, mesh, error)) {
+        return complain(arguments, error, EXIT_USAGE);
     }
     ChaosOptions options;
     options.seed = arguments.seed.value_or(options.seed);
     options.seconds = arguments.hours * SECONDS_AN_HOUR;
-    const Scenario scenario = scenario_chaos(scenario_chaos_mesh(arguments.nodes), options);
+    const Scenario scenario = scenario_chaos(mesh, options);
     if (!arguments.json) {
-        printf("%d nodes, %d hours, seed %u\n", arguments.nodes, arguments.hours, options.seed);
+        printf("%zu nodes, %d hours, seed %u\n", scenario.nodes.size(), arguments.hours,
+               options.seed);
         fflush(stdout);
     }
     Run run;
     run.title = "chaos-" + std::to_string(options.seed);
-    std::string error;
     if (!run_play(scenario, arguments, !arguments.json, run, error)) {
         return complain(arguments, error);
     }

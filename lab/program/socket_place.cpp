@@ -55,6 +55,10 @@ std::string socket_path(const char* runtime_folder, uid_t uid) {
     return "/tmp/backhaul_lab-" + std::to_string(uid) + "/control";
 }
 
+std::string usual_socket() {
+    return socket_path(getenv("XDG_RUNTIME_DIR"), geteuid());
+}
+
 bool socket_folder_make(const std::string& path, std::string& error) {
     const std::string folder = folder_of(path);
     if (mkdir(folder.c_str(), PRIVATE_FOLDER) != 0 && errno != EEXIST) {
@@ -78,7 +82,8 @@ int socket_listen(const std::string& path, std::string& error) {
     const int other = connect_quietly(address);
     if (other >= 0) {
         close(other);
-        error = "a mesh is already up at " + path + ": end it with `" + program_called() + " down`";
+        error =
+            "a mesh is already up at " + path + ": end it with `" + command_at(path, "down") + "`";
         return -1;
     }
     if (errno == ECONNREFUSED) {
@@ -106,7 +111,7 @@ bool socket_take_over(int listener, std::string& error) {
 
 std::string no_mesh_text(const std::string& path, int reason) {
     return "no mesh is up (" + path + ": " + strerror(reason) + "): start one with `" +
-           program_called() + " up line 3`";
+           command_at(path, "up line 3") + "`";
 }
 
 const std::string& program_called(const char* started_as) {
@@ -115,6 +120,10 @@ const std::string& program_called(const char* started_as) {
         return std::string(called == nullptr || *called == '\0' ? started_as : called);
     }();
     return CALLED;
+}
+
+std::string command_at(const std::string& path, const std::string& words) {
+    return program_called() + " " + words + (path == usual_socket() ? "" : " --socket " + path);
 }
 
 std::string server_log_path(const std::string& socket) {

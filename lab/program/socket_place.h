@@ -9,6 +9,9 @@
 
 namespace lab {
 
+// Where it is unless another place was named, in the environment of this process.
+std::string usual_socket();
+
 // "$XDG_RUNTIME_DIR/backhaul_lab/control", or "/tmp/backhaul_lab-UID/control" without that
 // variable. A function of its values.
 std::string socket_path(const char* runtime_folder, uid_t uid);
@@ -30,6 +33,9 @@ std::string no_mesh_text(const std::string& path, int reason);
 // How the user calls this program, for commands that are told to be typed: what the environment
 // variable BACKHAUL_LAB_CALLED_AS says, else as it was started, which main() hands in first.
 const std::string& program_called(const char* started_as = "backhaul_lab");
+
+// A command of this program as it can be typed to reach the mesh at that socket.
+std::string command_at(const std::string& path, const std::string& words);
 
 // The file beside the socket into which the server writes what it has to say.
 std::string server_log_path(const std::string& socket);

@@ -88,8 +88,7 @@ bool wants_colour(const Arguments& arguments) {
 }
 
 std::string socket_of(const Arguments& arguments) {
-    return arguments.socket.empty() ? socket_path(getenv("XDG_RUNTIME_DIR"), geteuid())
-                                    : arguments.socket;
+    return arguments.socket.empty() ? usual_socket() : arguments.socket;
 }
 
 Terminal::Terminal() {

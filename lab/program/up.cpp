@@ -16,6 +16,7 @@
 
 #include "lab/program/commands.h"
 #include "lab/program/mesh_host.h"
+#include "lab/program/run.h"
 #include "lab/program/server.h"
 #include "lab/program/socket_place.h"
 #include "lab/program/watch_view.h"
@@ -141,18 +142,29 @@ bool await_server(int report, const Arguments& arguments, std::string& error) {
     return mark == '=';
 }
 
+/// A mesh without steps is there to be played with by hand.
+std::vector<Remark> remarks_of(const Scenario& scenario) {
+    return scenario.steps.empty() ? mesh_remarks(scenario) : scenario_remarks(scenario);
+}
+
 /// That it is up, what it is not yet, and commands that can be typed as they stand.
 void up_report(const Arguments& arguments, const UpPlan& plan) {
     if (arguments.json) {
-        json_print({{"good", true}, {"text", ""}, {"socket", plan.socket}, {"ready", 0}});
+        json_print({{"good", true},
+                    {"text", ""},
+                    {"socket", plan.socket},
+                    {"ready", 0},
+                    {"remarks", remarks_json(remarks_of(plan.scenario))}});
         return;
     }
-    const std::string where = arguments.socket.empty() ? "" : " --socket " + plan.socket;
-    const char* const called = program_called().c_str();
+    const auto typed = [&plan](const char* words) {
+        return "`" + command_at(plan.socket, words) + "`";
+    };
     printf(
-        "the mesh is up; no node is ready yet: it forms now, which `%s do wait-until all status "
-        "ready%s` waits for\nor try `%s status%s`, `%s watch%s`, `%s down%s`\n",
-        called, where.c_str(), called, where.c_str(), called, where.c_str(), called, where.c_str());
+        "the mesh is up; no node is ready yet: it forms now, which %s waits for\nor try %s, %s, "
+        "%s\n",
+        typed("do wait-until all status ready").c_str(), typed("status").c_str(),
+        typed("watch").c_str(), typed("down").c_str());
 }
 
 }  // namespace
@@ -176,6 +188,9 @@ int up_command(const Arguments& arguments) {
                         error.empty() ? std::string("no pipe: ") + strerror(errno) : error);
     }
     plan.report = report[1];
+    if (!arguments.json) {
+        printf("%s", remarks_text(arguments.words[0], remarks_of(plan.scenario)).c_str());
+    }
     fflush(nullptr);
     const pid_t server = fork();
     if (server == 0) {

@@ -4,8 +4,7 @@
 
 namespace lab {
 
-std::vector<std::string> scenario_remarks(const Scenario& scenario) {
-    std::vector<std::string> remarks;
+std::vector<Remark> mesh_remarks(const Scenario& scenario) {
     std::string roots;
     int count = 0;
     for (const ScenarioNode& node : scenario.nodes) {
@@ -14,17 +13,32 @@ std::vector<std::string> scenario_remarks(const Scenario& scenario) {
         }
     }
     if (count == 0) {
-        remarks.emplace_back("the mesh has no root: no node can become ready over the air");
-    } else if (count > 1) {
-        remarks.emplace_back("the mesh has " + std::to_string(count) + " roots: " + roots);
+        return {{0, "the mesh has no root: no node can become ready over the air"}};
     }
+    if (count > 1) {
+        return {{0, "the mesh has " + std::to_string(count) + " roots: " + roots}};
+    }
+    return {};
+}
+
+std::vector<Remark> scenario_remarks(const Scenario& scenario) {
+    std::vector<Remark> remarks = mesh_remarks(scenario);
     const bool expects = std::ranges::any_of(scenario.steps, [](const ScenarioStep& step) {
         return step.kind == StepKind::expect || step.kind == StepKind::wait_until;
     });
     if (!expects) {
-        remarks.emplace_back("no step expects anything: only the rules were held against it");
+        remarks.push_back({0, "no step expects anything: only the rules are held against it"});
     }
     return remarks;
+}
+
+std::string remarks_text(const std::string& file, const std::vector<Remark>& remarks) {
+    std::string text;
+    for (const Remark& remark : remarks) {
+        const std::string line = remark.line == 0 ? "" : ":" + std::to_string(remark.line);
+        text += file + line + ": " + remark.text + "\n";
+    }
+    return text;
 }
 
 }  // namespace lab

@@ -74,7 +74,7 @@ protected:
     void TearDown() override {
         for (const std::string& place : covered_) {
             EXPECT_EQ(unlink(place.c_str()), 0) << place;
-            EXPECT_EQ(symlink(lab::kLabTool, place.c_str()), 0) << place;
+            EXPECT_EQ(symlink(lab::LAB_TOOL, place.c_str()), 0) << place;
         }
         SandboxTest::TearDown();
     }

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "lab/rules/causes.h"
 #include "lab/tools/small_file.h"
+#include "tests/lab_program/man_page.h"
 #include "tests/lab_program/program_run.h"
 
 namespace {
@@ -155,10 +157,33 @@ TEST_F(Check, takes_the_same_course_every_time) {
     EXPECT_THAT(one.out, HasSubstr("e1"));
 }
 
+// The third loss of an only station is known to break a rule.
+TEST_F(Check, tells_remarks_and_the_budgets_of_causes_as_json) {
+    const std::string loss = "wait 60\ndeauth e1\nwait-until e1 status ready within 60\n";
+    const Ended ended =
+        lab_run("check --json " + scenario("without e1 ath1 ath3\nap-on root\n"
+                                           "wait-until e1 status ready within 100\n" +
+                                           loss + loss + loss));
+    ASSERT_EQ(ended.code, 0) << ended.out;
+    const lab::Json json = lab::Json::parse(ended.out);
+    EXPECT_EQ(json["remarks"], lab::Json::parse(R"([{"line":5,"text":"ap-on root changed nothing: )"
+                                                R"(all backhaul APs of root: not silenced"}])"));
+    ASSERT_EQ(json["causes"].size(), 1U) << ended.out;
+    const lab::Json& cause = json["causes"][0];
+    EXPECT_EQ(cause["name"], "no-idle-backup");
+    EXPECT_EQ(cause["times"], 1);
+    EXPECT_EQ(cause["most_an_hour"], 1);
+    EXPECT_EQ(cause["allowed_an_hour"], lab::cause_row(lab::Cause::no_idle_backup).budget);
+    const std::string page = harness::man_page_json();
+    ASSERT_NE(page, "");
+    harness::fields_expect(json, page);
+}
+
 TEST_F(Check, holds_an_hour_of_random_trouble_against_the_rules) {
-    const Ended ended = lab_run("chaos --nodes 2 --hours 1 --seed 3");
+    // In the mesh of a scenario, whose own steps do not matter.
+    const Ended ended = lab_run("chaos " + scenario("expect e1 hops 7\n") + " --hours 1 --seed 3");
     EXPECT_EQ(ended.code, 0) << ended.out;
-    EXPECT_THAT(ended.out, AllOf(HasSubstr("seed 3"), HasSubstr("worst outage")));
+    EXPECT_THAT(ended.out, AllOf(HasSubstr("2 nodes, 1 hours, seed 3"), HasSubstr("worst outage")));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string>
 
+#include "lab/rules/causes.h"
 #include "lab/rules/rule_names.h"
 #include "lab/scenario/condition.h"
 #include "lab/scenario/scenario_parse.h"
@@ -45,12 +46,15 @@ TEST_F(LabPage, names_every_statement_verb_and_condition_with_its_usage) {
     }
 }
 
-TEST_F(LabPage, names_every_step_and_rule) {
+TEST_F(LabPage, names_every_step_rule_and_known_cause) {
     for (const StepRow& row : step_table()) {
         EXPECT_NE(page.find(row.name), std::string::npos) << row.name;
     }
     for (const std::string_view rule : RULE_NAMES) {
         EXPECT_TRUE(names(rule)) << rule;
+    }
+    for (const CauseRow& row : cause_table()) {
+        EXPECT_TRUE(names(row.name)) << row.name;
     }
 }
 

@@ -12,7 +12,12 @@ std::vector<std::string> remarks_of(const std::string& text) {
     Scenario scenario;
     std::vector<ScenarioError> errors;
     EXPECT_TRUE(scenario_parse(text, &scenario, &errors)) << scenario_errors_text("", errors);
-    return scenario_remarks(scenario);
+    std::vector<std::string> texts;
+    for (const Remark& remark : scenario_remarks(scenario)) {
+        EXPECT_EQ(remark.line, 0);
+        texts.push_back(remark.text);
+    }
+    return texts;
 }
 
 TEST(ScenarioRemarks, has_none_about_one_root_and_an_expectation) {
@@ -33,9 +38,13 @@ TEST(ScenarioRemarks, names_all_roots_where_there_are_several) {
 
 TEST(ScenarioRemarks, names_steps_that_expect_nothing) {
     const std::vector<std::string> nothing = {
-        "no step expects anything: only the rules were held against it"};
+        "no step expects anything: only the rules are held against it"};
     EXPECT_EQ(remarks_of("line 2\n"), nothing);
     EXPECT_EQ(remarks_of("line 2\nsay hello\ndeauth e1\nwait 60\n"), nothing);
+}
+
+TEST(ScenarioRemarks, are_told_with_the_file_and_with_the_line_where_there_is_one) {
+    EXPECT_EQ(remarks_text("a.scn", {{0, "odd"}, {12, "even"}}), "a.scn: odd\na.scn:12: even\n");
 }
 
 }  // namespace

@@ -51,7 +51,8 @@ TEST_F(SocketPlace, has_room_for_one_mesh) {
     ASSERT_GE(first, 0) << error_;
     EXPECT_EQ(socket_listen(path_, error_), -1);
     EXPECT_EQ(error_,
-              "a mesh is already up at /tmp/place/control: end it with `backhaul_lab down`");
+              "a mesh is already up at /tmp/place/control: end it with `backhaul_lab down "
+              "--socket /tmp/place/control`");
     close(first);
 }
 
@@ -66,7 +67,7 @@ TEST_F(SocketPlace, is_taken_over_from_a_mesh_that_died) {
 TEST_F(SocketPlace, that_is_empty_is_told_with_a_command_that_helps) {
     EXPECT_EQ(no_mesh_text(path_, ECONNREFUSED),
               "no mesh is up (/tmp/place/control: Connection refused): start one with "
-              "`backhaul_lab up line 3`");
+              "`backhaul_lab up line 3 --socket /tmp/place/control`");
 }
 
 TEST_F(SocketPlace, lets_nobody_else_in) {
