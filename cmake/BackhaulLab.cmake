@@ -35,3 +35,20 @@ function(backhaul_plain_module name)
     set_target_properties(${name} PROPERTIES LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lab)
     add_dependencies(lab_programs ${name})
 endfunction()
+
+# backhaul_embed(<header> [<NAME> <file>]...)
+# A header with the bytes of each file as a std::string_view <NAME>, made anew when one changes.
+function(backhaul_embed header)
+    set(files "")
+    set(rest ${ARGN})
+    while(rest)
+        list(POP_FRONT rest name file)
+        list(APPEND files ${file})
+    endwhile()
+    string(REPLACE ";" "|" list "${ARGN}")
+    add_custom_command(OUTPUT ${header}
+        COMMAND ${CMAKE_COMMAND} "-DHEADER=${header}" "-DLIST=${list}"
+            -P ${PROJECT_SOURCE_DIR}/cmake/embed.cmake
+        DEPENDS ${files} ${PROJECT_SOURCE_DIR}/cmake/embed.cmake
+        COMMENT "Embedding ${header}" VERBATIM)
+endfunction()

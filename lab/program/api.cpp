@@ -62,6 +62,7 @@ int answer_exit_code(const Answer& answer) {
         case HttpStatus::good:
             return EXIT_GOOD;
         case HttpStatus::bad_request:
+        case HttpStatus::forbidden:
         case HttpStatus::not_found:
         case HttpStatus::wrong_method:
         case HttpStatus::too_large:
@@ -84,7 +85,7 @@ const ApiRow* api_find(std::string_view method, std::string_view path, std::stri
         if (row.method == method) {
             return &row;
         }
-        methods = row.method;
+        methods += (methods.empty() ? "" : " and ") + std::string(row.method);
     }
     error = methods.empty() ? answer_say(HttpStatus::not_found,
                                          "there is no " + std::string(path) + ": GET / lists all")

@@ -24,6 +24,7 @@ enum class HttpStatus {
     none = 0,  // no mesh answered
     good = 200,
     bad_request = 400,
+    forbidden = 403,
     not_found = 404,
     wrong_method = 405,
     differs = 409,
@@ -34,7 +35,22 @@ enum class HttpStatus {
 // A body that is longer is refused. Bytes.
 inline constexpr std::size_t LONGEST_BODY = 65536;
 
-enum class ApiAction { api, status, node, log, enter, step, speed, events, down };
+enum class ApiAction {
+    api,
+    status,
+    links,
+    steps,
+    verbs,
+    node,
+    log,
+    lines,
+    files,
+    enter,
+    step,
+    speed,
+    events,
+    down,
+};
 
 struct ApiRow {
     ApiAction action;
@@ -50,11 +66,24 @@ inline constexpr std::array API = {
     ApiRow{ApiAction::api, "GET", "/", "", "resources", "", "This table."},
     ApiRow{ApiAction::status, "GET", "/status", "", "as of the command status", "",
            "How the mesh and every node is."},
+    ApiRow{ApiAction::links, "GET", "/links", "", "air cables", "",
+           "Who hears whom: air has a, b, band (2, 5l or 5h) and signal in dBm; cables have node, "
+           "peer and up."},
+    ApiRow{ApiAction::steps, "GET", "/steps", "", "steps", "",
+           "The scenario's steps. Each has line, text, fate (waiting, good or failed), and once it "
+           "is over seconds and found, which is what a condition saw."},
+    ApiRow{ApiAction::verbs, "GET", "/verbs", "", "verbs", "",
+           "What can be done. Each has name, usage and help."},
     ApiRow{ApiAction::node, "GET", "/nodes/{node}", "", "as of the command status, with one node",
            "", "How one node is."},
     ApiRow{ApiAction::log, "GET", "/nodes/{node}/log", "?from=N ?last=N", "lines next", "",
            "Lines of the node's flow log: from number N on, or the last N; 2000 at most. Each has "
            "time, seconds and text; next is the number to go on from."},
+    ApiRow{ApiAction::lines, "GET", "/nodes/{node}/lines", "?last=N", "lines", "",
+           "Command lines that the node ran, the last N (200): each has seconds and text."},
+    ApiRow{ApiAction::files, "GET", "/nodes/{node}/files", "", "files", "",
+           "The node's files in /tmp and /var/log as they are now: each has path, size and text, "
+           "the first 4096 bytes."},
     ApiRow{ApiAction::enter, "GET", "/nodes/{node}/enter", "", "pid space", "409",
            "What a shell enters: the node's first process, by its number in the /proc of the "
            "process that serves the socket, and the inode of its pid namespace."},

@@ -45,6 +45,8 @@ void option_add(CLI::App& command, const std::string& name, Arguments& arguments
         flag(arguments.json, "One JSON object instead of tables, and of errors");
     } else if (name == "--speed") {
         speed_option_add(command, arguments);
+    } else if (name == "--web") {
+        flag(arguments.web, "Serves a page on this machine and prints its address");
     } else if (name == "--seed") {
         command.add_option(name, arguments.seed, "Seed of everything random")->type_name("N");
     } else if (name == "--socket") {

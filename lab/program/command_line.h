@@ -30,7 +30,7 @@ inline constexpr std::size_t ANY_NUMBER = SIZE_MAX;
 inline constexpr std::array COMMANDS = {
     CommandRow{"up", "up FILE | up line N | up star N | up tree A B | up grid A B",
                "Starts a mesh in the background and plays the scenario's steps.", 1, 3,
-               "--speed --seed --socket --json"},
+               "--speed --seed --web --socket --json"},
     CommandRow{"status", "status [NODE]", "Shows every node, or the interfaces of one.", 0, 1,
                "--json --socket --no-colour"},
     CommandRow{"watch", "watch", "Shows the mesh live; keys do things to it.", 0, 0,

@@ -16,6 +16,7 @@ struct Arguments {
     std::vector<std::string> words;  // besides the options
     bool json = false;
     bool follow = false;
+    bool web = false;
     bool colour_never = false;
     std::optional<double> speed;
     std::optional<std::uint32_t> seed;

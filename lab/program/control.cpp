@@ -107,6 +107,19 @@ Outcome log_request(Control& control, const ApiCall& call) {
     return {false, {HttpStatus::good, {{"lines", lines}, {"next", next}}}};
 }
 
+Json verbs_json() {
+    Json verbs = Json::array();
+    for (const VerbRow& row : verb_table()) {
+        verbs.push_back({{"name", row.name}, {"usage", row.usage}, {"help", row.help}});
+    }
+    return {{"verbs", verbs}};
+}
+
+Json lines_of(const Control& control, const ApiCall& call) {
+    const auto last = call.last >= 0 ? static_cast<std::size_t>(call.last) : COMMAND_LINES_USUAL;
+    return control.mesh.lines(call.node, std::min(last, LOG_LINES_AT_ONCE));
+}
+
 Outcome speed_request(Control& control, const Json& body) {
     const auto speed = body.find("speed");
     const auto paused = body.find("paused");
@@ -142,6 +155,16 @@ Outcome request_answer(Control& control, int client, const ApiCall& call) {
             return {false, {HttpStatus::good, api_json()}};
         case ApiAction::status:
             return {false, {HttpStatus::good, status_of(control)}};
+        case ApiAction::links:
+            return {false, {HttpStatus::good, control.mesh.links()}};
+        case ApiAction::steps:
+            return {false, {HttpStatus::good, control.mesh.steps()}};
+        case ApiAction::verbs:
+            return {false, {HttpStatus::good, verbs_json()}};
+        case ApiAction::lines:
+            return {false, {HttpStatus::good, lines_of(control, call)}};
+        case ApiAction::files:
+            return {false, {HttpStatus::good, control.mesh.files(call.node)}};
         case ApiAction::node:
             return node_request(control, call.node);
         case ApiAction::log:

@@ -49,6 +49,12 @@ struct MeshHandlers {
     std::function<bool()> tools_serve;
     // Ends the mesh and everything in it; nothing is asked of it any more. May be empty.
     std::function<void()> end;
+    // What the table of api.h gives for them: objects with one list each, and the newest lines of a
+    // node.
+    std::function<Json()> links;
+    std::function<Json()> steps;
+    std::function<Json(const std::string& node, std::size_t last)> lines;
+    std::function<Json(const std::string& node)> files;
     // Where a shell finds the node.
     std::function<bool(const std::string& node, NodeEntrance& entrance, std::string& error)> enter;
 };
@@ -58,6 +64,7 @@ struct MeshHandlers {
 inline constexpr std::size_t LOG_LINES_KEPT = 20000;
 inline constexpr std::size_t EVENTS_KEPT = 20000;
 inline constexpr std::size_t LOG_LINES_AT_ONCE = 2000;
+inline constexpr std::size_t COMMAND_LINES_USUAL = 200;
 
 // The newest of many, each with a number that counts from the mesh's start.
 template <typename Entry>

@@ -129,6 +129,18 @@ Control HeldMesh::control() {
     handlers.end = [this] {
         mesh_.reset();
     };
+    handlers.links = [this] {
+        return links();
+    };
+    handlers.steps = [this] {
+        return steps();
+    };
+    handlers.lines = [this](const std::string& name, std::size_t last) {
+        return lines(name, last);
+    };
+    handlers.files = [this](const std::string& name) {
+        return files(name);
+    };
     handlers.enter = [this](const std::string& name, NodeEntrance& entrance, std::string& error) {
         return enter(name, entrance, error);
     };

@@ -2,6 +2,7 @@
 // program's main thread.
 #pragma once
 
+#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -11,6 +12,7 @@
 #include "lab/mesh/mesh_place.h"
 #include "lab/mesh/player.h"
 #include "lab/program/control.h"
+#include "lab/tools/record.h"
 
 namespace lab {
 
@@ -33,6 +35,10 @@ private:
     bool second(std::string& error);
     std::vector<LogEntry> log_new(const std::string& name);
     std::vector<StatusEvent> events_new();
+    Json links() const;
+    Json steps() const;
+    Json lines(const std::string& name, std::size_t last);
+    Json files(const std::string& name) const;
     bool enter(const std::string& name, NodeEntrance& entrance, std::string& error) const;
 
     std::unique_ptr<Mesh> mesh_;
@@ -42,6 +48,12 @@ private:
     std::size_t steps_told_ = 0;
     std::size_t events_told_ = 0;                    // of the mesh
     std::map<std::string, std::uint64_t> log_read_;  // number of the next line, by node
+    // Command lines by node: how far the record was read, and the newest ones.
+    struct Lines {
+        std::uint64_t offset = 0;
+        std::deque<LineRecord> newest;
+    };
+    std::map<std::string, Lines> lines_;
 };
 
 }  // namespace lab

@@ -18,6 +18,7 @@ struct ServerRequest {
     Server* server = nullptr;
     MHD_Connection* connection = nullptr;
     int number = 0;  // in requests to the control; never used twice
+    bool from_web = false;
     std::string body;
     bool too_large = false;
     bool begun = false;      // handed to the control
@@ -51,6 +52,22 @@ MHD_Result answer_send(MHD_Connection* connection, const Answer& answer) {
     MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, "application/json");
     const MHD_Result queued =
         MHD_queue_response(connection, static_cast<unsigned>(answer.status), response);
+    MHD_destroy_response(response);
+    return queued;
+}
+
+MHD_Result asset_send(MHD_Connection* connection, const WebAsset& asset) {
+    MHD_Response* response = MHD_create_response_from_buffer(
+        asset.content.size(), const_cast<char*>(asset.content.data()), MHD_RESPMEM_PERSISTENT);
+    for (const auto& [name, value] :
+         {std::pair<const char*, const char*>(MHD_HTTP_HEADER_CONTENT_TYPE, asset.type.data()),
+          {"Content-Security-Policy", WEB_POLICY},
+          {"X-Content-Type-Options", "nosniff"},
+          {"Referrer-Policy", "no-referrer"},
+          {MHD_HTTP_HEADER_CACHE_CONTROL, "no-store"}}) {
+        MHD_add_response_header(response, name, value);
+    }
+    const MHD_Result queued = MHD_queue_response(connection, MHD_HTTP_OK, response);
     MHD_destroy_response(response);
     return queued;
 }
@@ -97,10 +114,11 @@ void body_take(ServerRequest& request, const char* data, std::size_t& size) {
     size = 0;
 }
 
+template <bool FROM_WEB>
 MHD_Result on_access(void* server, MHD_Connection* connection, const char* path, const char* method,
                      const char* /*version*/, const char* data, std::size_t* size, void** place) {
     if (*place == nullptr) {
-        *place = &static_cast<Server*>(server)->request_begin(connection);
+        *place = &static_cast<Server*>(server)->request_begin(connection, FROM_WEB);
         return MHD_YES;
     }
     auto& request = *static_cast<ServerRequest*>(*place);
@@ -125,37 +143,70 @@ Server::Server(Control& control) : control_(control) {}
 
 std::unique_ptr<Server> Server::make(Control& control, int listener, std::string& error) {
     std::unique_ptr<Server> server(new Server(control));
-    // With epoll there is no limit to the numbers of descriptors, of which a large mesh has many.
-    server->daemon_ = MHD_start_daemon(
-        MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, on_access, server.get(),
-        MHD_OPTION_LISTEN_SOCKET, listener, MHD_OPTION_CONNECTION_LIMIT, MOST_CLIENTS,
-        MHD_OPTION_CONNECTION_TIMEOUT, LONGEST_SILENCE, MHD_OPTION_NOTIFY_COMPLETED, on_completed,
-        server.get(), MHD_OPTION_END);
-    const MHD_DaemonInfo* info =
-        server->daemon_ == nullptr ? nullptr
-                                   : MHD_get_daemon_info(server->daemon_, MHD_DAEMON_INFO_EPOLL_FD);
-    if (info == nullptr) {
-        error = std::string("the socket cannot be served: ") + strerror(errno);
+    if (!server->front_add(listener, false, error)) {
         return nullptr;
     }
-    server->events_fd_ = info->epoll_fd;
     return server;
 }
 
+bool Server::front_add(int listener, bool for_web, std::string& error) {
+    // With epoll there is no limit to the numbers of descriptors, of which a large mesh has many.
+    MHD_Daemon* const daemon = MHD_start_daemon(
+        MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr,
+        for_web ? on_access<true> : on_access<false>, this, MHD_OPTION_LISTEN_SOCKET, listener,
+        MHD_OPTION_CONNECTION_LIMIT, MOST_CLIENTS, MHD_OPTION_CONNECTION_TIMEOUT, LONGEST_SILENCE,
+        MHD_OPTION_NOTIFY_COMPLETED, on_completed, this, MHD_OPTION_END);
+    const MHD_DaemonInfo* info =
+        daemon == nullptr ? nullptr : MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_EPOLL_FD);
+    if (info == nullptr) {
+        error = std::string("the socket cannot be served: ") + strerror(errno);
+        return false;
+    }
+    fronts_.push_back({daemon, info->epoll_fd});
+    return true;
+}
+
+bool Server::web_add(int listener, const WebGate& gate, std::string& error) {
+    gate_ = gate;
+    return front_add(listener, true, error);
+}
+
 Server::~Server() {
-    if (daemon_ != nullptr) {
+    if (!fronts_.empty()) {
         close_all();
-        MHD_stop_daemon(daemon_);
+    }
+    for (const Front& front : fronts_) {
+        MHD_stop_daemon(front.daemon);
     }
 }
 
-ServerRequest& Server::request_begin(MHD_Connection* connection) {
+ServerRequest& Server::request_begin(MHD_Connection* connection, bool from_web) {
     requests_.push_back(std::make_unique<ServerRequest>());
     ServerRequest& request = *requests_.back();
     request.server = this;
     request.connection = connection;
+    request.from_web = from_web;
     request.number = next_number_++;
     return request;
+}
+
+/// Serves a file of the page, or refuses who may not ask, and says whether that could be sent.
+/// Nothing: it is for the table.
+std::optional<bool> Server::web_answer(ServerRequest& request, const char* path) {
+    const auto header = [&request](const char* name) {
+        return MHD_lookup_connection_value(request.connection, MHD_HEADER_KIND, name);
+    };
+    const WebAsset* const asset = web_asset_find(path);
+    if (!web_host_is(gate_, header(MHD_HTTP_HEADER_HOST))) {
+        request.answer = answer_say(HttpStatus::forbidden, "not under this name");
+    } else if (asset != nullptr) {
+        return asset_send(request.connection, *asset) == MHD_YES;
+    } else if (!web_token_is(gate_, header(MHD_HTTP_HEADER_AUTHORIZATION))) {
+        request.answer = answer_say(HttpStatus::forbidden, "without the token of the address");
+    } else {
+        return std::nullopt;
+    }
+    return answer_send(request.connection, request.answer) == MHD_YES;
 }
 
 /// Called once the request is whole, and again when it is resumed with its answer.
@@ -165,6 +216,11 @@ bool Server::request_answer(ServerRequest& request, const char* path, const char
     }
     if (!request.begun) {
         request.begun = true;
+        const std::optional<bool> answered =
+            request.from_web ? web_answer(request, path) : std::nullopt;
+        if (answered) {
+            return *answered;
+        }
         ApiCall call;
         Answer& answer = request.answer;
         const ApiRow* row = api_find(method, path, call.node, answer);
@@ -237,8 +293,15 @@ void Server::streams_wake() {
 /// Waits until libmicrohttpd has something to do. Of those that wait themselves it does not learn
 /// that they are gone: that is seen here.
 void Server::wait(std::int64_t longest) {
-    std::vector<pollfd> places = {{events_fd_, POLLIN, 0}};
+    std::vector<pollfd> places;
     std::vector<ServerRequest*> waiting;
+    for (const Front& front : fronts_) {
+        MHD_UNSIGNED_LONG_LONG timeout = 0;
+        if (MHD_get_timeout(front.daemon, &timeout) == MHD_YES) {
+            longest = std::min(longest, static_cast<std::int64_t>(timeout));
+        }
+        places.push_back({front.events_fd, POLLIN, 0});
+    }
     for (const auto& request : requests_) {
         if (request->suspended) {
             const MHD_ConnectionInfo* info =
@@ -247,15 +310,11 @@ void Server::wait(std::int64_t longest) {
             waiting.push_back(request.get());
         }
     }
-    MHD_UNSIGNED_LONG_LONG timeout = 0;
-    if (MHD_get_timeout(daemon_, &timeout) == MHD_YES) {
-        longest = std::min(longest, static_cast<std::int64_t>(timeout));
-    }
     if (poll(places.data(), places.size(), static_cast<int>(longest)) <= 0) {
         return;
     }
     for (std::size_t at = 0; at < waiting.size(); ++at) {
-        if ((places[at + 1].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) {
+        if ((places[fronts_.size() + at].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) {
             waiting[at]->peer_gone = true;
             control_forget(control_, waiting[at]->number);
             answer_late(*waiting[at], {});
@@ -264,13 +323,15 @@ void Server::wait(std::int64_t longest) {
 }
 
 void Server::serve() {
-    for (int round = 0; round < ROUNDS_AT_ONCE; ++round) {
-        MHD_run(daemon_);
-        pollfd place{events_fd_, POLLIN, 0};
-        MHD_UNSIGNED_LONG_LONG timeout = 1;
-        const bool more = MHD_get_timeout(daemon_, &timeout) == MHD_YES && timeout == 0;
-        if (!more && poll(&place, 1, 0) <= 0) {
-            return;
+    bool more = true;
+    for (int round = 0; round < ROUNDS_AT_ONCE && more; ++round) {
+        more = false;
+        for (const Front& front : fronts_) {
+            MHD_run(front.daemon);
+            pollfd place{front.events_fd, POLLIN, 0};
+            MHD_UNSIGNED_LONG_LONG timeout = 1;
+            more = more || (MHD_get_timeout(front.daemon, &timeout) == MHD_YES && timeout == 0) ||
+                   poll(&place, 1, 0) > 0;
         }
     }
 }
@@ -318,7 +379,9 @@ void Server::close_all() {
             answer_late(*request, {});
         }
     }
-    MHD_run(daemon_);
+    for (const Front& front : fronts_) {
+        MHD_run(front.daemon);
+    }
 }
 
 void Server::run(const volatile std::sig_atomic_t* ends) {

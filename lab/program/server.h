@@ -6,9 +6,12 @@
 #include <csignal>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "lab/program/control.h"
+#include "lab/program/web.h"
 
 struct MHD_Connection;
 struct MHD_Daemon;
@@ -31,6 +34,10 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
+    // Serves the page and the same table on a TCP socket too, which it takes over. False with a
+    // sentence.
+    bool web_add(int listener, const WebGate& gate, std::string& error);
+
     // One round: a second of the mesh when it is due, else waiting for requests (a second at most);
     // then serves everybody who has something.
     void turn();
@@ -45,13 +52,21 @@ public:
     }
 
     // For the functions that libmicrohttpd calls.
-    ServerRequest& request_begin(MHD_Connection* connection);
+    ServerRequest& request_begin(MHD_Connection* connection, bool from_web);
     bool request_answer(ServerRequest& request, const char* path, const char* method);
     void request_forget(const ServerRequest& request);
     long events_put(ServerRequest& request, char* block, std::size_t size);
 
 private:
+    // A listening socket of libmicrohttpd's.
+    struct Front {
+        MHD_Daemon* daemon = nullptr;
+        int events_fd = -1;  // readable when it has something to do
+    };
+
     explicit Server(Control& control);
+    bool front_add(int listener, bool for_web, std::string& error);
+    std::optional<bool> web_answer(ServerRequest& request, const char* path);
     void wait(std::int64_t longest);
     void serve();
     void answer_late(ServerRequest& request, const Answer& answer);
@@ -59,8 +74,8 @@ private:
     void close_all();
 
     Control& control_;
-    MHD_Daemon* daemon_ = nullptr;
-    int events_fd_ = -1;  // readable when libmicrohttpd has something to do
+    std::vector<Front> fronts_;
+    WebGate gate_;
     std::list<std::unique_ptr<ServerRequest>> requests_;
     int next_number_ = 1;
     bool ended_ = false;

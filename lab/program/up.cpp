@@ -36,6 +36,8 @@ struct UpPlan {
     std::string socket;
     double speed = SPEED_AUTO;
     int listener = -1;
+    int web_listener = -1;  // -1: no page
+    WebGate gate;
     int report = -1;  // to the waiting program
 };
 
@@ -94,7 +96,8 @@ bool hold(const UpPlan& plan, std::string& error) {
     const std::unique_ptr<Server> server = socket_take_over(plan.listener, error)
                                                ? Server::make(control, plan.listener, error)
                                                : nullptr;
-    if (server == nullptr) {
+    if (server == nullptr ||
+        (plan.web_listener >= 0 && !server->web_add(plan.web_listener, plan.gate, error))) {
         return false;
     }
     // Who interrupted the start wants no mesh.
@@ -154,6 +157,7 @@ void up_report(const Arguments& arguments, const UpPlan& plan) {
                     {"text", ""},
                     {"socket", plan.socket},
                     {"ready", 0},
+                    {"web", plan.web_listener < 0 ? "" : web_address(plan.gate)},
                     {"remarks", remarks_json(remarks_of(plan.scenario))}});
         return;
     }
@@ -165,6 +169,9 @@ void up_report(const Arguments& arguments, const UpPlan& plan) {
         "%s\n",
         typed("do wait-until all status ready").c_str(), typed("status").c_str(),
         typed("watch").c_str(), typed("down").c_str());
+    if (plan.web_listener >= 0) {
+        printf("its page, for you alone: %s\n", web_address(plan.gate).c_str());
+    }
 }
 
 }  // namespace
@@ -180,6 +187,12 @@ int up_command(const Arguments& arguments) {
     plan.socket = socket_of(arguments);
     if (!socket_folder_make(plan.socket, error)) {
         return complain(arguments, error);
+    }
+    if (arguments.web) {
+        plan.web_listener = web_listen(plan.gate, error);
+        if (plan.web_listener < 0) {
+            return complain(arguments, error);
+        }
     }
     plan.listener = socket_listen(plan.socket, error);
     std::array<int, 2> report{-1, -1};
@@ -202,6 +215,7 @@ int up_command(const Arguments& arguments) {
     error = server < 0 ? std::string("no process: ") + strerror(errno) : "";
     close(report[1]);
     close(plan.listener);
+    close(plan.web_listener);
     if (server < 0 || !await_server(report[0], arguments, error)) {
         unlink(plan.socket.c_str());
         return complain(arguments, error);

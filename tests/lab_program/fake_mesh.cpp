@@ -43,6 +43,18 @@ Control FakeMesh::control() {
     control.mesh.events_new = [this] {
         return std::exchange(events, {});
     };
+    control.mesh.links = [] {
+        return Json{{"air", Json::array()}, {"cables", Json::array()}};
+    };
+    control.mesh.steps = [] {
+        return Json{{"steps", Json::array()}};
+    };
+    control.mesh.lines = [](const std::string& node, std::size_t last) {
+        return Json{{"lines", Json::array({node + " " + std::to_string(last)})}};
+    };
+    control.mesh.files = [](const std::string& node) {
+        return Json{{"files", Json::array({node})}};
+    };
     control.mesh.enter = [](const std::string& node, NodeEntrance& entrance, std::string& error) {
         entrance = {17, 4026532000};
         error = node == "e1" ? "" : node + " cannot be entered";

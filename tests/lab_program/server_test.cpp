@@ -180,7 +180,7 @@ TEST_F(ServerTest, refuses_what_it_does_not_know_in_json) {
              {get("/nodes/e7"), "404", "`e7` is no node of this mesh (did you mean `e1`?)"},
              {get("/nodes/"), "404", "there is no /nodes/: GET / lists all"},
              {with_body("DELETE", "/status", ""), "405", "/status knows only GET"},
-             {get("/steps"), "405", "/steps knows only POST"},
+             {get("/speed"), "405", "/speed knows only PUT"},
              {get("/nodes/e1/log?from=soon"), "400", "`from` and `last` are numbers"},
              {with_body("POST", "/steps", "{\"words\":"), "400", "the body is no JSON object"},
              {with_body("POST", "/steps", "[1]"), "400", "the body is no JSON object"},
