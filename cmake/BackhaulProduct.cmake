@@ -22,6 +22,12 @@ function(backhaul_room name)
     set_property(GLOBAL APPEND_STRING PROPERTY BACKHAUL_ROOMS "${line}\n")
 endfunction()
 
+# What a daemon has besides where executed lines are counted.
+if(BACKHAUL_COVERAGE)
+    add_library(backhaul_coverage_end OBJECT ${PROJECT_SOURCE_DIR}/cmake/coverage_end.cpp)
+    backhaul_common(backhaul_coverage_end)
+endif()
+
 # backhaul_daemon(<name> SOURCES <file>... USES <room>...)
 # The daemon itself, at <build>/<name>.
 function(backhaul_daemon name)
@@ -30,6 +36,9 @@ function(backhaul_daemon name)
     backhaul_common(${name})
     target_compile_options(${name} PRIVATE -fno-exceptions -fno-rtti)
     target_link_libraries(${name} PRIVATE backhaul_instrumented Threads::Threads)
+    if(BACKHAUL_COVERAGE)
+        target_link_libraries(${name} PRIVATE backhaul_coverage_end)
+    endif()
     foreach(room IN LISTS arg_USES)
         target_link_libraries(${name} PRIVATE backhaul_${room})
     endforeach()

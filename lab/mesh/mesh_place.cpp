@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "lab/sandbox/outside.h"
 #include "lab/sandbox/sandbox.h"
 
 namespace lab {
@@ -32,7 +33,7 @@ int mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string>
     options.network.bridge = false;
     options.network.address = "";
     options.network.gateway = "";
-    return sandbox_enter(options, error);
+    return counters_open(error) ? sandbox_enter(options, error) : -1;
 }
 
 MeshOptions mesh_options_of(const ProgramPlace& place, const Scenario& scenario) {

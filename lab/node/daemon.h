@@ -58,6 +58,8 @@ public:
     long worker_resident_kb() const;
 
 private:
+    void counters_write();
+
     const Node& node_;
     pid_t supervisor_ = -1;
     bool reaped_ = true;

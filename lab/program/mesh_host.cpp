@@ -1,6 +1,7 @@
 #include "lab/program/mesh_host.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -30,7 +31,16 @@ bool scenario_load(const std::vector<std::string>& words, Scenario& scenario, st
         const std::span<const std::string> numbers = words;
         return scenario_generate(words[0], numbers.subspan(1), &scenario, error);
     }
-    return scenario_file_read(words[0], &scenario, error);
+    if (scenario_file_read(words[0], &scenario, error)) {
+        return true;
+    }
+    // Who names a shape without its numbers means no file.
+    std::string how;
+    if (access(words[0].c_str(), F_OK) != 0 && !scenario_generate(words[0], {}, &scenario, how) &&
+        how.starts_with("say ")) {
+        error = how;
+    }
+    return false;
 }
 
 std::unique_ptr<HeldMesh> HeldMesh::make(const Scenario& scenario, const MeshOptions& options,

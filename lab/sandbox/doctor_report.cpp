@@ -23,9 +23,8 @@ namespace {
 constexpr int NODES_A_CORE = 16;        // moved time then still passes much faster than real time
 constexpr std::int64_t MB_A_NODE = 24;  // daemon, two more processes and their files in memory
 constexpr std::int64_t MB_FOR_THE_REST = 128;
-constexpr int FEWEST_DESCRIPTORS = 1024;
 constexpr int OLDEST_KERNEL_MAJOR = 5;
-constexpr int OLDEST_KERNEL_MINOR = 9;
+constexpr int OLDEST_KERNEL_MINOR = 12;
 
 DoctorRow good(const std::string& name, const std::string& found) {
     return {name, DoctorMark::good, found, "", ""};
@@ -123,8 +122,7 @@ DoctorRow kernel_row() {
         return good(name, system.release);
     }
     return {name, DoctorMark::lacks, system.release,
-            "descriptors cannot be closed by ranges, so nodes would share them",
-            "use Linux 5.9 or later"};
+            "the machine's files cannot be made read-only for nodes", "use Linux 5.12 or later"};
 }
 
 /// Runs `ip` with these words in the sandbox whose process 1 is `init`.
@@ -173,16 +171,24 @@ void sandbox_rows(const std::string& programs, std::vector<DoctorRow>* rows) {
     waitpid(init, nullptr, 0);
 }
 
-DoctorRow descriptors_row() {
-    const std::string name = "open files";
+/// A mesh raises its own limit up to this one.
+std::int64_t most_descriptors() {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
-    const std::string found = std::to_string(limit.rlim_cur) + " at most";
-    if (limit.rlim_cur >= FEWEST_DESCRIPTORS) {
+    return static_cast<std::int64_t>(
+        std::min<rlim_t>(limit.rlim_max, DESCRIPTORS_A_NODE * MOST_NODES));
+}
+
+DoctorRow descriptors_row() {
+    const std::string name = "open files";
+    const std::int64_t most = most_descriptors();
+    const std::int64_t nodes = most / DESCRIPTORS_A_NODE;
+    const std::string found = "enough for " + std::to_string(nodes) + " nodes";
+    if (nodes >= MOST_NODES) {
         return good(name, found);
     }
-    return {name, DoctorMark::less, found, "a mesh of many nodes cannot be watched",
-            "ulimit -n " + std::to_string(FEWEST_DESCRIPTORS)};
+    return {name, DoctorMark::less, found, "a mesh of more nodes is refused",
+            "raise `ulimit -Hn` to " + std::to_string(DESCRIPTORS_A_NODE * MOST_NODES)};
 }
 
 DoctorRow watch_row() {
@@ -221,10 +227,10 @@ int cores_allowed() {
 
 }  // namespace
 
-int doctor_nodes(int cores, std::int64_t free_mb) {
+int doctor_nodes(int cores, std::int64_t free_mb, std::int64_t descriptors) {
     const std::int64_t by_memory = std::max<std::int64_t>(0, free_mb - MB_FOR_THE_REST) / MB_A_NODE;
-    return static_cast<int>(
-        std::min<std::int64_t>({by_memory, std::int64_t{cores} * NODES_A_CORE, MOST_NODES}));
+    return static_cast<int>(std::min<std::int64_t>({by_memory, std::int64_t{cores} * NODES_A_CORE,
+                                                    descriptors / DESCRIPTORS_A_NODE, MOST_NODES}));
 }
 
 DoctorReport doctor_report(const std::string& programs) {
@@ -240,7 +246,7 @@ DoctorReport doctor_report(const std::string& programs) {
     report.rows.push_back(watch_row());
     const int cores = cores_allowed();
     const std::int64_t free_mb = free_megabytes();
-    report.nodes = doctor_nodes(cores, free_mb);
+    report.nodes = doctor_nodes(cores, free_mb, most_descriptors());
     const std::string found = std::to_string(cores) + " cores, " + std::to_string(free_mb) +
                               " MB free: about " + std::to_string(report.nodes) + " nodes";
     report.rows.push_back(report.nodes >= NODES_A_CORE

@@ -36,8 +36,8 @@ DoctorReport doctor_report(const std::string& programs);
 // Nothing that the lab cannot do without is missing.
 bool doctor_is_good(const DoctorReport& report);
 
-// Nodes for so many cores and so much free memory: whichever of the two gives fewer. A function of
-// values.
-int doctor_nodes(int cores, std::int64_t free_mb);
+// Nodes for so many cores, so much free memory and so many open files: whichever gives the fewest.
+// A function of values.
+int doctor_nodes(int cores, std::int64_t free_mb, std::int64_t descriptors);
 
 }  // namespace lab

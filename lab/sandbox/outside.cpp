@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
@@ -40,6 +42,35 @@ void OutsidePlace::survive_exec() const {
     if (fd_ >= 0) {
         fcntl(fd_, F_SETFD, 0);
     }
+}
+
+namespace {
+
+// Never closed: the counters are written after the last destructor.
+OutsidePlace& counters_place() {
+    static auto* const kept = new OutsidePlace;
+    return *kept;
+}
+
+}  // namespace
+
+bool counters_open([[maybe_unused]] std::string& error) {
+#ifdef BACKHAUL_COUNTERS
+    const std::string build = BACKHAUL_COUNTERS;
+    if (getenv("GCOV_PREFIX") != nullptr) {
+        return true;
+    }
+    if (!counters_place().open(build, error)) {
+        return false;
+    }
+    setenv("GCOV_PREFIX", counters_place().path().c_str(), 1);
+    setenv("GCOV_PREFIX_STRIP", std::to_string(std::ranges::count(build, '/')).c_str(), 1);
+#endif
+    return true;
+}
+
+void counters_survive_exec() {
+    counters_place().survive_exec();
 }
 
 }  // namespace lab

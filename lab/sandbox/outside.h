@@ -37,4 +37,11 @@ private:
     std::string path_;
 };
 
+// In a build that counts executed lines: opens the build's folder for the counters of this program
+// and of whatever runs inside, and names it in the environment. It stays open until the program has
+// ended. Does nothing in any other build, nor in a program that was started with such a place.
+bool counters_open(std::string& error);
+// As OutsidePlace::survive_exec().
+void counters_survive_exec();
+
 }  // namespace lab

@@ -10,9 +10,6 @@
 namespace lab {
 namespace {
 
-// Of one that is typed: too many nodes are told as such, not as a number that cannot be read.
-constexpr int LARGEST_NUMBER = 10000;
-
 std::string node_name(int number) {
     return number == 0 ? "root" : "e" + std::to_string(number);
 }

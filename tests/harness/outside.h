@@ -2,7 +2,6 @@
 // by the main() functions of test programs.
 #pragma once
 
-#include <algorithm>
 #include <cstdlib>
 #include <string>
 
@@ -24,25 +23,16 @@ public:
             return false;
         }
         setenv(CONTRACT_PLACE, contract_.path().c_str(), 1);
-#ifdef BACKHAUL_COVERAGE
-        if (!counters_.open(build, error)) {
-            return false;
-        }
-        const auto folders = std::count(build.begin(), build.end(), '/');
-        setenv("GCOV_PREFIX", counters_.path().c_str(), 1);
-        setenv("GCOV_PREFIX_STRIP", std::to_string(folders).c_str(), 1);
-#endif
-        return true;
+        return lab::counters_open(error);
     }
     // For a program that is run anew inside.
     void survive_exec() const {
         contract_.survive_exec();
-        counters_.survive_exec();
+        lab::counters_survive_exec();
     }
 
 private:
     lab::OutsidePlace contract_;
-    lab::OutsidePlace counters_;
 };
 
 }  // namespace harness

@@ -191,11 +191,12 @@ TEST(NameOrder, counts_as_people_do) {
                                         "root"}));
 }
 
-TEST(DoctorNodes, follow_from_cores_or_memory_whichever_is_scarcer) {
-    EXPECT_EQ(doctor_nodes(2, 23000), 32);
-    EXPECT_EQ(doctor_nodes(2, 368), 10);
-    EXPECT_EQ(doctor_nodes(64, 1000000), MOST_NODES);
-    EXPECT_EQ(doctor_nodes(1, 0), 0);
+TEST(DoctorNodes, follow_from_cores_memory_or_open_files_whichever_is_scarcest) {
+    EXPECT_EQ(doctor_nodes(2, 23000, 20000), 32);
+    EXPECT_EQ(doctor_nodes(2, 368, 20000), 10);
+    EXPECT_EQ(doctor_nodes(2, 23000, 20 * DESCRIPTORS_A_NODE), 20);
+    EXPECT_EQ(doctor_nodes(64, 1000000, 20000), MOST_NODES);
+    EXPECT_EQ(doctor_nodes(1, 0, 20000), 0);
 }
 
 }  // namespace

@@ -1,12 +1,14 @@
 // The program from outside: a mesh in the background, and everything that can be asked of it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <string>
 
+#include "lab/sandbox/limits.h"
 #include "lab/tools/small_file.h"
 #include "tests/lab_program/program_run.h"
 
@@ -112,6 +114,44 @@ TEST_F(Up, refuses_a_second_mesh_at_the_same_place) {
     const Ended ended = lab_run("up line 2");
     EXPECT_EQ(ended.code, 1);
     EXPECT_THAT(ended.out, HasSubstr("a mesh is already up at"));
+}
+
+TEST_F(Up, asks_for_the_numbers_of_a_shape) {
+    EXPECT_EQ(lab_run("up star").out, "backhaul_lab: say `star NODES`\n");
+    EXPECT_EQ(lab_run("chaos line 129").out,
+              "backhaul_lab: `129` is no number of nodes from 1 to 128\n");
+    EXPECT_THAT(lab_run("check stars.scn").out, HasSubstr("No such file"));
+}
+
+TEST_F(Up, tells_what_is_odd_about_a_scenario) {
+    const std::string folder = place() + "/odd";
+    lab::folder_make(folder);
+    ASSERT_EQ(chmod(folder.c_str(), 0700), 0);
+    const std::string there = " --socket " + folder + "/control";
+    lab::file_write(folder + "/rootless.scn", "node e1 extender\nwait 1\n");
+    lab::file_write(folder + "/still.scn", "node old root\nnode new root\n");
+    const Ended text = lab_run("up " + folder + "/rootless.scn" + there);
+    EXPECT_THAT(text.out, StartsWith(folder + "/rootless.scn: the mesh has no root: "));
+    EXPECT_THAT(text.out, HasSubstr("/rootless.scn: no step expects anything: "));
+    EXPECT_EQ(lab_run("down" + there).code, 0);
+    const Ended json = lab_run("up --json " + folder + "/still.scn" + there);
+    EXPECT_THAT(json.out, HasSubstr(R"("ready":0,"remarks":[{"line":0,"text":"the mesh has 2 )"
+                                    R"(roots: old, new"}]})"));
+    EXPECT_EQ(lab_run("down" + there).code, 0);
+}
+
+TEST_F(Up, answers_for_as_many_nodes_as_a_mesh_may_have) {
+    const std::string folder = place() + "/many";
+    lab::folder_make(folder);
+    ASSERT_EQ(chmod(folder.c_str(), 0700), 0);
+    const std::string there = " --socket " + folder + "/control";
+    const std::string most = std::to_string(lab::MOST_NODES);
+    const Ended up = lab_run("up star " + most + there);
+    ASSERT_EQ(up.code, 0) << up.out;
+    EXPECT_EQ(lab_run("do wait 2" + there).code, 0);
+    EXPECT_THAT(lab_run("status" + there).out, HasSubstr(most + " nodes, "));
+    EXPECT_EQ(lab_run("status --json e" + std::to_string(lab::MOST_NODES - 1) + there).code, 0);
+    EXPECT_EQ(lab_run("down" + there).code, 0);
 }
 
 TEST_F(Up, shows_the_flow_log_with_the_dates_of_the_mesh) {
