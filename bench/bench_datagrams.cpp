@@ -77,8 +77,8 @@ int main() {
     options.keep = {BACKHAUL_BUILD_DIR};
     std::string error;
     // What openssl says about each datagram is no result.
-    if (lab::sandbox_enter(options, error) != 0 ||
-        std::freopen("/dev/null", "w", stderr) == nullptr || !measure(error)) {
+    if (!lab::sandbox_enter(options, error) || std::freopen("/dev/null", "w", stderr) == nullptr ||
+        !measure(error)) {
         std::printf("bench_datagrams: %s\n", error.c_str());
         return 1;
     }

@@ -82,11 +82,11 @@ UdpPeer::~UdpPeer() {
     }
 }
 
-int UdpPeer::send(const std::string& address, std::uint16_t port, const std::string& bytes) {
+bool UdpPeer::send(const std::string& address, std::uint16_t port, const std::string& bytes) {
     const sockaddr_in there = place(address, port);
     const ssize_t put = sendto(fd_, bytes.data(), bytes.size(), 0,
                                reinterpret_cast<const sockaddr*>(&there), sizeof(there));
-    return put == static_cast<ssize_t>(bytes.size()) ? 0 : -1;
+    return put == static_cast<ssize_t>(bytes.size());
 }
 
 std::vector<Datagram> UdpPeer::take() {
@@ -104,7 +104,7 @@ std::vector<Datagram> UdpPeer::take() {
     return all;
 }
 
-int switch_address_add(const std::string& address_with_length, std::string& error) {
+bool switch_address_add(const std::string& address_with_length, std::string& error) {
     return run_program({"ip", "addr", "add", address_with_length, "brd", "+", "dev", "lab-switch"},
                        "", error);
 }

@@ -69,19 +69,19 @@ int spawn_with_pipes(const std::vector<std::string>& words, const Pipe& in, cons
 
 }  // namespace
 
-int run_program(const std::vector<std::string>& words, const std::string& input,
-                std::string& error) {
+bool run_program(const std::vector<std::string>& words, const std::string& input,
+                 std::string& error) {
     Pipe in;
     Pipe out;
     if (!in.opened || !out.opened) {
         error = std::string("no pipe: ") + strerror(errno);
-        return -1;
+        return false;
     }
     pid_t child = -1;
     const int result = spawn_with_pipes(words, in, out, child);
     if (result != 0) {
         error = "cannot run `" + words[0] + "`: " + strerror(result);
-        return -1;
+        return false;
     }
     in.shut(0);
     out.shut(1);
@@ -92,10 +92,10 @@ int run_program(const std::vector<std::string>& words, const std::string& input,
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
-        return 0;
+        return true;
     }
     error = "`" + words[0] + "` failed: " + said;
-    return -1;
+    return false;
 }
 
 }  // namespace lab

@@ -78,23 +78,24 @@ protected:
     void SetUp() override {
         TableTest::SetUp();
         ASSERT_TRUE(netlink_open());
-        ASSERT_EQ(lab::driver_open(&driver_, 0), 0) << driver_.error;
+        ASSERT_TRUE(lab::driver_open(&driver_, 0, error_)) << error_;
         index_ = lab::driver_interface_index(driver_, "ath0");
         ASSERT_GT(index_, 0);
     }
 
-    void sent(int result) {
-        EXPECT_EQ(result, 0) << driver_.error;
+    void sent(bool worked) {
+        EXPECT_TRUE(worked) << error_;
     }
 
     lab::DriverSender driver_;
+    std::string error_;  // of the driver
     int index_ = 0;
 };
 
 TEST_F(DriverMessage, reaches_the_record_of_its_interface) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
     record->state = static_cast<link_state>(QUIET_STATE);
-    sent(lab::driver_associated(&driver_, "ath0", AP));
+    sent(lab::driver_associated(&driver_, "ath0", AP, error_));
     netlink_recv();
     EXPECT_THAT(journal_take(), ElementsAre("STA_CONNECTION_UP", "Connect with : 02:00:00:00:0a:01",
                                             "wifi_slave_event_process : ifname ath0 event 1"));
@@ -105,10 +106,10 @@ TEST_F(DriverMessage, is_understood_with_a_padded_header_too) {
     intf_record* const record = intf_add("ath0", BACKHAUL_STA, BAND_5G);
     record->state = static_cast<link_state>(QUIET_STATE);
     driver_.layout = EventLayout::padded;
-    sent(lab::driver_associated(&driver_, "ath0", AP));
+    sent(lab::driver_associated(&driver_, "ath0", AP, error_));
     netlink_recv();
     EXPECT_EQ(record->bssid.get(), AP);
-    sent(lab::driver_disassociated(&driver_, "ath0"));
+    sent(lab::driver_disassociated(&driver_, "ath0", error_));
     netlink_recv();
     EXPECT_THAT(journal_take(),
                 ElementsAre("STA_CONNECTION_UP", "Connect with : 02:00:00:00:0a:01",
@@ -118,8 +119,8 @@ TEST_F(DriverMessage, is_understood_with_a_padded_header_too) {
 }
 
 TEST_F(DriverMessage, is_read_one_datagram_at_a_time_without_blocking) {
-    sent(lab::driver_client_left(&driver_, "ath0", CLIENT));
-    sent(lab::driver_client_left(&driver_, "ath1", CLIENT));
+    sent(lab::driver_client_left(&driver_, "ath0", CLIENT, error_));
+    sent(lab::driver_client_left(&driver_, "ath1", CLIENT, error_));
     netlink_recv();
     EXPECT_THAT(journal_take(),
                 ElementsAre("STA_DISASSOC_WITH_AP(ath0)", "STA mac : 02:cc:00:00:00:07"));
@@ -133,8 +134,10 @@ TEST_F(DriverMessage, is_read_one_datagram_at_a_time_without_blocking) {
 TEST_F(DriverMessage, is_handled_with_all_others_of_its_batch_in_order) {
     const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
     const int other = lab::driver_interface_index(driver_, "ath1");
-    sent(lab::driver_send(&driver_, lab::joined({lab::wireless_message(other, "ath1", event),
-                                                 lab::wireless_message(index_, "ath0", event)})));
+    sent(lab::driver_send(&driver_,
+                          lab::joined({lab::wireless_message(other, "ath1", event),
+                                       lab::wireless_message(index_, "ath0", event)}),
+                          error_));
     netlink_recv();
     EXPECT_THAT(journal_take(),
                 ElementsAre("STA_DISASSOC_WITH_AP(ath1)", "STA mac : 02:cc:00:00:00:07",
@@ -148,7 +151,7 @@ TEST_F(DriverMessage, is_handled_as_far_as_it_fits_8192_bytes) {
     while (batch.size() + one.size() <= 9000) {
         batch = lab::joined({batch, one});
     }
-    sent(lab::driver_send(&driver_, batch));
+    sent(lab::driver_send(&driver_, batch, error_));
     netlink_recv();
     EXPECT_EQ(journal_take().size(), 8192 / one.size() * 2);
     netlink_recv();
@@ -158,9 +161,11 @@ TEST_F(DriverMessage, is_handled_as_far_as_it_fits_8192_bytes) {
 TEST_F(DriverMessage, of_another_type_is_passed_over) {
     const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
     const auto attribute = lab::route_attribute(lab::ATTRIBUTE_WIRELESS, event);
-    sent(lab::driver_send(
-        &driver_, lab::joined({lab::link_message(lab::MESSAGE_DEL_LINK, index_, attribute),
-                               lab::link_message(lab::MESSAGE_NEW_LINK, index_, attribute)})));
+    sent(
+        lab::driver_send(&driver_,
+                         lab::joined({lab::link_message(lab::MESSAGE_DEL_LINK, index_, attribute),
+                                      lab::link_message(lab::MESSAGE_NEW_LINK, index_, attribute)}),
+                         error_));
     netlink_recv();
     EXPECT_THAT(journal_take(),
                 ElementsAre("STA_DISASSOC_WITH_AP(ath0)", "STA mac : 02:cc:00:00:00:07"));
@@ -168,7 +173,7 @@ TEST_F(DriverMessage, of_another_type_is_passed_over) {
 
 TEST_F(DriverMessage, of_an_index_without_a_name_is_logged_and_nothing_else) {
     const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
-    sent(lab::driver_send(&driver_, lab::wireless_message(99999, "ath0", event)));
+    sent(lab::driver_send(&driver_, lab::wireless_message(99999, "ath0", event), error_));
     netlink_recv();
     EXPECT_THAT(journal_take(),
                 ElementsAre("netlink_msg_process : ifname is emplty, ignore this event"));
@@ -204,7 +209,7 @@ TEST_F(DriverMessage, is_dropped_when_its_own_length_does_not_fit) {
     const auto event = lab::address_event(EventLayout::packed, lab::EVENT_EXPIRED, CLIENT);
     lab::Bytes message = lab::wireless_message(index_, "ath0", event);
     message[0] = 15;
-    sent(lab::driver_send(&driver_, message));
+    sent(lab::driver_send(&driver_, message, error_));
     netlink_recv();
     EXPECT_THAT(journal_take(), IsEmpty());
 }

@@ -50,7 +50,7 @@ protected:
     void SetUp() override {
         TableTest::SetUp();
         harness::put_file("/tmp/eth_backhaul_fifo", "");
-        ASSERT_EQ(lab::driver_open(&driver_, 0), 0) << driver_.error;
+        ASSERT_TRUE(lab::driver_open(&driver_, 0, error_)) << error_;
     }
 
     void TearDown() override {
@@ -77,7 +77,7 @@ protected:
     }
 
     void driver_event(const char* name) {
-        EXPECT_EQ(lab::driver_client_left(&driver_, name, CLIENT), 0) << driver_.error;
+        EXPECT_TRUE(lab::driver_client_left(&driver_, name, CLIENT, error_)) << error_;
     }
 
     static void fifo_command(const std::string& bytes) {
@@ -125,6 +125,7 @@ protected:
     }
 
     lab::DriverSender driver_;
+    std::string error_;  // of the driver
     std::optional<harness::Child> child_;
 
 private:

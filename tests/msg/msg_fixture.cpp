@@ -38,7 +38,7 @@ void at_neighbour(const std::function<void()>& action) {
 
 void ip_run(const std::string& commands) {
     std::string error;
-    EXPECT_EQ(lab::run_program({"ip", "-batch", "-"}, commands, error), 0) << error;
+    EXPECT_TRUE(lab::run_program({"ip", "-batch", "-"}, commands, error)) << error;
 }
 
 void cable_plug() {
