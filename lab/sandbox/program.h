@@ -11,4 +11,8 @@ namespace lab {
 bool run_program(const std::vector<std::string>& words, const std::string& input,
                  std::string& error);
 
+// The same for a program whose standard output is wanted; its error output is lost.
+bool program_output(const std::vector<std::string>& words, const std::string& input,
+                    std::string* output, std::string& error);
+
 }  // namespace lab

@@ -327,8 +327,8 @@ TEST_F(SockHandle, leaves_out_a_descriptor_that_select_cannot_hold) {
     control_fifo_create();
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit enough{std::max(before.rlim_cur, rlim_t{2 * FD_SETSIZE}),
-                        std::max(before.rlim_max, rlim_t{2 * FD_SETSIZE})};
+    const rlimit enough{std::max(before.rlim_cur, rlim_t{2} * FD_SETSIZE),
+                        std::max(before.rlim_max, rlim_t{2} * FD_SETSIZE)};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &enough), 0);
     ASSERT_TRUE(netlink_open());
     const int high = fcntl(runtime.netlink_fd, F_DUPFD_CLOEXEC, FD_SETSIZE);

@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "lab/sandbox/doctor.h"
+#include "lab/sandbox/doctor_report.h"
 #include "lab/sandbox/layout.h"
 #include "lab/sandbox/network.h"
 #include "lab/sandbox/program.h"
@@ -217,16 +217,16 @@ TEST_F(Sandbox, says_what_failed_when_the_network_cannot_be_made) {
 }
 
 TEST(Doctor, finds_nothing_missing_where_the_tests_run) {
-    for (const lab::Lack& lack : lab::doctor_look(BACKHAUL_BUILD_DIR "/lab")) {
-        ADD_FAILURE() << lack.what << ": " << lack.remedy;
+    for (const lab::DoctorRow& row : lab::doctor_report(BACKHAUL_BUILD_DIR "/lab").rows) {
+        EXPECT_NE(row.mark, lab::DoctorMark::lacks) << row.name << ": " << row.found;
     }
 }
 
 TEST(Doctor, names_the_programs_that_were_not_built) {
-    const std::vector<lab::Lack> lacks = lab::doctor_look("/nowhere");
-    ASSERT_EQ(lacks.size(), 3U);
-    EXPECT_EQ(lacks[0].what, "/nowhere/lab_tool is missing");
-    EXPECT_EQ(lacks[0].remedy, "build lab_programs");
+    const lab::DoctorReport report = lab::doctor_report("/nowhere");
+    EXPECT_FALSE(lab::doctor_is_good(report));
+    EXPECT_EQ(report.rows.at(2).found, "/nowhere/lab_tool is missing");
+    EXPECT_EQ(report.rows.at(2).remedy, "build the targets backhaul_monitor and lab_programs");
 }
 
 TEST(NetworkCommands, give_every_router_at_an_address_the_same_hardware_address) {

@@ -133,10 +133,6 @@ void MsgTest::network(const std::string& commands) {
     ip_run(commands);
 }
 
-void MsgTest::expect_journal(std::initializer_list<Journal> parts) {
-    EXPECT_EQ(journal_take(), joined(parts));
-}
-
 lab::Datagram heard_by(lab::UdpPeer& peer) {
     std::vector<lab::Datagram> heard;
     EXPECT_TRUE(harness::wait_until([&] {
