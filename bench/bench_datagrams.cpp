@@ -55,8 +55,8 @@ bool measure(std::string& error) {
         return false;
     }
     int failed = 0;
-    const double floor = milliseconds_each(
-        [&failed] { failed += std::system(":") == 0 && std::system(":") == 0 ? 0 : 1; });
+    const double floor =
+        milliseconds_each([&failed] { failed += std::system(":") + std::system(":"); });
     for (const bool has_key : {true, false}) {
         const double cost = milliseconds_each([&] {
             failed += datagram_send(sock, has_key ? sealed : "x") ? 0 : 1;

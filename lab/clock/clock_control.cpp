@@ -132,15 +132,6 @@ bool MovedClock::add_node(const std::string& root, std::string& error, std::vect
     return true;
 }
 
-void MovedClock::remove_node(const std::string& root) {
-    const auto found = std::find_if(nodes_.begin(), nodes_.end(),
-                                    [&root](const auto& node) { return node->root == root; });
-    if (found != nodes_.end()) {
-        munmap((*found)->page, sizeof(ClockPage));
-        nodes_.erase(found);
-    }
-}
-
 void MovedClock::set(ClockMode mode, std::uint32_t now) {
     for (const auto& node : nodes_) {
         node->page->now.store(now);

@@ -52,7 +52,6 @@ public:
     // Takes a node under this clock. `root` is the prefix of its files ("/proc/PID/root"; empty:
     // the caller's own sandbox, where the threads in `except` may run on). Its page must exist.
     bool add_node(const std::string& root, std::string& error, std::vector<pid_t> except = {});
-    void remove_node(const std::string& root);
 
     // Sets all pages. The mode CLOCK_HELD makes time stand still at `now`.
     void set(ClockMode mode, std::uint32_t now);

@@ -21,8 +21,6 @@
 namespace lab {
 namespace {
 
-constexpr long LOOK_INTERVAL_NS = 2'000'000;
-
 bool fail(const std::string& what, int number, std::string& error) {
     error = what + ": " + std::strerror(number);
     return false;
@@ -118,12 +116,6 @@ bool open_socket_of(DriverSender* sender, std::string& error) {
     return true;
 }
 
-std::int64_t now_ms() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
-}
-
 bool send_address(DriverSender* sender, std::string_view interface, std::uint16_t command,
                   const MacAddress& address, std::string& error) {
     return driver_send_stream(sender, interface, address_event(sender->layout, command, address),
@@ -212,40 +204,6 @@ bool driver_channel_changed(DriverSender* sender, std::string_view interface, st
 bool driver_leave_reason(DriverSender* sender, std::string_view interface, std::uint16_t flags,
                          const MacAddress& client, std::uint32_t reason, std::string& error) {
     return send_custom(sender, interface, flags, leave_payload(client, reason), error);
-}
-
-int driver_listener_count(const DriverSender& sender) {
-    const std::string owner = sender.pid == 0 ? "thread-self" : std::to_string(sender.pid);
-    const std::unique_ptr<FILE, int (*)(FILE*)> table(
-        std::fopen(("/proc/" + owner + "/net/netlink").c_str(), "re"), std::fclose);
-    int count = 0;
-    std::array<char, 256> line{};
-    while (table && std::fgets(line.data(), line.size(), table.get()) != nullptr) {
-        int protocol = -1;
-        unsigned groups = 0;
-        if (std::sscanf(line.data(), "%*s %d %*u %x", &protocol, &groups) == 2 &&
-            protocol == NETLINK_ROUTE && (groups & RTMGRP_LINK) != 0) {
-            ++count;
-        }
-    }
-    return count;
-}
-
-bool driver_wait_for_listener(const DriverSender& sender, int count, int timeout_ms,
-                              std::string& error) {
-    const std::int64_t deadline = now_ms() + timeout_ms;
-    int found = driver_listener_count(sender);
-    while (found < count && now_ms() < deadline) {
-        const timespec pause{0, LOOK_INTERVAL_NS};
-        nanosleep(&pause, nullptr);
-        found = driver_listener_count(sender);
-    }
-    if (found < count) {
-        error = std::to_string(found) + " listeners in the link group after " +
-                std::to_string(timeout_ms) + " ms, wanted " + std::to_string(count);
-        return false;
-    }
-    return true;
 }
 
 }  // namespace lab

@@ -4,8 +4,8 @@
 // so the daemon's own socket receives real messages; to the kernel itself they mean nothing,
 // because they are no requests. Interfaces are real ones of that namespace, whatever their kind.
 //
-// A message is lost when nobody listens yet: wait with driver_wait_for_listener first. A
-// function that answers false has put one sentence into `error`. A sender belongs to one thread.
+// A message is lost when nobody listens yet. A function that answers false has put one sentence
+// into `error`. A sender belongs to one thread.
 #pragma once
 
 #include <string>
@@ -56,12 +56,5 @@ bool driver_channel_changed(DriverSender* sender, std::string_view interface, st
                             std::string& error);
 bool driver_leave_reason(DriverSender* sender, std::string_view interface, std::uint16_t flags,
                          const MacAddress& client, std::uint32_t reason, std::string& error);
-
-// Number of sockets in the namespace that are members of the link group.
-int driver_listener_count(const DriverSender& sender);
-
-// Waits until there are at least `count` listeners; false after `timeout_ms`.
-bool driver_wait_for_listener(const DriverSender& sender, int count, int timeout_ms,
-                              std::string& error);
 
 }  // namespace lab

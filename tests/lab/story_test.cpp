@@ -139,6 +139,7 @@ TEST_F(StoryBed, shows_what_differs_when_an_expectation_fails) {
         "  STA mac : 02:00:00:00:aa:01\n");
 }
 
+// NOLINTNEXTLINE(readability-function-size): what the macro nests
 TEST_F(StoryBed, fails_when_a_condition_does_not_come_true_in_time) {
     start_extender();
     EXPECT_NONFATAL_FAILURE(advance_until([] { return false; }, 5),
