@@ -55,8 +55,8 @@ bool measure(std::string& error) {
         return false;
     }
     int failed = 0;
-    const double floor = milliseconds_each(
-        [&failed] { failed += std::system(":") == 0 && std::system(":") == 0 ? 0 : 1; });
+    const double floor =
+        milliseconds_each([&failed] { failed += std::system(":") + std::system(":"); });
     for (const bool has_key : {true, false}) {
         const double cost = milliseconds_each([&] {
             failed += datagram_send(sock, has_key ? sealed : "x") ? 0 : 1;
@@ -77,8 +77,8 @@ int main() {
     options.keep = {BACKHAUL_BUILD_DIR};
     std::string error;
     // What openssl says about each datagram is no result.
-    if (lab::sandbox_enter(options, error) != 0 ||
-        std::freopen("/dev/null", "w", stderr) == nullptr || !measure(error)) {
+    if (!lab::sandbox_enter(options, error) || std::freopen("/dev/null", "w", stderr) == nullptr ||
+        !measure(error)) {
         std::printf("bench_datagrams: %s\n", error.c_str());
         return 1;
     }

@@ -40,6 +40,19 @@ void append_message(std::vector<uint8_t>& bytes, size_t records) {
     }
 }
 
+size_t count_of_stream(std::span<const uint8_t> stream) {
+    size_t events = 0;
+    while (stream.size() >= 4) {
+        const wireless_record record = wireless_event_decode(stream);
+        if (record.length == 0) {
+            break;
+        }
+        events += record.event.code != WIRELESS_EVENT_NONE ? 1 : 0;
+        stream = stream.subspan(record.length);
+    }
+    return events;
+}
+
 size_t count_events(std::span<const uint8_t> batch) {
     size_t events = 0;
     netlink_message message;
@@ -47,15 +60,7 @@ size_t count_events(std::span<const uint8_t> batch) {
         std::span<const uint8_t> attributes = message.attributes;
         link_attribute attribute;
         while (link_attribute_next(attributes, attribute)) {
-            std::span<const uint8_t> stream = attribute.payload;
-            while (stream.size() >= 4) {
-                const wireless_record record = wireless_event_decode(stream);
-                if (record.length == 0) {
-                    break;
-                }
-                events += record.event.code != WIRELESS_EVENT_NONE ? 1 : 0;
-                stream = stream.subspan(record.length);
-            }
+            events += count_of_stream(attribute.payload);
         }
     }
     return events;

@@ -12,7 +12,8 @@ void looks_up_every_pair(benchmark::State& state) {
     for (auto _ : state) {
         for (int32_t current = 0; current < LINK_STATE_COUNT; ++current) {
             for (int32_t requested = 0; requested < LINK_STATE_COUNT; ++requested) {
-                benchmark::DoNotOptimize(link_transition_find(current, requested));
+                benchmark::DoNotOptimize(link_transition_find(static_cast<link_state>(current),
+                                                              static_cast<link_state>(requested)));
             }
         }
     }

@@ -121,7 +121,7 @@ int measure(const lab::ProgramPlace& place, int nodes, std::string& error) {
             error = "the mesh is not ready after 15 minutes of its time";
             return -1;
         }
-        if (mesh->second(error) != 0) {
+        if (!mesh->second(error)) {
             return -1;
         }
     }
@@ -162,7 +162,7 @@ int main(int argc, char** argv) {
         return beside;
     }();
     std::string error;
-    bool good = lab::mesh_sandbox_enter(place, {}, error) == 0;
+    bool good = lab::mesh_sandbox_enter(place, {}, error);
     for (const int nodes : sizes) {
         good = good && nodes >= 2 && measure(place, nodes, error) == 0;
         std::fflush(stdout);

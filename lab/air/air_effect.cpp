@@ -69,14 +69,6 @@ std::string effect_text(const Air& air, const Effect& effect) {
     return {};
 }
 
-std::vector<std::string> effect_texts(const Air& air, const Effects& effects) {
-    std::vector<std::string> texts;
-    for (const Effect& effect : effects) {
-        texts.push_back(effect_text(air, effect));
-    }
-    return texts;
-}
-
 Effect effect_on(EffectKind kind, int node) {
     Effect effect;
     effect.kind = kind;

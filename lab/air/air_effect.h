@@ -55,7 +55,6 @@ using Effects = std::vector<Effect>;
 
 // "e1 ath0 joined 02:..", for people and journals; files and SQL are named, not shown.
 std::string effect_text(const Air& air, const Effect& effect);
-std::vector<std::string> effect_texts(const Air& air, const Effects& effects);
 
 // Makers of the effects that have more than a node.
 Effect effect_on(EffectKind kind, int node);

@@ -61,7 +61,10 @@ double path_cost(const Air& air, const AirPaths& paths, int node) {
                     : station_link_cost(air, node, node_at(air, node).stations[air_index(via)]);
         node = paths.parent[air_index(node)];
     }
-    return paths.hops[air_index(node)] == 0 ? cost : NO_WAY;
+    if (paths.hops[air_index(node)] != 0) {
+        return NO_WAY;
+    }
+    return cost;
 }
 
 int rate_of(double cost) {
@@ -149,10 +152,6 @@ std::vector<int> air_reachable(const Air& air, int node) {
         }
     }
     return reached;
-}
-
-int air_uplink_rate(const Air& air, const AirPaths& paths, int node) {
-    return rate_of(path_cost(air, paths, node));
 }
 
 int air_station_hops(const Air& air, int node, int station) {

@@ -33,11 +33,9 @@ std::vector<std::string> air_uplinks_carrying(const Air& air, int node);
 // Nodes that a message from `node` reaches, itself included, in ascending order.
 std::vector<int> air_reachable(const Air& air, int node);
 
-// Mbit/s from the node to the root over all hops, which share the air; 0 without a way.
-int air_uplink_rate(const Air& air, const AirPaths& paths, int node);
-
 // Answers of the driver for a station. hops: of the node when the station is joined (1 below the
-// root), 255 without a way. rate: air_uplink_rate through this station, 0 when not joined.
+// root), 255 without a way. rate: Mbit/s from the node to the root through this station
+// over all hops, which share the air; 0 when not joined.
 int air_station_hops(const Air& air, int node, int station);
 int air_station_rate(const Air& air, int node, int station);
 

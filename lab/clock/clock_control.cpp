@@ -85,27 +85,27 @@ bool add_expiry(const std::string& path) {
 
 }  // namespace
 
-int clock_page_create(const std::string& path, ClockMode mode, std::uint32_t now,
-                      std::string& error) {
+bool clock_page_create(const std::string& path, ClockMode mode, std::uint32_t now,
+                       std::string& error) {
     const int fd = open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (fd < 0 || ftruncate(fd, sizeof(ClockPage)) != 0) {
         error = "cannot make the clock page " + path + ": " + strerror(errno);
         if (fd >= 0) {
             close(fd);
         }
-        return -1;
+        return false;
     }
     close(fd);
     ClockPage* page = map_page(path);
     if (page == nullptr) {
         error = "cannot map the clock page " + path + ": " + strerror(errno);
-        return -1;
+        return false;
     }
     page->now.store(now);
     page->mode.store(mode);
     page->magic.store(CLOCK_MAGIC);
     munmap(page, sizeof(ClockPage));
-    return 0;
+    return true;
 }
 
 MovedClock::~MovedClock() {
@@ -114,13 +114,13 @@ MovedClock::~MovedClock() {
     }
 }
 
-int MovedClock::add_node(const std::string& root, std::string& error, std::vector<pid_t> except) {
+bool MovedClock::add_node(const std::string& root, std::string& error, std::vector<pid_t> except) {
     auto node = std::make_unique<Node>();
     node->root = root;
     node->page = map_page(root + LAB_CLOCK);
     if (node->page == nullptr) {
         error = "no clock page at " + root + LAB_CLOCK + ": " + strerror(errno);
-        return -1;
+        return false;
     }
     // The waits for quiet are shorter than what the kernel adds to a sleep by default.
     prctl(PR_SET_TIMERSLACK, 1000UL);
@@ -129,16 +129,7 @@ int MovedClock::add_node(const std::string& root, std::string& error, std::vecto
         node->page->now.store(now());
     }
     nodes_.push_back(std::move(node));
-    return 0;
-}
-
-void MovedClock::remove_node(const std::string& root) {
-    const auto found = std::find_if(nodes_.begin(), nodes_.end(),
-                                    [&root](const auto& node) { return node->root == root; });
-    if (found != nodes_.end()) {
-        munmap((*found)->page, sizeof(ClockPage));
-        nodes_.erase(found);
-    }
+    return true;
 }
 
 void MovedClock::set(ClockMode mode, std::uint32_t now) {
@@ -214,14 +205,14 @@ std::vector<std::vector<MovedClock::Due>> MovedClock::rounds_of(const std::vecto
     return rounds;
 }
 
-int MovedClock::call_sleeper(const Due& due, std::string& error) {
+bool MovedClock::call_sleeper(const Due& due, std::string& error) {
     SleeperSlot& slot = *due.slot;
     const pid_t pid = static_cast<pid_t>(slot.pid.load());
     const pid_t tid = static_cast<pid_t>(slot.tid.load());
     const std::uint32_t order = slot.order.load();
     std::uint32_t expected = SLEEPER_WAITS;
     if (!slot.state.compare_exchange_strong(expected, SLEEPER_CALLED)) {
-        return 0;
+        return true;
     }
     futex_wake(slot.state);
     const auto end = RealClock::now() + patience;
@@ -235,13 +226,13 @@ int MovedClock::call_sleeper(const Due& due, std::string& error) {
         seen = due.node->page->changes.load();
         if (RealClock::now() > end) {
             error = "a called sleeper does not wake\n" + describe();
-            return -1;
+            return false;
         }
     }
-    return 0;
+    return true;
 }
 
-int MovedClock::fire_timers(std::string& error) {
+bool MovedClock::fire_timers(std::string& error) {
     bool fired = false;
     for (const auto& node : nodes_) {
         node->page->gate.fetch_add(1);
@@ -261,48 +252,48 @@ int MovedClock::fire_timers(std::string& error) {
         node->page->gate.fetch_add(1);
         futex_wake(node->page->gate);
     }
-    return fired ? wait_quiet(error) : 0;
+    return !fired || wait_quiet(error);
 }
 
-int MovedClock::move_to(std::uint32_t second, std::string& error) {
+bool MovedClock::move_to(std::uint32_t second, std::string& error) {
     for (const auto& node : nodes_) {
         node->page->now.store(second);
     }
     for (const std::vector<Due>& round : rounds_of(due_sleepers(), nodes_together)) {
         for (const Due& due : round) {
-            if (call_sleeper(due, error) != 0) {
-                return -1;
+            if (!call_sleeper(due, error)) {
+                return false;
             }
         }
-        if (wait_quiet(error) != 0) {
-            return -1;
+        if (!wait_quiet(error)) {
+            return false;
         }
     }
     return fire_timers(error);
 }
 
-int MovedClock::advance(std::uint32_t seconds, std::string& error,
-                        const std::function<bool()>& each_second) {
+bool MovedClock::advance(std::uint32_t seconds, std::string& error,
+                         const std::function<bool()>& each_second) {
     const std::uint32_t target = now() + seconds;
-    if (wait_quiet(error) != 0) {
-        return -1;
+    if (!wait_quiet(error)) {
+        return false;
     }
     while (now() < target) {
         std::uint32_t second = now() + 1;
         if (!each_second) {
             second = std::min(target, std::max(second, next_event()));
         }
-        if (move_to(second, error) != 0) {
-            return -1;
+        if (!move_to(second, error)) {
+            return false;
         }
         if (each_second && each_second()) {
-            return 0;
+            return true;
         }
     }
-    return 0;
+    return true;
 }
 
-int MovedClock::settle(std::string& error) {
+bool MovedClock::settle(std::string& error) {
     return wait_quiet(error);
 }
 
@@ -317,13 +308,13 @@ bool MovedClock::all_quiet() {
            });
 }
 
-int MovedClock::wait_quiet(std::string& error) {
+bool MovedClock::wait_quiet(std::string& error) {
     const auto end = RealClock::now() + patience;
     useconds_t pause = 0;
     for (;;) {
         if (all_quiet()) {
             if (!at_rest || !at_rest()) {
-                return 0;
+                return true;
             }
             pause = 0;
             continue;
@@ -331,7 +322,7 @@ int MovedClock::wait_quiet(std::string& error) {
         if (RealClock::now() > end) {
             error = "not quiet after " + std::to_string(patience.count()) + " ms at second " +
                     std::to_string(now()) + "\n" + describe();
-            return -1;
+            return false;
         }
         pause == 0 ? sched_yield() : usleep(pause);
         pause = std::min<useconds_t>(pause * 2 + 10, 1000);

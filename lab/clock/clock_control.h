@@ -7,7 +7,7 @@
 // node does is the same in every run. No real time passes but what the machine needs; a node that
 // does not become quiet within `patience` is an error that says who is running.
 //
-// Results are 0 or -1; on -1 `error` holds a sentence.
+// A function that answers false has put one sentence into `error`.
 #pragma once
 
 #include <sys/types.h>
@@ -25,8 +25,8 @@
 namespace lab {
 
 // Makes the page file of one node: the file must exist before a program with LAB_CLOCK starts.
-int clock_page_create(const std::string& path, ClockMode mode, std::uint32_t now,
-                      std::string& error);
+bool clock_page_create(const std::string& path, ClockMode mode, std::uint32_t now,
+                       std::string& error);
 
 struct ArmedTimer {
     pid_t pid = 0;            // of its process, in the node's numbering
@@ -51,8 +51,7 @@ public:
 
     // Takes a node under this clock. `root` is the prefix of its files ("/proc/PID/root"; empty:
     // the caller's own sandbox, where the threads in `except` may run on). Its page must exist.
-    int add_node(const std::string& root, std::string& error, std::vector<pid_t> except = {});
-    void remove_node(const std::string& root);
+    bool add_node(const std::string& root, std::string& error, std::vector<pid_t> except = {});
 
     // Sets all pages. The mode CLOCK_HELD makes time stand still at `now`.
     void set(ClockMode mode, std::uint32_t now);
@@ -60,11 +59,11 @@ public:
 
     // Moves time on. `each_second`, if given, runs after every second when all is quiet; when it
     // returns true, time stops there.
-    int advance(std::uint32_t seconds, std::string& error,
-                const std::function<bool()>& each_second = nullptr);
+    bool advance(std::uint32_t seconds, std::string& error,
+                 const std::function<bool()>& each_second = nullptr);
 
     // Waits until all nodes are quiet, without moving time.
-    int settle(std::string& error);
+    bool settle(std::string& error);
 
     // All moved timers of all nodes, in the order of their creation.
     std::vector<ArmedTimer> timers() const;
@@ -99,11 +98,11 @@ private:
     std::uint32_t next_event() const;
     std::vector<Due> due_sleepers();
     static std::vector<std::vector<Due>> rounds_of(const std::vector<Due>& due, bool together);
-    int call_sleeper(const Due& due, std::string& error);
-    int fire_timers(std::string& error);
-    int move_to(std::uint32_t second, std::string& error);
+    bool call_sleeper(const Due& due, std::string& error);
+    bool fire_timers(std::string& error);
+    bool move_to(std::uint32_t second, std::string& error);
     bool all_quiet();
-    int wait_quiet(std::string& error);
+    bool wait_quiet(std::string& error);
     std::string describe() const;
 
     std::vector<std::unique_ptr<Node>> nodes_;

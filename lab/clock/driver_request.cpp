@@ -99,8 +99,9 @@ void note(const PointRequest& request, unsigned long now) {
 }
 
 void put_entry(char* list, std::uint32_t index, std::uint16_t frequency) {
-    std::memset(list + 4 + index * ENTRY_LENGTH, 0, ENTRY_LENGTH);
-    std::memcpy(list + 4 + index * ENTRY_LENGTH, &frequency, sizeof(frequency));
+    char* const entry = list + 4 + std::size_t{index} * ENTRY_LENGTH;
+    std::memset(entry, 0, ENTRY_LENGTH);
+    std::memcpy(entry, &frequency, sizeof(frequency));
 }
 
 void fill_from_text(const char* text, long length, char* list) {
@@ -179,7 +180,7 @@ int driver_station_ap(void* request) noexcept {
     }
     const bool associated = read_file(state_file(wanted.name, "ap").bytes.data(), text.data(),
                                       text.size()) == static_cast<long>(text.size());
-    for (unsigned int at = 0; at < sizeof(wanted.address); ++at) {
+    for (std::size_t at = 0; at < sizeof(wanted.address); ++at) {
         const int value = digit_value(text[at * 3]) * 16 + digit_value(text[at * 3 + 1]);
         wanted.address[at] = static_cast<unsigned char>(associated ? value : 0);
     }

@@ -16,7 +16,7 @@ namespace {
 bool tell_all(const std::vector<lab::Scenario>& scenarios, lab::Tale* tale, std::string& error) {
     const lab::ProgramPlace place = lab::program_place();
     if (!lab::evidence_place_open("", lab::EVIDENCE_FOLDER, &tale->left, error) ||
-        lab::mesh_sandbox_enter(place, {}, error) != 0) {
+        !lab::mesh_sandbox_enter(place, {}, error)) {
         return false;
     }
     for (const lab::Scenario& scenario : scenarios) {

@@ -102,7 +102,7 @@ bool play(Mesh& mesh, Player& player, Tale* tale, std::string& error) {
     PlayState state = player.go_on(error);
     narrator.go_on();
     while (state == PlayState::playing && player.failures() == 0) {
-        if (mesh.second(error) != 0) {
+        if (!mesh.second(error)) {
             return false;
         }
         state = player.go_on(error);

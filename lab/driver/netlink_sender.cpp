@@ -21,11 +21,9 @@
 namespace lab {
 namespace {
 
-constexpr long LOOK_INTERVAL_NS = 2'000'000;
-
-int fail(DriverSender* sender, const std::string& what, int number) {
-    sender->error = what + ": " + std::strerror(number);
-    return -1;
+bool fail(const std::string& what, int number, std::string& error) {
+    error = what + ": " + std::strerror(number);
+    return false;
 }
 
 std::string namespace_path(int pid, const char* kind) {
@@ -94,12 +92,12 @@ int hand_over_socket(const char* user_path, const char* net_path, int channel) {
 
 // Opens the socket over there through a short-lived child; a socket stays in the namespace that it
 // was made in, and no thread of ours ever leaves its own.
-int open_socket_of(DriverSender* sender) {
+bool open_socket_of(DriverSender* sender, std::string& error) {
     const std::string user_path = namespace_path(sender->pid, "user");
     const std::string net_path = namespace_path(sender->pid, "net");
     std::array<int, 2> channel{};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, channel.data()) != 0) {
-        return fail(sender, "socketpair", errno);
+        return fail("socketpair", errno, error);
     }
     const pid_t child = fork();
     if (child == 0) {
@@ -112,26 +110,22 @@ int open_socket_of(DriverSender* sender) {
     while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     if (sender->fd < 0) {
-        return fail(sender, "no netlink socket in " + net_path,
-                    child > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : EIO);
+        return fail("no netlink socket in " + net_path,
+                    child > 0 && WIFEXITED(status) ? WEXITSTATUS(status) : EIO, error);
     }
-    return 0;
+    return true;
 }
 
-std::int64_t now_ms() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
+bool send_address(DriverSender* sender, std::string_view interface, std::uint16_t command,
+                  const MacAddress& address, std::string& error) {
+    return driver_send_stream(sender, interface, address_event(sender->layout, command, address),
+                              error);
 }
 
-int send_address(DriverSender* sender, std::string_view interface, std::uint16_t command,
-                 const MacAddress& address) {
-    return driver_send_stream(sender, interface, address_event(sender->layout, command, address));
-}
-
-int send_custom(DriverSender* sender, std::string_view interface, std::uint16_t flags,
-                const Bytes& payload) {
-    return driver_send_stream(sender, interface, custom_event(sender->layout, flags, payload));
+bool send_custom(DriverSender* sender, std::string_view interface, std::uint16_t flags,
+                 const Bytes& payload, std::string& error) {
+    return driver_send_stream(sender, interface, custom_event(sender->layout, flags, payload),
+                              error);
 }
 
 }  // namespace
@@ -140,14 +134,14 @@ DriverSender::~DriverSender() {
     driver_close(this);
 }
 
-int driver_open(DriverSender* sender, int pid) {
+bool driver_open(DriverSender* sender, int pid, std::string& error) {
     driver_close(sender);
     sender->pid = pid;
     if (pid != 0) {
-        return open_socket_of(sender);
+        return open_socket_of(sender, error);
     }
     sender->fd = open_socket();
-    return sender->fd < 0 ? fail(sender, "netlink socket", errno) : 0;
+    return sender->fd >= 0 || fail("netlink socket", errno, error);
 }
 
 void driver_close(DriverSender* sender) {
@@ -165,81 +159,51 @@ int driver_interface_index(const DriverSender& sender, std::string_view interfac
     return ioctl(sender.fd, SIOCGIFINDEX, &request) == 0 ? request.ifr_ifindex : 0;
 }
 
-int driver_send(DriverSender* sender, std::span<const std::uint8_t> datagram) {
+bool driver_send(DriverSender* sender, std::span<const std::uint8_t> datagram, std::string& error) {
     sockaddr_nl group{};
     group.nl_family = AF_NETLINK;
     group.nl_groups = RTMGRP_LINK;
     const ssize_t count = sendto(sender->fd, datagram.data(), datagram.size(), 0,
                                  reinterpret_cast<const sockaddr*>(&group), sizeof group);
-    return count < 0 ? fail(sender, "cannot send to the link group", errno) : 0;
+    return count >= 0 || fail("cannot send to the link group", errno, error);
 }
 
-int driver_send_stream(DriverSender* sender, std::string_view interface,
-                       std::span<const std::uint8_t> stream) {
+bool driver_send_stream(DriverSender* sender, std::string_view interface,
+                        std::span<const std::uint8_t> stream, std::string& error) {
     const int index = driver_interface_index(*sender, interface);
     if (index == 0) {
-        return fail(sender, "no interface " + std::string(interface), ENODEV);
+        return fail("no interface " + std::string(interface), ENODEV, error);
     }
-    return driver_send(sender, wireless_message(index, interface, stream));
+    return driver_send(sender, wireless_message(index, interface, stream), error);
 }
 
-int driver_associated(DriverSender* sender, std::string_view interface, const MacAddress& ap) {
-    return send_address(sender, interface, EVENT_AP_ADDRESS, ap);
+bool driver_associated(DriverSender* sender, std::string_view interface, const MacAddress& ap,
+                       std::string& error) {
+    return send_address(sender, interface, EVENT_AP_ADDRESS, ap, error);
 }
 
-int driver_disassociated(DriverSender* sender, std::string_view interface) {
-    return send_address(sender, interface, EVENT_AP_ADDRESS, MacAddress{});
+bool driver_disassociated(DriverSender* sender, std::string_view interface, std::string& error) {
+    return send_address(sender, interface, EVENT_AP_ADDRESS, MacAddress{}, error);
 }
 
-int driver_client_joined(DriverSender* sender, std::string_view interface,
-                         const MacAddress& client) {
-    return send_address(sender, interface, EVENT_REGISTERED, client);
+bool driver_client_joined(DriverSender* sender, std::string_view interface,
+                          const MacAddress& client, std::string& error) {
+    return send_address(sender, interface, EVENT_REGISTERED, client, error);
 }
 
-int driver_client_left(DriverSender* sender, std::string_view interface, const MacAddress& client) {
-    return send_address(sender, interface, EVENT_EXPIRED, client);
+bool driver_client_left(DriverSender* sender, std::string_view interface, const MacAddress& client,
+                        std::string& error) {
+    return send_address(sender, interface, EVENT_EXPIRED, client, error);
 }
 
-int driver_channel_changed(DriverSender* sender, std::string_view interface, std::uint8_t channel) {
-    return send_custom(sender, interface, CUSTOM_CHANNEL_CHANGE, channel_payload(channel));
+bool driver_channel_changed(DriverSender* sender, std::string_view interface, std::uint8_t channel,
+                            std::string& error) {
+    return send_custom(sender, interface, CUSTOM_CHANNEL_CHANGE, channel_payload(channel), error);
 }
 
-int driver_leave_reason(DriverSender* sender, std::string_view interface, std::uint16_t flags,
-                        const MacAddress& client, std::uint32_t reason) {
-    return send_custom(sender, interface, flags, leave_payload(client, reason));
-}
-
-int driver_listener_count(const DriverSender& sender) {
-    const std::string owner = sender.pid == 0 ? "thread-self" : std::to_string(sender.pid);
-    const std::unique_ptr<FILE, int (*)(FILE*)> table(
-        std::fopen(("/proc/" + owner + "/net/netlink").c_str(), "re"), std::fclose);
-    int count = 0;
-    std::array<char, 256> line{};
-    while (table && std::fgets(line.data(), line.size(), table.get()) != nullptr) {
-        int protocol = -1;
-        unsigned groups = 0;
-        if (std::sscanf(line.data(), "%*s %d %*u %x", &protocol, &groups) == 2 &&
-            protocol == NETLINK_ROUTE && (groups & RTMGRP_LINK) != 0) {
-            ++count;
-        }
-    }
-    return count;
-}
-
-int driver_wait_for_listener(DriverSender* sender, int count, int timeout_ms) {
-    const std::int64_t deadline = now_ms() + timeout_ms;
-    int found = driver_listener_count(*sender);
-    while (found < count && now_ms() < deadline) {
-        const timespec pause{0, LOOK_INTERVAL_NS};
-        nanosleep(&pause, nullptr);
-        found = driver_listener_count(*sender);
-    }
-    if (found < count) {
-        sender->error = std::to_string(found) + " listeners in the link group after " +
-                        std::to_string(timeout_ms) + " ms, wanted " + std::to_string(count);
-        return -1;
-    }
-    return 0;
+bool driver_leave_reason(DriverSender* sender, std::string_view interface, std::uint16_t flags,
+                         const MacAddress& client, std::uint32_t reason, std::string& error) {
+    return send_custom(sender, interface, flags, leave_payload(client, reason), error);
 }
 
 }  // namespace lab

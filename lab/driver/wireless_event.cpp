@@ -147,11 +147,4 @@ MacAddress mac_from_text(std::string_view text) {
     return address;
 }
 
-std::string mac_to_text(const MacAddress& address) {
-    std::array<char, 18> text{};
-    std::snprintf(text.data(), text.size(), "%02x:%02x:%02x:%02x:%02x:%02x", address[0], address[1],
-                  address[2], address[3], address[4], address[5]);
-    return text.data();
-}
-
 }  // namespace lab

@@ -92,8 +92,7 @@ inline constexpr std::uint16_t MESSAGE_DEL_LINK = 17;  // RTM_DELLINK
 // What a driver sends: RTM_NEWLINK with the interface's name and the event stream.
 Bytes wireless_message(int index, std::string_view name, std::span<const std::uint8_t> stream);
 
-// "02:00:00:00:00:01" and back; a text that is no address gives the all-zero address.
+// "02:00:00:00:00:01"; a text that is no address gives the all-zero address.
 MacAddress mac_from_text(std::string_view text);
-std::string mac_to_text(const MacAddress& address);
 
 }  // namespace lab

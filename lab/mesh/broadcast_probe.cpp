@@ -50,7 +50,7 @@ BroadcastProbe::~BroadcastProbe() {
     }
 }
 
-int BroadcastProbe::node_add(int init, std::string& error) {
+bool BroadcastProbe::node_add(int init, std::string& error) {
     Ear ear;
     int failure = 0;
     std::thread inside([&] {
@@ -60,10 +60,10 @@ int BroadcastProbe::node_add(int init, std::string& error) {
     inside.join();
     if (ear.fd < 0 || ear.interface == 0) {
         error = std::string("cannot listen on a node's br-lan: ") + strerror(failure);
-        return -1;
+        return false;
     }
     ears_.push_back(ear);
-    return 0;
+    return true;
 }
 
 std::uint32_t BroadcastProbe::send(int node) {

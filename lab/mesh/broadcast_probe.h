@@ -3,7 +3,7 @@
 //
 // Packet sockets on the "br-lan" of every node, with an Ethernet protocol number that nobody else
 // uses. Frames are on their way only while the sender's call lasts, so the counts are complete at
-// the next look. Used on the thread that owns the mesh; 0 or -1 with a sentence in `error`.
+// the next look. Used on the thread that owns the mesh.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ public:
     BroadcastProbe& operator=(const BroadcastProbe&) = delete;
 
     // One more node, whose process 1 (the caller's numbering) is `init`. Nodes count from 0.
-    int node_add(int init, std::string& error);
+    bool node_add(int init, std::string& error);
 
     // Sends the next mark from this node. Marks count from 1; the mark of the last one sent.
     std::uint32_t send(int node);

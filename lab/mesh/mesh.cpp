@@ -62,19 +62,19 @@ std::unique_ptr<Mesh> Mesh::make(const Scenario& scenario, const MeshOptions& op
         return nullptr;
     }
     std::unique_ptr<Mesh> mesh(new Mesh(scenario, options));
-    return mesh->nodes_make(error) == 0 ? std::move(mesh) : nullptr;
+    return mesh->nodes_make(error) ? std::move(mesh) : nullptr;
 }
 
-int Mesh::nodes_make(std::string& error) {
+bool Mesh::nodes_make(std::string& error) {
     for (int index = 0; index < static_cast<int>(scenario_.nodes.size()); ++index) {
-        if (network_.switch_make(index, error) != 0) {
-            return -1;
+        if (!network_.switch_make(index, error)) {
+            return false;
         }
         std::unique_ptr<MeshNode> node =
             MeshNode::make(scenario_, index, options_, static_cast<std::uint32_t>(started_), error);
-        if (node == nullptr || clock_.add_node(node->node().root(), error) != 0 ||
-            probe_.node_add(node->node().init(), error) != 0) {
-            return -1;
+        if (node == nullptr || !clock_.add_node(node->node().root(), error) ||
+            !probe_.node_add(node->node().init(), error)) {
+            return false;
         }
         network_.node_port_set(index, node->node().switch_port());
         nodes_.push_back(std::move(node));
@@ -85,21 +85,21 @@ int Mesh::nodes_make(std::string& error) {
     clock_.at_rest = [this] {
         return air_serve();
     };
-    return 0;
+    return true;
 }
 
-int Mesh::second(std::string& error) {
-    if (clock_.advance(1, error) != 0 || !failure_.empty()) {
+bool Mesh::second(std::string& error) {
+    if (!clock_.advance(1, error) || !failure_.empty()) {
         error = failure_.empty() ? error : failure_;
-        return -1;
+        return false;
     }
-    if (carry_out(air_advance(&air_, clock_.now()), error) != 0 || rest(error) != 0) {
-        return -1;
+    if (!carry_out(air_advance(&air_, clock_.now()), error) || !rest(error)) {
+        return false;
     }
     return look(error);
 }
 
-int Mesh::verb(const Verb& verb, std::string* note, std::string& error) {
+bool Mesh::verb(const Verb& verb, std::string* note, std::string& error) {
     for (std::size_t index = 0; index < nodes_.size(); ++index) {
         places_[index] = {nodes_[index]->log_end(), nodes_[index]->shell_end()};
     }
@@ -114,22 +114,22 @@ int Mesh::verb(const Verb& verb, std::string* note, std::string& error) {
     if (!note->empty()) {
         events_[event].text += ": nothing changed, " + *note;
     }
-    if (carry_out(effects, error) != 0) {
-        return -1;
+    if (!carry_out(effects, error)) {
+        return false;
     }
-    return rest(error) == 0 ? look(error) : -1;
+    return rest(error) && look(error);
 }
 
 void Mesh::event_add(const std::string& node, const std::string& text) {
     events_.push_back({passed(), node, text, false});
 }
 
-int Mesh::rest(std::string& error) {
-    if (clock_.settle(error) != 0) {
-        return -1;
+bool Mesh::rest(std::string& error) {
+    if (!clock_.settle(error)) {
+        return false;
     }
     error = failure_;
-    return failure_.empty() ? 0 : -1;
+    return failure_.empty();
 }
 
 }  // namespace lab

@@ -3,8 +3,8 @@
 //
 // Whoever has a scenario makes a Mesh inside an outer sandbox (lab/sandbox), lets seconds pass and
 // does verbs; player.h plays the scenario's steps, mesh_conditions.h answers questions. All of it
-// on one thread. Functions return 0, or -1 with a sentence in `error`: then the machine failed,
-// not the mesh, and the run is over.
+// on one thread. Where one answers false, the machine failed, not the mesh: the run is
+// over, and `error` holds a sentence.
 //
 // A second of the mesh: the clock wakes who is due; while nodes wait for the air, their tools are
 // served one by one; then the air moves on and what follows is carried out; when all is quiet
@@ -48,10 +48,10 @@ public:
                                       std::string& error);
 
     // Lets one second pass.
-    int second(std::string& error);
+    bool second(std::string& error);
 
     // Does a verb whose names have been checked. `note` says why it changed nothing, or is empty.
-    int verb(const Verb& verb, std::string* note, std::string& error);
+    bool verb(const Verb& verb, std::string* note, std::string& error);
 
     // Answers tools that somebody called by hand while no time passes. True when there was one;
     // what they change is looked at with the next second.
@@ -122,28 +122,28 @@ public:
 
 private:
     Mesh(Scenario scenario, MeshOptions options);
-    int nodes_make(std::string& error);
+    bool nodes_make(std::string& error);
 
     // mesh_effects.cpp
-    int carry_out(const Effects& effects, std::string& error);
-    int carry_out_one(const Effect& effect, std::string& error);
-    int link_effect(const Effect& effect, std::string& error);
+    bool carry_out(const Effects& effects, std::string& error);
+    bool carry_out_one(const Effect& effect, std::string& error);
+    bool link_effect(const Effect& effect, std::string& error);
     void wireless_effect(const Effect& effect);
-    int state_effect(const Effect& effect, std::string& error);
-    int process_effect(const Effect& effect, std::string& error);
+    bool state_effect(const Effect& effect, std::string& error);
+    bool process_effect(const Effect& effect, std::string& error);
     void worker_end_expect(int index);
-    int node_start(int index, std::string& error);
-    int node_stop(int index, std::string& error);
+    bool node_start(int index, std::string& error);
+    bool node_stop(int index, std::string& error);
     bool air_serve();
     AirReply tool_call(int index, const AirRequest& request);
-    int rest(std::string& error);
+    bool rest(std::string& error);
 
     // mesh_watch.cpp
-    int look(std::string& error);
+    bool look(std::string& error);
     NodeObservation look_at(int index, const MeshReach& reach);
     void ethernet_answers_take();
-    int broadcast_look(std::string& error);
-    int loop_look(std::string& error);
+    bool broadcast_look(std::string& error);
+    bool loop_look(std::string& error);
     void marks_note(const std::vector<int>& counts);
     void changes_note(const NodeObservation& now);
     void outages_note();

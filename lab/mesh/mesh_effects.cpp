@@ -25,22 +25,22 @@ bool is_cut(const AirRequest& request) {
 
 }  // namespace
 
-int Mesh::carry_out(const Effects& effects, std::string& error) {
+bool Mesh::carry_out(const Effects& effects, std::string& error) {
     for (const Effect& effect : effects) {
         if (effect.kind != EffectKind::file && effect.kind != EffectKind::database) {
             effect_texts_.push_back(duration_text(passed()) + "  " + effect_text(air_, effect));
         }
-        if (carry_out_one(effect, error) != 0) {
-            return -1;
+        if (!carry_out_one(effect, error)) {
+            return false;
         }
     }
     if (effect_texts_.size() > 2 * EFFECTS_KEPT) {
         effect_texts_.erase(effect_texts_.begin(), effect_texts_.end() - EFFECTS_KEPT);
     }
-    return 0;
+    return true;
 }
 
-int Mesh::carry_out_one(const Effect& effect, std::string& error) {
+bool Mesh::carry_out_one(const Effect& effect, std::string& error) {
     switch (effect.kind) {
         case EffectKind::link_up:
         case EffectKind::link_down:
@@ -55,7 +55,7 @@ int Mesh::carry_out_one(const Effect& effect, std::string& error) {
         case EffectKind::ap_up:
         case EffectKind::ap_down:
             wireless_effect(effect);
-            return 0;
+            return true;
         case EffectKind::nol:
         case EffectKind::file:
         case EffectKind::database:
@@ -69,10 +69,10 @@ int Mesh::carry_out_one(const Effect& effect, std::string& error) {
         case EffectKind::supplicant_end:
             return process_effect(effect, error);
     }
-    return 0;
+    return true;
 }
 
-int Mesh::link_effect(const Effect& effect, std::string& error) {
+bool Mesh::link_effect(const Effect& effect, std::string& error) {
     if (effect.kind == EffectKind::link_up) {
         return network_.link_up(effect.node, effect.interface, effect.peer, error);
     }
@@ -86,25 +86,26 @@ int Mesh::link_effect(const Effect& effect, std::string& error) {
 void Mesh::wireless_effect(const Effect& effect) {
     MeshNode& node = *nodes_[air_index(effect.node)];
     const std::string& root = node.node().root();
+    std::string unheard;
     if (effect.kind == EffectKind::station_joined) {
         wifi_associated_set(root, effect.interface, effect.mac);
-        driver_associated(&node.driver(), effect.interface, mac_from_text(effect.mac));
+        driver_associated(&node.driver(), effect.interface, mac_from_text(effect.mac), unheard);
     } else if (effect.kind == EffectKind::station_lost) {
         wifi_not_associated_set(root, effect.interface);
-        driver_disassociated(&node.driver(), effect.interface);
+        driver_disassociated(&node.driver(), effect.interface, unheard);
     } else if (effect.kind == EffectKind::client_joined) {
-        driver_client_joined(&node.driver(), effect.interface, mac_from_text(effect.mac));
+        driver_client_joined(&node.driver(), effect.interface, mac_from_text(effect.mac), unheard);
     } else if (effect.kind == EffectKind::client_left) {
-        driver_client_left(&node.driver(), effect.interface, mac_from_text(effect.mac));
+        driver_client_left(&node.driver(), effect.interface, mac_from_text(effect.mac), unheard);
     } else if (effect.kind == EffectKind::channel) {
         driver_channel_changed(&node.driver(), effect.interface,
-                               static_cast<std::uint8_t>(effect.number));
+                               static_cast<std::uint8_t>(effect.number), unheard);
     } else {
         wifi_bss_up_set(root, effect.interface, effect.kind == EffectKind::ap_up);
     }
 }
 
-int Mesh::state_effect(const Effect& effect, std::string& error) {
+bool Mesh::state_effect(const Effect& effect, std::string& error) {
     const MeshNode& node = *nodes_[air_index(effect.node)];
     const std::string& root = node.node().root();
     std::string nobody;
@@ -117,14 +118,14 @@ int Mesh::state_effect(const Effect& effect, std::string& error) {
         fifo_command(node.node(), effect.text + "\n", nobody);
     } else if (effect.kind == EffectKind::uci) {
         uci_store_set(root, effect.path, effect.text);
-    } else if (database_run(node.node(), "PRAGMA synchronous=OFF;" + effect.text, error) != 0) {
+    } else if (!database_run(node.node(), "PRAGMA synchronous=OFF;" + effect.text, error)) {
         error = "the database of " + node.plan().name + ": " + error;
-        return -1;
+        return false;
     }
-    return 0;
+    return true;
 }
 
-int Mesh::process_effect(const Effect& effect, std::string& error) {
+bool Mesh::process_effect(const Effect& effect, std::string& error) {
     MeshNode& node = *nodes_[air_index(effect.node)];
     if (effect.kind == EffectKind::node_start) {
         return node_start(effect.node, error);
@@ -142,7 +143,7 @@ int Mesh::process_effect(const Effect& effect, std::string& error) {
     } else {
         supplicant_pid_file_set(node.node().root(), DEAD_PID);
     }
-    return 0;
+    return true;
 }
 
 // A signal may leave the worker alive: what ends it much later is something else.
@@ -150,17 +151,16 @@ void Mesh::worker_end_expect(int index) {
     worker_end_expected_[index] = passed() + WORKER_END_PATIENCE;
 }
 
-int Mesh::node_start(int index, std::string& error) {
+bool Mesh::node_start(int index, std::string& error) {
     MeshNode& node = *nodes_[air_index(index)];
-    if (node.furnish(error) != 0 ||
-        carry_out(air_node_prepare(&air_, index, node.reader()), error) != 0) {
-        return -1;
+    if (!node.furnish(error) || !carry_out(air_node_prepare(&air_, index, node.reader()), error)) {
+        return false;
     }
     event_add(node.plan().name, "starts");
     return node.daemon_start(air_.nodes[air_index(index)].is_root, error);
 }
 
-int Mesh::node_stop(int index, std::string& error) {
+bool Mesh::node_stop(int index, std::string& error) {
     MeshNode& node = *nodes_[air_index(index)];
     node.power_off();
     rebooted_.insert(index);
@@ -176,13 +176,13 @@ AirReply Mesh::tool_call(int index, const AirRequest& request) {
     Effects effects;
     if (is_cut(request)) {
         // The tool keeps the setting itself, too.
-        if (network_.broadcast_set(index, request.words[2], request.words[3] == "enable", error)) {
+        if (!network_.broadcast_set(index, request.words[2], request.words[3] == "enable", error)) {
             failure_ = error;
         }
         return reply;
     }
     reply = air_tool_call(&air_, index, request, node.reader(), &effects);
-    if (carry_out(effects, error) != 0) {
+    if (!carry_out(effects, error)) {
         failure_ = error;
     }
     return reply;

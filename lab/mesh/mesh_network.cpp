@@ -16,23 +16,23 @@ constexpr char PORT_FORWARDS = '3';
 constexpr std::chrono::seconds PORT_PATIENCE{60};  // the kernel may be busy with other networks
 constexpr useconds_t PORT_PAUSE = 100;
 
-int ip_batch(const std::string& commands, std::string& error) {
+bool ip_batch(const std::string& commands, std::string& error) {
     return run_program({"ip", "-batch", "-"}, commands, error);
 }
 
 // The kernel opens a port some time after it was added to a bridge.
-int await_open_port(const std::string& port, std::string& error) {
+bool await_open_port(const std::string& port, std::string& error) {
     const std::string path = "/sys/class/net/" + port + "/brport/state";
     const auto end = std::chrono::steady_clock::now() + PORT_PATIENCE;
     std::string state;
     while (!file_read(path, &state) || state.empty() || state[0] != PORT_FORWARDS) {
         if (std::chrono::steady_clock::now() > end) {
             error = "the port " + port + " does not open";
-            return -1;
+            return false;
         }
         usleep(PORT_PAUSE);
     }
-    return 0;
+    return true;
 }
 
 }  // namespace
@@ -53,7 +53,7 @@ std::string MeshNetwork::switch_name(int node) {
     return "sw" + std::to_string(node);
 }
 
-int MeshNetwork::switch_make(int node, std::string& error) {
+bool MeshNetwork::switch_make(int node, std::string& error) {
     const std::string name = switch_name(node);
     switches_.insert(node);
     // With an ageing time of 0 nothing is learnt. A switch would else send a moved node's frames
@@ -67,23 +67,23 @@ void MeshNetwork::node_port_set(int node, const std::string& port) {
     node_ports_[node] = port;
 }
 
-int MeshNetwork::wire_make(int node, Wire* wire, std::string& error) {
+bool MeshNetwork::wire_make(int node, Wire* wire, std::string& error) {
     const std::string name = "w" + std::to_string(made_++);
     wire->lower = name + "l";
     wire->upper = name + "u";
     const std::string commands = "link add name " + wire->lower + " type veth peer name " +
                                  wire->upper + "\nlink set " + wire->lower + " master " +
                                  switch_name(node) + " up\nlink set " + wire->upper + " up\n";
-    return ip_batch(commands, error) == 0 ? await_open_port(wire->lower, error) : -1;
+    return ip_batch(commands, error) && await_open_port(wire->lower, error);
 }
 
-int MeshNetwork::plug(Wire* wire, int peer, std::string& error) {
+bool MeshNetwork::plug(Wire* wire, int peer, std::string& error) {
     const std::string where = peer == NOWHERE ? "nomaster" : "master " + switch_name(peer);
-    if (ip_batch("link set " + wire->upper + " " + where + "\n", error) != 0) {
-        return -1;
+    if (!ip_batch("link set " + wire->upper + " " + where + "\n", error)) {
+        return false;
     }
     wire->plugged_to = peer;
-    return peer == NOWHERE ? 0 : await_open_port(wire->upper, error);
+    return peer == NOWHERE || await_open_port(wire->upper, error);
 }
 
 // Frames of one node reach the other over links that are plugged now.
@@ -104,63 +104,63 @@ bool MeshNetwork::connected(int one, int other) const {
     return reached.contains(other);
 }
 
-int MeshNetwork::settle(const Key& key, std::string& error) {
+bool MeshNetwork::settle(const Key& key, std::string& error) {
     const auto found = wires_.find(key);
     if (found == wires_.end()) {
-        return 0;
+        return true;
     }
     Wire& wire = found->second;
     const int wanted = cut_off_.contains(key) ? NOWHERE : wire.peer;
     if (wire.plugged_to == wanted && !(wire.held && wanted == NOWHERE)) {
-        return 0;
+        return true;
     }
     wire.held = false;
     ++changes_;
-    if (wire.plugged_to != NOWHERE && plug(&wire, NOWHERE, error) != 0) {
-        return -1;
+    if (wire.plugged_to != NOWHERE && !plug(&wire, NOWHERE, error)) {
+        return false;
     }
     if (wanted != NOWHERE && connected(key.first, wanted)) {
         wire.held = true;
-    } else if (wanted != NOWHERE && plug(&wire, wanted, error) != 0) {
-        return -1;
+    } else if (wanted != NOWHERE && !plug(&wire, wanted, error)) {
+        return false;
     }
     return settle_held(error);
 }
 
 // Links that no longer close a loop, because another one went, carry frames now.
-int MeshNetwork::settle_held(std::string& error) {
+bool MeshNetwork::settle_held(std::string& error) {
     for (auto& [key, wire] : wires_) {
         if (wire.held && !connected(key.first, wire.peer)) {
             wire.held = false;
             ++changes_;
-            if (plug(&wire, wire.peer, error) != 0) {
-                return -1;
+            if (!plug(&wire, wire.peer, error)) {
+                return false;
             }
         }
     }
-    return 0;
+    return true;
 }
 
-int MeshNetwork::link_up(int node, const std::string& interface, int peer, std::string& error) {
+bool MeshNetwork::link_up(int node, const std::string& interface, int peer, std::string& error) {
     Wire& wire = wires_[{node, interface}];
-    if (wire.lower.empty() && wire_make(node, &wire, error) != 0) {
-        return -1;
+    if (wire.lower.empty() && !wire_make(node, &wire, error)) {
+        return false;
     }
     wire.peer = peer;
     return settle({node, interface}, error);
 }
 
-int MeshNetwork::link_down(int node, const std::string& interface, std::string& error) {
+bool MeshNetwork::link_down(int node, const std::string& interface, std::string& error) {
     const auto found = wires_.find({node, interface});
     if (found == wires_.end()) {
-        return 0;
+        return true;
     }
     found->second.peer = NOWHERE;
     return settle(found->first, error);
 }
 
-int MeshNetwork::broadcast_set(int node, const std::string& interface, bool enabled,
-                               std::string& error) {
+bool MeshNetwork::broadcast_set(int node, const std::string& interface, bool enabled,
+                                std::string& error) {
     if (enabled) {
         cut_off_.erase({node, interface});
     } else {
@@ -169,23 +169,23 @@ int MeshNetwork::broadcast_set(int node, const std::string& interface, bool enab
     return settle({node, interface}, error);
 }
 
-int MeshNetwork::broadcast_reset(int node, std::string& error) {
+bool MeshNetwork::broadcast_reset(int node, std::string& error) {
     std::erase_if(cut_off_, [node](const Key& key) { return key.first == node; });
     for (const auto& [key, wire] : wires_) {
-        if (key.first == node && settle(key, error) != 0) {
-            return -1;
+        if (key.first == node && !settle(key, error)) {
+            return false;
         }
     }
-    return 0;
+    return true;
 }
 
-int MeshNetwork::messages_set(int node, bool pass, std::string& error) {
+bool MeshNetwork::messages_set(int node, bool pass, std::string& error) {
     const std::string& port = node_ports_[node];
     const std::string where = pass ? "master " + switch_name(node) : "nomaster";
-    if (ip_batch("link set " + port + " " + where + "\n", error) != 0) {
-        return -1;
+    if (!ip_batch("link set " + port + " " + where + "\n", error)) {
+        return false;
     }
-    return pass ? await_open_port(port, error) : 0;
+    return !pass || await_open_port(port, error);
 }
 
 bool MeshNetwork::carries(int node, const std::string& interface) const {
@@ -202,22 +202,22 @@ int MeshNetwork::loop_at() const {
     return NOWHERE;
 }
 
-int MeshNetwork::loop_shut(std::string& error) {
+bool MeshNetwork::loop_shut(std::string& error) {
     for (auto& [key, wire] : wires_) {
-        if (wire.held && plug(&wire, wire.peer, error) != 0) {
-            return -1;
+        if (wire.held && !plug(&wire, wire.peer, error)) {
+            return false;
         }
     }
-    return 0;
+    return true;
 }
 
-int MeshNetwork::loop_open(std::string& error) {
+bool MeshNetwork::loop_open(std::string& error) {
     for (auto& [key, wire] : wires_) {
-        if (wire.held && plug(&wire, NOWHERE, error) != 0) {
-            return -1;
+        if (wire.held && !plug(&wire, NOWHERE, error)) {
+            return false;
         }
     }
-    return 0;
+    return true;
 }
 
 }  // namespace lab

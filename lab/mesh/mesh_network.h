@@ -10,8 +10,8 @@
 // closes it for a moment, in which a marked frame shows that the loop is real.
 //
 // A link carries frames while the air says that it is there and the node's hybrid-networking daemon
-// has not cut the station off. Used on the thread that owns the mesh. Functions return 0, or -1
-// with a sentence in `error`.
+// has not cut the station off. Used on the thread that owns the mesh. A function that
+// answers false has put one sentence into `error`.
 #pragma once
 
 #include <map>
@@ -31,22 +31,22 @@ public:
     MeshNetwork& operator=(const MeshNetwork&) = delete;
 
     // Makes the switch of a node, which has to exist before the node does.
-    int switch_make(int node, std::string& error);
+    bool switch_make(int node, std::string& error);
     static std::string switch_name(int node);
 
     // The switch's end of the cable to the node's "br-lan".
     void node_port_set(int node, const std::string& port);
 
     // The air's word: the link of this station (or "eth") is there, up to the node `peer`, or not.
-    int link_up(int node, const std::string& interface, int peer, std::string& error);
-    int link_down(int node, const std::string& interface, std::string& error);
+    bool link_up(int node, const std::string& interface, int peer, std::string& error);
+    bool link_down(int node, const std::string& interface, std::string& error);
 
     // The word of the node's hybrid-networking daemon, and a new one that has said nothing yet.
-    int broadcast_set(int node, const std::string& interface, bool enabled, std::string& error);
-    int broadcast_reset(int node, std::string& error);
+    bool broadcast_set(int node, const std::string& interface, bool enabled, std::string& error);
+    bool broadcast_reset(int node, std::string& error);
 
     // Frames from and to the node itself pass or are lost; what others send through it passes.
-    int messages_set(int node, bool pass, std::string& error);
+    bool messages_set(int node, bool pass, std::string& error);
 
     // Frames pass over this link now, or would if it did not close a loop.
     bool carries(int node, const std::string& interface) const;
@@ -60,8 +60,8 @@ public:
     int loop_at() const;
 
     // Shuts and opens the loops for a moment. Only while all nodes are quiet.
-    int loop_shut(std::string& error);
-    int loop_open(std::string& error);
+    bool loop_shut(std::string& error);
+    bool loop_open(std::string& error);
 
 private:
     using Key = std::pair<int, std::string>;  // node, interface
@@ -74,11 +74,11 @@ private:
         bool held = false;    // it would close a loop
     };
 
-    int settle(const Key& key, std::string& error);
-    int settle_held(std::string& error);
+    bool settle(const Key& key, std::string& error);
+    bool settle_held(std::string& error);
     bool connected(int one, int other) const;
-    int wire_make(int node, Wire* wire, std::string& error);
-    int plug(Wire* wire, int peer, std::string& error);
+    bool wire_make(int node, Wire* wire, std::string& error);
+    bool plug(Wire* wire, int peer, std::string& error);
 
     std::map<Key, Wire> wires_;
     std::set<Key> cut_off_;

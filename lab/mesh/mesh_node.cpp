@@ -61,19 +61,19 @@ std::string neighbours_text(const Scenario& scenario, int index) {
     return text;
 }
 
-int neighbours_introduce(const Node& node, const std::string& text, std::string& error) {
+bool neighbours_introduce(const Node& node, const std::string& text, std::string& error) {
     if (!file_write(node.at(BATCH), text)) {
         error = "cannot write into the node";
-        return -1;
+        return false;
     }
     SpawnPlan plan;
     plan.words = {"ip", "-batch", BATCH};
     plan.moved_clock = false;
     if (node.run(plan, error) != 0) {
         error = "cannot make the node's neighbours known " + error;
-        return -1;
+        return false;
     }
-    return 0;
+    return true;
 }
 
 }  // namespace
@@ -102,15 +102,15 @@ std::unique_ptr<MeshNode> MeshNode::make(const Scenario& scenario, int index,
     node_options.switch_name = MeshNetwork::switch_name(index);
     node_options.start_time = now;
     std::unique_ptr<Node> node = Node::make(node_options, error);
-    if (node == nullptr || neighbours_introduce(*node, neighbours_text(scenario, index), error)) {
+    if (node == nullptr || !neighbours_introduce(*node, neighbours_text(scenario, index), error)) {
         return nullptr;
     }
     std::unique_ptr<MeshNode> made(new MeshNode(plan, std::move(node)));
     made->store_ = scenario_uci(scenario, plan);
     made->channels_ = channels_text(scenario.channels);
     made->air_socket_ = air_listen(made->node_->root());
-    if (made->air_socket_ < 0 || driver_open(&made->driver_, made->node_->init()) != 0) {
-        error = "cannot open the node's air: " + made->driver_.error;
+    if (made->air_socket_ < 0 || !driver_open(&made->driver_, made->node_->init(), error)) {
+        error = "cannot open the node's air: " + error;
         return nullptr;
     }
     return made;
@@ -129,16 +129,16 @@ NodeReader MeshNode::reader() const {
     return reader;
 }
 
-int MeshNode::files_write(std::string& error) const {
+bool MeshNode::files_write(std::string& error) const {
     if (!file_write(node_->at("/tmp/wifi_if_profile"), scenario_profile_text(plan_)) ||
         !file_write(node_->at(LAB_CHANNELS), channels_)) {
         error = "cannot write the node's files";
-        return -1;
+        return false;
     }
-    return 0;
+    return true;
 }
 
-int MeshNode::furnish(std::string& error) {
+bool MeshNode::furnish(std::string& error) {
     if (!store_written_) {
         for (const auto& [key, value] : store_) {
             uci_store_set(node_->root(), key, value);
@@ -152,7 +152,7 @@ int MeshNode::furnish(std::string& error) {
     return files_write(error);
 }
 
-int MeshNode::daemon_start(bool as_root, std::string& error) {
+bool MeshNode::daemon_start(bool as_root, std::string& error) {
     DaemonOptions options;
     ScenarioNode plan = plan_;
     plan.role = as_root ? NodeRole::root : NodeRole::extender;
@@ -161,8 +161,8 @@ int MeshNode::daemon_start(bool as_root, std::string& error) {
     log_reader_ = std::make_unique<FlowLogReader>(node_->at(FLOW_LOG));
     log_lost_ = 0;
     as_root_ = as_root;
-    powered_ = daemon_.start(options, error) == 0;
-    return powered_ ? 0 : -1;
+    powered_ = daemon_.start(options, error);
+    return powered_;
 }
 
 void MeshNode::power_off() {

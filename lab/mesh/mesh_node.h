@@ -1,7 +1,7 @@
 // One node of a mesh: its stand-in router, the daemon on it and what the mesh remembers of it.
 //
 // Made once a run; power off and on change what is inside. Used on the thread that owns the mesh.
-// Functions return 0, or -1 with a sentence in `error`.
+// A function that answers false has put one sentence into `error`.
 #pragma once
 
 #include <cstdint>
@@ -60,10 +60,10 @@ public:
 
     // The files that are there before anything runs. The configuration store lasts: it is written
     // at the first call only.
-    int furnish(std::string& error);
+    bool furnish(std::string& error);
 
     // Starts the daemon, as root (-m) or not; ends every process and empties what is in memory.
-    int daemon_start(bool as_root, std::string& error);
+    bool daemon_start(bool as_root, std::string& error);
     void power_off();
     bool started_as_root() const {
         return as_root_;
@@ -103,7 +103,7 @@ private:
     static constexpr std::size_t LOG_KEPT = 20000;
 
     MeshNode(ScenarioNode plan, std::unique_ptr<Node> node);
-    int files_write(std::string& error) const;
+    bool files_write(std::string& error) const;
 
     ScenarioNode plan_;
     std::vector<std::pair<std::string, std::string>> store_;  // as shipped

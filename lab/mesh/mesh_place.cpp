@@ -22,8 +22,8 @@ ProgramPlace program_place() {
     return {self.parent_path(), build, daemon == nullptr ? build / "backhaul_monitor" : daemon};
 }
 
-int mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string>& keep,
-                       std::string& error) {
+bool mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string>& keep,
+                        std::string& error) {
     SandboxOptions options;
     options.programs = place.programs;
     options.keep = keep;

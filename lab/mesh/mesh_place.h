@@ -18,10 +18,9 @@ struct ProgramPlace {
 };
 ProgramPlace program_place();
 
-// Enters the sandbox in which nodes meet; the folders in `keep` stay visible. 0 or -1 with a
-// sentence in `error`.
-int mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string>& keep,
-                       std::string& error);
+// Enters the sandbox in which nodes meet; the folders in `keep` stay visible.
+bool mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string>& keep,
+                        std::string& error);
 
 // How the nodes of a mesh of that size are made.
 MeshOptions mesh_options_of(const ProgramPlace& place, const Scenario& scenario);

@@ -120,19 +120,19 @@ void Mesh::marks_note(const std::vector<int>& counts) {
 }
 
 // A mark of its own for a loop, which is open again before anything else could circle.
-int Mesh::loop_look(std::string& error) {
+bool Mesh::loop_look(std::string& error) {
     mark_sender_ = network_.loop_at();
     mark_at_ = passed();
-    if (network_.loop_shut(error) != 0) {
-        return -1;
+    if (!network_.loop_shut(error)) {
+        return false;
     }
     const std::uint32_t mark = probe_.send(mark_sender_);
-    const bool opened = network_.loop_open(error) == 0;
+    const bool opened = network_.loop_open(error);
     marks_note(probe_.counts(mark));
-    return opened ? 0 : -1;
+    return opened;
 }
 
-int Mesh::broadcast_look(std::string& error) {
+bool Mesh::broadcast_look(std::string& error) {
     if (mark_ != 0) {
         marks_note(probe_.counts(mark_));
         mark_ = 0;
@@ -147,7 +147,7 @@ int Mesh::broadcast_look(std::string& error) {
         mark_at_ = passed();
         mark_ = probe_.send(mark_sender_);
     }
-    return 0;
+    return true;
 }
 
 // What a reader of the run wants to know about a node: its way up, what it says of it, who serves.
@@ -182,7 +182,7 @@ void Mesh::outages_note() {
     }
 }
 
-int Mesh::look(std::string& error) {
+bool Mesh::look(std::string& error) {
     ethernet_answers_take();
     observation_.time = static_cast<std::int64_t>(clock_.now());
     observation_.nodes.clear();
@@ -190,8 +190,8 @@ int Mesh::look(std::string& error) {
     for (int index = 0; index < node_count(); ++index) {
         observation_.nodes.push_back(look_at(index, reach));
     }
-    if (broadcast_look(error) != 0) {
-        return -1;
+    if (!broadcast_look(error)) {
+        return false;
     }
     for (Violation& violation : rules_check(&rules_, observation_)) {
         event_add(violation.node, "rule " + violation.rule + ": " + violation.text +
@@ -202,7 +202,7 @@ int Mesh::look(std::string& error) {
         changes_note(node);
     }
     outages_note();
-    return 0;
+    return true;
 }
 
 }  // namespace lab

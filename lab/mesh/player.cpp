@@ -15,8 +15,8 @@ ConditionFate Player::condition_step(const ScenarioStep& step, PlayedStep* playe
 ConditionFate Player::play(const ScenarioStep& step, PlayedStep* played, std::string& error) {
     switch (step.kind) {
         case StepKind::verb:
-            return mesh_.verb(step.verb, &played->text, error) == 0 ? ConditionFate::held
-                                                                    : ConditionFate::failed;
+            return mesh_.verb(step.verb, &played->text, error) ? ConditionFate::held
+                                                               : ConditionFate::failed;
         case StepKind::wait:
         case StepKind::chapter:
         case StepKind::say:

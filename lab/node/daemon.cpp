@@ -44,10 +44,10 @@ Daemon::~Daemon() {
     stop();
 }
 
-int Daemon::start(const DaemonOptions& options, std::string& error) {
+bool Daemon::start(const DaemonOptions& options, std::string& error) {
     if (!reaped_) {
         error = "the daemon runs already";
-        return -1;
+        return false;
     }
     SpawnPlan plan;
     plan.words = options.through;
@@ -59,7 +59,7 @@ int Daemon::start(const DaemonOptions& options, std::string& error) {
     plan.moved_clock = !node_.options().real_time;
     supervisor_ = node_.spawn(plan, error);
     reaped_ = supervisor_ < 0;
-    return supervisor_ < 0 ? -1 : 0;
+    return !reaped_;
 }
 
 // In a build that counts executed lines: see cmake/coverage_end.cpp. The supervisor stands still
@@ -117,22 +117,22 @@ bool Daemon::has_ended(int& status) {
     return reaped_;
 }
 
-int Daemon::kill_worker(int signal, std::string& error) {
+bool Daemon::kill_worker(int signal, std::string& error) {
     const pid_t victim = worker();
     if (victim == 0) {
         error = "there is no worker to kill";
-        return -1;
+        return false;
     }
     kill(victim, signal);
     const auto end = std::chrono::steady_clock::now() + END_PATIENCE;
     while (!is_gone(victim)) {
         if (std::chrono::steady_clock::now() > end) {
             error = "the worker survives signal " + std::to_string(signal);
-            return -1;
+            return false;
         }
         usleep(200);
     }
-    return 0;
+    return true;
 }
 
 std::vector<std::string> Daemon::worker_descriptors() const {

@@ -34,8 +34,8 @@ public:
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
 
-    // Starts the supervisor. Its standard streams grow DAEMON_OUT and DAEMON_ERR. 0 or -1.
-    int start(const DaemonOptions& options, std::string& error);
+    // Starts the supervisor. Its standard streams grow DAEMON_OUT and DAEMON_ERR.
+    bool start(const DaemonOptions& options, std::string& error);
 
     // Ends supervisor, worker and what they started, and reaps the supervisor.
     void stop();
@@ -49,8 +49,9 @@ public:
     // Whether the supervisor has ended; `status` as from waitpid.
     bool has_ended(int& status);
 
-    // Sends a signal to the worker and returns when that process is gone (or was never there: -1).
-    int kill_worker(int signal, std::string& error);
+    // Sends a signal to the worker and returns when that process is gone (false: it never was
+    // there).
+    bool kill_worker(int signal, std::string& error);
 
     // Open descriptors, threads and memory of the worker.
     std::vector<std::string> worker_descriptors() const;

@@ -14,8 +14,8 @@ inline constexpr char DATABASE_SCHEMA[] =
     "DevName TEXT, IP TEXT);"
     "CREATE TABLE ExtenderWiFiLink (Mac TEXT, ALMac TEXT, AP_ALMac TEXT, Status INTEGER);";
 
-// Runs SQL statements on /tmp/netprobe.db, making the file if needed. 0 or -1.
-int database_run(const Node& node, const std::string& sql, std::string& error);
+// Runs SQL statements on /tmp/netprobe.db, making the file if needed.
+bool database_run(const Node& node, const std::string& sql, std::string& error);
 
 // A second connection that keeps the database locked against readers while it lives.
 class DatabaseLock {
@@ -34,8 +34,8 @@ private:
     bool ok_ = false;
 };
 
-// Writes one command into the daemon's control FIFO with a single write. 0, or -1 when there is no
+// Writes one command into the daemon's control FIFO with a single write; false when there is no
 // FIFO or nobody reads it.
-int fifo_command(const Node& node, const std::string& bytes, std::string& error);
+bool fifo_command(const Node& node, const std::string& bytes, std::string& error);
 
 }  // namespace lab

@@ -10,7 +10,7 @@
 
 namespace lab {
 
-int with_files_of(const Node& node, const std::function<void()>& work, std::string& error) {
+bool with_files_of(const Node& node, const std::function<void()>& work, std::string& error) {
     const std::string process = "/proc/" + std::to_string(node.init());
     const int inside = open((process + "/ns/mnt").c_str(), O_RDONLY | O_CLOEXEC);
     const int root = open((process + "/root").c_str(), O_RDONLY | O_CLOEXEC);
@@ -31,9 +31,9 @@ int with_files_of(const Node& node, const std::function<void()>& work, std::stri
     close(root);
     if (reason != 0) {
         error = "cannot enter the files of " + node.options().name + ": " + strerror(reason);
-        return -1;
+        return false;
     }
-    return 0;
+    return true;
 }
 
 }  // namespace lab

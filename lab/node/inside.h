@@ -9,8 +9,8 @@
 
 namespace lab {
 
-// Runs `work` on a thread of its own in the node's mount namespace and waits for it. 0, or -1 when
+// Runs `work` on a thread of its own in the node's mount namespace and waits for it; false when
 // the namespace cannot be entered (then `work` is not run).
-int with_files_of(const Node& node, const std::function<void()>& work, std::string& error);
+bool with_files_of(const Node& node, const std::function<void()>& work, std::string& error);
 
 }  // namespace lab

@@ -64,11 +64,11 @@ std::unique_ptr<Node> Node::make(const NodeOptions& options, std::string& error)
     }
     node->root_ = "/proc/" + std::to_string(node->init_) + "/root";
     const ClockMode mode = options.real_time ? CLOCK_REAL : CLOCK_HELD;
-    if (node->open_namespaces(error) != 0 ||
-        clock_page_create(node->at(LAB_CLOCK), mode, options.start_time, error) != 0) {
+    if (!node->open_namespaces(error) ||
+        !clock_page_create(node->at(LAB_CLOCK), mode, options.start_time, error)) {
         return nullptr;
     }
-    if (options.on_switch && node->attach_to_switch(error) != 0) {
+    if (options.on_switch && !node->attach_to_switch(error)) {
         return nullptr;
     }
     return node;
@@ -89,28 +89,28 @@ Node::~Node() {
     }
 }
 
-int Node::open_namespaces(std::string& error) {
+bool Node::open_namespaces(std::string& error) {
     own_pid_namespace_ = open("/proc/self/ns/pid", O_RDONLY | O_CLOEXEC);
     for (size_t at = 0; at < NAMESPACES.size(); ++at) {
         const std::string path = "/proc/" + std::to_string(init_) + "/" + NAMESPACES[at];
         namespaces_[at] = open(path.c_str(), O_RDONLY | O_CLOEXEC);
         if (namespaces_[at] < 0) {
             error = "cannot open " + path + ": " + strerror(errno);
-            return -1;
+            return false;
         }
     }
-    return 0;
+    return true;
 }
 
-int Node::attach_to_switch(std::string& error) {
+bool Node::attach_to_switch(std::string& error) {
     const unsigned number = next_cable();
     cable_ = "lab" + std::to_string(number);
     const std::string outside =
         "link add " + cable_ + " index " + std::to_string(FIRST_CABLE_INDEX + number) +
         " type veth peer name lan0 netns " + std::to_string(init_) + "\nlink set " + cable_ +
         " master " + options_.switch_name + "\nlink set " + cable_ + " up\n";
-    if (run_program({"ip", "-batch", "-"}, outside, error) != 0) {
-        return -1;
+    if (!run_program({"ip", "-batch", "-"}, outside, error)) {
+        return false;
     }
     SpawnPlan inside;
     inside.words = {"ip", "link", "set", "lan0", "master", "br-lan", "up"};
@@ -118,20 +118,20 @@ int Node::attach_to_switch(std::string& error) {
     const int code = run(inside, error);
     if (code != 0) {
         error = "cannot plug the node's end of its cable (" + std::to_string(code) + ") " + error;
-        return -1;
+        return false;
     }
     return await_ports(PORT_FORWARDS, error);
 }
 
-int Node::cable(bool plugged, std::string& error) const {
-    if (run_program({"ip", "link", "set", cable_, plugged ? "up" : "down"}, "", error) != 0) {
-        return -1;
+bool Node::cable(bool plugged, std::string& error) const {
+    if (!run_program({"ip", "link", "set", cable_, plugged ? "up" : "down"}, "", error)) {
+        return false;
     }
     return await_ports(plugged ? PORT_FORWARDS : PORT_DISABLED, error);
 }
 
 // The kernel opens and shuts the ports at both ends some time after the links have changed.
-int Node::await_ports(char state, std::string& error) const {
+bool Node::await_ports(char state, std::string& error) const {
     const std::string outside = "/sys/class/net/" + cable_ + "/brport/state";
     const std::string inside = at("/sys/class/net/lan0/brport/state");
     const std::string bridge = at("/sys/class/net/br-lan/operstate");
@@ -141,11 +141,11 @@ int Node::await_ports(char state, std::string& error) const {
         if (std::chrono::steady_clock::now() > end) {
             error = std::string("the cable's ports are in the states ") + first_byte(outside) +
                     " and " + first_byte(inside) + ", not " + state;
-            return -1;
+            return false;
         }
         usleep(200);
     }
-    return 0;
+    return true;
 }
 
 std::string Node::at(const std::string& path) const {

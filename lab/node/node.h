@@ -4,7 +4,8 @@
 // Used by process tests and the lab, on one thread, from inside a sandbox of their own (nodes then
 // meet on that sandbox's bridge "lab-switch", or on one that they are told, and end with it). A
 // node's files are reached from outside below root(). Numbers of processes are the caller's unless
-// said otherwise. Functions return 0 (or a pid) or -1; on -1 `error` holds a sentence.
+// said otherwise. A function that answers false (or -1 for a pid or an exit code) has put
+// one sentence into `error`.
 #pragma once
 
 #include <sys/types.h>
@@ -71,13 +72,13 @@ public:
     }
 
     // Pulls or plugs the cable to "lab-switch"; frames pass or no longer pass on return.
-    int cable(bool plugged, std::string& error) const;
+    bool cable(bool plugged, std::string& error) const;
 
 private:
     explicit Node(NodeOptions options);
-    int open_namespaces(std::string& error);
-    int attach_to_switch(std::string& error);
-    int await_ports(char state, std::string& error) const;
+    bool open_namespaces(std::string& error);
+    bool attach_to_switch(std::string& error);
+    bool await_ports(char state, std::string& error) const;
 
     NodeOptions options_;
     pid_t init_ = -1;

@@ -35,10 +35,10 @@ std::string standard_rows(const Node& node) {
     return rows;
 }
 
-int furnish(const Node& node, const char* profile, std::string& error) {
+bool furnish(const Node& node, const char* profile, std::string& error) {
     if (!file_write(node.at("/tmp/wifi_if_profile"), profile)) {
         error = "cannot write the interface profile";
-        return -1;
+        return false;
     }
     hyd_running_set(node.root(), true);
     supplicant_pid_file_set(node.root(), 1);
@@ -57,7 +57,7 @@ std::string ap_address(unsigned number) {
     return text.data();
 }
 
-int standard_extender(const Node& node, std::string& error) {
+bool standard_extender(const Node& node, std::string& error) {
     for (const char* section : {"ath0", "ath1", "ath10", "ath11", "ath20"}) {
         configure(node, section);
     }
@@ -65,12 +65,12 @@ int standard_extender(const Node& node, std::string& error) {
     iwpriv_value_set(node.root(), "ath1", "whc_dist", "1");
     if (!file_write(node.at("/tmp/FirstMAC"), extender_al_mac(node) + "\n")) {
         error = "cannot write the first MAC address";
-        return -1;
+        return false;
     }
     return furnish(node, EXTENDER_PROFILE, error);
 }
 
-int standard_root(const Node& node, std::string& error) {
+bool standard_root(const Node& node, std::string& error) {
     for (const char* section : {"ath10", "ath11", "ath20", "ath22", "ath23"}) {
         configure(node, section);
     }

@@ -1,6 +1,6 @@
 // The extender and the root that most tests and the demonstration begin with: their profile,
 // configuration, database and the answers of their tools. Called on a node before its daemon
-// starts; a test then changes what its story needs. 0 or -1 with a sentence in `error`.
+// starts; a test then changes what its story needs.
 //
 // Extender: ath0 is the preferred station (lower 5 GHz), ath1 the spare one (upper 5 GHz), ath10
 // the main and ath11 the guest service AP, ath20 the backhaul AP for lower extenders. Its agent
@@ -42,7 +42,7 @@ inline constexpr char EXTENDER_AL_MAC[] = "02:00:00:00:00:20";
 // BSSID of the N-th upstream AP: "02:00:00:00:01:0N". All of them belong to the root.
 std::string ap_address(unsigned number);
 
-int standard_extender(const Node& node, std::string& error);
-int standard_root(const Node& node, std::string& error);
+bool standard_extender(const Node& node, std::string& error);
+bool standard_root(const Node& node, std::string& error);
 
 }  // namespace lab

@@ -1,20 +1,13 @@
 #include "lab/node/udp_peer.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netinet/in.h>
-#include <poll.h>
-#include <spawn.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 
-#include "lab/sandbox/exec_words.h"
 #include "lab/sandbox/program.h"
-#include "lab/sandbox/sandbox.h"
 
 namespace lab {
 namespace {
@@ -27,39 +20,14 @@ sockaddr_in place(const std::string& address, std::uint16_t port) {
     return where;
 }
 
-// Runs openssl with `input` on its standard input and returns its standard output. Both are far
-// below what a pipe holds.
-std::string through_openssl(const std::vector<std::string>& words, const std::string& input) {
-    std::array<int, 2> in{-1, -1};
-    std::array<int, 2> out{-1, -1};
-    if (pipe2(in.data(), O_CLOEXEC) != 0 || pipe2(out.data(), O_CLOEXEC) != 0) {
-        return {};
-    }
-    const std::vector<char*> argv = exec_words(words);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    pid_t child = -1;
-    const int started = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(in[0]);
-    close(out[1]);
-    [[maybe_unused]] const ssize_t put = write(in[1], input.data(), input.size());
-    close(in[1]);
-    std::string text;
-    std::array<char, 4096> block{};
-    ssize_t got = 0;
-    while (started == 0 && (got = read(out[0], block.data(), block.size())) > 0) {
-        text.append(block.data(), static_cast<size_t>(got));
-    }
-    close(out[0]);
-    int status = 1;
-    if (started == 0) {
-        waitpid(child, &status, 0);
-    }
-    return status == 0 ? text : std::string();
+// What openssl makes of `input`; empty when it refuses.
+std::string through_openssl(const char* way, const std::string& pass_phrase,
+                            const std::string& input) {
+    std::string output;
+    std::string error;
+    return program_output({"openssl", "aes-128-cbc", way, "-k", pass_phrase}, input, &output, error)
+               ? output
+               : std::string();
 }
 
 }  // namespace
@@ -82,11 +50,11 @@ UdpPeer::~UdpPeer() {
     }
 }
 
-int UdpPeer::send(const std::string& address, std::uint16_t port, const std::string& bytes) {
+bool UdpPeer::send(const std::string& address, std::uint16_t port, const std::string& bytes) {
     const sockaddr_in there = place(address, port);
     const ssize_t put = sendto(fd_, bytes.data(), bytes.size(), 0,
                                reinterpret_cast<const sockaddr*>(&there), sizeof(there));
-    return put == static_cast<ssize_t>(bytes.size()) ? 0 : -1;
+    return put == static_cast<ssize_t>(bytes.size());
 }
 
 std::vector<Datagram> UdpPeer::take() {
@@ -104,17 +72,17 @@ std::vector<Datagram> UdpPeer::take() {
     return all;
 }
 
-int switch_address_add(const std::string& address_with_length, std::string& error) {
+bool switch_address_add(const std::string& address_with_length, std::string& error) {
     return run_program({"ip", "addr", "add", address_with_length, "brd", "+", "dev", "lab-switch"},
                        "", error);
 }
 
 std::string message_seal(const std::string& word, const std::string& pass_phrase) {
-    return through_openssl({"openssl", "aes-128-cbc", "-e", "-k", pass_phrase}, word);
+    return through_openssl("-e", pass_phrase, word);
 }
 
 std::string message_open(const std::string& bytes, const std::string& pass_phrase) {
-    return through_openssl({"openssl", "aes-128-cbc", "-d", "-k", pass_phrase}, bytes);
+    return through_openssl("-d", pass_phrase, bytes);
 }
 
 }  // namespace lab

@@ -24,8 +24,8 @@ public:
         return fd_ >= 0;
     }
 
-    // One datagram to address:port; broadcast addresses are allowed. 0 or -1.
-    int send(const std::string& address, std::uint16_t port, const std::string& bytes);
+    // One datagram to address:port; broadcast addresses are allowed.
+    bool send(const std::string& address, std::uint16_t port, const std::string& bytes);
 
     // What has arrived, without waiting.
     std::vector<Datagram> take();
@@ -34,8 +34,8 @@ private:
     int fd_ = -1;
 };
 
-// Gives "lab-switch" one more address, so that a peer can be somebody else. 0 or -1.
-int switch_address_add(const std::string& address_with_length, std::string& error);
+// Gives "lab-switch" one more address, so that a peer can be somebody else.
+bool switch_address_add(const std::string& address_with_length, std::string& error);
 
 // The bytes that the real openssl command makes of a word under a pass phrase, as the daemons send
 // them, and back. An empty text when openssl fails.

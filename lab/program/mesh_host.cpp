@@ -71,7 +71,7 @@ bool HeldMesh::play(std::string& error) {
 
 bool HeldMesh::second(std::string& error) {
     // Steps that are due at the very beginning come before the first second.
-    return play(error) && mesh_->second(error) == 0 && play(error);
+    return play(error) && mesh_->second(error) && play(error);
 }
 
 std::vector<LogEntry> HeldMesh::log_new(const std::string& name) {
@@ -122,7 +122,7 @@ Control HeldMesh::control() {
         return plays_;
     };
     handlers.verb = [this](const Verb& verb, std::string& note, std::string& error) {
-        return mesh_->verb(verb, &note, error) == 0;
+        return mesh_->verb(verb, &note, error);
     };
     handlers.holds = [this](const Condition& condition, std::string& why_not) {
         return mesh_condition_holds(*mesh_, condition, &why_not);

@@ -88,7 +88,7 @@ void play_on(std::int64_t until, bool shows_progress, Run& run) {
         if (run.ended_early) {
             return;
         }
-        if (run.mesh->second(run.failure) != 0) {
+        if (!run.mesh->second(run.failure)) {
             run.state = PlayState::stopped;
             return;
         }
@@ -173,7 +173,7 @@ bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_p
     // Before the sandbox, so that the process that waits outside outlives the signal as well.
     if (!endings_take(error) ||
         !evidence_place_open(arguments.evidence, EVIDENCE_FOLDER, &run.outside, error) ||
-        mesh_sandbox_enter(place, {}, error) != 0) {
+        !mesh_sandbox_enter(place, {}, error)) {
         return false;
     }
     const std::int64_t begun = now_ms();

@@ -70,7 +70,7 @@ void signals_take() {
 /// The mesh and its server until the end; false with a sentence when there is none.
 bool hold(const UpPlan& plan, std::string& error) {
     const ProgramPlace place = program_place();
-    if (mesh_sandbox_enter(place, {}, error) != 0) {
+    if (!mesh_sandbox_enter(place, {}, error)) {
         return false;
     }
     signals_take();

@@ -137,7 +137,7 @@ bool ip_works_inside(pid_t init, const std::vector<std::string>& words) {
             _exit(1);
         }
         std::string error;
-        _exit(setns(net, CLONE_NEWNET) == 0 && run_program(words, "", error) == 0 ? 0 : 1);
+        _exit(setns(net, CLONE_NEWNET) == 0 && run_program(words, "", error) ? 0 : 1);
     }
     int status = 1;
     return child > 0 && waitpid(child, &status, 0) == child && status == 0;

@@ -18,9 +18,9 @@
 namespace lab {
 namespace {
 
-int fail(std::string& error, const std::string& what) {
+bool fail(std::string& error, const std::string& what) {
     error = what + ": " + strerror(errno);
-    return -1;
+    return false;
 }
 
 bool is_directory(const std::string& path) {
@@ -77,9 +77,9 @@ public:
     bool open_failed() const {
         return fd_ < 0;
     }
-    int show_at(const std::string& place) const {
+    bool show_at(const std::string& place) const {
         const std::string source = "/proc/self/fd/" + std::to_string(fd_);
-        return mount(source.c_str(), place.c_str(), nullptr, MS_BIND | MS_REC, nullptr);
+        return mount(source.c_str(), place.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
     }
 
 private:
@@ -157,33 +157,32 @@ void fill_cover(const std::string& real, const std::string& over,
     closedir(folder);
 }
 
-int lay_over(const Cover& cover, const Held& original, std::string& error) {
+bool lay_over(const Cover& cover, const Held& original, std::string& error) {
     const std::string real = std::string(LAB_REAL) + cover.folder;
     const std::string over = std::string(LAB_OVER) + cover.folder;
     make_folders(real);
     make_folders(over);
-    if (original.show_at(real) != 0) {
+    if (!original.show_at(real)) {
         return fail(error, "cannot keep " + cover.folder + " at " + real);
     }
     fill_cover(real, over, cover.added);
     if (mount(over.c_str(), cover.folder.c_str(), nullptr, MS_BIND, nullptr) != 0) {
         return fail(error, "cannot lay over " + cover.folder);
     }
-    return 0;
+    return true;
 }
 
-int empty_place(const char* place, const char* mode, std::string& error) {
+bool empty_place(const char* place, const char* mode, std::string& error) {
     if (mount("lab", place, "tmpfs", MS_NOSUID | MS_NODEV, mode) != 0) {
         return fail(error, std::string("cannot mount an empty ") + place);
     }
-    return 0;
+    return true;
 }
 
-int mount_empty_places(std::string& error) {
-    if (empty_place("/tmp", "mode=1777", error) != 0 ||
-        empty_place("/var/log", "mode=755", error) != 0 ||
-        empty_place("/run", "mode=755", error) != 0) {
-        return -1;
+bool mount_empty_places(std::string& error) {
+    if (!empty_place("/tmp", "mode=1777", error) || !empty_place("/var/log", "mode=755", error) ||
+        !empty_place("/run", "mode=755", error)) {
+        return false;
     }
     if (real_place("/var/run") != "/run" &&
         mount("/run", "/var/run", nullptr, MS_BIND, nullptr) != 0) {
@@ -194,30 +193,30 @@ int mount_empty_places(std::string& error) {
         make_folders(folder);
     }
     chmod(LAB_RECORD, 0777);
-    return 0;
+    return true;
 }
 
-int show_file(const Held& file, const std::string& name, const std::string& place,
-              std::string& error) {
+bool show_file(const Held& file, const std::string& name, const std::string& place,
+               std::string& error) {
     if (file.open_failed()) {
         error = name + " is missing: build the target lab_programs";
-        return -1;
+        return false;
     }
     make_file(place);
-    return file.show_at(place) == 0 ? 0 : fail(error, "cannot show " + name + " at " + place);
+    return file.show_at(place) || fail(error, "cannot show " + name + " at " + place);
 }
 
-int furnish_tools(const Held& tool, const Held& shell, const Held& recorder,
-                  const std::string& programs, std::string& error) {
-    if (show_file(tool, programs + "/lab_tool", LAB_TOOL, error) != 0) {
-        return -1;
+bool furnish_tools(const Held& tool, const Held& shell, const Held& recorder,
+                   const std::string& programs, std::string& error) {
+    if (!show_file(tool, programs + "/lab_tool", LAB_TOOL, error)) {
+        return false;
     }
     for (const std::string_view name : TOOL_NAMES) {
         const std::string place = std::string(LAB_BIN) + "/" + std::string(name);
         [[maybe_unused]] const int linked = symlink(LAB_TOOL, place.c_str());
     }
-    if (show_file(shell, "/bin/sh", LAB_REAL_SHELL, error) != 0) {
-        return -1;
+    if (!show_file(shell, "/bin/sh", LAB_REAL_SHELL, error)) {
+        return false;
     }
     return show_file(recorder, programs + "/lab_sh", real_place("/bin/sh"), error);
 }
@@ -238,12 +237,11 @@ void set_environment(bool tools) {
 
 // Everything that is the machine's, or an outer sandbox's, can only be read from here on: what runs
 // inside cannot change it, whatever it does. What is mounted afterwards is the sandbox's own.
-int make_read_only(std::string& error) {
+bool make_read_only(std::string& error) {
     mount_attr wanted{};
     wanted.attr_set = MOUNT_ATTR_RDONLY;
-    return mount_setattr(AT_FDCWD, "/", AT_RECURSIVE, &wanted, sizeof wanted) == 0
-               ? 0
-               : fail(error, "cannot make the machine's files read-only (a kernel before 5.12?)");
+    return mount_setattr(AT_FDCWD, "/", AT_RECURSIVE, &wanted, sizeof wanted) == 0 ||
+           fail(error, "cannot make the machine's files read-only (a kernel before 5.12?)");
 }
 
 struct Kept {
@@ -267,20 +265,20 @@ std::vector<Kept> hold_hidden(const SandboxOptions& options) {
     return kept;
 }
 
-int show_kept(const std::vector<Kept>& kept, std::string& error) {
+bool show_kept(const std::vector<Kept>& kept, std::string& error) {
     for (const Kept& one : kept) {
         if (one.held.open_failed() || is_directory(one.place)) {
             continue;
         }
         make_folders(one.place);
-        if (one.held.show_at(one.place) != 0) {
+        if (!one.held.show_at(one.place)) {
             return fail(error, "cannot keep " + one.place + " visible");
         }
     }
-    return 0;
+    return true;
 }
 
-int mount_kernel_views(std::string& error) {
+bool mount_kernel_views(std::string& error) {
     if (mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0) {
         return fail(error,
                     "cannot mount a fresh /proc (a container that hides parts of /proc "
@@ -290,14 +288,14 @@ int mount_kernel_views(std::string& error) {
         0) {
         return fail(error, "cannot mount a fresh /sys");
     }
-    return 0;
+    return true;
 }
 
 }  // namespace
 
-int mounts_make_private(std::string& error) {
+bool mounts_make_private(std::string& error) {
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0) {
-        return 0;
+        return true;
     }
     if (errno != EINVAL) {
         return fail(error, "cannot make mounts private");
@@ -312,12 +310,12 @@ int mounts_make_private(std::string& error) {
         chdir("/") != 0) {
         return fail(error, "cannot make the mounts of a changed root private (is /proc mounted?)");
     }
-    return 0;
+    return true;
 }
 
-int mounts_furnish(const SandboxOptions& options, std::string& error) {
-    if (make_read_only(error) != 0 || mount_kernel_views(error) != 0) {
-        return -1;
+bool mounts_furnish(const SandboxOptions& options, std::string& error) {
+    if (!make_read_only(error) || !mount_kernel_views(error)) {
+        return false;
     }
     const Held tool(options.programs + "/lab_tool");
     const Held recorder(options.programs + "/lab_sh");
@@ -331,25 +329,25 @@ int mounts_furnish(const SandboxOptions& options, std::string& error) {
     for (const Cover& cover : covers) {
         originals.emplace_back(original_of(cover.folder));
     }
-    if (mount_empty_places(error) != 0 || show_kept(kept, error) != 0) {
-        return -1;
+    if (!mount_empty_places(error) || !show_kept(kept, error)) {
+        return false;
     }
-    if (show_file(clock, options.programs + "/liblab_clock.so", LAB_CLOCK_MODULE, error) != 0) {
-        return -1;
+    if (!show_file(clock, options.programs + "/liblab_clock.so", LAB_CLOCK_MODULE, error)) {
+        return false;
     }
-    if (!options.daemon.empty() && show_file(daemon, options.daemon, LAB_DAEMON, error) != 0) {
-        return -1;
+    if (!options.daemon.empty() && !show_file(daemon, options.daemon, LAB_DAEMON, error)) {
+        return false;
     }
     for (size_t at = 0; at < covers.size(); ++at) {
-        if (lay_over(covers[at], originals[at], error) != 0) {
-            return -1;
+        if (!lay_over(covers[at], originals[at], error)) {
+            return false;
         }
     }
-    if (options.tools && furnish_tools(tool, shell, recorder, options.programs, error) != 0) {
-        return -1;
+    if (options.tools && !furnish_tools(tool, shell, recorder, options.programs, error)) {
+        return false;
     }
     set_environment(options.tools);
-    return 0;
+    return true;
 }
 
 }  // namespace lab

@@ -8,10 +8,10 @@
 
 namespace lab {
 
-// Cuts the mount namespace off from the one it was copied from. Returns 0 or -1.
-int mounts_make_private(std::string& error);
+// Cuts the mount namespace off from the one it was copied from.
+bool mounts_make_private(std::string& error);
 
-// Mounts everything that `options` asks for and puts the tools first on PATH. Returns 0 or -1.
-int mounts_furnish(const SandboxOptions& options, std::string& error);
+// Mounts everything that `options` asks for and puts the tools first on PATH.
+bool mounts_furnish(const SandboxOptions& options, std::string& error);
 
 }  // namespace lab

@@ -67,7 +67,7 @@ std::string network_commands(const NetworkPlan& plan) {
     return commands;
 }
 
-int network_furnish(const NetworkPlan& plan, std::string& error) {
+bool network_furnish(const NetworkPlan& plan, std::string& error) {
     disable_ipv6();
     return run_program({"ip", "-batch", "-"}, network_commands(plan), error);
 }

@@ -11,7 +11,7 @@ namespace lab {
 // The commands for `ip -batch` that make the network of `plan`, one a line.
 std::string network_commands(const NetworkPlan& plan);
 
-// Runs them. Returns 0 or -1.
-int network_furnish(const NetworkPlan& plan, std::string& error);
+// Runs them.
+bool network_furnish(const NetworkPlan& plan, std::string& error);
 
 }  // namespace lab

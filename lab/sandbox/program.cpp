@@ -55,47 +55,62 @@ std::string read_all(int fd) {
 }
 
 int spawn_with_pipes(const std::vector<std::string>& words, const Pipe& in, const Pipe& out,
-                     pid_t& child) {
+                     bool errors_too, pid_t& child) {
     const std::vector<char*> argv = exec_words(words);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, in.end[0], STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, out.end[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, out.end[1], STDERR_FILENO);
+    if (errors_too) {
+        posix_spawn_file_actions_adddup2(&actions, out.end[1], STDERR_FILENO);
+    } else {
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
     const int result = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     return result;
 }
 
-}  // namespace
-
-int run_program(const std::vector<std::string>& words, const std::string& input,
-                std::string& error) {
+bool run(const std::vector<std::string>& words, const std::string& input, bool errors_too,
+         std::string* said, std::string& error) {
     Pipe in;
     Pipe out;
     if (!in.opened || !out.opened) {
         error = std::string("no pipe: ") + strerror(errno);
-        return -1;
+        return false;
     }
     pid_t child = -1;
-    const int result = spawn_with_pipes(words, in, out, child);
+    const int result = spawn_with_pipes(words, in, out, errors_too, child);
     if (result != 0) {
         error = "cannot run `" + words[0] + "`: " + strerror(result);
-        return -1;
+        return false;
     }
     in.shut(0);
     out.shut(1);
     write_all(in.end[1], input);
     in.shut(1);
-    const std::string said = read_all(out.end[0]);
+    *said = read_all(out.end[0]);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
-        return 0;
+        return true;
     }
-    error = "`" + words[0] + "` failed: " + said;
-    return -1;
+    error = "`" + words[0] + "` failed: " + *said;
+    return false;
+}
+
+}  // namespace
+
+bool run_program(const std::vector<std::string>& words, const std::string& input,
+                 std::string& error) {
+    std::string said;
+    return run(words, input, true, &said, error);
+}
+
+bool program_output(const std::vector<std::string>& words, const std::string& input,
+                    std::string* output, std::string& error) {
+    return run(words, input, false, output, error);
 }
 
 }  // namespace lab

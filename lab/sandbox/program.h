@@ -7,8 +7,12 @@
 namespace lab {
 
 // Runs a program without the shell, `input` on its standard input, its error output captured.
-// Returns 0 when it ended with status 0; else -1 and `error` says what it said.
-int run_program(const std::vector<std::string>& words, const std::string& input,
-                std::string& error);
+// True when it ended with status 0; else `error` says what it said.
+bool run_program(const std::vector<std::string>& words, const std::string& input,
+                 std::string& error);
+
+// The same for a program whose standard output is wanted; its error output is lost.
+bool program_output(const std::vector<std::string>& words, const std::string& input,
+                    std::string* output, std::string& error);
 
 }  // namespace lab

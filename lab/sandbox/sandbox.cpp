@@ -24,14 +24,14 @@ namespace {
 // Written by process 1 when all went well; anything else it writes is the reason why not.
 constexpr char READY[] = "ready";
 
-int write_file(const char* path, const std::string& text) {
+bool write_file(const char* path, const std::string& text) {
     const int fd = open(path, O_WRONLY | O_CLOEXEC);
     if (fd < 0) {
-        return -1;
+        return false;
     }
     const ssize_t put = write(fd, text.data(), text.size());
     close(fd);
-    return put == static_cast<ssize_t>(text.size()) ? 0 : -1;
+    return put == static_cast<ssize_t>(text.size());
 }
 
 // A fork into new namespaces. unshare() cannot do it: a thread sanitizer's own thread makes the
@@ -56,11 +56,11 @@ struct NewSandbox {
     int report = -1;  // process 1 writes how it went; the caller reads it
 };
 
-int clone_sandbox(NewSandbox& made, std::string& error) {
+bool clone_sandbox(NewSandbox& made, std::string& error) {
     std::array<int, 2> report{-1, -1};
     if (pipe2(report.data(), O_CLOEXEC) != 0) {
         error = std::string("no pipe: ") + strerror(errno);
-        return -1;
+        return false;
     }
     const bool user = geteuid() != 0;
     const uid_t uid = geteuid();
@@ -72,7 +72,7 @@ int clone_sandbox(NewSandbox& made, std::string& error) {
         close(report[0]);
         close(report[1]);
         error = why_no_namespaces(reason, user);
-        return -1;
+        return false;
     }
     made.report = report[made.pid == 0 ? 1 : 0];
     close(report[made.pid == 0 ? 0 : 1]);
@@ -84,30 +84,30 @@ int clone_sandbox(NewSandbox& made, std::string& error) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         prctl(PR_SET_NAME, "lab_init");
     }
-    return 0;
+    return true;
 }
 
-int furnish(const SandboxOptions& options, std::string& error) {
+bool furnish(const SandboxOptions& options, std::string& error) {
     umask(022);
     std::array<char, PATH_MAX> here{};
     if (getcwd(here.data(), here.size()) == nullptr) {
         here[0] = '\0';
     }
-    if (mounts_make_private(error) != 0 || mounts_furnish(options, error) != 0 ||
-        network_furnish(options.network, error) != 0) {
-        return -1;
+    if (!mounts_make_private(error) || !mounts_furnish(options, error) ||
+        !network_furnish(options.network, error)) {
+        return false;
     }
     // By name: what it was may be hidden now, and what is kept visible has a new mount.
-    return chdir(here.data()) == 0 ? 0 : chdir("/");
+    return chdir(here.data()) == 0 || chdir("/") == 0;
 }
 
-void report_ready(int fd, int result, const std::string& error) {
-    const std::string text = result == 0 ? std::string(READY) : error;
+void report_ready(int fd, bool worked, const std::string& error) {
+    const std::string text = worked ? std::string(READY) : error;
     [[maybe_unused]] const ssize_t put = write(fd, text.data(), text.size());
     close(fd);
 }
 
-int await_ready(const NewSandbox& made, std::string& error) {
+bool await_ready(const NewSandbox& made, std::string& error) {
     std::string text;
     std::array<char, 512> block{};
     ssize_t got = 0;
@@ -119,11 +119,11 @@ int await_ready(const NewSandbox& made, std::string& error) {
     }
     close(made.report);
     if (text == READY) {
-        return 0;
+        return true;
     }
     error = "no sandbox: " + (text.empty() ? "its first process died" : text);
     waitpid(made.pid, nullptr, 0);
-    return -1;
+    return false;
 }
 
 // Reaps until `child` has ended and returns its status; with -1 reaps for ever.
@@ -157,53 +157,52 @@ int exit_code_of(int status) {
 
 }  // namespace
 
-int user_namespace_root(uid_t uid, gid_t gid, std::string& error) {
+bool user_namespace_root(uid_t uid, gid_t gid, std::string& error) {
     write_file("/proc/self/setgroups", "deny");
-    if (write_file("/proc/self/uid_map", "0 " + std::to_string(uid) + " 1") != 0 ||
-        write_file("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1") != 0) {
+    if (!write_file("/proc/self/uid_map", "0 " + std::to_string(uid) + " 1") ||
+        !write_file("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1")) {
         error = std::string("cannot become root of a user namespace: ") + strerror(errno);
-        return -1;
+        return false;
     }
-    return 0;
+    return true;
 }
 
 pid_t sandbox_start(const SandboxOptions& options, std::string& error) {
     NewSandbox made;
-    if (clone_sandbox(made, error) != 0) {
+    if (!clone_sandbox(made, error)) {
         return -1;
     }
     if (made.pid == 0) {
-        const int result = furnish(options, error);
-        report_ready(made.report, result, error);
-        if (result != 0) {
+        const bool furnished = furnish(options, error);
+        report_ready(made.report, furnished, error);
+        if (!furnished) {
             _exit(1);
         }
         block_child_signal();
         close_range(3, ~0U, 0);
         reap_until(-1);
     }
-    return await_ready(made, error) == 0 ? made.pid : -1;
+    return await_ready(made, error) ? made.pid : -1;
 }
 
-int sandbox_enter(const SandboxOptions& options, std::string& error) {
+bool sandbox_enter(const SandboxOptions& options, std::string& error) {
     std::array<char, 16> name{};
     prctl(PR_GET_NAME, name.data());
     NewSandbox made;
-    if (clone_sandbox(made, error) != 0) {
-        return -1;
+    if (!clone_sandbox(made, error)) {
+        return false;
     }
     if (made.pid != 0) {
-        if (await_ready(made, error) != 0) {
-            return -1;
+        if (!await_ready(made, error)) {
+            return false;
         }
         int status = 0;
         while (waitpid(made.pid, &status, 0) < 0 && errno == EINTR) {
         }
         _exit(exit_code_of(status));
     }
-    const int result = furnish(options, error);
-    if (result != 0) {
-        report_ready(made.report, result, error);
+    if (!furnish(options, error)) {
+        report_ready(made.report, false, error);
         _exit(1);
     }
     const pid_t inside = fork();
@@ -212,9 +211,9 @@ int sandbox_enter(const SandboxOptions& options, std::string& error) {
         prctl(PR_SET_NAME, name.data());
         // What the caller was started with, a lock or a pipe of its own starter, is no router's.
         close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
-        return 0;
+        return true;
     }
-    report_ready(made.report, inside < 0 ? -1 : 0, "no second process");
+    report_ready(made.report, inside >= 0, "no second process");
     block_child_signal();
     _exit(inside < 0 ? 1 : exit_code_of(reap_until(inside)));
 }

@@ -6,8 +6,8 @@
 //
 // Called by the main() of test programs (sandbox_enter) and by Node (sandbox_start), on the main
 // thread. As root it needs nothing else; as an ordinary user it also makes a user namespace, where
-// the machine allows that. Results are 0 or -1 (or a pid or -1); on -1 `error` holds a sentence
-// for the reader, who is expected to fail with it, never to skip.
+// the machine allows that. A function that answers false (or -1 for a pid) has put a sentence into
+// `error` for the reader, who is expected to fail with it, never to skip.
 #pragma once
 
 #include <sys/types.h>
@@ -24,15 +24,15 @@ namespace lab {
 // Returns its pid as the caller sees it, or -1.
 pid_t sandbox_start(const SandboxOptions& options, std::string& error);
 
-// Moves the calling program into a new sandbox: returns 0 in a copy of the caller that runs as
-// process 2 of the sandbox; the original waits for that copy and ends with its status. Returns -1
+// Moves the calling program into a new sandbox: true in a copy of the caller that runs as
+// process 2 of the sandbox; the original waits for that copy and ends with its status. False
 // in the original when the sandbox cannot be made. The caller must not have started threads. Its
 // name and its open descriptors are the copy's too, but 0 to 2 alone reach programs that the copy
 // runs.
-int sandbox_enter(const SandboxOptions& options, std::string& error);
+bool sandbox_enter(const SandboxOptions& options, std::string& error);
 
 // Makes the caller root of the user namespace that it has just entered: user `uid` and group `gid`
-// are what it was before. 0 or -1.
-int user_namespace_root(uid_t uid, gid_t gid, std::string& error);
+// are what it was before.
+bool user_namespace_root(uid_t uid, gid_t gid, std::string& error);
 
 }  // namespace lab

@@ -43,12 +43,4 @@ ConditionFate condition_fate(const ScenarioStep& step, bool holds, std::int64_t 
                                                      : ConditionFate::failed;
 }
 
-int scenario_longest_seconds(const Scenario& scenario) {
-    int seconds = 0;
-    for (const ScenarioStep& step : scenario.steps) {
-        seconds += step.after + step.within + step.lasting;
-    }
-    return seconds;
-}
-
 }  // namespace lab

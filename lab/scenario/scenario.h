@@ -112,7 +112,4 @@ const ScenarioInterface* scenario_interface_find(const ScenarioNode& node, std::
 enum class ConditionFate { pending, held, failed };
 ConditionFate condition_fate(const ScenarioStep& step, bool holds, std::int64_t waited);
 
-// Number of seconds that the steps take at most.
-int scenario_longest_seconds(const Scenario& scenario);
-
 }  // namespace lab

@@ -172,10 +172,6 @@ void answers_clear(const std::string& root, const std::string& key) {
     folder_remove(key_folder(root, key));
 }
 
-void answers_clear_all(const std::string& root) {
-    folder_remove(answers_folder(root));
-}
-
 bool answer_take(const std::string& root, const std::string& tool,
                  const std::vector<std::string>& key_words, ToolAnswer* answer) {
     if (!path_exists(answers_folder(root))) {

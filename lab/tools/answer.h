@@ -46,10 +46,9 @@ bool gate_open(const std::string& root, const std::string& gate);
 bool gate_shut(const std::string& root, const std::string& gate);
 std::string gate_path(const std::string& root, const std::string& gate);
 
-// Number of queued answers not used up yet, and the end of all answers of one key or of all keys.
+// Number of queued answers not used up yet, and the end of all answers of one key.
 int answers_left(const std::string& root, const std::string& key);
 void answers_clear(const std::string& root, const std::string& key);
-void answers_clear_all(const std::string& root);
 
 // Takes the answer for the call, if there is one. Called by the tools.
 bool answer_take(const std::string& root, const std::string& tool,

@@ -207,10 +207,6 @@ bool wireless_status_after_restart_set(const std::string& root, const std::strin
     return state_set(root, "wireless_status", text);
 }
 
-bool wireless_status_after_restart_unset(const std::string& root) {
-    return state_unset(root, "wireless_status");
-}
-
 bool agent_mode_set(const std::string& root, AgentMode mode, int requests) {
     folder_remove(state_path(root, "agent/requests"));
     const std::string text = mode == AgentMode::at_once       ? "at-once"

@@ -113,7 +113,6 @@ bool process_list_extra_set(const std::string& root, const std::string& lines);
 // What `/etc/init.d/wireless restart` writes into the status file of the radio that it applied,
 // for example "isSetting"; unset, it writes none.
 bool wireless_status_after_restart_set(const std::string& root, const std::string& text);
-bool wireless_status_after_restart_unset(const std::string& root);
 
 // How the auto-configuration agent serves requests for a service AP (command 17).
 enum class AgentMode {

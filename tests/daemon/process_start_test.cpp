@@ -33,7 +33,7 @@ protected:
     /// Starts the daemon of router() through another program.
     void start_through(const std::vector<std::string>& words) {
         std::string error;
-        ASSERT_EQ(router().daemon().start({{}, {}, words}, error), 0) << error;
+        ASSERT_TRUE(router().daemon().start({{}, {}, words}, error)) << error;
         settle();
     }
 
@@ -104,10 +104,10 @@ TEST_F(ProcessStart, sees_the_end_of_workers_when_the_ends_of_children_were_igno
     start_through({"env", "--ignore-signal=CHLD,USR1", "--block-signal=CHLD,USR1"});
     std::string error;
     skip();
-    ASSERT_EQ(router().daemon().kill_worker(SIGUSR1, error), 0) << error;
+    ASSERT_TRUE(router().daemon().kill_worker(SIGUSR1, error)) << error;
     advance(1);
     expect_log({START, "..."});
-    ASSERT_EQ(router().daemon().kill_worker(SIGKILL, error), 0) << error;
+    ASSERT_TRUE(router().daemon().kill_worker(SIGKILL, error)) << error;
     settle();
     expect_log({"abnormal termination : 9"});
     EXPECT_THAT(lab::zombies(router().node()), IsEmpty());
@@ -140,7 +140,7 @@ TEST_F(ProcessStart, survives_a_reader_of_its_output_that_is_gone) {
     EXPECT_EQ(router().daemon().worker(), worker);
     expect_answers();
     std::string error;
-    ASSERT_EQ(router().daemon().kill_worker(SIGUSR1, error), 0) << error;
+    ASSERT_TRUE(router().daemon().kill_worker(SIGUSR1, error)) << error;
     advance(1);  // the supervisor prints that it waits
     expect_answers();
 }
@@ -173,14 +173,14 @@ TEST_F(ProcessStart, loses_no_datagram_when_both_ports_hear_one_at_once) {
     start_ready_extender();
     const std::string other = "192.168.1.9";
     std::string error;
-    ASSERT_EQ(lab::switch_address_add(other + "/24", error), 0) << error;
+    ASSERT_TRUE(lab::switch_address_add(other + "/24", error)) << error;
     lab::UdpPeer root(0, other);
     ASSERT_TRUE(root.ok());
     // The message is at the question for its pass phrase when the announcement comes.
     lab::answer_hold(router().root(), "uci.get.wireless.ath20.ssid", "asked");
     say("FLUSHFORWARDING", router().node().ip());
-    ASSERT_EQ(root.send(router().node().ip(), 36002, lab::message_seal("ImRootAP", lab::MESH_NAME)),
-              0);
+    ASSERT_TRUE(
+        root.send(router().node().ip(), 36002, lab::message_seal("ImRootAP", lab::MESH_NAME)));
     settle();
     expect_file("/tmp/rootap_ip", other + "\n");
     lab::gate_open(router().root(), "asked");

@@ -21,7 +21,6 @@ namespace {
 
 using harness::file_is_there;
 using harness::put_file;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr char RELOAD[] = "$ /usr/sbin/vl1905App 18 1 0";
@@ -54,14 +53,14 @@ protected:
 TEST_F(AutoconfigReload, asks_once_when_the_agent_reports_0) {
     put_file("/tmp/vl1905.json", "{\n \"AP-autoconfig_WiFiReload\": 0\n}\n");
     EXPECT_EQ(autoconfig_reload_trigger(), 0);
-    EXPECT_THAT(journal_take(), ElementsAre(RELOAD, EXTRACT));
+    expect_journal({{RELOAD, EXTRACT}});
     EXPECT_EQ(harness::clock_now(), START_TIME);
 }
 
 TEST_F(AutoconfigReload, asks_again_after_2_seconds_when_the_agent_reports_1) {
     put_file("/tmp/vl1905.json", "{\n \"AP-autoconfig_WiFiReload\": 1\n}\n");
     autoconfig_reload_trigger();
-    EXPECT_THAT(journal_take(), ElementsAre(RELOAD, EXTRACT, RELOAD));
+    expect_journal({{RELOAD, EXTRACT, RELOAD}});
     EXPECT_EQ(harness::clock_now(), START_TIME + 2);
     const auto records = lab::line_records("");
     ASSERT_EQ(records.size(), 3U);
@@ -71,27 +70,27 @@ TEST_F(AutoconfigReload, asks_again_after_2_seconds_when_the_agent_reports_1) {
 
 TEST_F(AutoconfigReload, asks_again_when_the_agent_has_no_status_file) {
     autoconfig_reload_trigger();
-    EXPECT_THAT(journal_take(), ElementsAre(RELOAD, EXTRACT, RELOAD));
+    expect_journal({{RELOAD, EXTRACT, RELOAD}});
     EXPECT_EQ(harness::clock_now(), START_TIME + 2);
 }
 
 TEST_F(AutoconfigReload, asks_again_when_the_status_file_lacks_the_key) {
     put_file("/tmp/vl1905.json", "{\n \"AP-autoconfig\": 0\n}\n");
     autoconfig_reload_trigger();
-    EXPECT_THAT(journal_take(), ElementsAre(RELOAD, EXTRACT, RELOAD));
+    expect_journal({{RELOAD, EXTRACT, RELOAD}});
 }
 
 TEST_F(AutoconfigReload, asks_once_for_a_value_of_10_which_holds_the_character) {
     put_file("/tmp/vl1905.json", "\"AP-autoconfig_WiFiReload\": 10\n");
     autoconfig_reload_trigger();
-    EXPECT_THAT(journal_take(), ElementsAre(RELOAD, EXTRACT));
+    expect_journal({{RELOAD, EXTRACT}});
 }
 
 TEST_F(AutoconfigReload, looks_at_the_first_line_only) {
     put_file("/tmp/vl1905.json",
              "\"AP-autoconfig_WiFiReload\": 1\n\"AP-autoconfig_WiFiReload\": 0\n");
     autoconfig_reload_trigger();
-    EXPECT_THAT(journal_take(), ElementsAre(RELOAD, EXTRACT, RELOAD));
+    expect_journal({{RELOAD, EXTRACT, RELOAD}});
 }
 
 TEST_F(AutoconfigReload, looks_at_the_first_79_characters_only) {
@@ -107,7 +106,7 @@ TEST_F(AutoconfigReload, looks_at_the_first_79_characters_only) {
 TEST_F(AutoconfigReload, asks_once_when_the_flag_file_cannot_be_opened) {
     harness::put_file("/tmp/wifi_reload_flag/kept", "");
     autoconfig_reload_trigger();
-    EXPECT_THAT(journal_take(), ElementsAre(RELOAD, EXTRACT));
+    expect_journal({{RELOAD, EXTRACT}});
     EXPECT_EQ(harness::clock_now(), START_TIME);
 }
 
@@ -161,9 +160,8 @@ TEST_F(AutoconfigStart, asks_for_each_service_ap_in_table_order_and_closes_the_s
     intf_add("ath10", MAIN_SERVICE_AP, BAND_24G);
     intf_add("ath11", GUEST_SERVICE_AP, BAND_5G_LOW);
     autoconfig_agent_start(backhaul);
-    EXPECT_THAT(journal_take(),
-                ElementsAre("$ /usr/sbin/vl1905App 17 0x00 1>/dev/null 2>&1",
-                            "$ /usr/sbin/vl1905App 17 0x21 1>/dev/null 2>&1", CLOSE));
+    expect_journal({{"$ /usr/sbin/vl1905App 17 0x00 1>/dev/null 2>&1",
+                     "$ /usr/sbin/vl1905App 17 0x21 1>/dev/null 2>&1", CLOSE}});
 }
 
 TEST_F(AutoconfigStart, asks_with_the_code_of_each_service_on_each_radio) {
@@ -174,16 +172,15 @@ TEST_F(AutoconfigStart, asks_with_the_code_of_each_service_on_each_radio) {
         intf_add("ath14", VISITOR_SERVICE_AP, band);
     }
     autoconfig_agent_start(backhaul);
-    EXPECT_THAT(journal_take(),
-                ElementsAre("$ /usr/sbin/vl1905App 17 0x00 1>/dev/null 2>&1",
-                            "$ /usr/sbin/vl1905App 17 0x20 1>/dev/null 2>&1",
-                            "$ /usr/sbin/vl1905App 17 0x40 1>/dev/null 2>&1",
-                            "$ /usr/sbin/vl1905App 17 0x01 1>/dev/null 2>&1",
-                            "$ /usr/sbin/vl1905App 17 0x21 1>/dev/null 2>&1",
-                            "$ /usr/sbin/vl1905App 17 0x41 1>/dev/null 2>&1",
-                            "$ /usr/sbin/vl1905App 17 0x09 1>/dev/null 2>&1",
-                            "$ /usr/sbin/vl1905App 17 0x29 1>/dev/null 2>&1",
-                            "$ /usr/sbin/vl1905App 17 0x49 1>/dev/null 2>&1", CLOSE));
+    expect_journal({{"$ /usr/sbin/vl1905App 17 0x00 1>/dev/null 2>&1",
+                     "$ /usr/sbin/vl1905App 17 0x20 1>/dev/null 2>&1",
+                     "$ /usr/sbin/vl1905App 17 0x40 1>/dev/null 2>&1",
+                     "$ /usr/sbin/vl1905App 17 0x01 1>/dev/null 2>&1",
+                     "$ /usr/sbin/vl1905App 17 0x21 1>/dev/null 2>&1",
+                     "$ /usr/sbin/vl1905App 17 0x41 1>/dev/null 2>&1",
+                     "$ /usr/sbin/vl1905App 17 0x09 1>/dev/null 2>&1",
+                     "$ /usr/sbin/vl1905App 17 0x29 1>/dev/null 2>&1",
+                     "$ /usr/sbin/vl1905App 17 0x49 1>/dev/null 2>&1", CLOSE}});
 }
 
 TEST_F(AutoconfigStart, asks_in_the_states_4_8_and_14_only) {
@@ -205,13 +202,12 @@ TEST_F(AutoconfigStart, leaves_out_what_is_configured) {
     intf_add("ath10", MAIN_SERVICE_AP, BAND_24G)->autoconfig_state = 1;
     intf_add("ath11", GUEST_SERVICE_AP, BAND_5G_LOW);
     autoconfig_agent_start(backhaul);
-    EXPECT_THAT(journal_take(),
-                ElementsAre("$ /usr/sbin/vl1905App 17 0x21 1>/dev/null 2>&1", CLOSE));
+    expect_journal({{"$ /usr/sbin/vl1905App 17 0x21 1>/dev/null 2>&1", CLOSE}});
 }
 
 TEST_F(AutoconfigStart, closes_the_series_even_when_nothing_was_asked_for) {
     autoconfig_agent_start(backhaul_add(14));
-    EXPECT_THAT(journal_take(), ElementsAre(CLOSE));
+    expect_journal({{CLOSE}});
 }
 
 TEST_F(AutoconfigStart, asks_for_followers_too_but_not_for_other_types_or_unknown_bands) {
@@ -222,8 +218,7 @@ TEST_F(AutoconfigStart, asks_for_followers_too_but_not_for_other_types_or_unknow
     intf_add("ath15", MAIN_SERVICE_AP, BAND_NONE);
     intf_add("ath16", VISITOR_SERVICE_AP, BAND_5G_HIGH, 0, 1);
     autoconfig_agent_start(backhaul);
-    EXPECT_THAT(journal_take(),
-                ElementsAre("$ /usr/sbin/vl1905App 17 0x49 1>/dev/null 2>&1", CLOSE));
+    expect_journal({{"$ /usr/sbin/vl1905App 17 0x49 1>/dev/null 2>&1", CLOSE}});
 }
 
 TEST_F(AutoconfigStart, hides_the_output_of_a_start_only) {
@@ -319,7 +314,7 @@ TEST_F(AutoconfigResult, stays_0_when_a_later_ap_is_done) {
 TEST_F(AutoconfigResult, runs_no_command) {
     intf_add("ath10", MAIN_SERVICE_AP, BAND_24G);
     autoconfig_result_get();
-    EXPECT_THAT(journal_take(), IsEmpty());
+    expect_journal({});
 }
 
 }  // namespace

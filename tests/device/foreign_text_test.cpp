@@ -26,6 +26,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <type_traits>
 
 namespace {
 
@@ -48,6 +49,26 @@ struct operation {
     void (*run)(intf_record* station);
 };
 
+/// Runs what takes a record, or nothing.
+template <auto action>
+void with(intf_record* record) {
+    if constexpr (std::is_invocable_v<decltype(action)>) {
+        action();
+    } else {
+        action(record);
+    }
+}
+
+void ap_address(intf_record* record) {
+    mac_address bssid{};
+    device_sta_ap_bssid_get(record->name.data(), bssid);
+}
+
+void best_address(intf_record* record) {
+    mac_address best{};
+    device_best_bssid_get(record->name.data(), best.data(), best.size());
+}
+
 const std::array OPERATIONS = {
     operation{"enable",
               [](intf_record* record) {
@@ -57,18 +78,9 @@ const std::array OPERATIONS = {
               [](intf_record* record) {
                   dev_intf_enable_set(record, INTF_DISABLE);
               }},
-    operation{"disconnect",
-              [](intf_record* record) {
-                  device_sta_disconnect(record);
-              }},
-    operation{"reconnect",
-              [](intf_record* record) {
-                  device_sta_reconnect(record);
-              }},
-    operation{"credentials",
-              [](intf_record* record) {
-                  device_sta_config_exist(record);
-              }},
+    operation{"disconnect", with<device_sta_disconnect>},
+    operation{"reconnect", with<device_sta_reconnect>},
+    operation{"credentials", with<device_sta_config_exist>},
     operation{"broadcast on",
               [](intf_record* record) {
                   hyd_bcast_reset(record, INTF_ENABLE);
@@ -77,44 +89,18 @@ const std::array OPERATIONS = {
               [](intf_record* record) {
                   hyd_bcast_reset(record, INTF_DISABLE);
               }},
-    operation{"present",
-              [](intf_record* record) {
-                  wifi_intf_present(record);
-              }},
-    operation{"alive",
-              [](intf_record* record) {
-                  ap_intf_alive(record);
-              }},
-    operation{"associated",
-              [](intf_record* record) {
-                  backhaul_sta_is_associated(record);
-              }},
-    operation{"AP address",
-              [](intf_record* record) {
-                  mac_address bssid{};
-                  device_sta_ap_bssid_get(record->name.data(), bssid);
-              }},
-    operation{"distance",
-              [](intf_record* record) {
-                  qca_dist_get(record);
-              }},
+    operation{"present", with<wifi_intf_present>},
+    operation{"alive", with<ap_intf_alive>},
+    operation{"associated", with<backhaul_sta_is_associated>},
+    operation{"AP address", ap_address},
+    operation{"distance", with<qca_dist_get>},
     operation{"distance of APs",
               [](intf_record* /*record*/) {
                   device_whc_dist_set(2);
               }},
-    operation{"rate",
-              [](intf_record* record) {
-                  device_backhaul_ap_ul_rate_update(record);
-              }},
-    operation{"best AP",
-              [](intf_record* record) {
-                  mac_address best{};
-                  device_best_bssid_get(record->name.data(), best.data(), best.size());
-              }},
-    operation{"configure best AP",
-              [](intf_record* record) {
-                  device_config_best_ap(record);
-              }},
+    operation{"rate", with<device_backhaul_ap_ul_rate_update>},
+    operation{"best AP", best_address},
+    operation{"configure best AP", with<device_config_best_ap>},
 };
 
 class ForeignText : public DeviceTest {
@@ -206,22 +192,10 @@ struct read_file {
 
 /// Every file that the device operations read, with an operation that reads it.
 const std::array READ_FILES = {
-    read_file{"/tmp/wifi5G_Status",
-              [](intf_record* record) {
-                  ap_intf_alive(record);
-              }},
-    read_file{"/tmp/FirstMAC",
-              [](intf_record* /*record*/) {
-                  device_first_mac_get();
-              }},
-    read_file{"/tmp/assoc_list.5g",
-              [](intf_record* /*record*/) {
-                  device_disassoc_all_backhaulap_sta();
-              }},
-    read_file{"/tmp/assoc_list.24g",
-              [](intf_record* /*record*/) {
-                  device_disassoc_all_backhaulap_sta();
-              }},
+    read_file{"/tmp/wifi5G_Status", with<ap_intf_alive>},
+    read_file{"/tmp/FirstMAC", with<device_first_mac_get>},
+    read_file{"/tmp/assoc_list.5g", with<device_disassoc_all_backhaulap_sta>},
+    read_file{"/tmp/assoc_list.24g", with<device_disassoc_all_backhaulap_sta>},
     read_file{"/tmp/test.pid",
               [](intf_record* /*record*/) {
                   pid_file_alive("/tmp/test.pid");
@@ -236,48 +210,16 @@ const std::array READ_FILES = {
 
 /// Every file that a line writes for us, with an operation that runs the line and reads the file.
 const std::array RESULT_FILES = {
-    read_file{"/tmp/wpa_result",
-              [](intf_record* record) {
-                  device_supplicant_attach(record);
-              }},
-    read_file{"/tmp/wpa_cli_status",
-              [](intf_record* record) {
-                  wpa_state(record);
-              }},
-    read_file{"/tmp/hyd_alive",
-              [](intf_record* /*record*/) {
-                  hyd_alive_check();
-              }},
-    read_file{"/tmp/iw_result",
-              [](intf_record* record) {
-                  backhaul_sta_is_associated(record);
-              }},
-    read_file{"/tmp/iwconfig.tmp",
-              [](intf_record* record) {
-                  mac_address bssid{};
-                  device_sta_ap_bssid_get(record->name.data(), bssid);
-              }},
-    read_file{"/tmp/wifi_intf.tmp",
-              [](intf_record* record) {
-                  wifi_intf_present(record);
-              }},
-    read_file{"/tmp/ul_rate",
-              [](intf_record* record) {
-                  device_backhaul_ap_ul_rate_update(record);
-              }},
-    read_file{"/tmp/best_bssid",
-              [](intf_record* record) {
-                  mac_address best{};
-                  device_best_bssid_get(record->name.data(), best.data(), best.size());
-              }},
-    read_file{"/tmp/ath_dist",
-              [](intf_record* record) {
-                  qca_dist_get(record);
-              }},
-    read_file{"/tmp/wifi_reload_flag",
-              [](intf_record* /*record*/) {
-                  autoconfig_reload_trigger();
-              }},
+    read_file{"/tmp/wpa_result", with<device_supplicant_attach>},
+    read_file{"/tmp/wpa_cli_status", with<wpa_state>},
+    read_file{"/tmp/hyd_alive", with<hyd_alive_check>},
+    read_file{"/tmp/iw_result", with<backhaul_sta_is_associated>},
+    read_file{"/tmp/iwconfig.tmp", ap_address},
+    read_file{"/tmp/wifi_intf.tmp", with<wifi_intf_present>},
+    read_file{"/tmp/ul_rate", with<device_backhaul_ap_ul_rate_update>},
+    read_file{"/tmp/best_bssid", best_address},
+    read_file{"/tmp/ath_dist", with<qca_dist_get>},
+    read_file{"/tmp/wifi_reload_flag", with<autoconfig_reload_trigger>},
 };
 
 // Blocking for ever is what fails these: the time limit of the test ends it.

@@ -31,24 +31,24 @@ Lines from(const Lines& all, size_t cursor) {
 Driver::Driver(lab::Node& node) : node_(node) {}
 
 lab::DriverSender& Driver::sender() {
-    if (sender_.fd < 0 && lab::driver_open(&sender_, node_.init()) != 0) {
-        ADD_FAILURE() << sender_.error;
+    if (sender_.fd < 0 && !lab::driver_open(&sender_, node_.init(), error_)) {
+        ADD_FAILURE() << error_;
     }
     return sender_;
 }
 
-void Driver::check(int result, Where where) {
-    fail_if(result != 0, sender_.error, where);
+void Driver::check(bool sent, Where where) {
+    fail_if(!sent, error_, where);
 }
 
 void Driver::associated(const std::string& station, const std::string& ap, Where where) {
     associated_silently(station, ap);
-    check(lab::driver_associated(&sender(), station, address_of(ap)), where);
+    check(lab::driver_associated(&sender(), station, address_of(ap), error_), where);
 }
 
 void Driver::lost(const std::string& station, Where where) {
     lost_silently(station);
-    check(lab::driver_disassociated(&sender(), station), where);
+    check(lab::driver_disassociated(&sender(), station, error_), where);
 }
 
 void Driver::associated_silently(const std::string& station, const std::string& ap) {
@@ -60,22 +60,23 @@ void Driver::lost_silently(const std::string& station) {
 }
 
 void Driver::client_joined(const std::string& interface, const std::string& client, Where where) {
-    check(lab::driver_client_joined(&sender(), interface, address_of(client)), where);
+    check(lab::driver_client_joined(&sender(), interface, address_of(client), error_), where);
 }
 
 void Driver::client_left(const std::string& interface, const std::string& client, Where where) {
-    check(lab::driver_client_left(&sender(), interface, address_of(client)), where);
+    check(lab::driver_client_left(&sender(), interface, address_of(client), error_), where);
 }
 
 void Driver::channel(const std::string& interface, unsigned channel, Where where) {
-    check(lab::driver_channel_changed(&sender(), interface, static_cast<std::uint8_t>(channel)),
+    check(lab::driver_channel_changed(&sender(), interface, static_cast<std::uint8_t>(channel),
+                                      error_),
           where);
 }
 
 void Driver::leave_reason(const std::string& interface, unsigned number, const std::string& client,
                           unsigned reason, Where where) {
     check(lab::driver_leave_reason(&sender(), interface, static_cast<std::uint16_t>(number),
-                                   address_of(client), reason),
+                                   address_of(client), reason, error_),
           where);
 }
 
@@ -89,7 +90,7 @@ Router::Router(std::unique_ptr<lab::Node> node, std::function<void()> settle)
 void Router::start(const std::vector<std::string>& arguments,
                    const std::vector<std::string>& environment, Where where) {
     std::string error;
-    if (daemon_.start({arguments, environment}, error) != 0) {
+    if (!daemon_.start({arguments, environment}, error)) {
         fail_at(where, error);
     }
     // Only a log that was seen can be followed when it is renamed.
@@ -99,7 +100,7 @@ void Router::start(const std::vector<std::string>& arguments,
 void Router::kill_worker(int signal, Where where) {
     std::string error;
     update();
-    fail_if(daemon_.kill_worker(signal, error) != 0, error, where);
+    fail_if(!daemon_.kill_worker(signal, error), error, where);
     update();
 }
 
@@ -124,7 +125,7 @@ void Router::remove_file(const std::string& path) {
 
 void Router::sql(const std::string& statements, Where where) {
     std::string error;
-    fail_if(lab::database_run(*node_, statements, error) != 0, error, where);
+    fail_if(!lab::database_run(*node_, statements, error), error, where);
 }
 
 void Router::uci(const std::string& key, const std::string& value) {
@@ -133,7 +134,7 @@ void Router::uci(const std::string& key, const std::string& value) {
 
 void Router::command(const std::string& bytes, Where where) {
     std::string error;
-    fail_if(lab::fifo_command(*node_, bytes, error) != 0, error, where);
+    fail_if(!lab::fifo_command(*node_, bytes, error), error, where);
 }
 
 void Router::update() {

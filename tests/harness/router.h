@@ -45,9 +45,10 @@ public:
     lab::DriverSender& sender();
 
 private:
-    void check(int result, Where where);
+    void check(bool sent, Where where);
     lab::Node& node_;
     lab::DriverSender sender_;
+    std::string error_;  // of the driver
 };
 
 class Router {

@@ -25,8 +25,8 @@ int enter_and_run_anew(char** argv) {
     options.network.radios = {"ath0", "ath1", "ath10", "ath11", "ath14", "ath20"};
     std::string error;
     harness::BuildPlaces places;
-    if (!places.open(BACKHAUL_BUILD_DIR, error) || lab::sandbox_enter(options, error) != 0 ||
-        lab::clock_page_create(lab::LAB_CLOCK, lab::CLOCK_REAL, 0, error) != 0) {
+    if (!places.open(BACKHAUL_BUILD_DIR, error) || !lab::sandbox_enter(options, error) ||
+        !lab::clock_page_create(lab::LAB_CLOCK, lab::CLOCK_REAL, 0, error)) {
         fprintf(stderr, "FAILED: %s\n", error.c_str());
         return 1;
     }

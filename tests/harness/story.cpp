@@ -22,7 +22,7 @@ Router& Story::add_router(lab::NodeOptions options, Where where) {
     options.daemon = daemon_program();
     std::string error;
     std::unique_ptr<lab::Node> node = lab::Node::make(options, error);
-    if (node == nullptr || clock_.add_node(node->root(), error) != 0) {
+    if (node == nullptr || !clock_.add_node(node->root(), error)) {
         fail_at(where, error);
         fprintf(stderr, "FAILED: %s\n", error.c_str());
         abort();
@@ -38,7 +38,7 @@ Router& Story::add_extender(lab::NodeOptions options, Where where) {
     }
     Router& made = add_router(std::move(options), where);
     std::string error;
-    fail_if(lab::standard_extender(made.node(), error) != 0, error, where);
+    fail_if(!lab::standard_extender(made.node(), error), error, where);
     return made;
 }
 
@@ -48,7 +48,7 @@ Router& Story::add_root(lab::NodeOptions options, Where where) {
     }
     Router& made = add_router(std::move(options), where);
     std::string error;
-    fail_if(lab::standard_root(made.node(), error) != 0, error, where);
+    fail_if(!lab::standard_root(made.node(), error), error, where);
     return made;
 }
 
@@ -75,12 +75,12 @@ void Story::start_ready_extender(const std::vector<std::string>& arguments, bool
 
 void Story::advance(std::uint32_t seconds, Where where) {
     std::string error;
-    fail_if(clock_.advance(seconds, error) != 0, error, where);
+    fail_if(!clock_.advance(seconds, error), error, where);
 }
 
 void Story::settle(Where where) {
     std::string error;
-    fail_if(clock_.settle(error) != 0, error, where);
+    fail_if(!clock_.settle(error), error, where);
 }
 
 std::uint32_t Story::advance_until(const std::function<bool()>& condition, std::uint32_t limit,
@@ -93,7 +93,7 @@ std::uint32_t Story::advance_until(const std::function<bool()>& condition, std::
         const auto look = [&holds, &condition] {
             return holds = condition();
         };
-        fail_if(clock_.advance(limit, error, look) != 0, error, where);
+        fail_if(!clock_.advance(limit, error, look), error, where);
     }
     if (!holds) {
         fail_at(where, "nothing of the kind within ", limit, " seconds; the log ", "ends with ",
@@ -119,12 +119,12 @@ lab::UdpPeer& Story::peer() {
 }
 
 void Story::announce_root(const std::string& to) {
-    EXPECT_EQ(peer().send(to, 36002, lab::message_seal("ImRootAP", lab::MESH_NAME)), 0);
+    EXPECT_TRUE(peer().send(to, 36002, lab::message_seal("ImRootAP", lab::MESH_NAME)));
     settle();
 }
 
 void Story::say(const std::string& word, const std::string& to) {
-    EXPECT_EQ(peer().send(to, 36003, lab::message_seal(word, lab::MESH_NAME)), 0);
+    EXPECT_TRUE(peer().send(to, 36003, lab::message_seal(word, lab::MESH_NAME)));
     settle();
 }
 

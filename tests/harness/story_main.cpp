@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
         if (!places.open(BACKHAUL_BUILD_DIR, error) ||
             !lab::evidence_place_open("", BACKHAUL_BUILD_DIR "/evidence",
                                       &harness::evidence_place(), error) ||
-            lab::sandbox_enter(options, error) != 0) {
+            !lab::sandbox_enter(options, error)) {
             fprintf(stderr, "FAILED: %s\n", error.c_str());
             return 1;
         }

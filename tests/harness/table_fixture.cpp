@@ -114,4 +114,9 @@ Journal TableTest::journal_take() {
     return fresh;
 }
 
+void TableTest::expect_journal(std::initializer_list<Journal> parts, Where where) {
+    const testing::ScopedTrace trace(where.file, where.line, "");
+    EXPECT_EQ(journal_take(), joined(parts));
+}
+
 }  // namespace harness

@@ -7,6 +7,7 @@
 #include "intf/intf_record.h"
 #include "tests/harness/operation_lines.h"
 #include "tests/harness/sandbox.h"
+#include "tests/harness/where.h"
 
 #include <array>
 #include <cstdint>
@@ -40,6 +41,8 @@ protected:
 
     /// The journal since the last call.
     Journal journal_take();
+    /// They are these parts, one behind the other.
+    void expect_journal(std::initializer_list<Journal> parts, Where where = Where::current());
 
 private:
     std::array<intf_record, 16> table_;

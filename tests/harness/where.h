@@ -1,20 +1,26 @@
-// The line of a test that an expectation belongs to, handed down to where it fails.
+// The line of a test that an expectation belongs to, handed down to where it fails. (clang 14 lacks
+// std::source_location.)
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <source_location>
 #include <string>
 
 namespace harness {
 
-using Where = std::source_location;
+struct Where {
+    const char* file;
+    int line;
+    static constexpr Where current(const char* file = __builtin_FILE(),
+                                   int line = __builtin_LINE()) {
+        return {file, line};
+    }
+};
 
 // Fails the test at that line, with the parts one behind the other.
 template <typename... Parts>
 void fail_at(Where where, const Parts&... parts) {
-    ADD_FAILURE_AT(where.file_name(), static_cast<int>(where.line()))
-        << (testing::Message() << ... << parts);
+    ADD_FAILURE_AT(where.file, where.line) << (testing::Message() << ... << parts);
 }
 
 inline void fail_if(bool failed, const std::string& error, Where where) {

@@ -132,7 +132,7 @@ TEST_F(ControlFifo, changes_nothing_for_the_role_that_the_node_has) {
     EXPECT_EQ(harness::captured_stdout(), "");
     EXPECT_EQ(file_text(ROLE), "master\n");
     EXPECT_EQ(runtime.master, 1);
-    EXPECT_THAT(journal_take(), IsEmpty());
+    expect_journal({});
 }
 
 TEST_F(ControlFifo, drops_unknown_commands_without_a_word) {
@@ -153,7 +153,7 @@ TEST_F(ControlFifo, drops_unknown_commands_without_a_word) {
 TEST_F(ControlFifo, takes_a_read_that_fails_for_no_command) {
     runtime.fifo_fd = open("/tmp", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     backhaul_fifo_recv();
-    EXPECT_THAT(journal_take(), IsEmpty());
+    expect_journal({});
 }
 
 TEST_F(ControlFifo, reads_one_command_at_a_time) {
@@ -175,8 +175,8 @@ TEST_F(ControlFifo, hands_the_ethernet_words_on_in_either_role) {
     for (const uint8_t master : std::initializer_list<uint8_t>{0, 1}) {
         runtime.master = master;
         command("eth_detect\n");
-        EXPECT_THAT(journal_take(), ElementsAre("backhaul_eth_event_handle : recv event eth_detect",
-                                                "backhaul_eth_event_handle : eth_intf not found"));
+        expect_journal({{"backhaul_eth_event_handle : recv event eth_detect",
+                         "backhaul_eth_event_handle : eth_intf not found"}});
         command("eth_lost\n");
         EXPECT_EQ(journal_take().at(1), "$ echo eth_lost_reply > /tmp/eth_backhaul_fifo");
         EXPECT_EQ(file_text("/tmp/eth_backhaul_fifo"), "eth_lost_reply\n");
@@ -273,7 +273,7 @@ TEST_F(ApprovalChange, switches_the_followers_off_once_a_node_is_approved) {
 TEST_F(ApprovalChange, is_noted_even_when_no_interface_follows) {
     intf_add("ath10", MAIN_SERVICE_AP, BAND_24G);
     command("approval_list_changed\n");
-    EXPECT_THAT(journal_take(), IsEmpty());
+    expect_journal({});
     EXPECT_EQ(runtime.approval_changed, 1);
 }
 

@@ -56,7 +56,7 @@ protected:
         EXPECT_EQ(poll(&entry, 1, 0), 0) << "exactly one datagram is read";
     }
     void deliver(const std::string& bytes) {
-        ASSERT_EQ(sender_->send(HERE, 36003, bytes), 0);
+        ASSERT_TRUE(sender_->send(HERE, 36003, bytes));
         receive();
     }
     void deliver_word(const std::string& word) {
@@ -73,7 +73,7 @@ TEST_F(MsgReceive, flushes_the_forwarding_tables) {
 }
 
 TEST_F(MsgReceive, hears_a_broadcast_as_well) {
-    ASSERT_EQ(sender_->send("192.168.1.255", 36003, message_seal("FLUSHFORWARDING", "mesh")), 0);
+    ASSERT_TRUE(sender_->send("192.168.1.255", 36003, message_seal("FLUSHFORWARDING", "mesh")));
     receive();
     expect_journal({deciphered(), received("FLUSHFORWARDING"), harness::tables_flushed()});
 }
@@ -185,7 +185,7 @@ TEST_F(MsgAdmission, gives_no_answer_to_a_node_that_is_not_in_the_list) {
 TEST_F(MsgAdmission, gives_no_answer_to_an_address_that_the_database_does_not_know) {
     put_file("/tmp/ApplicationData/Approvelist", "02:00:00:00:00:01 1 MRX70\n");
     const auto stranger = neighbour(36003, "192.168.1.21");
-    ASSERT_EQ(stranger->send(HERE, 36003, message_seal("CHECK_VALID", "mesh")), 0);
+    ASSERT_TRUE(stranger->send(HERE, 36003, message_seal("CHECK_VALID", "mesh")));
     receive();
     expect_journal({deciphered(), received("CHECK_VALID", "192.168.1.21")});
     EXPECT_TRUE(stranger->take().empty());
@@ -208,7 +208,7 @@ TEST_F(MsgReceive, filters_nothing_while_its_own_address_is_not_known) {
         "addr del 192.168.1.10/24 dev br-lan\n"
         "addr add 192.168.1.10/24 brd + dev ath10\n");
     lab::UdpPeer self(0, HERE);
-    ASSERT_EQ(self.send(HERE, 36003, message_seal("FLUSHFORWARDING", "mesh")), 0);
+    ASSERT_TRUE(self.send(HERE, 36003, message_seal("FLUSHFORWARDING", "mesh")));
     receive();
     network("addr del 192.168.1.10/24 dev ath10\n");
     expect_journal({deciphered(), received("FLUSHFORWARDING", HERE), harness::tables_flushed()});
@@ -221,7 +221,7 @@ TEST_F(MsgReceive, reads_its_own_address_for_each_datagram) {
         "addr add 192.168.1.11/24 brd + dev br-lan\n");
     journal_take();
     lab::UdpPeer self(0, "192.168.1.11");
-    ASSERT_EQ(self.send("192.168.1.11", 36003, message_seal("FLUSHFORWARDING", "mesh")), 0);
+    ASSERT_TRUE(self.send("192.168.1.11", 36003, message_seal("FLUSHFORWARDING", "mesh")));
     receive();
     network("addr del 192.168.1.11/24 dev br-lan\n");
     expect_journal({});

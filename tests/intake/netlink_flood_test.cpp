@@ -44,7 +44,7 @@ protected:
     void SetUp() override {
         TableTest::SetUp();
         ASSERT_TRUE(netlink_open());
-        ASSERT_EQ(lab::driver_open(&driver_, 0), 0) << driver_.error;
+        ASSERT_TRUE(lab::driver_open(&driver_, 0, error_)) << error_;
     }
     void TearDown() override {
         // What an overrun left is read to its end: the next test starts anew.
@@ -54,8 +54,8 @@ protected:
         TableTest::TearDown();
     }
 
-    void sent(int result) {
-        ASSERT_EQ(result, 0) << driver_.error;
+    void sent(bool worked) {
+        ASSERT_TRUE(worked) << error_;
     }
 
     static bool is_readable(int fd) {
@@ -78,6 +78,7 @@ protected:
     }
 
     lab::DriverSender driver_;
+    std::string error_;  // of the driver
 };
 
 class DriverFlood : public DriverSocket {
@@ -97,7 +98,7 @@ protected:
         const auto message =
             lab::wireless_message(lab::driver_interface_index(driver_, "ath1"), "ath1", event);
         for (int i = 0; i < count; ++i) {
-            sent(lab::driver_send(&driver_, message));
+            sent(lab::driver_send(&driver_, message, error_));
         }
     }
 
@@ -136,7 +137,7 @@ TEST_P(DriverFloodOf, does_not_hide_the_loss_behind_it) {
     // Without the right to force it the buffer is smaller; then the driver is asked.
     const bool holds_all = buffer_size() >= WHOLE_BUFFER;
     clients_leave(GetParam());
-    sent(lab::driver_disassociated(&driver_, "ath0"));
+    sent(lab::driver_disassociated(&driver_, "ath0", error_));
     if (!holds_all) {
         not_associated();
     }
@@ -164,7 +165,7 @@ TEST_F(DriverSocket, has_the_room_that_it_may_have) {
 TEST_F(DriverFlood, that_overruns_the_buffer_lets_the_driver_be_asked) {
     buffer_shrink();
     clients_leave(100);
-    sent(lab::driver_disassociated(&driver_, "ath0"));
+    sent(lab::driver_disassociated(&driver_, "ath0", error_));
     not_associated();
     netlink_recv();
     const harness::Journal journal = journal_of_the_station();
@@ -212,7 +213,7 @@ TEST_F(DriverFlood, that_took_an_association_connects_the_station) {
     associated_with(OTHER_AP);
     buffer_shrink();
     clients_leave(100);
-    sent(lab::driver_associated(&driver_, "ath0", OTHER_AP));
+    sent(lab::driver_associated(&driver_, "ath0", OTHER_AP, error_));
     netlink_recv();
     EXPECT_EQ(record_->state, CONNECT_WITH_BACKHAUL_AP);
     EXPECT_EQ(record_->bssid.get(), OTHER_AP);
@@ -237,7 +238,7 @@ TEST_F(DriverFlood, is_asked_about_once_more_when_what_was_left_of_it_is_read) {
     ASSERT_THAT(journal_of_the_station(), ElementsAre(LOST));
     ASSERT_TRUE(is_readable(runtime.netlink_fd));
     not_associated();
-    sent(lab::driver_disassociated(&driver_, "ath0"));
+    sent(lab::driver_disassociated(&driver_, "ath0", error_));
     drain();
     EXPECT_THAT(journal_of_the_station(), Contains("STA_CONNECTION_DOWN"));
     EXPECT_EQ(status(), "not ready\n");
@@ -276,7 +277,7 @@ protected:
 
     /// Whether the datagram reaches the daemon; it always reaches the second socket.
     bool passes(const lab::Bytes& datagram) {
-        EXPECT_EQ(lab::driver_send(&driver_, datagram), 0) << driver_.error;
+        EXPECT_TRUE(lab::driver_send(&driver_, datagram, error_)) << error_;
         EXPECT_TRUE(received(plain_).has_value());
         return received(runtime.netlink_fd).has_value();
     }

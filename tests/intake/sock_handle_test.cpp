@@ -50,7 +50,7 @@ protected:
     void SetUp() override {
         TableTest::SetUp();
         harness::put_file("/tmp/eth_backhaul_fifo", "");
-        ASSERT_EQ(lab::driver_open(&driver_, 0), 0) << driver_.error;
+        ASSERT_TRUE(lab::driver_open(&driver_, 0, error_)) << error_;
     }
 
     void TearDown() override {
@@ -77,7 +77,7 @@ protected:
     }
 
     void driver_event(const char* name) {
-        EXPECT_EQ(lab::driver_client_left(&driver_, name, CLIENT), 0) << driver_.error;
+        EXPECT_TRUE(lab::driver_client_left(&driver_, name, CLIENT, error_)) << error_;
     }
 
     static void fifo_command(const std::string& bytes) {
@@ -125,6 +125,7 @@ protected:
     }
 
     lab::DriverSender driver_;
+    std::string error_;  // of the driver
     std::optional<harness::Child> child_;
 
 private:
@@ -326,8 +327,8 @@ TEST_F(SockHandle, leaves_out_a_descriptor_that_select_cannot_hold) {
     control_fifo_create();
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit enough{std::max(before.rlim_cur, rlim_t{2 * FD_SETSIZE}),
-                        std::max(before.rlim_max, rlim_t{2 * FD_SETSIZE})};
+    const rlimit enough{std::max(before.rlim_cur, rlim_t{2} * FD_SETSIZE),
+                        std::max(before.rlim_max, rlim_t{2} * FD_SETSIZE)};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &enough), 0);
     ASSERT_TRUE(netlink_open());
     const int high = fcntl(runtime.netlink_fd, F_DUPFD_CLOEXEC, FD_SETSIZE);

@@ -81,10 +81,9 @@ TEST(WirelessEventTest, wraps_a_stream_into_a_link_message_with_name_and_no_requ
     EXPECT_EQ(deleted[4], 17);
 }
 
-TEST(WirelessEventTest, reads_and_writes_addresses_as_text) {
+TEST(WirelessEventTest, reads_addresses_as_text) {
     EXPECT_EQ(lab::mac_from_text("02:00:00:00:0a:01"), AP);
     EXPECT_EQ(lab::mac_from_text("02:00:00:00:0A:01"), AP);
-    EXPECT_EQ(lab::mac_to_text(AP), "02:00:00:00:0a:01");
     EXPECT_EQ(lab::mac_from_text("Not-Associated"), lab::MacAddress{});
     EXPECT_EQ(lab::mac_from_text("02:00:00:00:0a:01:07"), lab::MacAddress{});
 }

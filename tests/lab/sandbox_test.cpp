@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "lab/sandbox/doctor.h"
+#include "lab/sandbox/doctor_report.h"
 #include "lab/sandbox/layout.h"
 #include "lab/sandbox/network.h"
 #include "lab/sandbox/program.h"
@@ -130,10 +130,9 @@ TEST_F(Sandbox, has_room_for_another_sandbox_inside_with_the_same_shell_and_tool
     const std::string root = "/proc/" + std::to_string(inner) + "/root";
     EXPECT_TRUE(harness::file_is_there(root + "/run/lab/bin/uci"));
     EXPECT_EQ(file_text(root + "/proc/1/comm"), "lab_init\n");
-    ASSERT_EQ(lab::run_program({"nsenter", "-t", std::to_string(inner), "-m", "-r", "-p", "-n",
-                                "sh", "-c", "uci get a.b.c; ip link show br-lan"},
-                               "", error),
-              0)
+    ASSERT_TRUE(lab::run_program({"nsenter", "-t", std::to_string(inner), "-m", "-r", "-p", "-n",
+                                  "sh", "-c", "uci get a.b.c; ip link show br-lan"},
+                                 "", error))
         << error;
     EXPECT_NE(file_text(root + lab::LAB_LINES).find("uci get a.b.c"), std::string::npos);
     EXPECT_EQ(harness::recorded_lines(), std::vector<std::string>{});
@@ -149,7 +148,7 @@ int exit_code_inside(Inside inside) {
         lab::SandboxOptions options;
         options.programs = BACKHAUL_BUILD_DIR "/lab";
         std::string error;
-        if (lab::sandbox_enter(options, error) != 0) {
+        if (!lab::sandbox_enter(options, error)) {
             _exit(97);
         }
         inside();
@@ -189,10 +188,10 @@ TEST_F(Sandbox, makes_the_folders_that_a_bare_machine_lacks_for_its_scripts) {
     const pid_t inner = lab::sandbox_start(options, error);
     umount2("/etc", MNT_DETACH);
     ASSERT_GT(inner, 0) << error;
-    ASSERT_EQ(lab::run_program({"nsenter", "-t", std::to_string(inner), "-m", "-r", "-p", "-n",
-                                "sh", "-c", "/etc/init.d/hyd stop && cat /etc/hosts > /tmp/hosts"},
-                               "", error),
-              0)
+    ASSERT_TRUE(
+        lab::run_program({"nsenter", "-t", std::to_string(inner), "-m", "-r", "-p", "-n", "sh",
+                          "-c", "/etc/init.d/hyd stop && cat /etc/hosts > /tmp/hosts"},
+                         "", error))
         << error;
     EXPECT_EQ(file_text("/proc/" + std::to_string(inner) + "/root/tmp/hosts"),
               "127.0.0.1 localhost\n");
@@ -218,16 +217,16 @@ TEST_F(Sandbox, says_what_failed_when_the_network_cannot_be_made) {
 }
 
 TEST(Doctor, finds_nothing_missing_where_the_tests_run) {
-    for (const lab::Lack& lack : lab::doctor_look(BACKHAUL_BUILD_DIR "/lab")) {
-        ADD_FAILURE() << lack.what << ": " << lack.remedy;
+    for (const lab::DoctorRow& row : lab::doctor_report(BACKHAUL_BUILD_DIR "/lab").rows) {
+        EXPECT_NE(row.mark, lab::DoctorMark::lacks) << row.name << ": " << row.found;
     }
 }
 
 TEST(Doctor, names_the_programs_that_were_not_built) {
-    const std::vector<lab::Lack> lacks = lab::doctor_look("/nowhere");
-    ASSERT_EQ(lacks.size(), 3U);
-    EXPECT_EQ(lacks[0].what, "/nowhere/lab_tool is missing");
-    EXPECT_EQ(lacks[0].remedy, "build lab_programs");
+    const lab::DoctorReport report = lab::doctor_report("/nowhere");
+    EXPECT_FALSE(lab::doctor_is_good(report));
+    EXPECT_EQ(report.rows.at(2).found, "/nowhere/lab_tool is missing");
+    EXPECT_EQ(report.rows.at(2).remedy, "build the targets backhaul_monitor and lab_programs");
 }
 
 TEST(NetworkCommands, give_every_router_at_an_address_the_same_hardware_address) {

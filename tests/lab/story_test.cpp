@@ -92,10 +92,10 @@ TEST_F(StoryBed, lets_time_pass_while_a_tool_hangs_at_its_gate) {
 TEST_F(StoryBed, hears_nothing_over_a_cable_that_was_pulled) {
     start_extender();
     std::string error;
-    ASSERT_EQ(router().node().cable(false, error), 0) << error;
+    ASSERT_TRUE(router().node().cable(false, error)) << error;
     announce_root();
     expect_no_file("/tmp/rootap_ip");
-    ASSERT_EQ(router().node().cable(true, error), 0) << error;
+    ASSERT_TRUE(router().node().cable(true, error)) << error;
     announce_root();
     expect_file("/tmp/rootap_ip", "192.168.1.1\n");
 }
@@ -106,7 +106,7 @@ TEST_F(StoryBed, holds_the_database_locked_for_as_long_as_the_test_wants) {
         const lab::DatabaseLock lock(router().node());
         EXPECT_TRUE(lock.ok());
         std::string error;
-        EXPECT_EQ(lab::database_run(router().node(), "SELECT * FROM Device;", error), -1);
+        EXPECT_FALSE(lab::database_run(router().node(), "SELECT * FROM Device;", error));
         EXPECT_EQ(error, "database is locked");
     }
     router().sql("SELECT * FROM Device;");
@@ -139,6 +139,7 @@ TEST_F(StoryBed, shows_what_differs_when_an_expectation_fails) {
         "  STA mac : 02:00:00:00:aa:01\n");
 }
 
+// NOLINTNEXTLINE(readability-function-size): what the macro nests
 TEST_F(StoryBed, fails_when_a_condition_does_not_come_true_in_time) {
     start_extender();
     EXPECT_NONFATAL_FAILURE(advance_until([] { return false; }, 5),

@@ -28,16 +28,16 @@ protected:
             options.address = "192.168.1." + std::to_string(10 + index) + "/24";
             options.radios = {};
             options.switch_name = lab::MeshNetwork::switch_name(index);
-            ASSERT_EQ(network.switch_make(index, error), 0) << error;
+            ASSERT_TRUE(network.switch_make(index, error)) << error;
             nodes.push_back(lab::Node::make(options, error));
             ASSERT_NE(nodes.back(), nullptr) << error;
             network.node_port_set(index, nodes.back()->switch_port());
-            ASSERT_EQ(probe.node_add(nodes.back()->init(), error), 0) << error;
+            ASSERT_TRUE(probe.node_add(nodes.back()->init(), error)) << error;
         }
     }
 
     void up(int node, const std::string& interface, int peer) {
-        ASSERT_EQ(network.link_up(node, interface, peer, error), 0) << error;
+        ASSERT_TRUE(network.link_up(node, interface, peer, error)) << error;
     }
 
     std::vector<int> mark_from(int node) {
@@ -69,7 +69,7 @@ TEST_F(MeshNetwork, carries_a_broadcast_once_to_everybody_in_reach) {
 TEST_F(MeshNetwork, carries_nothing_over_a_link_that_is_gone_or_leads_elsewhere_now) {
     make(3);
     up(1, "ath0", 0);
-    ASSERT_EQ(network.link_down(1, "ath0", error), 0) << error;
+    ASSERT_TRUE(network.link_down(1, "ath0", error)) << error;
     EXPECT_THAT(mark_from(0), ElementsAre(1, 0, 0));
     EXPECT_FALSE(network.carries(1, "ath0"));
     up(1, "ath0", 2);
@@ -87,9 +87,9 @@ TEST_F(MeshNetwork, holds_a_link_open_that_closes_a_loop_and_shows_the_loop_for_
     EXPECT_TRUE(network.carries(2, "ath1"));
     EXPECT_THAT(mark_from(0), ElementsAre(1, 1, 1));
 
-    ASSERT_EQ(network.loop_shut(error), 0) << error;
+    ASSERT_TRUE(network.loop_shut(error)) << error;
     const std::uint32_t mark = probe.send(0);
-    ASSERT_EQ(network.loop_open(error), 0) << error;
+    ASSERT_TRUE(network.loop_open(error)) << error;
     EXPECT_THAT(probe.counts(mark), Each(Gt(1)));
     // What circled is gone.
     EXPECT_THAT(mark_from(0), ElementsAre(1, 1, 1));
@@ -100,11 +100,11 @@ TEST_F(MeshNetwork, plugs_a_held_link_when_the_loop_opens_elsewhere) {
     up(1, "ath0", 0);
     up(2, "ath0", 1);
     up(2, "ath1", 0);
-    ASSERT_EQ(network.link_down(2, "ath0", error), 0) << error;
+    ASSERT_TRUE(network.link_down(2, "ath0", error)) << error;
     EXPECT_EQ(network.loop_at(), -1);
     EXPECT_FALSE(network.carries(2, "ath0"));
     EXPECT_THAT(mark_from(2), ElementsAre(1, 1, 1));
-    ASSERT_EQ(network.link_down(2, "ath1", error), 0) << error;
+    ASSERT_TRUE(network.link_down(2, "ath1", error)) << error;
     EXPECT_THAT(mark_from(2), ElementsAre(0, 0, 1));
 }
 
@@ -113,7 +113,7 @@ TEST_F(MeshNetwork, forgets_a_held_link_that_goes_away) {
     up(1, "ath0", 0);
     up(1, "ath1", 0);
     EXPECT_EQ(network.loop_at(), 1);
-    ASSERT_EQ(network.broadcast_set(1, "ath1", false, error), 0) << error;
+    ASSERT_TRUE(network.broadcast_set(1, "ath1", false, error)) << error;
     EXPECT_EQ(network.loop_at(), -1);
     EXPECT_FALSE(network.carries(1, "ath1"));
     EXPECT_THAT(mark_from(0), ElementsAre(1, 1));
@@ -121,14 +121,14 @@ TEST_F(MeshNetwork, forgets_a_held_link_that_goes_away) {
 
 TEST_F(MeshNetwork, leaves_a_station_out_while_its_broadcasts_are_disabled) {
     make(2);
-    ASSERT_EQ(network.broadcast_set(1, "ath0", false, error), 0) << error;
+    ASSERT_TRUE(network.broadcast_set(1, "ath0", false, error)) << error;
     up(1, "ath0", 0);
     EXPECT_THAT(mark_from(0), ElementsAre(1, 0));
-    ASSERT_EQ(network.broadcast_set(1, "ath0", true, error), 0) << error;
+    ASSERT_TRUE(network.broadcast_set(1, "ath0", true, error)) << error;
     EXPECT_THAT(mark_from(0), ElementsAre(1, 1));
-    ASSERT_EQ(network.broadcast_set(1, "ath0", false, error), 0) << error;
+    ASSERT_TRUE(network.broadcast_set(1, "ath0", false, error)) << error;
     EXPECT_THAT(mark_from(0), ElementsAre(1, 0));
-    ASSERT_EQ(network.broadcast_reset(1, error), 0) << error;
+    ASSERT_TRUE(network.broadcast_reset(1, error)) << error;
     EXPECT_THAT(mark_from(0), ElementsAre(1, 1));
 }
 
@@ -136,10 +136,10 @@ TEST_F(MeshNetwork, loses_a_nodes_own_frames_and_passes_those_of_others) {
     make(3);
     up(1, "ath0", 0);
     up(2, "ath0", 1);
-    ASSERT_EQ(network.messages_set(1, false, error), 0) << error;
+    ASSERT_TRUE(network.messages_set(1, false, error)) << error;
     EXPECT_THAT(mark_from(0), ElementsAre(1, 0, 1));
     EXPECT_THAT(mark_from(1), ElementsAre(0, 1, 0));
-    ASSERT_EQ(network.messages_set(1, true, error), 0) << error;
+    ASSERT_TRUE(network.messages_set(1, true, error)) << error;
     EXPECT_THAT(mark_from(0), ElementsAre(1, 1, 1));
 }
 

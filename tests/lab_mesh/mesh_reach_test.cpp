@@ -35,13 +35,13 @@ protected:
             ap.ssid = air.ssid;
             ap.key = air.key;
             made.aps = {ap};
-            ASSERT_EQ(network.switch_make(node, error), 0) << error;
+            ASSERT_TRUE(network.switch_make(node, error)) << error;
         }
     }
 
     void join(int node, int above) {
         air.nodes[lab::air_index(node)].stations[0].ap_node = above;
-        ASSERT_EQ(network.link_up(node, "ath0", above, error), 0) << error;
+        ASSERT_TRUE(network.link_up(node, "ath0", above, error)) << error;
     }
 
     void lay_cable(int node, int above) {
@@ -50,7 +50,7 @@ protected:
         cable.to = above;
         cable.forwarding = true;
         air.cables.push_back(cable);
-        ASSERT_EQ(network.link_up(node, "eth", above, error), 0) << error;
+        ASSERT_TRUE(network.link_up(node, "eth", above, error)) << error;
     }
 
     std::vector<bool> reaches() const {
@@ -87,7 +87,7 @@ TEST_F(MeshReach, needs_a_root_with_power_and_links_that_carry_frames) {
     make(3);
     join(1, 0);
     join(2, 1);
-    ASSERT_EQ(network.broadcast_set(2, "ath0", false, error), 0) << error;
+    ASSERT_TRUE(network.broadcast_set(2, "ath0", false, error)) << error;
     EXPECT_THAT(reaches(), ElementsAre(true, true, false));
     air.nodes[0].powered = false;
     EXPECT_THAT(reaches(), ElementsAre(false, false, false));

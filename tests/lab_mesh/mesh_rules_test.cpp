@@ -48,7 +48,7 @@ protected:
 
     void pass(int seconds) {
         for (int second = 0; second < seconds; ++second) {
-            ASSERT_EQ(mesh->second(error), 0) << error;
+            ASSERT_TRUE(mesh->second(error)) << error;
         }
     }
 
@@ -58,7 +58,7 @@ protected:
         done.node = node;
         done.number = number;
         std::string note;
-        ASSERT_EQ(mesh->verb(done, &note, error), 0) << error;
+        ASSERT_TRUE(mesh->verb(done, &note, error)) << error;
         EXPECT_EQ(note, "");
     }
 
@@ -171,7 +171,7 @@ TEST_F(MeshRulesOfThree, count_as_out_who_is_ready_by_a_cable_below_one_without_
     cable.node = "e2";
     cable.peer = "e1";
     std::string note;
-    ASSERT_EQ(mesh->verb(cable, &note, error), 0) << error;
+    ASSERT_TRUE(mesh->verb(cable, &note, error)) << error;
     const auto e2_ready = [this] {
         return lab::link_tracker_has(*mesh->tracker("e2"), lab::STATE_ETH_READY);
     };

@@ -103,7 +103,7 @@ protected:
     }
 
     std::string station_off(const std::string& node, const std::string& interface) {
-        const std::string out =
+        std::string out =
             tool(node, "wpa_cli -g /var/run/wpa_supplicantglobal interface_remove " + interface);
         apply(node, interface, false);
         return out;

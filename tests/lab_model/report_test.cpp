@@ -33,7 +33,7 @@ TEST(Outages, are_summed_up_for_a_node_and_for_all) {
     OutageBook book;
     for (const int length : {5, 100, 20, 7}) {
         const std::string node = length == 7 ? "e2" : "e1";
-        const std::int64_t from = length * 1000;
+        const std::int64_t from = std::int64_t{length} * 1000;
         outage_note(&book, node, from - 1, true);
         outage_note(&book, node, from, false);
         outage_note(&book, node, from + length, true);

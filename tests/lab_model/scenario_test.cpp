@@ -32,12 +32,5 @@ TEST(ConditionFate, of_one_that_lasts_is_held_at_the_end_and_failed_at_the_first
     EXPECT_EQ(condition_fate(step, false, 29), ConditionFate::failed);
 }
 
-TEST(Scenario, takes_as_long_as_its_steps_may) {
-    Scenario scenario;
-    scenario.steps = {expect_step(30, 0), expect_step(0, 12)};
-    scenario.steps[0].after = 5;
-    EXPECT_EQ(scenario_longest_seconds(scenario), 47);
-}
-
 }  // namespace
 }  // namespace lab

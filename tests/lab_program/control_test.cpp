@@ -19,7 +19,7 @@ protected:
     Outcome speed(const Json& body) {
         return ask({ApiAction::speed, "", body});
     }
-    Json log(std::int64_t from, std::int64_t last = -1) {
+    Json log_lines(std::int64_t from, std::int64_t last = -1) {
         return ask({ApiAction::log, "e1", {}, from, last}).answer.body;
     }
     std::vector<std::string> events(std::int64_t from) {
@@ -176,32 +176,32 @@ TEST_F(ControlTest, stands_still_and_says_why_when_a_second_does_not_pass) {
 TEST_F(ControlTest, dates_log_lines_with_the_time_of_the_node_and_of_the_mesh) {
     control_.started = 1700000000;
     fake_.log = {{1700000001, "first"}, {1700000002, "second"}};
-    EXPECT_EQ(log(0), (Json{{"lines",
-                             {{{"time", 1700000001}, {"seconds", 1}, {"text", "first"}},
-                              {{"time", 1700000002}, {"seconds", 2}, {"text", "second"}}}},
-                            {"next", 2}}));
+    EXPECT_EQ(log_lines(0), (Json{{"lines",
+                                   {{{"time", 1700000001}, {"seconds", 1}, {"text", "first"}},
+                                    {{"time", 1700000002}, {"seconds", 2}, {"text", "second"}}}},
+                                  {"next", 2}}));
 }
 
 TEST_F(ControlTest, goes_on_with_a_log_where_the_reader_stopped) {
     fake_.log = {{0, "a"}, {0, "b"}, {0, "c"}};
-    EXPECT_EQ(log(-1, 2)["lines"].size(), 2U);
-    EXPECT_EQ(log(3)["lines"].size(), 0U);
+    EXPECT_EQ(log_lines(-1, 2)["lines"].size(), 2U);
+    EXPECT_EQ(log_lines(3)["lines"].size(), 0U);
     fake_.log = {{0, "d"}};
-    const Json more = log(3);
+    const Json more = log_lines(3);
     ASSERT_EQ(more["lines"].size(), 1U);
     EXPECT_EQ(more["lines"][0]["text"], "d");
     EXPECT_EQ(more["next"], 4);
-    EXPECT_EQ(log(99)["next"], 4);
+    EXPECT_EQ(log_lines(99)["next"], 4);
 }
 
 TEST_F(ControlTest, keeps_the_newest_lines_of_a_long_log) {
     fake_.log.assign(LOG_LINES_KEPT + 5, {0, "old"});
     control_read_news(control_);
     fake_.log = {{0, "new"}};
-    const Json oldest = log(0);
+    const Json oldest = log_lines(0);
     EXPECT_EQ(oldest["lines"].size(), LOG_LINES_AT_ONCE);
     EXPECT_EQ(oldest["next"], 6 + LOG_LINES_AT_ONCE);
-    const Json newest = log(-1, 1);
+    const Json newest = log_lines(-1, 1);
     ASSERT_EQ(newest["lines"].size(), 1U);
     EXPECT_EQ(newest["lines"][0]["text"], "new");
 }

@@ -26,7 +26,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 class LinkConnect : public LinkTest {
 protected:
@@ -63,21 +62,19 @@ TEST_F(LinkConnect, drops_a_backup_that_is_still_connecting_when_the_preferred_s
     enter(ath1, CONNECTING_BACKHAUL_AP);
     enter(ath0, CONNECTING_BACKHAUL_AP);
     backhaul_connected(ath0);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAreArray(joined(
-            {{"backhaul_connected(ath0) : backhaul_sta_num 1"},
-             distance("ath0", 2),
-             uci_disable_all(),
-             hyd_check(),
-             {"backhaul_connected(ath0) : Sync Service AP settings"},
-             agent_reload(),
-             change("ath0", 3, 4),
-             {"backhaul_connected : Best backhaul is alreay ready, disable connecting backup "
-              "sta(ath1)"},
-             change("ath1", 3, 0),
-             station_off("ath1"),
-             led("BackhaulConnect")})));
+    expect_journal(
+        {{"backhaul_connected(ath0) : backhaul_sta_num 1"},
+         distance("ath0", 2),
+         uci_disable_all(),
+         hyd_check(),
+         {"backhaul_connected(ath0) : Sync Service AP settings"},
+         agent_reload(),
+         change("ath0", 3, 4),
+         {"backhaul_connected : Best backhaul is alreay ready, disable connecting backup "
+          "sta(ath1)"},
+         change("ath1", 3, 0),
+         station_off("ath1"),
+         led("BackhaulConnect")});
     EXPECT_EQ(runtime.backup_backhaul_sta.get(), nullptr);
     EXPECT_EQ(status_file(), "connected\n");
 }
@@ -94,14 +91,12 @@ TEST_F(LinkConnect, keeps_a_backup_that_is_not_connecting_when_the_preferred_sta
 TEST_F(LinkConnect, hands_the_ready_link_of_the_backup_to_the_preferred_station) {
     preferred_is_back(BACKHAUL_READY);
     backhaul_connected(ath0);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(joined(
-                    {{"backhaul_connected(ath0) : backhaul_sta_num 2"},
-                     topology_unknown,
-                     {"backhaul_connected : Best backhaul come back, disable backup sta(ath1)"},
-                     change("ath1", 7, 0),
-                     station_off("ath1"),
-                     change("ath0", 3, 7)})));
+    expect_journal({{"backhaul_connected(ath0) : backhaul_sta_num 2"},
+                    topology_unknown,
+                    {"backhaul_connected : Best backhaul come back, disable backup sta(ath1)"},
+                    change("ath1", 7, 0),
+                    station_off("ath1"),
+                    change("ath0", 3, 7)});
     EXPECT_EQ(ath0->state, BACKHAUL_READY);
     EXPECT_EQ(ath1->state, INIT);
     EXPECT_EQ(runtime.backhaul_sta_num, 1);
@@ -111,15 +106,13 @@ TEST_F(LinkConnect, hands_the_ready_link_of_the_backup_to_the_preferred_station)
 TEST_F(LinkConnect, goes_on_with_the_configuration_that_the_backup_had_begun) {
     preferred_is_back(CONNECT_WITH_BACKHAUL_AP);
     backhaul_connected(ath0);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(joined(
-                    {{"backhaul_connected(ath0) : backhaul_sta_num 2"},
-                     topology_unknown,
-                     {"backhaul_connected : Best backhaul come back, disable backup sta(ath1)"},
-                     change("ath1", 4, 0),
-                     station_off("ath1"),
-                     {"backhaul_connected : backup sta is doing auto-config, try to continue it"},
-                     change("ath0", 3, 4)})));
+    expect_journal({{"backhaul_connected(ath0) : backhaul_sta_num 2"},
+                    topology_unknown,
+                    {"backhaul_connected : Best backhaul come back, disable backup sta(ath1)"},
+                    change("ath1", 4, 0),
+                    station_off("ath1"),
+                    {"backhaul_connected : backup sta is doing auto-config, try to continue it"},
+                    change("ath0", 3, 4)});
     EXPECT_EQ(ath0->state, CONNECT_WITH_BACKHAUL_AP);
 }
 
@@ -141,12 +134,11 @@ TEST_F(LinkConnect, parks_the_preferred_station_and_keeps_the_backup_when_it_wou
     ASSERT_EQ(backhaul_db_open(), 0);
     preferred_is_back(BACKHAUL_READY);
     backhaul_connected(ath0);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(joined({{"backhaul_connected(ath0) : backhaul_sta_num 2",
-                                          "backhaul_db_topo_check : there will be a loop",
-                                          "backhaul_slave_wifi_loop_handle : Enter"},
-                                         change("ath0", 3, 6),
-                                         station_off("ath0")})));
+    expect_journal({{"backhaul_connected(ath0) : backhaul_sta_num 2",
+                     "backhaul_db_topo_check : there will be a loop",
+                     "backhaul_slave_wifi_loop_handle : Enter"},
+                    change("ath0", 3, 6),
+                    station_off("ath0")});
     EXPECT_EQ(ath0->state, CONNECT_PENDING);
     EXPECT_EQ(ath0->disconnect_count, 10);
     EXPECT_EQ(ath1->state, BACKHAUL_READY);
@@ -166,16 +158,16 @@ TEST_F(LinkConnect, only_logs_a_second_link_of_unknown_origin_and_keeps_counting
     runtime.backhaul_sta_num = 1;
     enter(ath0, CONNECTING_BACKHAUL_AP);
     backhaul_connected(ath0);
-    EXPECT_THAT(journal_take(), ElementsAre("backhaul_connected(ath0) : backhaul_sta_num 2",
-                                            "backhaul_connected : Unknown status",
-                                            "backhaul_connected : No backup_backhaul_sta"));
+    expect_journal(
+        {{"backhaul_connected(ath0) : backhaul_sta_num 2", "backhaul_connected : Unknown status",
+          "backhaul_connected : No backup_backhaul_sta"}});
     EXPECT_EQ(runtime.backhaul_sta_num, 2);
     runtime.backup_backhaul_sta = ath1;
     enter(ath1, CONNECTING_BACKHAUL_AP);
     backhaul_connected(ath1);
-    EXPECT_THAT(journal_take(), ElementsAre("backhaul_connected(ath1) : backhaul_sta_num 3",
-                                            "backhaul_connected : Unknown status",
-                                            "backhaul_connected : backup_backhaul_sta ath1 3"));
+    expect_journal(
+        {{"backhaul_connected(ath1) : backhaul_sta_num 3", "backhaul_connected : Unknown status",
+          "backhaul_connected : backup_backhaul_sta ath1 3"}});
 }
 
 TEST_F(LinkConnect, switches_another_station_off_while_the_preferred_one_is_up) {
@@ -187,14 +179,12 @@ TEST_F(LinkConnect, switches_another_station_off_while_the_preferred_one_is_up) 
         enter(ath0, state);
         enter(ath1, CONNECTING_BACKHAUL_AP);
         backhaul_connected(ath1);
-        EXPECT_THAT(
-            journal_take(),
-            ElementsAreArray(joined(
-                {{"backhaul_connected(ath1) : backhaul_sta_num 2",
-                  "backhaul_connected : Best backhaul is alreay ready, disable connected backup "
-                  "sta(ath1)"},
-                 change("ath1", 3, 0),
-                 station_off("ath1")})));
+        expect_journal(
+            {{"backhaul_connected(ath1) : backhaul_sta_num 2",
+              "backhaul_connected : Best backhaul is alreay ready, disable connected backup "
+              "sta(ath1)"},
+             change("ath1", 3, 0),
+             station_off("ath1")});
         EXPECT_EQ(runtime.backhaul_sta_num, 1);
         EXPECT_EQ(runtime.backup_backhaul_sta.get(), nullptr);
         EXPECT_EQ(ath0->state, state);
@@ -210,27 +200,23 @@ TEST_F(LinkDisconnect, reconnects_below_the_limit_and_parks_at_the_third_loss) {
         runtime.backhaul_sta_num = 2;
         enter(ath0, BACKHAUL_READY);
         backhaul_disconnected(ath0);
-        EXPECT_THAT(
-            journal_take(),
-            ElementsAreArray(joined({station_disconnect("ath0"),
-                                     {"backhaul_disconnected(ath0) : try to connect again",
-                                      "backhaul_disconnected(ath0) : sta_intf->disconnect_count " +
-                                          std::to_string(loss),
-                                      "backhaul_disconnected : try to reconnect"},
-                                     station_reconnect("ath0"),
-                                     change("ath0", 7, 3)})));
+        expect_journal(
+            {station_disconnect("ath0"),
+             {"backhaul_disconnected(ath0) : try to connect again",
+              "backhaul_disconnected(ath0) : sta_intf->disconnect_count " + std::to_string(loss),
+              "backhaul_disconnected : try to reconnect"},
+             station_reconnect("ath0"),
+             change("ath0", 7, 3)});
         EXPECT_EQ(ath0->state, CONNECTING_BACKHAUL_AP);
     }
     runtime.backhaul_sta_num = 2;
     enter(ath0, BACKHAUL_READY);
     backhaul_disconnected(ath0);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAreArray(joined({station_disconnect("ath0"),
-                                 loss_counted("ath0", 3),
-                                 parked("ath0"),
-                                 {"find_backup_backhaul_link : already have backup backhaul "
-                                  "sta"}})));
+    expect_journal({station_disconnect("ath0"),
+                    loss_counted("ath0", 3),
+                    parked("ath0"),
+                    {"find_backup_backhaul_link : already have backup backhaul "
+                     "sta"}});
     EXPECT_EQ(ath0->state, CONNECT_PENDING);
     EXPECT_EQ(ath0->timer_type, 0);
 }
@@ -294,25 +280,23 @@ TEST_F(LinkDisconnect, opens_the_scan_budget_and_shuts_the_service_aps_with_the_
     harness::put_file("/tmp/assoc_list.5g", "02:00:00:00:00:31 1 2 ath20 3 4\n");
     enter(ath0, BACKHAUL_READY);
     backhaul_disconnected(ath0);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAreArray(joined(
-            {station_disconnect("ath0"),
-             {"backhaul_disconnected : No backhaul link, disassociate all sta in backhaul ap",
-              "device_disassoc_all_backhaulap_sta : iwpriv ath20 kickmac 02:00:00:00:00:31",
-              "$ iwpriv ath20 kickmac 02:00:00:00:00:31",
-              "backhaul_disconnected : No backhaul link, disable all service AP"},
-             ap_off("ath10"),
-             ap_off("ath11"),
-             ap_off("ath14"),
-             {"dev_intf_enable_set : disable ath20", "$ uci set wireless.ath20.disabled=1",
-              "$ uci commit wireless", "$ /etc/init.d/wireless restart",
-              "backhaul_disconnected(ath0) : try to connect again",
-              "backhaul_disconnected(ath0) : sta_intf->disconnect_count 1",
-              "backhaul_disconnected : try to reconnect"},
-             station_reconnect("ath0"),
-             change("ath0", 7, 3),
-             led("BackhaulDisConnect")})));
+    expect_journal(
+        {station_disconnect("ath0"),
+         {"backhaul_disconnected : No backhaul link, disassociate all sta in backhaul ap",
+          "device_disassoc_all_backhaulap_sta : iwpriv ath20 kickmac 02:00:00:00:00:31",
+          "$ iwpriv ath20 kickmac 02:00:00:00:00:31",
+          "backhaul_disconnected : No backhaul link, disable all service AP"},
+         ap_off("ath10"),
+         ap_off("ath11"),
+         ap_off("ath14"),
+         {"dev_intf_enable_set : disable ath20", "$ uci set wireless.ath20.disabled=1",
+          "$ uci commit wireless", "$ /etc/init.d/wireless restart",
+          "backhaul_disconnected(ath0) : try to connect again",
+          "backhaul_disconnected(ath0) : sta_intf->disconnect_count 1",
+          "backhaul_disconnected : try to reconnect"},
+         station_reconnect("ath0"),
+         change("ath0", 7, 3),
+         led("BackhaulDisConnect")});
     EXPECT_EQ(ath0->uplink_scan_count, 0);
     EXPECT_EQ(ath0->other_band_scan_enable, 1);
 }
@@ -344,13 +328,11 @@ TEST_F(BackupLink, makes_the_failed_backup_idle_and_takes_the_next_station) {
     enter(ath0, CONNECTING_BACKHAUL_AP);
     enter(ath1, CONNECTING_BACKHAUL_AP);
     find_backup_backhaul_link(ath1);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAreArray(joined({search_finding(),
-                                 change("ath2", 0, 3),
-                                 station_on("ath2"),
-                                 {"find_backup_backhaul_link : found backup backhaul sta ath2"},
-                                 led("BackhaulDisConnect")})));
+    expect_journal({search_finding(),
+                    change("ath2", 0, 3),
+                    station_on("ath2"),
+                    {"find_backup_backhaul_link : found backup backhaul sta ath2"},
+                    led("BackhaulDisConnect")});
     EXPECT_EQ(ath1->state, INIT);
     EXPECT_EQ(ath1->timer_type, 1) << "a direct store leaves the timeout as it is";
     EXPECT_EQ(ath2->state, CONNECTING_BACKHAUL_AP);
@@ -361,21 +343,17 @@ TEST_F(BackupLink, tries_the_preferred_station_again_beside_a_backup_that_it_alr
     runtime.backup_backhaul_sta = ath1;
     enter(ath0, CONNECTING_BACKHAUL_AP);
     find_backup_backhaul_link(ath0);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAreArray(joined({{"find_backup_backhaul_link : already have backup backhaul sta"},
-                                 change("ath0", 3, 3),
-                                 station_on("ath0"),
-                                 led("BackhaulDisConnect")})));
+    expect_journal({{"find_backup_backhaul_link : already have backup backhaul sta"},
+                    change("ath0", 3, 3),
+                    station_on("ath0"),
+                    led("BackhaulDisConnect")});
 }
 
 TEST_F(BackupLink, parks_a_preferred_station_whose_losses_reached_the_limit) {
     ath0->disconnect_count = 3;
     enter(ath0, CONNECTING_BACKHAUL_AP);
     find_backup_backhaul_link(ath0);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(joined(
-                    {change("ath0", 3, 6), backup_enabled("ath1"), led("BackhaulDisConnect")})));
+    expect_journal({change("ath0", 3, 6), backup_enabled("ath1"), led("BackhaulDisConnect")});
     EXPECT_EQ(ath0->state, CONNECT_PENDING);
     EXPECT_EQ(ath1->state, CONNECTING_BACKHAUL_AP);
 }
@@ -407,12 +385,10 @@ TEST_F(BackupLink, releases_parked_stations_and_restarts_the_preferred_one) {
     ath0->disconnect_count = 10;
     ath1->disconnect_count = 3;
     backhaul_slave_backhaul_restore();
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAreArray(joined({{"backhaul_slave_backhaul_restore : Enter",
-                                  "backhaul_slave_backhaul_restore : best backhaul reconncet"},
-                                 change("ath0", 0, 3),
-                                 station_on("ath0")})));
+    expect_journal({{"backhaul_slave_backhaul_restore : Enter",
+                     "backhaul_slave_backhaul_restore : best backhaul reconncet"},
+                    change("ath0", 0, 3),
+                    station_on("ath0")});
     EXPECT_EQ(ath0->state, CONNECTING_BACKHAUL_AP);
     EXPECT_EQ(ath1->state, INIT);
     EXPECT_EQ(ath0->disconnect_count, 0);
@@ -424,7 +400,7 @@ TEST_F(BackupLink, clears_counts_only_when_the_preferred_station_was_not_parked)
     ath0->disconnect_count = 2;
     ath1->state = CONNECT_PENDING;
     backhaul_slave_backhaul_restore();
-    EXPECT_THAT(journal_take(), ElementsAre("backhaul_slave_backhaul_restore : Enter"));
+    expect_journal({{"backhaul_slave_backhaul_restore : Enter"}});
     EXPECT_EQ(ath0->state, BACKHAUL_READY);
     EXPECT_EQ(ath0->disconnect_count, 0);
     EXPECT_EQ(ath1->state, INIT);
@@ -437,7 +413,7 @@ TEST_F(LinkTools, keeps_the_distance_file_when_the_answer_cannot_be_opened) {
     harness::put_file("/tmp/ath_dist/kept", "");
     EXPECT_EQ(qca_dist_get(ath0), -1);
     EXPECT_EQ(harness::file_text("/tmp/rootdistance"), "5\n");
-    EXPECT_THAT(journal_take(), ElementsAre("$ iwpriv ath0 get_whc_dist > /tmp/ath_dist"));
+    expect_journal({{"$ iwpriv ath0 get_whc_dist > /tmp/ath_dist"}});
 }
 
 TEST_F(LinkTools, takes_an_empty_answer_for_distance_0) {
@@ -467,8 +443,7 @@ TEST_F(LinkTools, tells_hyd_of_the_given_station_alone) {
     const intf_record* const namesake = intf_add("ath0", BACKHAUL_STA, BAND_24G);
     hyd_bcast_reset(namesake, INTF_ENABLE);
     hyd_bcast_reset(ath0, INTF_DISABLE);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(joined({bcast("ath0", "enable"), bcast("ath0", "disable")})));
+    expect_journal({bcast("ath0", "enable"), bcast("ath0", "disable")});
 }
 
 TEST_F(LinkTools, runs_whole_lines_for_an_interface_name_of_15_characters) {
@@ -487,19 +462,17 @@ TEST_F(LinkTools, runs_whole_lines_for_an_interface_name_of_15_characters) {
 TEST_F(LinkTools, tells_hyd_nothing_about_a_record_that_is_no_station) {
     hyd_bcast_reset(eth, INTF_ENABLE);
     hyd_bcast_reset(ath20, INTF_DISABLE);
-    EXPECT_THAT(journal_take(), IsEmpty());
+    expect_journal({});
 }
 
 TEST_F(LinkTools, switches_service_aps_in_table_order_and_no_predefined_ap) {
     intf_add("ath2", PRE_DEF_AP, BAND_24G);
     service_ap_enable_all(INTF_ENABLE);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAre("dev_intf_enable_set : enable ath10", "$ uci get wireless.ath10.disabled",
-                    "$ /etc/init.d/wireless restart", "dev_intf_enable_set : enable ath11",
-                    "$ uci get wireless.ath11.disabled", "$ /etc/init.d/wireless restart",
-                    "dev_intf_enable_set : enable ath14", "$ uci get wireless.ath14.disabled",
-                    "$ /etc/init.d/wireless restart"));
+    expect_journal({{"dev_intf_enable_set : enable ath10", "$ uci get wireless.ath10.disabled",
+                     "$ /etc/init.d/wireless restart", "dev_intf_enable_set : enable ath11",
+                     "$ uci get wireless.ath11.disabled", "$ /etc/init.d/wireless restart",
+                     "dev_intf_enable_set : enable ath14", "$ uci get wireless.ath14.disabled",
+                     "$ /etc/init.d/wireless restart"}});
 }
 
 }  // namespace

@@ -15,16 +15,13 @@
 
 namespace {
 
-using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 class LinkState : public LinkTest {};
 
 TEST_F(LinkState, logs_a_dropped_request_and_leaves_state_and_timer_alone) {
     backhaul_intf_state_change(ath0, CONNECT_WITH_BACKHAUL_AP);
-    EXPECT_THAT(journal_take(),
-                ElementsAre("backhaul_intf_state_change : change ath0 state from 0 to 4"));
+    expect_journal({{"backhaul_intf_state_change : change ath0 state from 0 to 4"}});
     EXPECT_EQ(ath0->state, INIT);
     EXPECT_EQ(ath0->timer_type, 0);
     EXPECT_EQ(ath0->timer_start, 0U);
@@ -205,13 +202,13 @@ TEST_F(LinkState, writes_exactly_one_of_three_texts_to_the_status_file) {
     EXPECT_EQ(status_file(), "not ready\n");
     backhaul_status_write(backhaul_status::ready);
     EXPECT_EQ(status_file(), "ready\n");
-    EXPECT_THAT(journal_take(), IsEmpty());
+    expect_journal({});
 }
 
 TEST_F(LinkState, logs_a_line_without_a_function_name_when_the_status_file_cannot_be_opened) {
     ASSERT_EQ(mkdir("/tmp/backhaul_status", 0755), 0);
     backhaul_status_write(backhaul_status::ready);
-    EXPECT_THAT(journal_take(), ElementsAre("can't open /tmp/backhaul_status"));
+    expect_journal({{"can't open /tmp/backhaul_status"}});
 }
 
 }  // namespace

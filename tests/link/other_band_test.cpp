@@ -15,9 +15,7 @@
 
 namespace {
 
-using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 mac_address found_by_selector;
 
@@ -49,9 +47,8 @@ protected:
 
 TEST_F(OtherBand, scan_gives_2_and_remembers_the_ap_that_it_chose) {
     EXPECT_EQ(backhaul_intf_other_band_scan(ath0), 2);
-    EXPECT_THAT(journal_take(),
-                ElementsAre("backhaul_intf_other_band_scan : Find other band AP 02:bb:00:00:00:02",
-                            "backhaul_intf_other_band_scan : Current AP 02:aa:00:00:00:01"));
+    expect_journal({{"backhaul_intf_other_band_scan : Find other band AP 02:bb:00:00:00:02",
+                     "backhaul_intf_other_band_scan : Current AP 02:aa:00:00:00:01"}});
     EXPECT_EQ(ath0->configured_bssid.get(), AP_B);
     EXPECT_EQ(ath0->bssid.get(), AP_A);
 }
@@ -59,7 +56,7 @@ TEST_F(OtherBand, scan_gives_2_and_remembers_the_ap_that_it_chose) {
 TEST_F(OtherBand, scan_gives_0_for_the_ap_that_the_station_is_on) {
     found_by_selector = AP_A;
     EXPECT_EQ(backhaul_intf_other_band_scan(ath0), 0);
-    EXPECT_THAT(journal_take(), IsEmpty());
+    expect_journal({});
     EXPECT_EQ(bssid_is_zero(ath0->configured_bssid.get()), 1);
 }
 
@@ -81,11 +78,9 @@ TEST_F(OtherBand, tick_posts_a_loss_that_is_ignored_during_the_switch) {
     ASSERT_TRUE(lab::wifi_not_associated_set("", "ath0"));
     enter(ath0, BACKHAUL_READY);
     backhaul_ready_tick(ath0);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(joined(
-                    {switching(),
-                     {"interface_timeout_chk : backhaul(ath0) is discconnected, try to reconnect"},
-                     event("ath0", 2)})));
+    expect_journal({switching(),
+                    {"interface_timeout_chk : backhaul(ath0) is discconnected, try to reconnect"},
+                    event("ath0", 2)});
     EXPECT_EQ(ath0->state, CONNECTING_TARGET_BACKHAUL_AP);
     EXPECT_EQ(runtime.backhaul_sta_num, 1);
 }

@@ -17,8 +17,6 @@
 
 namespace {
 
-using testing::ElementsAreArray;
-
 class SlaveEvent : public LinkTest {
 protected:
     /// Takes a reaction's journal, which starts with the event line and, in a state that is
@@ -30,7 +28,7 @@ protected:
         if (!state_name.empty()) {
             expected.push_back("wifi_slave_event_process : " + state_name);
         }
-        EXPECT_THAT(journal_take(), ElementsAreArray(joined({expected, reaction})));
+        expect_journal({expected, reaction});
         expect_mutex_free();
     }
 
@@ -105,10 +103,9 @@ TEST_F(SlaveEvent, keeps_the_mutex_when_a_wired_backhaul_has_no_record) {
     runtime.eth_backhaul_active = 1;
     eth->name = {"other"};
     wifi_slave_event_process(ath0, START);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(joined({event("ath0", 0),
-                                         {"wifi_slave_event_process : INIT",
-                                          "wifi_slave_event_process : eth_intf is NULL"}})));
+    expect_journal(
+        {event("ath0", 0),
+         {"wifi_slave_event_process : INIT", "wifi_slave_event_process : eth_intf is NULL"}});
     EXPECT_EQ(pthread_mutex_trylock(&runtime.state_mutex), EBUSY);
     pthread_mutex_unlock(&runtime.state_mutex);
 }
@@ -247,11 +244,10 @@ TEST_F(SlaveEvent, reports_not_ready_before_it_switches_to_a_better_ap) {
     EXPECT_EQ(ath0->state, CONNECTING_TARGET_BACKHAUL_AP);
     lab::gate_open("", "switch");
     reaction.join();
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(joined({event("ath0", 7),
-                                         {"wifi_slave_event_process : BACKHAUL_READY",
-                                          "wifi_slave_event_process : CONFIG_BEST_AP"},
-                                         target_joined("ath0", "02:bb:00:00:00:02")})));
+    expect_journal(
+        {event("ath0", 7),
+         {"wifi_slave_event_process : BACKHAUL_READY", "wifi_slave_event_process : CONFIG_BEST_AP"},
+         target_joined("ath0", "02:bb:00:00:00:02")});
     expect_timer(ath0, 1);
 }
 

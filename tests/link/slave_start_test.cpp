@@ -19,7 +19,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::IsEmpty;
 
 class SlaveStart : public LinkTest {
 protected:
@@ -44,14 +43,12 @@ protected:
 
 TEST_F(SlaveStart, shuts_the_aps_and_starts_the_preferred_station_after_ten_seconds) {
     backhaul_slave_init();
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(joined(
-                    {ap_off("ath10"),
-                     ap_off("ath11"),
-                     ap_off("ath14"),
-                     {"dev_intf_enable_set : disable ath20", "$ uci set wireless.ath20.disabled=1",
-                      "$ uci commit wireless", "$ /etc/init.d/wireless restart"},
-                     first_start})));
+    expect_journal({ap_off("ath10"),
+                    ap_off("ath11"),
+                    ap_off("ath14"),
+                    {"dev_intf_enable_set : disable ath20", "$ uci set wireless.ath20.disabled=1",
+                     "$ uci commit wireless", "$ /etc/init.d/wireless restart"},
+                    first_start});
     EXPECT_EQ(harness::clock_now(), START_TIME + 10);
     EXPECT_EQ(status_file(), "not ready\n");
     EXPECT_EQ(ath0->timer_start, START_TIME + 10);
@@ -115,13 +112,13 @@ TEST_F(EthSwitch, keeps_the_configuration_of_a_ready_station) {
     runtime.backup_backhaul_sta = ath1;
     harness::put_file("/tmp/backhaul_status", "ready\n");
     wifi_slave_eth_detect();
-    EXPECT_THAT(journal_take(), ElementsAreArray(joined({{"wifi_slave_eth_detect : Enter"},
-                                                         change("eth", 13, 15),
-                                                         change("ath0", 7, 16),
-                                                         station_off("ath0"),
-                                                         bcast("ath0", "disable"),
-                                                         station_off("ath1"),
-                                                         bcast("ath1", "disable")})));
+    expect_journal({{"wifi_slave_eth_detect : Enter"},
+                    change("eth", 13, 15),
+                    change("ath0", 7, 16),
+                    station_off("ath0"),
+                    bcast("ath0", "disable"),
+                    station_off("ath1"),
+                    bcast("ath1", "disable")});
     EXPECT_EQ(eth->state, ETH_BACKHAUL_READY);
     EXPECT_EQ(eth->timer_type, 1);
     EXPECT_EQ(ath0->state, ETH_BACKHAUL_STANDBY);
@@ -139,19 +136,19 @@ TEST_F(EthSwitch, configures_over_the_cable_for_each_station_that_was_connecting
     // Counted down to 0 before the LED is asked: with 2 links it would not show the cable.
     runtime.backhaul_sta_num = 2;
     wifi_slave_eth_detect();
-    EXPECT_THAT(journal_take(), ElementsAreArray(joined({{"wifi_slave_eth_detect : Enter"},
-                                                         agent_reload(),
-                                                         change("eth", 13, 14),
-                                                         led("BackhaulConnect"),
-                                                         change("ath0", 3, 16),
-                                                         station_off("ath0"),
-                                                         bcast("ath0", "disable"),
-                                                         agent_reload(),
-                                                         change("eth", 14, 14),
-                                                         led("BackhaulConnect"),
-                                                         change("ath1", 4, 16),
-                                                         station_off("ath1"),
-                                                         bcast("ath1", "disable")})));
+    expect_journal({{"wifi_slave_eth_detect : Enter"},
+                    agent_reload(),
+                    change("eth", 13, 14),
+                    led("BackhaulConnect"),
+                    change("ath0", 3, 16),
+                    station_off("ath0"),
+                    bcast("ath0", "disable"),
+                    agent_reload(),
+                    change("eth", 14, 14),
+                    led("BackhaulConnect"),
+                    change("ath1", 4, 16),
+                    station_off("ath1"),
+                    bcast("ath1", "disable")});
     EXPECT_EQ(eth->state, ETH_BACKHAUL_CONNECTED);
 }
 
@@ -185,8 +182,7 @@ TEST_F(EthSwitch, flags_the_cable_even_without_a_record_for_it) {
     enter(ath0, BACKHAUL_READY);
     runtime.backhaul_sta_num = 1;
     wifi_slave_eth_detect();
-    EXPECT_THAT(journal_take(), ElementsAre("wifi_slave_eth_detect : Enter",
-                                            "wifi_slave_eth_detect : eth_intf is NULL"));
+    expect_journal({{"wifi_slave_eth_detect : Enter", "wifi_slave_eth_detect : eth_intf is NULL"}});
     EXPECT_EQ(runtime.eth_backhaul_active, 1);
     EXPECT_EQ(runtime.backhaul_sta_num, 1);
     EXPECT_EQ(ath0->state, BACKHAUL_READY);
@@ -230,8 +226,7 @@ TEST_F(EthSwitch, survives_a_lost_cable_on_a_node_without_stations_or_record) {
     static_cast<void>(journal_take());
     eth->name = {"lan"};
     wifi_backhaul_recover();
-    EXPECT_THAT(journal_take(), ElementsAre("wifi_backhaul_recover : Enter",
-                                            "wifi_backhaul_recover : eth_intf is NULL"));
+    expect_journal({{"wifi_backhaul_recover : Enter", "wifi_backhaul_recover : eth_intf is NULL"}});
 }
 
 class LinkRecovery : public LinkTest {};
@@ -241,10 +236,9 @@ TEST_F(LinkRecovery, gives_linked_stations_one_loss_of_credit_at_a_network_reloa
     ath1->state = CONNECT_WITH_BACKHAUL_AP;
     ath1->disconnect_count = 2;
     backhaul_network_reload_handle();
-    EXPECT_THAT(journal_take(),
-                ElementsAre("backhaul_network_reload_handle : Enter",
-                            "backhaul_network_reload_handle : intf(ath0) disconnect_count -1",
-                            "backhaul_network_reload_handle : intf(ath1) disconnect_count 1"));
+    expect_journal({{"backhaul_network_reload_handle : Enter",
+                     "backhaul_network_reload_handle : intf(ath0) disconnect_count -1",
+                     "backhaul_network_reload_handle : intf(ath1) disconnect_count 1"}});
     backhaul_network_reload_handle();
     EXPECT_EQ(ath0->disconnect_count, -1) << "no second credit";
     EXPECT_EQ(ath1->disconnect_count, 0);
@@ -265,14 +259,12 @@ TEST_F(LinkRecovery, reconnects_a_station_that_is_lost_while_the_agent_is_late) 
     ath0->uplink_scan_count = 3;
     ASSERT_TRUE(lab::wifi_not_associated_set("", "ath0"));
     backhaul_auto_config_timeout_handle(ath0);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(joined(
-                    {{"$ iwconfig ath0 | grep Not-Associated > /tmp/iw_result",
-                      "backhaul_auto_config_timeout_handle : backhaul sta lost connection, try to "
-                      "connect again"},
-                     led("BackhaulDisConnect"),
-                     change("ath0", 4, 3),
-                     station_reconnect("ath0")})));
+    expect_journal({{"$ iwconfig ath0 | grep Not-Associated > /tmp/iw_result",
+                     "backhaul_auto_config_timeout_handle : backhaul sta lost connection, try to "
+                     "connect again"},
+                    led("BackhaulDisConnect"),
+                    change("ath0", 4, 3),
+                    station_reconnect("ath0")});
     EXPECT_EQ(runtime.backhaul_sta_num, 0);
     EXPECT_EQ(ath0->uplink_scan_count, 3);
     EXPECT_EQ(ath0->disconnect_count, 0);

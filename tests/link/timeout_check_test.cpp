@@ -113,7 +113,7 @@ TEST_F(TimeoutCheck, keeps_a_parked_station_parked_after_a_minute_for_each_loss)
 TEST_F(TimeoutCheck, fires_for_a_parked_station_without_losses_as_soon_as_a_second_has_passed) {
     enter(ath0, CONNECT_PENDING);
     interface_timeout_chk(ath0, START_TIME);
-    EXPECT_THAT(journal_take(), IsEmpty());
+    expect_journal({});
     interface_timeout_chk(ath0, START_TIME + 1);
     EXPECT_EQ(journal_take().size(), 2U);
     EXPECT_EQ(ath0->state, CONNECT_PENDING);
@@ -171,7 +171,7 @@ TEST_F(TimeoutCheck, lets_nothing_fall_due_when_the_clock_was_set_back_or_the_ti
     interface_timeout_chk(ath0, START_TIME - 100000);
     intf_timer_set(ath0, TIMER_OFF);
     interface_timeout_chk(ath0, START_TIME + 100000);
-    EXPECT_THAT(journal_take(), IsEmpty());
+    expect_journal({});
 }
 
 TEST_F(TimeoutCheck, sweeps_pending_records_in_table_order) {
@@ -180,7 +180,7 @@ TEST_F(TimeoutCheck, sweeps_pending_records_in_table_order) {
     ath20->state = LINK_STATE_9;
     ath20->timer_start = 1;
     timeout_sweep(START_TIME + 121);
-    EXPECT_THAT(journal_take(), ElementsAreArray(joined({event("ath0", 5), event("ath1", 5)})));
+    expect_journal({event("ath0", 5), event("ath1", 5)});
 }
 
 class ReadyTick : public TimeoutCheck {
@@ -318,8 +318,8 @@ TEST_F(UplinkScan, stays_with_the_ap_that_the_station_is_on) {
     ASSERT_TRUE(lab::iwpriv_value_set("", "ath0", "whc_bssid", "02:aa:00:00:00:01"));
     EXPECT_EQ(backhaul_intf_uplink_scan(ath0), 0);
     EXPECT_EQ(ath0->configured_bssid.get(), AP_B);
-    EXPECT_THAT(journal_take(), ElementsAre("$ iwpriv ath0 sendprobereq 1",
-                                            "$ iwpriv ath0 get_whc_bssid > /tmp/best_bssid"));
+    expect_journal(
+        {{"$ iwpriv ath0 sendprobereq 1", "$ iwpriv ath0 get_whc_bssid > /tmp/best_bssid"}});
 }
 
 TEST_F(UplinkScan, finds_nothing_and_logs_nothing_when_the_driver_knows_no_ap) {
@@ -331,7 +331,7 @@ TEST_F(UplinkScan, finds_nothing_and_logs_nothing_when_the_driver_knows_no_ap) {
 
 TEST_F(UplinkScan, never_finds_an_ap_on_the_other_band) {
     EXPECT_EQ(backhaul_intf_other_band_scan(ath0), 0);
-    EXPECT_THAT(journal_take(), IsEmpty());
+    expect_journal({});
 }
 
 TEST_F(UplinkScan, reopens_the_budget_of_stations_only) {

@@ -59,7 +59,7 @@ void RootStory::approvals(const std::string& list) {
 }
 
 void RootStory::only_second(std::uint32_t second, Where where) {
-    ASSERT_GT(second, age()) << "at line " << where.line();
+    ASSERT_GT(second, age()) << "at line " << where.line;
     advance(second - age() - 1, where);
     skip();
     advance(1, where);

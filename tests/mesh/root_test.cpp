@@ -111,7 +111,7 @@ protected:
         std::vector<std::pair<std::uint32_t, std::uint32_t>> armed;
         for (const lab::ArmedTimer& timer : clock().timers()) {
             armed.emplace_back(timer.first, timer.period);
-            EXPECT_EQ(timer.due, start + timer.first) << "at line " << where.line();
+            EXPECT_EQ(timer.due, start + timer.first) << "at line " << where.line;
         }
         if (armed != expected) {
             harness::fail_at(where, testing::PrintToString(armed));

@@ -30,8 +30,6 @@ protected:
 
     /// Runs `ip` with the lines of `commands` in the sandbox.
     static void network(const std::string& commands);
-
-    void expect_journal(std::initializer_list<Journal> parts);
 };
 
 /// What `peer` hears within a few seconds; fails the test when it stays silent.

@@ -28,14 +28,16 @@ protected:
 
     void send_stream(const std::string& interface, const Bytes& stream,
                      Where where = Where::current()) {
-        if (lab::driver_send_stream(&driver().sender(), interface, stream) != 0) {
-            harness::fail_at(where, driver().sender().error);
+        std::string error;
+        if (!lab::driver_send_stream(&driver().sender(), interface, stream, error)) {
+            harness::fail_at(where, error);
         }
     }
 
     void send(const Bytes& datagram, Where where = Where::current()) {
-        if (lab::driver_send(&driver().sender(), datagram) != 0) {
-            harness::fail_at(where, driver().sender().error);
+        std::string error;
+        if (!lab::driver_send(&driver().sender(), datagram, error)) {
+            harness::fail_at(where, error);
         }
     }
 

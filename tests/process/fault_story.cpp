@@ -39,11 +39,11 @@ void FaultStory::expect_event_handled(Where where) {
     driver().client_left("ath20", CLIENT, where);
     settle(where);
     const Lines log = router().new_log();
-    EXPECT_THAT(log, Contains(std::string("STA mac : ") + CLIENT)) << where.line();
+    EXPECT_THAT(log, Contains(std::string("STA mac : ") + CLIENT)) << where.line;
 }
 
 void FaultStory::expect_whole(Where where) {
-    const std::string here = "line " + std::to_string(where.line());
+    const std::string here = "line " + std::to_string(where.line);
     advance(20, where);  // a worker that ended meanwhile, and its 10-second pause
     EXPECT_THAT(router().file("/tmp/backhaul_status"),
                 AnyOf("ready\n", "not ready\n", "connected\n"))

@@ -129,7 +129,7 @@ TEST_F(Faults, bridge_without_address_renamed_and_removed) {
         address);
     // The neighbour still knows the old bridge's address.
     std::string error;
-    EXPECT_EQ(lab::run_program({"ip", "neigh", "flush", "all"}, "", error), 0) << error;
+    EXPECT_TRUE(lab::run_program({"ip", "neigh", "flush", "all"}, "", error)) << error;
     expect_whole();
 }
 
@@ -156,7 +156,7 @@ TEST_F(Faults, worker_and_supervisor_stopped_for_a_minute) {
     expect_whole();
     kill(router().daemon().supervisor(), SIGSTOP);
     std::string error;
-    ASSERT_EQ(router().daemon().kill_worker(SIGKILL, error), 0) << error;
+    ASSERT_TRUE(router().daemon().kill_worker(SIGKILL, error)) << error;
     advance(60);
     kill(router().daemon().supervisor(), SIGCONT);
     expect_whole();
@@ -167,7 +167,7 @@ TEST_F(Faults, second_supervisor_that_comes_and_goes) {
     {
         lab::Daemon second(router().node());
         std::string error;
-        ASSERT_EQ(second.start({}, error), 0) << error;
+        ASSERT_TRUE(second.start({}, error)) << error;
         advance(3);
         expect_event_handled();
         kill(second.supervisor(), SIGKILL);

@@ -162,11 +162,9 @@ TEST_F(Dfs, disables_the_ap_when_every_channel_is_blocked) {
     device_dfs_monitoring(ath20_);
     EXPECT_EQ(ath20_->state, DFS_BLOCKING);
     expect_armed_at(START_TIME + 181);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAre(RADARTOOL, "device_dfs_monitoring : Disable ath20",
-                    "dev_intf_enable_set : disable ath20", "$ uci set wireless.ath20.disabled=1",
-                    "$ uci commit wireless", "$ /etc/init.d/wireless restart"));
+    expect_journal({{RADARTOOL, "device_dfs_monitoring : Disable ath20",
+                     "dev_intf_enable_set : disable ath20", "$ uci set wireless.ath20.disabled=1",
+                     "$ uci commit wireless", "$ /etc/init.d/wireless restart"}});
 }
 
 TEST_F(Dfs, keeps_monitoring_while_a_channel_is_free) {
@@ -177,7 +175,7 @@ TEST_F(Dfs, keeps_monitoring_while_a_channel_is_free) {
     device_dfs_monitoring(ath20_);
     EXPECT_EQ(ath20_->state, DFS_MONITORING);
     expect_armed_at(START_TIME + 181);
-    EXPECT_THAT(journal_take(), ElementsAre(RADARTOOL));
+    expect_journal({{RADARTOOL}});
 }
 
 TEST_F(Dfs, enables_the_ap_when_a_channel_is_free_again) {
@@ -188,11 +186,9 @@ TEST_F(Dfs, enables_the_ap_when_a_channel_is_free_again) {
     device_dfs_blocking(ath20_);
     EXPECT_EQ(ath20_->state, DFS_MONITORING);
     expect_armed_at(START_TIME + 2401);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAre("device_dfs_blocking : Enter", RADARTOOL, "device_dfs_blocking : Enable ath20",
-                    "dev_intf_enable_set : enable ath20", "$ uci set wireless.ath20.disabled=0",
-                    "$ uci commit wireless", "$ /etc/init.d/wireless restart"));
+    expect_journal({{"device_dfs_blocking : Enter", RADARTOOL, "device_dfs_blocking : Enable ath20",
+                     "dev_intf_enable_set : enable ath20", "$ uci set wireless.ath20.disabled=0",
+                     "$ uci commit wireless", "$ /etc/init.d/wireless restart"}});
 }
 
 TEST_F(Dfs, stays_blocked_while_no_channel_is_free) {
@@ -203,7 +199,7 @@ TEST_F(Dfs, stays_blocked_while_no_channel_is_free) {
     device_dfs_blocking(ath20_);
     EXPECT_EQ(ath20_->state, DFS_BLOCKING);
     expect_armed_at(START_TIME + 2401);
-    EXPECT_THAT(journal_take(), ElementsAre("device_dfs_blocking : Enter", RADARTOOL));
+    expect_journal({{"device_dfs_blocking : Enter", RADARTOOL}});
 }
 
 TEST_F(Dfs, alternates_between_its_two_states) {
@@ -260,7 +256,7 @@ TEST_F(Dfs, asks_the_driver_once_for_the_channels_of_the_interface) {
     EXPECT_EQ(device_dfs_channel_available(ath20_), 1);
     EXPECT_EQ(device_dfs_channel_available(ath20_), 1);
     EXPECT_THAT(harness::recorded_ioctls(), ElementsAre("ath20 20464 0"));
-    EXPECT_THAT(journal_take(), ElementsAre(RADARTOOL, RADARTOOL));
+    expect_journal({{RADARTOOL, RADARTOOL}});
 }
 
 TEST_F(Dfs, keeps_the_first_channels_for_every_interface) {
@@ -280,7 +276,7 @@ TEST_F(Dfs, asks_again_after_a_request_that_failed_and_counts_as_blocked_until_t
     EXPECT_EQ(harness::captured_stdout(),
               "device_wifi_get_channel_list : IEEE80211_IOCTL_GETCHANINFO failed\n"
               "device_wifi_get_channel_list : IEEE80211_IOCTL_GETCHANINFO failed\n");
-    EXPECT_THAT(journal_take(), ElementsAre(RADARTOOL, RADARTOOL));
+    expect_journal({{RADARTOOL, RADARTOOL}});
     channels_are("5260");
     EXPECT_EQ(device_dfs_channel_available(ath20_), 1);
 }
