@@ -124,14 +124,20 @@ std::int64_t now_ms() {
     return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }
 
+int send_record(DriverSender* sender, std::string_view interface, const Bytes& record) {
+    return driver_send_stream(
+        sender, interface,
+        sender->other_byte_order ? with_other_byte_order(record, sender->layout) : record);
+}
+
 int send_address(DriverSender* sender, std::string_view interface, std::uint16_t command,
                  const MacAddress& address) {
-    return driver_send_stream(sender, interface, address_event(sender->layout, command, address));
+    return send_record(sender, interface, address_event(sender->layout, command, address));
 }
 
 int send_custom(DriverSender* sender, std::string_view interface, std::uint16_t flags,
                 const Bytes& payload) {
-    return driver_send_stream(sender, interface, custom_event(sender->layout, flags, payload));
+    return send_record(sender, interface, custom_event(sender->layout, flags, payload));
 }
 
 }  // namespace
