@@ -1,12 +1,13 @@
 # The daemon and the rooms that it is made of.
 
 # What a router's flash and memory pay for and the daemon does not use: tables for exceptions, locks
-# around the making of local statics, a C++ library (of which it calls nothing), empty pages between
-# the parts of the program. Every processor's linker knows these words.
+# around the making of local statics, a C++ library (of which it calls nothing), a table to call the C
+# library through when it is bound late, empty pages between the parts of the program. Every
+# processor's tools know these words.
 add_library(backhaul_small INTERFACE)
 if(BACKHAUL_SMALL)
     target_compile_options(backhaul_small INTERFACE
-        -fno-threadsafe-statics -fno-unwind-tables -fno-asynchronous-unwind-tables)
+        -fno-threadsafe-statics -fno-unwind-tables -fno-asynchronous-unwind-tables -fno-plt)
     target_link_options(backhaul_small INTERFACE -Wl,--as-needed -Wl,-z,noseparate-code)
 endif()
 

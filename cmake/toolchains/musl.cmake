@@ -1,6 +1,6 @@
 # This machine's processor with the C library musl: Debian's musl-tools make a C compiler of gcc, here
 # they make a C++ one. Only headers of the C++ library are used; they were set up for another C
-# library, and ask for its version. SQLite is linked from build/sysroot/musl (cmake/cross/sqlite).
+# library, and ask for its version. SQLite is from build/sysroot/musl (cmake/cross/sqlite).
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR ${CMAKE_HOST_SYSTEM_PROCESSOR})
 set(CMAKE_CXX_COMPILER ${CMAKE_CURRENT_LIST_DIR}/musl-g++ CACHE FILEPATH "C++ compiler")
