@@ -1,5 +1,16 @@
 # The daemon and the rooms that it is made of.
 
+# What a router's flash and memory pay for and the daemon does not use: tables for exceptions, locks
+# around the making of local statics, a C++ library (of which it calls nothing), a table to call the C
+# library through when it is bound late, empty pages between the parts of the program. Every
+# processor's tools know these words.
+add_library(backhaul_small INTERFACE)
+if(BACKHAUL_SMALL)
+    target_compile_options(backhaul_small INTERFACE
+        -fno-threadsafe-statics -fno-unwind-tables -fno-asynchronous-unwind-tables -fno-plt)
+    target_link_options(backhaul_small INTERFACE -Wl,--as-needed -Wl,-z,noseparate-code)
+endif()
+
 # backhaul_room(<name> SOURCES <file>... [USES <room>...] [LIBS <target>...])
 # The static library backhaul_<name> of the folder <name>. USES names every room whose headers it
 # includes; all of them are lower in the house, so a room must have been added before it is used.
@@ -11,7 +22,8 @@ function(backhaul_room name)
     add_library(${target} STATIC ${arg_SOURCES})
     backhaul_common(${target})
     target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
-    target_link_libraries(${target} PRIVATE backhaul_instrumented ${arg_LIBS} Threads::Threads)
+    target_link_libraries(${target} PRIVATE
+        backhaul_instrumented backhaul_small ${arg_LIBS} Threads::Threads)
     foreach(lower IN LISTS arg_USES)
         if(NOT TARGET backhaul_${lower})
             message(FATAL_ERROR "room ${name} uses ${lower}, which is not below it")
@@ -35,7 +47,8 @@ function(backhaul_daemon name)
     add_executable(${name} ${arg_SOURCES})
     backhaul_common(${name})
     target_compile_options(${name} PRIVATE -fno-exceptions -fno-rtti)
-    target_link_libraries(${name} PRIVATE backhaul_instrumented Threads::Threads)
+    target_link_libraries(${name} PRIVATE
+        backhaul_instrumented backhaul_small Threads::Threads)
     if(BACKHAUL_COVERAGE)
         target_link_libraries(${name} PRIVATE backhaul_coverage_end)
     endif()

@@ -1,7 +1,13 @@
 # Test programs. Include once, before the tests folder.
 
 enable_testing()
-find_package(GTest REQUIRED)
+if(CMAKE_CROSSCOMPILING)
+    # Debian has GoogleTest's source for all processors.
+    set(INSTALL_GTEST OFF)
+    add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+else()
+    find_package(GTest REQUIRED)
+endif()
 include(GoogleTest)
 
 # Sanitized tests are compiled without the optimiser: that halves the time of a build, of which the
@@ -32,6 +38,9 @@ endfunction()
 
 # What has to do with the daemon's threads: its unit and process tests, without the lab's own.
 add_custom_target(daemon_tests)
+
+# Functions of values: they need no sandbox, so they run wherever a program of theirs does.
+add_custom_target(value_tests)
 
 # backhaul_test_library(<name> SOURCES <file>... [LIBS <target>...])
 # A static library for tests only, with the tests' flags: exceptions allowed, sanitized.
@@ -81,6 +90,9 @@ function(backhaul_test name)
     endif()
     if(arg_LABEL MATCHES "^(unit|process)$" AND NOT name MATCHES "^lab_")
         add_dependencies(daemon_tests ${name})
+    endif()
+    if(name MATCHES "_values_test$")
+        add_dependencies(value_tests ${name})
     endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST

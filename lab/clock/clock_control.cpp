@@ -26,14 +26,14 @@ constexpr std::uint32_t NEVER = UINT32_MAX;
 // Of what is told when a mesh does not come to rest: nobody reads of all its nodes.
 constexpr std::size_t LONGEST_DESCRIPTION = 8000;
 
-void futex_wake(std::atomic<std::uint32_t>& word) {
-    syscall(SYS_futex, &word, FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+void futex_wake(const ClockWord& word) {
+    syscall(SYS_futex, word.futex(), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
 }
 
 // Waits at most `patience_ns` for the word to change from `seen`.
-void futex_wait(std::atomic<std::uint32_t>& word, std::uint32_t seen, long patience_ns) {
+void futex_wait(const ClockWord& word, std::uint32_t seen, long patience_ns) {
     const timespec limit{0, patience_ns};
-    syscall(SYS_futex, &word, FUTEX_WAIT, seen, &limit, nullptr, 0);
+    syscall(SYS_futex, word.futex(), FUTEX_WAIT, ClockWord::in_page(seen), &limit, nullptr, 0);
 }
 
 ClockPage* map_page(const std::string& path) {

@@ -7,8 +7,12 @@
 // 32-bit atomics, so that programs of any word size can share a page.
 #pragma once
 
+// The page of a node's moved time, shared by its owner and by every program with the preloaded
+// clock, whatever processor that program was made for. Any process, any thread.
+
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cstdint>
 
 namespace lab {
@@ -31,32 +35,66 @@ enum SleeperState : std::uint32_t {
     SLEEPER_CALLED = 3,  // its time has come and it has not left yet
 };
 
+// A number of the page, in memory with its lowest byte first: an emulated program may have the
+// other order.
+class ClockWord {
+public:
+    std::uint32_t load() const {
+        return in_page(word_.load());
+    }
+    void store(std::uint32_t value) {
+        word_.store(in_page(value));
+    }
+    std::uint32_t fetch_add(std::uint32_t more) {
+        std::uint32_t old = word_.load();
+        while (!word_.compare_exchange_weak(old, in_page(in_page(old) + more))) {
+        }
+        return in_page(old);
+    }
+    bool compare_exchange_strong(std::uint32_t& expected, std::uint32_t wanted) {
+        std::uint32_t old = in_page(expected);
+        const bool done = word_.compare_exchange_strong(old, in_page(wanted));
+        expected = in_page(old);
+        return done;
+    }
+    // What the kernel waits on, and how `value` looks there.
+    const void* futex() const {
+        return &word_;
+    }
+    static constexpr std::uint32_t in_page(std::uint32_t value) {
+        return std::endian::native == std::endian::little ? value : __builtin_bswap32(value);
+    }
+
+private:
+    std::atomic<std::uint32_t> word_;
+};
+
 struct SleeperSlot {
-    std::atomic<std::uint32_t> state;  // SleeperState; also the futex that the sleeper waits on
-    std::atomic<std::uint32_t> pid;
-    std::atomic<std::uint32_t> tid;
-    std::atomic<std::uint32_t> deadline;
-    std::atomic<std::uint32_t> order;  // grows with each sleep: who lay down first
+    ClockWord state;  // SleeperState; also the futex that the sleeper waits on
+    ClockWord pid;
+    ClockWord tid;
+    ClockWord deadline;
+    ClockWord order;  // grows with each sleep: who lay down first
 };
 
 struct TimerSlot {
-    std::atomic<std::uint32_t> taken;   // 0 or 1
-    std::atomic<std::uint32_t> pid;     // of the process that created it
-    std::atomic<std::uint32_t> fd;      // its descriptor there
-    std::atomic<std::uint32_t> first;   // seconds to the first expiry as armed; 0: disarmed
-    std::atomic<std::uint32_t> period;  // seconds between later ones; 0: once only
-    std::atomic<std::uint32_t> due;     // when it expires next; 0: never
-    std::atomic<std::uint32_t> order;   // grows with each timerfd_create: who was made first
+    ClockWord taken;   // 0 or 1
+    ClockWord pid;     // of the process that created it
+    ClockWord fd;      // its descriptor there
+    ClockWord first;   // seconds to the first expiry as armed; 0: disarmed
+    ClockWord period;  // seconds between later ones; 0: once only
+    ClockWord due;     // when it expires next; 0: never
+    ClockWord order;   // grows with each timerfd_create: who was made first
 };
 
 struct ClockPage {
-    std::atomic<std::uint32_t> magic;
-    std::atomic<std::uint32_t> mode;     // ClockMode
-    std::atomic<std::uint32_t> now;      // seconds since 1970, valid unless the mode is CLOCK_REAL
-    std::atomic<std::uint32_t> gate;     // odd while due timers are being fired; a futex
-    std::atomic<std::uint32_t> changes;  // bumped when a sleeper lies down or leaves; a futex
-    std::atomic<std::uint32_t> orders;   // source of the two `order` fields
-    std::atomic<std::uint32_t> slept;    // seconds passed by sleeps in CLOCK_EAGER
+    ClockWord magic;
+    ClockWord mode;     // ClockMode
+    ClockWord now;      // seconds since 1970, valid unless the mode is CLOCK_REAL
+    ClockWord gate;     // odd while due timers are being fired; a futex
+    ClockWord changes;  // bumped when a sleeper lies down or leaves; a futex
+    ClockWord orders;   // source of the two `order` fields
+    ClockWord slept;    // seconds passed by sleeps in CLOCK_EAGER
     std::array<SleeperSlot, SLEEPER_SLOTS> sleepers;
     std::array<TimerSlot, TIMER_SLOTS> timers;
 };

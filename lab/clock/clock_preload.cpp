@@ -54,13 +54,14 @@ lab::ClockMode mode() {
     return page == nullptr ? lab::CLOCK_REAL : static_cast<lab::ClockMode>(page->mode.load());
 }
 
-void futex_wait(std::atomic<std::uint32_t>& word, std::uint32_t value) {
-    syscall(SYS_futex, &word, FUTEX_WAIT, value, nullptr, nullptr, 0);
+long futex_wait(const lab::ClockWord& word, std::uint32_t value) {
+    return syscall(SYS_futex, word.futex(), FUTEX_WAIT, lab::ClockWord::in_page(value), nullptr,
+                   nullptr, 0);
 }
 
 void tell_owner() {
     page->changes.fetch_add(1);
-    syscall(SYS_futex, &page->changes, FUTEX_WAKE, 0x7FFFFFFF, nullptr, nullptr, 0);
+    syscall(SYS_futex, page->changes.futex(), FUTEX_WAKE, 0x7FFFFFFF, nullptr, nullptr, 0);
 }
 
 lab::SleeperSlot* take_slot() {
@@ -88,8 +89,7 @@ unsigned int sleep_held(unsigned int seconds) {
     // Only the owner's call ends the sleep: `now` alone would let two sleepers leave at once.
     long result = 0;
     while (slot->state.load() == lab::SLEEPER_WAITS && result == 0) {
-        result =
-            syscall(SYS_futex, &slot->state, FUTEX_WAIT, lab::SLEEPER_WAITS, nullptr, nullptr, 0);
+        result = futex_wait(slot->state, lab::SLEEPER_WAITS);
         if (result != 0 && errno == EAGAIN) {
             result = 0;
         }

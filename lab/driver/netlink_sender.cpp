@@ -116,16 +116,21 @@ bool open_socket_of(DriverSender* sender, std::string& error) {
     return true;
 }
 
+bool send_record(DriverSender* sender, std::string_view interface, const Bytes& record,
+                 std::string& error) {
+    return driver_send_stream(
+        sender, interface,
+        sender->other_byte_order ? with_other_byte_order(record, sender->layout) : record, error);
+}
+
 bool send_address(DriverSender* sender, std::string_view interface, std::uint16_t command,
                   const MacAddress& address, std::string& error) {
-    return driver_send_stream(sender, interface, address_event(sender->layout, command, address),
-                              error);
+    return send_record(sender, interface, address_event(sender->layout, command, address), error);
 }
 
 bool send_custom(DriverSender* sender, std::string_view interface, std::uint16_t flags,
                  const Bytes& payload, std::string& error) {
-    return driver_send_stream(sender, interface, custom_event(sender->layout, flags, payload),
-                              error);
+    return send_record(sender, interface, custom_event(sender->layout, flags, payload), error);
 }
 
 }  // namespace

@@ -19,6 +19,7 @@ struct DriverSender {
     int fd = -1;
     int pid = 0;                               // whose network namespace; 0: our own
     EventLayout layout = EventLayout::packed;  // of the events sent by the functions below
+    bool other_byte_order = false;             // of those events: for an emulated daemon
 
     DriverSender() = default;
     ~DriverSender();

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace lab {
 namespace {
@@ -68,6 +69,19 @@ Bytes disassociated_event(EventLayout layout) {
 
 Bytes custom_event(EventLayout layout, std::uint16_t flags, std::span<const std::uint8_t> payload) {
     return point_event(layout, EVENT_CUSTOM, flags, payload);
+}
+
+Bytes with_other_byte_order(Bytes record, EventLayout layout) {
+    std::uint16_t command = 0;
+    std::memcpy(&command, record.data() + 2, sizeof command);
+    const std::size_t body = header_size(layout);
+    for (const std::size_t at : {std::size_t{0}, std::size_t{2}, body}) {
+        std::swap(record[at], record[at + 1]);
+    }
+    if (command == EVENT_CUSTOM) {
+        std::swap(record[body + 2], record[body + 3]);
+    }
+    return record;
 }
 
 Bytes client_payload(const MacAddress& client) {

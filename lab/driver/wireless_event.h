@@ -66,6 +66,10 @@ Bytes client_payload(const MacAddress& client);
 Bytes leave_payload(const MacAddress& client, std::uint32_t reason);
 Bytes channel_payload(std::uint8_t channel);
 
+// The same record for a machine of the other byte order: its length, its command, and the two
+// numbers behind them (family, or the point's length and flags). Addresses and payloads are bytes.
+Bytes with_other_byte_order(Bytes record, EventLayout layout);
+
 // The same record saying another length, and one cut to its first `size` bytes.
 Bytes with_length(Bytes record, std::uint16_t length);
 Bytes cut_to(Bytes bytes, std::size_t size);

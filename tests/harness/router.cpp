@@ -5,6 +5,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <sstream>
 #include <utility>
 
 #include "lab/node/database.h"
@@ -26,6 +30,25 @@ Lines from(const Lines& all, size_t cursor) {
     return {all.begin() + static_cast<std::ptrdiff_t>(std::min(cursor, all.size())), all.end()};
 }
 
+// A daemon that was made for something else than this machine, when BACKHAUL_DAEMON is one.
+// BACKHAUL_DAEMON_THROUGH are the words of the program that runs it, BACKHAUL_DAEMON_LIBRARIES is a
+// folder with libraries for it, the moved clock among them: the node has them in /run/lab/foreign.
+bool bring_foreign(const lab::Node& node, lab::DaemonOptions& options, std::string& error) {
+    const char* through = getenv("BACKHAUL_DAEMON_THROUGH");
+    const char* libraries = getenv("BACKHAUL_DAEMON_LIBRARIES");
+    if (through == nullptr || libraries == nullptr) {
+        return true;
+    }
+    std::error_code failed;
+    std::filesystem::copy(libraries, node.at("/run/lab/foreign"), failed);
+    std::istringstream words(through);
+    options.through.assign(std::istream_iterator<std::string>(words), {});
+    // This machine's clock is not for it.
+    options.environment.emplace_back("LD_PRELOAD=");
+    error = failed ? "no libraries for the daemon: " + failed.message() : "";
+    return !failed;
+}
+
 }  // namespace
 
 Driver::Driver(lab::Node& node) : node_(node) {}
@@ -34,6 +57,7 @@ lab::DriverSender& Driver::sender() {
     if (sender_.fd < 0 && !lab::driver_open(&sender_, node_.init(), error_)) {
         ADD_FAILURE() << error_;
     }
+    sender_.other_byte_order = getenv("BACKHAUL_DAEMON_OTHER_BYTE_ORDER") != nullptr;
     return sender_;
 }
 
@@ -90,7 +114,8 @@ Router::Router(std::unique_ptr<lab::Node> node, std::function<void()> settle)
 void Router::start(const std::vector<std::string>& arguments,
                    const std::vector<std::string>& environment, Where where) {
     std::string error;
-    if (!daemon_.start({arguments, environment}, error)) {
+    lab::DaemonOptions options{arguments, environment};
+    if (!bring_foreign(*node_, options, error) || !daemon_.start(options, error)) {
         fail_at(where, error);
     }
     // Only a log that was seen can be followed when it is renamed.

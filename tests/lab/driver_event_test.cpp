@@ -53,6 +53,16 @@ TEST(WirelessEventTest, puts_the_reason_of_a_leave_at_byte_twelve) {
     EXPECT_EQ(lab::client_payload(AP), (Bytes{2, 0, 0, 0, 0x0A, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
+TEST(WirelessEventTest, turns_the_numbers_of_a_record_for_the_other_byte_order_and_nothing_else) {
+    EXPECT_EQ(lab::with_other_byte_order(lab::associated_event(EventLayout::packed, AP),
+                                         EventLayout::packed),
+              (Bytes{0, 20, 0x8B, 0x15, 0, 1, 2, 0, 0, 0, 0x0A, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(lab::with_other_byte_order(
+                  lab::custom_event(EventLayout::padded, 28, lab::channel_payload(100)),
+                  EventLayout::padded),
+              (Bytes{0, 20, 0x8C, 0x02, 0, 0, 0, 0, 0, 4, 0, 28, 0, 0, 0, 0, 100, 0, 0, 0}));
+}
+
 TEST(WirelessEventTest, lets_a_record_say_a_false_length_and_cuts_one_short) {
     const Bytes record = lab::custom_event(EventLayout::packed, 28, lab::channel_payload(100));
     EXPECT_EQ(lab::with_length(record, 0x1234),
