@@ -1,0 +1,247 @@
+"""./run mutants: changes the product in one place after another and sees whether a test fails.
+
+    mutants.py [COUNT] [--seed N] [--folder ROOM]... [--again] [--place FOLDER] [--before WORDS]
+
+What was tried is kept in build/mutants/results.json: a run that was interrupted goes on, and one
+with a larger COUNT tries only what is new. Survivors that no test can see stand in accepted.json
+beside this file, each with its reason. Ends with 1 when anything else has survived.
+"""
+
+import argparse
+import collections
+import concurrent.futures
+import dataclasses
+import difflib
+import json
+import os
+import pathlib
+import queue
+import subprocess
+import sys
+import time
+
+import places
+import tree
+
+HERE = pathlib.Path(__file__).resolve().parent
+ROOT = HERE.parent.parent
+# What a worker is asked for, in its tree.
+REQUEST = "build-notes/request.json"
+# What says nothing about the tests.
+UNCOUNTED = ("does not compile", "same code")
+
+
+def arguments():
+    parser = argparse.ArgumentParser(prog="./run mutants")
+    parser.add_argument("count", nargs="?", type=int, default=300, metavar="COUNT")
+    parser.add_argument("--seed", type=int, default=1, help="chooses other mutants")
+    parser.add_argument("--folder", action="append", choices=tree.ROOMS, metavar="ROOM",
+                        help="only this folder's; may be repeated")
+    parser.add_argument("--only", metavar="TEXT", help="only those whose file and lines hold TEXT")
+    parser.add_argument("--again", action="store_true", help="try survivors and timeouts once more")
+    parser.add_argument("--workers", type=int, default=2)
+    parser.add_argument("--before", default="nice", metavar="WORDS",
+                        help="put before each worker's command (nice)")
+    parser.add_argument("--place", type=pathlib.Path, default=ROOT / "build" / "mutants",
+                        help="where trees and results are kept (build/mutants)")
+    parser.add_argument("--prepare", type=pathlib.Path, help=argparse.SUPPRESS)
+    parser.add_argument("--try", dest="attempt", type=pathlib.Path, help=argparse.SUPPRESS)
+    return parser.parse_args()
+
+
+def write_whole(path, value):
+    new = path.with_suffix(".new")
+    new.write_text(json.dumps(value, indent=1))
+    new.replace(path)
+
+
+# --- All mutants there are
+
+def all_mutants(place, folders):
+    """The mutants of all sources. To parse takes a second a file, so what was found is kept."""
+    kept_at = place / "places.json"
+    kept = json.loads(kept_at.read_text()) if kept_at.exists() else {}
+    finder = tree.digest(HERE / "places.py")
+    now, found, jobs = {}, [], []
+    with concurrent.futures.ProcessPoolExecutor() as pool:
+        for folder in folders:
+            for path in sorted((ROOT / folder).glob("*.cpp")) + sorted((ROOT / folder).glob("*.h")):
+                name = str(path.relative_to(ROOT))
+                stamp = finder + tree.digest(path)
+                if kept.get(name, {}).get("stamp") == stamp:
+                    now[name] = kept[name]
+                else:
+                    jobs.append((name, stamp, pool.submit(places.find, name, path.read_text())))
+        for name, stamp, job in jobs:
+            now[name] = {"stamp": stamp, "mutants": [dataclasses.asdict(m) for m in job.result()]}
+    write_whole(kept_at, {**kept, **now})
+    for entry in now.values():
+        found += [places.Mutant(**fields) for fields in entry["mutants"]]
+    return found
+
+
+def accepted():
+    """Reasons by what is changed, as it stands in accepted.json."""
+    entries = json.loads((HERE / "accepted.json").read_text())
+    return {(e["path"], e["function"], e["before"], e["after"]): e["reason"] for e in entries}
+
+
+def accepted_reason(reasons, mutant):
+    return reasons.get((mutant.path, mutant.function, mutant.before, mutant.after))
+
+
+# --- A worker: a process of its own for each mutant, so that it can be queued and made nice
+
+class Worker:
+    def __init__(self, options, number):
+        self.tree = options.place / f"tree-{number}"
+        self.before = options.before.split()
+
+    def call(self, *words):
+        return subprocess.run([*self.before, sys.executable, __file__, *words], cwd=ROOT,
+                              stdout=subprocess.PIPE, text=True, check=False)
+
+    def prepare(self):
+        if self.call("--prepare", self.tree).returncode != 0:
+            raise tree.BuildFailed(f"{self.tree} cannot be prepared")
+
+    def attempt(self, mutant):
+        request = self.tree / REQUEST
+        request.write_text(json.dumps(dataclasses.asdict(mutant)))
+        done = self.call("--try", self.tree)
+        if done.returncode != 0:
+            raise tree.BuildFailed(f"{mutant.path}:{mutant.line} cannot be tried")
+        return json.loads(done.stdout)
+
+
+def prepare(place):
+    copy = tree.Tree(place, ROOT)
+    copy.update()
+    copy.prepare("plain")
+
+
+def attempt(place):
+    mutant = places.Mutant(**json.loads((place / REQUEST).read_text()))
+    outcome = tree.Tree(place, ROOT).try_mutant(mutant)
+    print(json.dumps(dataclasses.asdict(outcome)))
+
+
+# --- The run
+
+class Run:
+    def __init__(self, options):
+        self.options = options
+        self.kept_at = options.place / "results.json"
+        self.results = json.loads(self.kept_at.read_text()) if self.kept_at.exists() else {}
+        self.reasons = accepted()
+
+    def chosen(self):
+        options = self.options
+        found = all_mutants(options.place, options.folder or tree.ROOMS)
+        if options.only:
+            return [m for m in found if options.only in f"{m.path}\n{m.before}\n{m.after}"]
+        return places.choose(found, 10 * options.count, options.seed)
+
+    def is_left(self, mutant):
+        if accepted_reason(self.reasons, mutant):
+            return False
+        verdict = self.results.get(mutant.key, {}).get("verdict")
+        return verdict is None or self.options.again and verdict in ("survived", "timeout")
+
+    def is_counted(self, mutant):
+        return self.results.get(mutant.key, {}).get("verdict") not in UNCOUNTED
+
+    def note(self, mutant, outcome, seconds):
+        self.results[mutant.key] = {**dataclasses.asdict(mutant), **outcome,
+                                    "seconds": round(seconds, 1)}
+        write_whole(self.kept_at, self.results)
+        print(f"{len(self.results):4} {outcome['verdict']:8} {mutant.path}:{mutant.line} "
+              f"{mutant.kind}{', ' + outcome['by'] if outcome['by'] else ''} ({seconds:.0f} s)",
+              flush=True)
+
+    def go(self):
+        """Returns the mutants that count."""
+        candidates = self.chosen()
+        wanted = len(candidates) if self.options.only else self.options.count
+        waiting = queue.SimpleQueue()
+        workers = [Worker(self.options, n + 1) for n in range(self.options.workers)]
+        for worker in workers:
+            waiting.put(worker)
+        left = iter(candidates)
+        counted = []
+        is_ready = set()
+
+        def one(mutant):
+            worker = waiting.get()
+            try:
+                if worker not in is_ready:
+                    worker.prepare()
+                    is_ready.add(worker)
+                begin = time.monotonic()
+                return mutant, worker.attempt(mutant), time.monotonic() - begin
+            finally:
+                waiting.put(worker)
+
+        with concurrent.futures.ThreadPoolExecutor(len(workers)) as pool:
+            jobs = set()
+            while True:
+                while len(jobs) < len(workers) and len(counted) + len(jobs) < wanted:
+                    mutant = next(left, None)
+                    if mutant is None:
+                        break
+                    if self.is_left(mutant):
+                        jobs.add(pool.submit(one, mutant))
+                    elif self.is_counted(mutant):
+                        counted.append(mutant)
+                if not jobs:
+                    return counted
+                done, jobs = concurrent.futures.wait(
+                    jobs, return_when=concurrent.futures.FIRST_COMPLETED)
+                for job in done:
+                    self.note(*job.result())
+                    if self.is_counted(job.result()[0]):
+                        counted.append(job.result()[0])
+
+    def report(self, mutants):
+        """Prints what survived and the shares; returns the number of survivors without reason."""
+        verdicts = collections.Counter()
+        unknown = 0
+        for mutant in mutants:
+            reason = accepted_reason(self.reasons, mutant)
+            verdict = "accepted" if reason else self.results[mutant.key]["verdict"]
+            verdicts[verdict] += 1
+            if verdict == "killed":
+                continue
+            unknown += verdict == "survived"
+            print(f"\n{verdict}: {mutant.path}:{mutant.line} {mutant.function} ({mutant.kind})")
+            lines = difflib.ndiff(mutant.before.split("\n"), mutant.after.split("\n"))
+            print("\n".join(f"    {line}" for line in lines if not line.startswith("?")))
+            if reason:
+                print(f"  {reason}")
+            for test in self.results.get(mutant.key, {}).get("hung", []):
+                print(f"  hangs {test}")
+        total = max(len(mutants), 1)
+        survived = verdicts["survived"] + verdicts["accepted"]
+        print(f"\n{len(mutants)} mutants: {verdicts['killed']} killed, {survived} survived "
+              f"({100 * survived / total:.1f} %; {verdicts['accepted']} of them accepted), "
+              f"{verdicts['timeout']} timeouts")
+        return unknown
+
+
+def main():
+    options = arguments()
+    os.chdir(ROOT)
+    if options.prepare:
+        return prepare(options.prepare)
+    if options.attempt:
+        return attempt(options.attempt)
+    options.place.mkdir(parents=True, exist_ok=True)
+    run = Run(options)
+    return 1 if run.report(run.go()) > 0 else 0
+
+
+if __name__ == "__main__":
+    try:
+        sys.exit(main())
+    except tree.BuildFailed as error:
+        sys.exit(f"mutants: {error}")

@@ -1,0 +1,341 @@
+"""A worker's private copy of the project, in which one mutant after another is built and tried.
+
+`build-plain` and `build-asan` are its builds, `build-notes` is what is kept about them: most mutants are
+found without sanitizers, which is quicker, and what survives is tried again as the tests run in
+CI. The changed source is there only while the product's own objects are compiled. Then the old one
+is put back with its old time, so that the tests are compiled from what the user wrote, and nothing
+but the product's change is linked into them.
+
+A kill is a test that fails twice: once among the others and once alone. A test that reaches its
+time limit is tried alone with three times that limit, and if it reaches that too it is no kill.
+"""
+
+import dataclasses
+import hashlib
+import json
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import time
+
+ROOMS = "runtime intf device topology radar msg link root intake daemon".split()
+BUILDS = {
+    "plain": ["-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g0"],
+    "asan": ["-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g0", "-DBACKHAUL_SANITIZE=address"],
+}
+DAEMON = "backhaul_monitor"
+# Process tests wait more than they compute: so many parts of a program run at once.
+SHARDS = 3
+# Hung tests of one program that are left out, one after the other, to see what the others say.
+HANGS_MAX = 3
+LIMIT_MIN = 30.0
+
+
+class BuildFailed(Exception):
+    """A build that should work did not."""
+
+
+@dataclasses.dataclass
+class Program:
+    name: str
+    folder: str
+    label: str
+
+
+@dataclasses.dataclass
+class Outcome:
+    """`verdict`: killed, survived, timeout, "same code" or "does not compile"."""
+    verdict: str
+    by: str = ""
+    build: str = ""
+    hung: tuple = ()
+
+
+def digest(path):
+    return hashlib.sha256(path.read_bytes()).hexdigest()
+
+
+def test_programs(root):
+    """The unit and process programs of the product's rooms, as the CMakeLists.txt declare them."""
+    programs = []
+    for folder in ROOMS + ["process"]:
+        text = (root / "tests" / folder / "CMakeLists.txt").read_text()
+        for name, label in re.findall(r"backhaul_test\((\w+)\s+LABEL (unit|process)\b", text):
+            programs.append(Program(name, folder, label))
+    return programs
+
+
+def in_order(programs, room):
+    """Who is asked first about a change in `room`: its own unit tests, the others from the rooms
+    above it, those below, then the real daemon's."""
+    def place(program):
+        if program.label == "process":
+            return (2, program.folder != room, 0)
+        distance = ROOMS.index(program.folder) - ROOMS.index(room)
+        return (int(distance != 0), distance if distance >= 0 else len(ROOMS) - distance, 0)
+    return sorted(programs, key=place)
+
+
+class Tree:
+    def __init__(self, place, root):
+        self.place = pathlib.Path(place)
+        self.root = pathlib.Path(root)
+        self.notes = self.place / "build-notes"
+        self.programs = test_programs(self.root)
+
+    # --- The copy and its builds
+
+    def build(self, build):
+        return self.place / f"build-{build}"
+
+    def update(self):
+        """Makes the copy like the user's tree, without touching what is the same already."""
+        listed = subprocess.run(["git", "ls-files", "-z", "-co", "--exclude-standard"],
+                                cwd=self.root, check=True, capture_output=True).stdout
+        names = {os.fsdecode(name) for name in listed.split(b"\0") if name}
+        names = {name for name in names if (self.root / name).is_file()}
+        self.notes.mkdir(parents=True, exist_ok=True)
+        changed = False
+        for name in names:
+            here, there = self.root / name, self.place / name
+            if not there.exists() or there.read_bytes() != here.read_bytes():
+                there.parent.mkdir(parents=True, exist_ok=True)
+                shutil.copy(here, there)
+                changed = True
+        for there in self.place.rglob("*"):
+            name = there.relative_to(self.place)
+            if there.is_file() and not name.parts[0].startswith("build-") and str(name) not in names:
+                there.unlink()
+                changed = True
+        if changed:
+            (self.notes / "updated").touch()
+
+    def configure(self, build):
+        words = ["cmake", "-S", self.place, "-B", self.build(build), "-G", "Ninja",
+                 "-DCMAKE_BUILD_TYPE=Debug", "-DBACKHAUL_TESTS=ON", *BUILDS[build]]
+        if shutil.which("ld.lld"):
+            words.append("-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld")
+        if shutil.which("ccache"):
+            words.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
+        self.run(words)
+
+    def run(self, words):
+        done = subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                              env=self.build_environment(), check=False)
+        if done.returncode != 0:
+            raise BuildFailed(done.stdout[-4000:])
+
+    def build_environment(self):
+        return dict(os.environ, CCACHE_SLOPPINESS="pch_defines,time_macros", CCACHE_NOHASHDIR="1",
+                    CCACHE_BASEDIR=str(self.place))
+
+    def make(self, build, targets):
+        self.run(["cmake", "--build", self.build(build), "--target", *targets])
+
+    def objects(self, build):
+        """The product's object files and what is in them."""
+        found = {}
+        for folder in [self.build(build) / "CMakeFiles" / f"{DAEMON}.dir"] + [
+                self.build(build) / room for room in ROOMS]:
+            for path in folder.rglob("*.cpp.o"):
+                found[path] = digest(path)
+        return found
+
+    def file_of(self, build, name):
+        return self.build(build) / ("" if name == DAEMON else "tests") / name
+
+    def prepare(self, build):
+        """Builds everything without a change, sees that all tests pass and how long they take."""
+        notes = self.notes / f"{build}.json"
+        if notes.exists() and not self.is_newer_than(notes):
+            return
+        old = json.loads(notes.read_text()) if notes.exists() else {"programs": {}, "seconds": {}}
+        self.configure(build)
+        names = [p.name for p in self.programs] + [DAEMON]
+        self.make(build, names)
+        now = {name: digest(self.file_of(build, name)) for name in names}
+        seconds = dict(old["seconds"])
+        for program in self.programs:
+            if all(old["programs"].get(name) == now[name] for name in (program.name, DAEMON)):
+                continue
+            begin = time.monotonic()
+            failed, hung = self.run_program(build, program, 600.0)
+            if failed or hung:
+                raise BuildFailed(f"{program.name}: {failed or hung} fails without any change")
+            seconds[program.name] = time.monotonic() - begin
+        notes.write_text(json.dumps({"programs": now, "seconds": seconds}, indent=1))
+
+    def is_newer_than(self, notes):
+        """Whether the copy has changed since the notes about its build were taken."""
+        stamp = self.notes / "updated"
+        return stamp.exists() and stamp.stat().st_mtime_ns > notes.stat().st_mtime_ns
+
+    # --- Tests
+
+    def test_run(self, build, program, limit, tests="*", shard=None):
+        """Starts the program. What it says goes to a file that test_end() reads."""
+        environment = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_FILTER=tests,
+                           UBSAN_OPTIONS="print_stacktrace=1")
+        if shard is not None:
+            environment.update(GTEST_TOTAL_SHARDS=str(SHARDS), GTEST_SHARD_INDEX=str(shard))
+        output = self.notes / f"{program.name}.{shard or 0}.out"
+        with output.open("wb") as out:
+            process = subprocess.Popen(
+                ["setarch", "-R", self.file_of(build, program.name)], cwd=self.build(build),
+                stdin=subprocess.DEVNULL, stdout=out, stderr=subprocess.STDOUT, env=environment,
+                start_new_session=True)
+        return process, output, time.monotonic() + limit
+
+    @staticmethod
+    def test_kill(process):
+        try:
+            os.killpg(process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+        process.wait()
+
+    @staticmethod
+    def last_test(output, sign):
+        """The last test that the output names after the given sign, or else the whole program."""
+        named = re.findall(rf"^\[{sign}\] (\w+\.\w+(?:/\w+)*)", output.read_text(errors="replace"),
+                           re.MULTILINE)
+        return named[-1] if named else "*"
+
+    def tests_run(self, build, program, limit, tests="*"):
+        """Runs until the first failure. Returns (failed test, hung test), "" where there is none."""
+        shards = [None] if program.label == "unit" or tests[:1] not in "*-" else range(SHARDS)
+        running = [self.test_run(build, program, limit, tests, shard) for shard in shards]
+        failed = hung = ""
+        while running and not failed:
+            for one in list(running):
+                process, output, end = one
+                if process.poll() is not None:
+                    running.remove(one)
+                    if process.returncode != 0:
+                        failed = self.last_test(output, "  FAILED  ")
+                        failed = self.last_test(output, " RUN      ") if failed == "*" else failed
+                        break
+                elif time.monotonic() > end:
+                    self.test_kill(process)
+                    running.remove(one)
+                    hung = self.last_test(output, " RUN      ")
+            time.sleep(0.01)
+        for process, _, _ in running:
+            self.test_kill(process)
+        shutil.rmtree(self.build(build) / "evidence", ignore_errors=True)
+        shutil.rmtree(self.build(build) / "contract", ignore_errors=True)
+        return failed, hung
+
+    def run_program(self, build, program, limit):
+        """The program with all its tests: (test that failed twice, tests that hung twice)."""
+        left_out, hangs = [], []
+        for _ in range(HANGS_MAX):
+            tests = "*" if not left_out else "-" + ":".join(left_out)
+            failed, hung = self.tests_run(build, program, limit, tests)
+            if failed:
+                again, hung_again = self.tests_run(build, program, limit, failed)
+                if again:
+                    return failed, hangs
+                hung, failed = hung_again or failed, ""
+            if not hung:
+                break
+            failed, hung_again = self.tests_run(build, program, 3 * limit, hung)
+            if failed:
+                return failed, hangs
+            if hung_again:
+                hangs.append(hung)
+            if hung == "*":
+                break
+            left_out.append(hung)
+        return "", hangs
+
+    # --- One mutant
+
+    def compiled(self, build, mutant):
+        """Compiles the product with the change; the source is as before when this returns."""
+        path = self.place / mutant.path
+        times = path.stat()
+        old = path.read_text()
+        room = mutant.path.split("/")[0]
+        targets = [f"backhaul_{room}"] if mutant.path.endswith(".cpp") else [
+            f"backhaul_{name}" for name in ROOMS[ROOMS.index(room):]]
+        try:
+            path.write_text(mutant.apply(old))
+            self.make(build, targets + [DAEMON])
+            return True
+        except BuildFailed:
+            return False
+        finally:
+            path.write_text(old)
+            os.utime(path, ns=(times.st_atime_ns, times.st_mtime_ns))
+
+    def try_in(self, build, mutant):
+        notes = json.loads((self.notes / f"{build}.json").read_text())
+        before = self.objects(build)
+        changed = []
+        try:
+            is_compiled = self.compiled(build, mutant)
+            after = self.objects(build)
+            changed = [path for path in before if after.get(path) != before[path]]
+            if not is_compiled:
+                return Outcome("does not compile")
+            if not changed:
+                return Outcome("same code")
+            return self.tests_of(build, mutant, notes)
+        finally:
+            # Compiled anew from the old source before the next mutant.
+            for path in changed:
+                path.unlink(missing_ok=True)
+
+    def tests_of(self, build, mutant, notes):
+        """A program that the change has not reached is not run."""
+        programs = in_order(self.programs, mutant.path.split("/")[0])
+        unit = [p for p in programs if p.label == "unit"]
+        own = [p for p in unit if p.folder == mutant.path.split("/")[0]]
+        groups = [own, unit[len(own):], [p for p in programs if p.label == "process"]]
+        hung = []
+        for group in groups:
+            self.make(build, [p.name for p in group] + ([DAEMON] if group is groups[2] else []))
+            for program in group:
+                asked = DAEMON if program.label == "process" else program.name
+                if digest(self.file_of(build, asked)) == notes["programs"][asked]:
+                    continue
+                limit = max(LIMIT_MIN, 5 * notes["seconds"][program.name])
+                failed, hangs = self.run_program(build, program, limit)
+                if failed:
+                    return Outcome("killed", f"{program.name}: {failed}", build)
+                hung += [f"{program.name}: {test}" for test in hangs]
+        return Outcome("timeout" if hung else "survived", "", build, tuple(hung))
+
+    def same_when_optimised(self, mutant):
+        """Whether the change is gone after -O2, so that no test could see it."""
+        commands = json.loads((self.build("plain") / "compile_commands.json").read_text())
+        path = self.place / mutant.path
+        command = next((c["command"] for c in commands if c["file"] == str(path)), None)
+        if command is None:
+            return False
+        words = [w for w in command.split() if w not in ("-O1", "-g0")]
+        out = self.notes / "optimised.o"
+        words = words[:words.index("-o")] + ["-o", str(out), "-O2", "-c", "-x", "c++", "-"]
+        texts = [path.read_text(), mutant.apply(path.read_text())]
+        digests = []
+        for text in texts:
+            subprocess.run(words, input=f'#line 1 "{path}"\n{text}', text=True, check=True,
+                           cwd=self.build("plain"), capture_output=True)
+            digests.append(digest(out))
+        return digests[0] == digests[1]
+
+    def try_mutant(self, mutant):
+        outcome = Outcome("survived")
+        for build in BUILDS:
+            self.prepare(build)
+            outcome = self.try_in(build, mutant)
+            if outcome.verdict == "survived" and build == "plain" and \
+                    self.same_when_optimised(mutant):
+                return Outcome("same code")
+            if outcome.verdict != "survived":
+                break
+        return outcome
