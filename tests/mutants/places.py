@@ -59,10 +59,22 @@ class Mutant:
     def apply(self, source):
         return source[:self.start] + self.text + source[self.end:]
 
+    def fits(self, source):
+        return lines_of(source, self.start, self.end) == self.before
+
 
 def squeezed(text):
     """Lines without their indentation and without empty ones."""
     return "\n".join(line.strip() for line in text.split("\n") if line.strip())
+
+
+def lines_of(source, start, end, text=None):
+    """The whole lines around [start, end), with `text` in its place where one is given."""
+    first = source.rfind("\n", 0, start) + 1
+    last = source.find("\n", end)
+    last = len(source) if last < 0 else last
+    return squeezed(source[first:start] + (source[start:end] if text is None else text) +
+                    source[end:last])
 
 
 class Finder:
@@ -78,15 +90,11 @@ class Finder:
             raise ValueError(f"{path}: {errors[0]}")
 
     def add(self, kind, start, end, text, function):
-        source = self.source
-        first = source.rfind("\n", 0, start) + 1
-        last = source.find("\n", end)
-        last = len(source) if last < 0 else last
-        before = squeezed(source[first:last])
-        after = squeezed(source[first:start] + text + source[end:last])
+        before = lines_of(self.source, start, end)
+        after = lines_of(self.source, start, end, text)
         if before == after:
             return
-        mutant = Mutant(self.path, source.count("\n", 0, start) + 1, function, kind, start, end, text,
+        mutant = Mutant(self.path, self.source.count("\n", 0, start) + 1, function, kind, start, end, text,
                         before, after)
         self.found.setdefault(mutant.key, mutant)
 
