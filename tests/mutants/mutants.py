@@ -24,9 +24,6 @@ import places
 import tree
 
 HERE = pathlib.Path(__file__).resolve().parent
-ROOT = HERE.parent.parent
-# What a worker is asked for, in its tree.
-REQUEST = "build-notes/request.json"
 # What says nothing about the tests.
 UNCOUNTED = ("does not compile", "same code")
 
@@ -42,10 +39,11 @@ def arguments():
     parser.add_argument("--workers", type=int, default=2)
     parser.add_argument("--before", default="nice", metavar="WORDS",
                         help="put before each worker's command (nice)")
-    parser.add_argument("--place", type=pathlib.Path, default=ROOT / "build" / "mutants",
+    parser.add_argument("--place", type=pathlib.Path, default=tree.ROOT / "build" / "mutants",
                         help="where trees and results are kept (build/mutants)")
-    parser.add_argument("--prepare", type=pathlib.Path, help=argparse.SUPPRESS)
-    parser.add_argument("--try", dest="attempt", type=pathlib.Path, help=argparse.SUPPRESS)
+    parser.add_argument("--turn", type=float, default=float("inf"), metavar="SECONDS",
+                        help="start a worker's command anew after so long (never)")
+    parser.add_argument("--work", type=pathlib.Path, help=argparse.SUPPRESS)
     return parser.parse_args()
 
 
@@ -65,8 +63,8 @@ def all_mutants(place, folders):
     now, found, jobs = {}, [], []
     with concurrent.futures.ProcessPoolExecutor() as pool:
         for folder in folders:
-            for path in sorted((ROOT / folder).glob("*.cpp")) + sorted((ROOT / folder).glob("*.h")):
-                name = str(path.relative_to(ROOT))
+            for path in sorted((tree.ROOT / folder).glob("*.cpp")) + sorted((tree.ROOT / folder).glob("*.h")):
+                name = str(path.relative_to(tree.ROOT))
                 stamp = finder + tree.digest(path)
                 if kept.get(name, {}).get("stamp") == stamp:
                     now[name] = kept[name]
@@ -90,40 +88,59 @@ def accepted_reason(reasons, mutant):
     return reasons.get((mutant.path, mutant.function, mutant.before, mutant.after))
 
 
-# --- A worker: a process of its own for each mutant, so that it can be queued and made nice
+# --- A worker: a process of its own, so that it can be queued behind other work and made nice
 
 class Worker:
+    """Asks the process for one mutant after another, and starts a new one when its turn is over."""
+
     def __init__(self, options, number):
         self.tree = options.place / f"tree-{number}"
         self.before = options.before.split()
+        self.turn = options.turn
+        self.process = None
+        self.begin = 0.0
 
-    def call(self, *words):
-        return subprocess.run([*self.before, sys.executable, __file__, *words], cwd=ROOT,
-                              stdout=subprocess.PIPE, text=True, check=False)
+    def start(self):
+        self.process = subprocess.Popen(
+            [*self.before, sys.executable, __file__, "--work", str(self.tree)], text=True,
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        # The tree is ready, and whoever stood before us in the queue is done.
+        self.answer()
+        self.begin = time.monotonic()
 
-    def prepare(self):
-        if self.call("--prepare", self.tree).returncode != 0:
-            raise tree.BuildFailed(f"{self.tree} cannot be prepared")
+    def end(self):
+        if self.process is not None:
+            self.process.stdin.close()
+            self.process.wait()
+            self.process = None
+
+    def answer(self):
+        line = self.process.stdout.readline()
+        if not line:
+            raise tree.BuildFailed(f"the worker of {self.tree} has ended")
+        return json.loads(line)
 
     def attempt(self, mutant):
-        request = self.tree / REQUEST
-        request.write_text(json.dumps(dataclasses.asdict(mutant)))
-        done = self.call("--try", self.tree)
-        if done.returncode != 0:
-            raise tree.BuildFailed(f"{mutant.path}:{mutant.line} cannot be tried")
-        return json.loads(done.stdout)
+        """Returns the outcome, and the seconds that it took."""
+        if self.process is not None and time.monotonic() - self.begin > self.turn:
+            self.end()
+        if self.process is None:
+            self.start()
+        begin = time.monotonic()
+        self.process.stdin.write(json.dumps(dataclasses.asdict(mutant)) + "\n")
+        self.process.stdin.flush()
+        return self.answer(), time.monotonic() - begin
 
 
-def prepare(place):
-    copy = tree.Tree(place, ROOT)
+def work(place):
+    """A worker's process: a mutant a line in, an outcome a line out."""
+    copy = tree.Tree(place, tree.ROOT)
     copy.update()
     copy.prepare("plain")
-
-
-def attempt(place):
-    mutant = places.Mutant(**json.loads((place / REQUEST).read_text()))
-    outcome = tree.Tree(place, ROOT).try_mutant(mutant)
-    print(json.dumps(dataclasses.asdict(outcome)))
+    print("{}", flush=True)
+    for line in sys.stdin:
+        outcome = copy.try_mutant(places.Mutant(**json.loads(line)))
+        print(json.dumps(dataclasses.asdict(outcome)), flush=True)
 
 
 # --- The run
@@ -169,16 +186,11 @@ class Run:
             waiting.put(worker)
         left = iter(candidates)
         counted = []
-        is_ready = set()
 
         def one(mutant):
             worker = waiting.get()
             try:
-                if worker not in is_ready:
-                    worker.prepare()
-                    is_ready.add(worker)
-                begin = time.monotonic()
-                return mutant, worker.attempt(mutant), time.monotonic() - begin
+                return mutant, *worker.attempt(mutant)
             finally:
                 waiting.put(worker)
 
@@ -194,13 +206,16 @@ class Run:
                     elif self.is_counted(mutant):
                         counted.append(mutant)
                 if not jobs:
-                    return counted
+                    break
                 done, jobs = concurrent.futures.wait(
                     jobs, return_when=concurrent.futures.FIRST_COMPLETED)
                 for job in done:
                     self.note(*job.result())
                     if self.is_counted(job.result()[0]):
                         counted.append(job.result()[0])
+        for worker in workers:
+            worker.end()
+        return counted
 
     def report(self, mutants):
         """Prints what survived and the shares; returns the number of survivors without reason."""
@@ -230,11 +245,9 @@ class Run:
 
 def main():
     options = arguments()
-    os.chdir(ROOT)
-    if options.prepare:
-        return prepare(options.prepare)
-    if options.attempt:
-        return attempt(options.attempt)
+    os.chdir(tree.ROOT)
+    if options.work:
+        return work(options.work)
     options.place.mkdir(parents=True, exist_ok=True)
     run = Run(options)
     return 1 if run.report(run.go()) > 0 else 0

@@ -60,7 +60,8 @@ class Mutant:
         return source[:self.start] + self.text + source[self.end:]
 
     def fits(self, source):
-        return lines_of(source, self.start, self.end) == self.before
+        return (lines_of(source, self.start, self.end) == self.before and
+                lines_of(source, self.start, self.end, self.text) == self.after)
 
 
 def squeezed(text):

@@ -21,6 +21,7 @@ import signal
 import subprocess
 import time
 
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 ROOMS = "runtime intf device topology radar msg link root intake daemon".split()
 BUILDS = {
     "plain": ["-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g0"],
