@@ -36,6 +36,8 @@ def arguments():
                         help="only this folder's; may be repeated")
     parser.add_argument("--only", metavar="TEXT", help="only those whose file and lines hold TEXT")
     parser.add_argument("--again", action="store_true", help="try survivors and timeouts once more")
+    parser.add_argument("--plain", action="store_true",
+                        help="do not try survivors under the sanitizers")
     parser.add_argument("--workers", type=int, default=2)
     parser.add_argument("--before", default="nice", metavar="WORDS",
                         help="put before each worker's command (nice)")
@@ -120,16 +122,41 @@ class Worker:
             raise tree.BuildFailed(f"the worker of {self.tree} has ended")
         return json.loads(line)
 
-    def attempt(self, mutant):
+    def attempt(self, mutant, build):
         """Returns the outcome, and the seconds that it took."""
         if self.process is not None and time.monotonic() - self.begin > self.turn:
             self.end()
         if self.process is None:
             self.start()
         begin = time.monotonic()
-        self.process.stdin.write(json.dumps(dataclasses.asdict(mutant)) + "\n")
+        self.process.stdin.write(json.dumps([build, dataclasses.asdict(mutant)]) + "\n")
         self.process.stdin.flush()
         return self.answer(), time.monotonic() - begin
+
+
+class Workers:
+    """All workers; whoever asks gets one that is free."""
+
+    def __init__(self, options):
+        self.all = [Worker(options, number + 1) for number in range(options.workers)]
+        self.count = len(self.all)
+        self.free = queue.SimpleQueue()
+        for worker in self.all:
+            self.free.put(worker)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        for worker in self.all:
+            worker.end()
+
+    def attempt(self, mutant, build):
+        worker = self.free.get()
+        try:
+            return mutant, *worker.attempt(mutant, build)
+        finally:
+            self.free.put(worker)
 
 
 def work(place):
@@ -139,7 +166,8 @@ def work(place):
     copy.prepare("plain")
     print("{}", flush=True)
     for line in sys.stdin:
-        outcome = copy.try_mutant(places.Mutant(**json.loads(line)))
+        build, fields = json.loads(line)
+        outcome = copy.try_mutant(places.Mutant(**fields), build)
         print(json.dumps(dataclasses.asdict(outcome)), flush=True)
 
 
@@ -177,45 +205,41 @@ class Run:
               flush=True)
 
     def go(self):
-        """Returns the mutants that count."""
+        """Returns the mutants that count, after what survived was tried under the sanitizers too."""
         candidates = self.chosen()
         wanted = len(candidates) if self.options.only else self.options.count
-        waiting = queue.SimpleQueue()
-        workers = [Worker(self.options, n + 1) for n in range(self.options.workers)]
-        for worker in workers:
-            waiting.put(worker)
-        left = iter(candidates)
+        with Workers(self.options) as workers:
+            counted = self.go_through(workers, "plain", candidates, wanted)
+            survived = [m for m in counted if not accepted_reason(self.reasons, m) and
+                        self.results[m.key]["verdict"] == "survived" and
+                        self.results[m.key]["build"] == "plain"]
+            if not self.options.plain:
+                self.go_through(workers, "asan", survived, len(survived))
+        return [mutant for mutant in counted if self.is_counted(mutant)]
+
+    def go_through(self, workers, build, candidates, wanted):
+        """Tries the candidates in turn until so many count."""
         counted = []
-
-        def one(mutant):
-            worker = waiting.get()
-            try:
-                return mutant, *worker.attempt(mutant)
-            finally:
-                waiting.put(worker)
-
-        with concurrent.futures.ThreadPoolExecutor(len(workers)) as pool:
+        left = iter(candidates)
+        with concurrent.futures.ThreadPoolExecutor(workers.count) as pool:
             jobs = set()
             while True:
-                while len(jobs) < len(workers) and len(counted) + len(jobs) < wanted:
+                while len(jobs) < workers.count and len(counted) + len(jobs) < wanted:
                     mutant = next(left, None)
                     if mutant is None:
                         break
-                    if self.is_left(mutant):
-                        jobs.add(pool.submit(one, mutant))
+                    if build == "asan" or self.is_left(mutant):
+                        jobs.add(pool.submit(workers.attempt, mutant, build))
                     elif self.is_counted(mutant):
                         counted.append(mutant)
                 if not jobs:
-                    break
+                    return counted
                 done, jobs = concurrent.futures.wait(
                     jobs, return_when=concurrent.futures.FIRST_COMPLETED)
                 for job in done:
                     self.note(*job.result())
                     if self.is_counted(job.result()[0]):
                         counted.append(job.result()[0])
-        for worker in workers:
-            worker.end()
-        return counted
 
     def report(self, mutants):
         """Prints what survived and the shares; returns the number of survivors without reason."""
