@@ -149,7 +149,7 @@ class Finder:
         self.add("negated condition", start, end, f"!({self.source[start:end]})", function)
 
     def statements(self, children, function):
-        """Statements of a block: left out, or in the other order."""
+        """Statements of a block: left out, or two calls in the other order."""
         for index, statement in enumerate(children):
             start, end = statement.extent.start.offset, self.past_semicolon(statement)
             if end is None:
@@ -158,14 +158,19 @@ class Finder:
             if statement.kind in ACTIONS or statement.kind in JUMPS and not (
                     is_last and self.is_body_end(end)):
                 self.add("dropped statement", start, end, "", function)
-            if is_last or statement.kind not in ACTIONS or children[index + 1].kind not in ACTIONS:
+            if is_last or not self.is_call(statement) or not self.is_call(children[index + 1]):
                 continue
             after_start, after_end = (children[index + 1].extent.start.offset,
                                       self.past_semicolon(children[index + 1]))
             if after_end is not None:
                 text = (self.source[after_start:after_end] + self.source[end:after_start] +
                         self.source[start:end])
-                self.add("swapped statements", start, after_end, text, function)
+                self.add("swapped calls", start, after_end, text, function)
+
+    @staticmethod
+    def is_call(statement):
+        """Two assignments may stand in either order, two calls seldom."""
+        return statement.kind == CursorKind.CALL_EXPR and statement.spelling != "operator="
 
     def is_body_end(self, end):
         """Whether only the closing brace of an unindented function follows."""

@@ -52,10 +52,10 @@ class Places(unittest.TestCase):
         }
         self.assertEqual(changes(11), expected)
 
-    def test_statements_left_out_and_in_the_other_order(self):
+    def test_statements_left_out_and_calls_in_the_other_order(self):
         puts = ['std::puts("small");', 'std::puts("%d text");']
         self.assertIn(("dropped statement", puts[0], ""), changes(14))
-        self.assertIn(("swapped statements", "\n".join(puts), "\n".join(reversed(puts))),
+        self.assertIn(("swapped calls", "\n".join(puts), "\n".join(reversed(puts))),
                       changes(14))
 
     def test_rows_and_enumerators(self):
