@@ -36,8 +36,9 @@ def arguments():
                         help="only this folder's; may be repeated")
     parser.add_argument("--only", metavar="TEXT", help="only those whose file and lines hold TEXT")
     parser.add_argument("--again", action="store_true", help="try survivors and timeouts once more")
-    parser.add_argument("--plain", action="store_true",
-                        help="do not try survivors under the sanitizers")
+    parser.add_argument("--until", choices=tree.STAGES, default=tree.STAGES[-1],
+                        help="leave the later stages out (unit and process tests are run without "
+                        "sanitizers first)")
     parser.add_argument("--workers", type=int, default=2)
     parser.add_argument("--before", default="nice", metavar="WORDS",
                         help="put before each worker's command (nice)")
@@ -106,7 +107,7 @@ class Worker:
         self.process = subprocess.Popen(
             [*self.before, sys.executable, __file__, "--work", str(self.tree)], text=True,
             stdin=subprocess.PIPE, stdout=subprocess.PIPE)
-        # The tree is ready, and whoever stood before us in the queue is done.
+        # The copy is up to date, and whoever stood before us in the queue is done.
         self.answer()
         self.begin = time.monotonic()
 
@@ -122,14 +123,14 @@ class Worker:
             raise tree.BuildFailed(f"the worker of {self.tree} has ended")
         return json.loads(line)
 
-    def attempt(self, mutant, build):
+    def attempt(self, mutant, stage):
         """Returns the outcome, and the seconds that it took."""
         if self.process is not None and time.monotonic() - self.begin > self.turn:
             self.end()
         if self.process is None:
             self.start()
         begin = time.monotonic()
-        self.process.stdin.write(json.dumps([build, dataclasses.asdict(mutant)]) + "\n")
+        self.process.stdin.write(json.dumps([stage, dataclasses.asdict(mutant)]) + "\n")
         self.process.stdin.flush()
         return self.answer(), time.monotonic() - begin
 
@@ -151,10 +152,10 @@ class Workers:
         for worker in self.all:
             worker.end()
 
-    def attempt(self, mutant, build):
+    def attempt(self, mutant, stage):
         worker = self.free.get()
         try:
-            return mutant, *worker.attempt(mutant, build)
+            return mutant, *worker.attempt(mutant, stage)
         finally:
             self.free.put(worker)
 
@@ -163,11 +164,10 @@ def work(place):
     """A worker's process: a mutant a line in, an outcome a line out."""
     copy = tree.Tree(place, tree.ROOT)
     copy.update()
-    copy.prepare("plain")
     print("{}", flush=True)
     for line in sys.stdin:
-        build, fields = json.loads(line)
-        outcome = copy.try_mutant(places.Mutant(**fields), build)
+        stage, fields = json.loads(line)
+        outcome = copy.try_mutant(places.Mutant(**fields), stage)
         print(json.dumps(dataclasses.asdict(outcome)), flush=True)
 
 
@@ -179,6 +179,9 @@ class Run:
         self.kept_at = options.place / "results.json"
         self.results = json.loads(self.kept_at.read_text()) if self.kept_at.exists() else {}
         self.reasons = accepted()
+        # Those that are to begin once more, for a test may see them now.
+        self.again = {key for key, result in self.results.items()
+                      if options.again and result["verdict"] in ("survived", "timeout")}
 
     def chosen(self):
         options = self.options
@@ -187,38 +190,45 @@ class Run:
             return [m for m in found if options.only in f"{m.path}\n{m.before}\n{m.after}"]
         return places.choose(found, 10 * options.count, options.seed)
 
-    def is_left(self, mutant):
+    def stages_left(self, mutant):
+        """The stages that it has not been through; none once it was killed or nobody can see it."""
         if accepted_reason(self.reasons, mutant):
-            return False
-        verdict = self.results.get(mutant.key, {}).get("verdict")
-        return verdict is None or self.options.again and verdict in ("survived", "timeout")
+            return []
+        last = tree.STAGES.index(self.options.until) + 1
+        result = self.results.get(mutant.key)
+        if result is None:
+            return tree.STAGES[:last]
+        if result["verdict"] not in ("survived", "timeout"):
+            return []
+        done = tree.STAGES.index(result["stage"]) + 1 if mutant.key not in self.again else 0
+        return tree.STAGES[done:last]
 
     def is_counted(self, mutant):
         return self.results.get(mutant.key, {}).get("verdict") not in UNCOUNTED
 
     def note(self, mutant, outcome, seconds):
+        before = {} if mutant.key in self.again else self.results.get(mutant.key, {})
+        if before.get("verdict") == "timeout" and outcome["verdict"] == "survived":
+            outcome = {**outcome, "verdict": "timeout", "hung": before["hung"]}
         self.results[mutant.key] = {**dataclasses.asdict(mutant), **outcome,
                                     "seconds": round(seconds, 1)}
+        self.again.discard(mutant.key)
         write_whole(self.kept_at, self.results)
         print(f"{len(self.results):4} {outcome['verdict']:8} {mutant.path}:{mutant.line} "
               f"{mutant.kind}{', ' + outcome['by'] if outcome['by'] else ''} ({seconds:.0f} s)",
               flush=True)
 
     def go(self):
-        """Returns the mutants that count, after what survived was tried under the sanitizers too."""
+        """Takes all through one stage after the other; returns the mutants that count."""
         candidates = self.chosen()
         wanted = len(candidates) if self.options.only else self.options.count
         with Workers(self.options) as workers:
-            counted = self.go_through(workers, "plain", candidates, wanted)
-            survived = [m for m in counted if not accepted_reason(self.reasons, m) and
-                        self.results[m.key]["verdict"] == "survived" and
-                        self.results[m.key]["build"] == "plain"]
-            if not self.options.plain:
-                self.go_through(workers, "asan", survived, len(survived))
-        return [mutant for mutant in counted if self.is_counted(mutant)]
+            for stage in tree.STAGES[:tree.STAGES.index(self.options.until) + 1]:
+                candidates = self.go_through(workers, stage, candidates, wanted)
+        return candidates
 
-    def go_through(self, workers, build, candidates, wanted):
-        """Tries the candidates in turn until so many count."""
+    def go_through(self, workers, stage, candidates, wanted):
+        """Tries the candidates in turn until so many count, which are returned."""
         counted = []
         left = iter(candidates)
         with concurrent.futures.ThreadPoolExecutor(workers.count) as pool:
@@ -228,8 +238,8 @@ class Run:
                     mutant = next(left, None)
                     if mutant is None:
                         break
-                    if build == "asan" or self.is_left(mutant):
-                        jobs.add(pool.submit(workers.attempt, mutant, build))
+                    if stage in self.stages_left(mutant):
+                        jobs.add(pool.submit(workers.attempt, mutant, stage))
                     elif self.is_counted(mutant):
                         counted.append(mutant)
                 if not jobs:

@@ -1,8 +1,8 @@
 """A worker's private copy of the project, in which one mutant after another is built and tried.
 
-`build-plain` and `build-asan` are its builds, `build-notes` is what is kept about them: most
-mutants are found without sanitizers, which is quicker, and what survives is tried again as the
-tests run in CI. The changed source is there only while the product's own objects are compiled. Then the old one
+`build-plain` and `build-asan` are its builds, `build-notes` is what is kept about them. A mutant goes
+through the stages one by one, the quick ones first: the unit tests and then the real daemon's,
+without sanitizers; then both again as they run in CI. The changed source is there only while the product's own objects are compiled. Then the old one
 is put back with its old time, so that the tests are compiled from what the user wrote, and nothing
 but the product's change is linked into them.
 
@@ -27,6 +27,8 @@ BUILDS = {
     "plain": ["-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g0"],
     "asan": ["-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g0", "-DBACKHAUL_SANITIZE=address"],
 }
+# What a mutant goes through, until a test fails: a build and the label of its tests.
+STAGES = ["plain unit", "plain process", "asan unit", "asan process"]
 DAEMON = "backhaul_monitor"
 # Most of a long program's time is waiting: so many parts of it run at once.
 SHARDS = 4
@@ -52,8 +54,20 @@ class Outcome:
     """`verdict`: killed, survived, timeout, "same code" or "does not compile"."""
     verdict: str
     by: str = ""
-    build: str = ""
+    stage: str = ""
     hung: tuple = ()
+
+
+@dataclasses.dataclass
+class Prepared:
+    """What a stage was before any change: the programs' digests, and how long they take."""
+    digests: dict
+    seconds: dict
+
+
+def tested(program):
+    """The names of the files that the tests of a program are about."""
+    return [program.name] if program.label == "unit" else [program.name, DAEMON]
 
 
 def digest(path):
@@ -152,30 +166,33 @@ class Tree:
     def file_of(self, build, name):
         return self.build(build) / ("" if name == DAEMON else "tests") / name
 
-    def prepare(self, build):
-        """Builds everything without a change, sees that all tests pass and how long they take."""
-        notes = self.notes / f"{build}.json"
+    def prepare(self, stage):
+        """Builds what the stage needs, without a change, and sees that its tests pass and how long
+        they take. Returns the names and content of what was built, and the seconds."""
+        build, label = stage.split()
+        kept_at = self.notes / f"{stage.replace(' ', '-')}.json"
         if (self.notes / "halfway").exists():
             for path in [p for name in BUILDS for p in self.objects(name)]:
                 path.unlink()
             (self.notes / "halfway").unlink()
-        elif notes.exists() and not self.is_newer_than(notes):
-            return
-        old = json.loads(notes.read_text()) if notes.exists() else {"programs": {}, "seconds": {}}
+        elif kept_at.exists() and not self.is_newer_than(kept_at):
+            return Prepared(**json.loads(kept_at.read_text()))
+        old = Prepared(**json.loads(kept_at.read_text())) if kept_at.exists() else Prepared({}, {})
         self.configure(build)
-        names = [p.name for p in self.programs] + [DAEMON]
+        programs = [p for p in self.programs if p.label == label]
+        names = [p.name for p in programs] + [DAEMON]
         self.make(build, names)
-        now = {name: digest(self.file_of(build, name)) for name in names}
-        seconds = dict(old["seconds"])
-        for program in self.programs:
-            if all(old["programs"].get(name) == now[name] for name in (program.name, DAEMON)):
+        now = Prepared({name: digest(self.file_of(build, name)) for name in names}, old.seconds)
+        for program in programs:
+            if all(old.digests.get(n) == now.digests[n] for n in tested(program)):
                 continue
             begin = time.monotonic()
             failed, hung = self.run_program(build, program, 600.0)
             if failed or hung:
                 raise BuildFailed(f"{program.name}: {failed or hung} fails without any change")
-            seconds[program.name] = time.monotonic() - begin
-        notes.write_text(json.dumps({"programs": now, "seconds": seconds}, indent=1))
+            now.seconds[program.name] = time.monotonic() - begin
+        kept_at.write_text(json.dumps(dataclasses.asdict(now), indent=1))
+        return now
 
     def is_newer_than(self, notes):
         """Whether the copy has changed since the notes about its build were taken."""
@@ -284,9 +301,8 @@ class Tree:
             path.write_text(old)
             os.utime(path, ns=(times.st_atime_ns, times.st_mtime_ns))
 
-    def try_in(self, build, mutant):
-        notes = json.loads((self.notes / f"{build}.json").read_text())
-        self.seconds = notes["seconds"]
+    def try_in(self, stage, mutant, prepared):
+        build, label = stage.split()
         before = self.objects(build)
         changed = []
         try:
@@ -297,31 +313,30 @@ class Tree:
                 return Outcome("does not compile")
             if not changed:
                 return Outcome("same code")
-            return self.tests_of(build, mutant, notes)
+            return self.tests_of(build, label, mutant, prepared)
         finally:
             # Compiled anew from the old source before the next mutant.
             for path in changed:
                 path.unlink(missing_ok=True)
 
-    def tests_of(self, build, mutant, notes):
+    def tests_of(self, build, label, mutant, prepared):
         """A program that the change has not reached is not run."""
-        programs = in_order(self.programs, mutant.path.split("/")[0])
-        unit = [p for p in programs if p.label == "unit"]
-        own = [p for p in unit if p.folder == mutant.path.split("/")[0]]
-        groups = [own, unit[len(own):], [p for p in programs if p.label == "process"]]
+        room = mutant.path.split("/")[0]
+        programs = [p for p in in_order(self.programs, room) if p.label == label]
+        own = [p for p in programs if p.folder == room]
         hung = []
-        for group in groups:
-            self.make(build, [p.name for p in group] + ([DAEMON] if group is groups[2] else []))
+        for group in (own, [p for p in programs if p not in own]):
+            self.make(build, [name for p in group for name in tested(p)] or [DAEMON])
             for program in group:
-                asked = DAEMON if program.label == "process" else program.name
-                if digest(self.file_of(build, asked)) == notes["programs"][asked]:
+                if all(digest(self.file_of(build, name)) == prepared.digests[name]
+                       for name in tested(program)):
                     continue
                 limit = max(LIMIT_MIN, 5 * self.seconds[program.name])
                 failed, hangs = self.run_program(build, program, limit)
                 if failed:
-                    return Outcome("killed", f"{program.name}: {failed}", build)
+                    return Outcome("killed", f"{program.name}: {failed}")
                 hung += [f"{program.name}: {test}" for test in hangs]
-        return Outcome("timeout" if hung else "survived", "", build, tuple(hung))
+        return Outcome("timeout" if hung else "survived", hung=tuple(hung))
 
     def same_when_optimised(self, mutant):
         """Whether the change is gone after -O2, so that no test could see it."""
@@ -341,13 +356,14 @@ class Tree:
             digests.append(digest(out))
         return digests[0] == digests[1]
 
-    def try_mutant(self, mutant, build):
-        self.prepare(build)
+    def try_mutant(self, mutant, stage):
+        prepared = self.prepare(stage)
+        self.seconds = prepared.seconds
         # Stays behind when this ends halfway; then the objects are not what the source says.
         halfway = self.notes / "halfway"
         halfway.touch()
-        outcome = self.try_in(build, mutant)
+        outcome = self.try_in(stage, mutant, prepared)
         halfway.unlink()
-        if outcome.verdict == "survived" and self.same_when_optimised(mutant):
-            return Outcome("same code")
-        return outcome
+        if outcome.verdict == "survived" and stage == STAGES[0] and self.same_when_optimised(mutant):
+            outcome = Outcome("same code")
+        return dataclasses.replace(outcome, stage=stage)
