@@ -2,7 +2,6 @@
 
 #include "link/backup_link.h"
 
-#include "lab/tools/state_layout.h"
 #include "runtime/runtime_block.h"
 #include "tests/link/link_fixture.h"
 

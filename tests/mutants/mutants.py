@@ -12,6 +12,7 @@ import collections
 import concurrent.futures
 import dataclasses
 import difflib
+import fcntl
 import json
 import os
 import pathlib
@@ -283,6 +284,11 @@ def main():
     if options.work:
         return work(options.work)
     options.place.mkdir(parents=True, exist_ok=True)
+    lock = (options.place / "lock").open("w")
+    try:
+        fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except OSError:
+        sys.exit(f"mutants: another run uses {options.place}")
     run = Run(options)
     return 1 if run.report(run.go()) > 0 else 0
 
