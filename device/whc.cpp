@@ -84,10 +84,6 @@ void device_best_bssid_get(const char* name, uint8_t* out, size_t length) {
     std::copy_n(mac.begin(), std::min(length, mac.size()), out);
 }
 
-void device_other_band_bssid_get(const char* /*name*/, uint8_t* out, size_t length) {
-    std::fill_n(out, length, uint8_t{0});
-}
-
 mac_address best_ap_target(const mac_address& configured, const mac_address& current) {
     return !bssid_is_zero(configured) ? configured : current;
 }

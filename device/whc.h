@@ -23,9 +23,6 @@ void device_whc_dist_set(int distance);
 /// Fills `out` with the driver's preferred AP for station `name`, or zeros. Takes 2 seconds.
 void device_best_bssid_get(const char* name, uint8_t* out, size_t length);
 
-/// Selector of an AP on the other band: always yields the all-zero address.
-void device_other_band_bssid_get(const char* name, uint8_t* out, size_t length);
-
 /// The address that the supplicant is told to join: the configured one, else the current one.
 mac_address best_ap_target(const mac_address& configured, const mac_address& current);
 

@@ -1,5 +1,6 @@
 #include "link/uplink_scan.h"
 
+#include "device/other_band.h"
 #include "device/whc.h"
 #include "intf/intf_table.h"
 #include "runtime/flow_log.h"

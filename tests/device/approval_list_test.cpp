@@ -53,6 +53,8 @@ TEST_F(ApprovalList, is_judged_line_by_line) {
         // 63 characters a read: the flag of the rest is its second word.
         {"the rest of a long line is a line of its own", std::string(61, 'a') + " 0 b 1 MRX70\n", 1,
          1, READY},
+        {"a flag past the 63 characters is the first word of the rest",
+         std::string(62, 'a') + " 1 MRX70\n", 0, 0, READY},
     };
     for (const list_case& one : cases) {
         list_put(one.text);

@@ -93,6 +93,13 @@ TEST_F(StationInfo, stops_reading_at_the_first_access_point_line) {
     EXPECT_EQ(bssid, (mac_address{2, 0, 0, 0, 0, 1}));
 }
 
+TEST_F(StationInfo, asks_with_the_whole_line_for_an_interface_name_of_15_characters) {
+    const intf_record* const record = intf_add("a-name-of-15-ch", BACKHAUL_STA, BAND_5G);
+    EXPECT_EQ(backhaul_sta_is_associated(record), 0) << "there is no such device";
+    EXPECT_THAT(harness::recorded_lines(),
+                ElementsAre("iwconfig a-name-of-15-ch | grep Not-Associated > /tmp/iw_result"));
+}
+
 TEST_F(StationInfo, sees_an_interface_that_iwconfig_knows) {
     EXPECT_EQ(wifi_intf_present(intf_add("ath10", MAIN_SERVICE_AP, BAND_5G)), 1);
     EXPECT_THAT(journal(), ElementsAre("$ iwconfig ath10 > /tmp/wifi_intf.tmp"));

@@ -110,6 +110,16 @@ TEST_F(Supplicant, decides_by_the_first_line_with_a_state) {
     EXPECT_EQ(wpa_state(station()), 1);
 }
 
+TEST_F(Supplicant, looks_at_the_first_256_characters_of_a_status_line) {
+    const std::string key = "wpa_state=";
+    const std::string value = "INTERFACE_DISABLED";
+    const std::string blanks(256 - key.size() - value.size(), ' ');
+    lab::answer_push("", "wpa_cli.status", key + blanks + value + "\n");
+    EXPECT_EQ(wpa_state(station()), 1);
+    lab::answer_push("", "wpa_cli.status", key + blanks + " " + value + "\n");
+    EXPECT_EQ(wpa_state(station()), 0);
+}
+
 TEST_F(Supplicant, is_not_disabled_when_the_status_cannot_be_read) {
     lab::wpa_state_set("", "ath0", "INTERFACE_DISABLED");
     harness::put_file("/tmp/wpa_cli_status/kept", "");

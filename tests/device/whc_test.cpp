@@ -10,6 +10,8 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <string>
+
 namespace {
 
 using testing::ElementsAre;
@@ -45,6 +47,16 @@ TEST_F(Whc, passes_zero_on_when_the_driver_names_no_rate) {
                 ElementsAre("$ iwpriv ath0 get_whc_ul_rate > /tmp/ul_rate",
                             "device_backhaul_ap_ul_rate_update : ul_rate 0",
                             "$ iwpriv ath20 set_whc_ul_rate 0", "$ iwpriv ath2 set_whc_ul_rate 0"));
+}
+
+TEST_F(Whc, reads_the_rate_in_the_first_255_characters_of_the_answer) {
+    const intf_record* const station = table_add();
+    lab::answer_push("", "iwpriv.ath0.get_whc_ul_rate", std::string(252, 'a') + ":12\n");
+    device_backhaul_ap_ul_rate_update(station);
+    EXPECT_EQ(journal().back(), "$ iwpriv ath2 set_whc_ul_rate 12");
+    lab::answer_push("", "iwpriv.ath0.get_whc_ul_rate", std::string(253, 'a') + ":12\n");
+    device_backhaul_ap_ul_rate_update(station);
+    EXPECT_EQ(journal().back(), "$ iwpriv ath2 set_whc_ul_rate 1");
 }
 
 TEST_F(Whc, passes_no_rate_on_when_the_answer_cannot_be_read) {

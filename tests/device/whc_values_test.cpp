@@ -51,11 +51,4 @@ TEST(BestApTarget, is_the_current_address_when_none_is_configured) {
     EXPECT_EQ(best_ap_target(NONE, CURRENT), CURRENT);
 }
 
-TEST(OtherBandBssid, is_always_zero_within_the_given_length) {
-    std::array<uint8_t, 8> out{};
-    out.fill(0xaa);
-    device_other_band_bssid_get("ath0", out.data(), 6);
-    EXPECT_EQ(out, (std::array<uint8_t, 8>{0, 0, 0, 0, 0, 0, 0xaa, 0xaa}));
-}
-
 }  // namespace

@@ -3,15 +3,21 @@
 #include "intf/intf_table.h"
 
 #include <gmock/gmock.h>
+#include <sys/ptrace.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <csignal>
+#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "runtime/heap.h"
 #include "runtime/runtime_block.h"
+#include "tests/harness/child.h"
 #include "tests/harness/no_memory.h"
 #include "tests/harness/sandbox.h"
 
@@ -223,6 +229,37 @@ TEST_F(IntfTable, is_whole_as_soon_as_another_thread_sees_it) {
     EXPECT_EQ(intf_table_load(), 500);
     reader.join();
     EXPECT_EQ(last, "ath499");
+}
+
+/// The value of `variable` in a stopped child.
+template <typename T>
+T child_value(pid_t child, const T& variable) {
+    const long word = ptrace(PTRACE_PEEKDATA, child, &variable, nullptr);
+    T value{};
+    std::memcpy(&value, &word, sizeof value);
+    return value;
+}
+
+// The time between the two is a few instructions, so the loader is followed from one to the next.
+TEST_F(IntfTable, has_its_records_in_the_instant_in_which_their_count_is_known) {
+    harness::put_file(PROFILE, "ath0 BACKHAUL_STA 5 20 0\n");
+    // As plain values: what the child holds is read as bytes.
+    static_assert(sizeof runtime.intf_num == sizeof(int32_t));
+    const auto& count = reinterpret_cast<const int32_t&>(runtime.intf_num);
+    const auto& records = reinterpret_cast<intf_record* const&>(runtime.intf_table);
+    const harness::Child loader([] {
+        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+        std::raise(SIGSTOP);
+        intf_table_load();
+    });
+    int status = 0;
+    while (waitpid(loader.pid(), &status, 0) == loader.pid() && WIFSTOPPED(status) &&
+           child_value(loader.pid(), count) == 0) {
+        ptrace(PTRACE_SINGLESTEP, loader.pid(), nullptr, nullptr);
+    }
+    ASSERT_TRUE(WIFSTOPPED(status)) << "the count was never set";
+    EXPECT_EQ(child_value(loader.pid(), count), 1);
+    EXPECT_NE(child_value(loader.pid(), records), nullptr);
 }
 
 }  // namespace

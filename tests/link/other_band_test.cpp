@@ -1,8 +1,8 @@
 // The way to an AP on the other band. The selector of such an AP yields none, so that nothing of
-// this happens on a router today; this program puts a selector in its place that does find one
-// (the linker takes it before the daemon's, see CMakeLists.txt).
+// this happens on a router today; this program brings a selector that does find one, and so takes
+// none from the library.
 
-#include "device/whc.h"
+#include "device/other_band.h"
 #include "lab/tools/state_layout.h"
 #include "link/ready_tick.h"
 #include "link/uplink_scan.h"
