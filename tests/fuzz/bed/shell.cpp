@@ -36,14 +36,6 @@ std::string line_run(const char* line) {
 
 }  // namespace
 
-std::vector<std::string> shell_texts(const std::vector<ShellWord>& words) {
-    std::vector<std::string> texts;
-    for (const ShellWord& word : words) {
-        texts.push_back(word.text);
-    }
-    return texts;
-}
-
 Shell& shell() {
     static Shell state;
     return state;

@@ -1,5 +1,4 @@
-// A POSIX shell's first step over a line: which words it would hand on.
-#include "tests/fuzz/bed/shell.h"
+#include "tests/fuzz/bed/shell_read.h"
 
 namespace fuzz {
 namespace {
@@ -118,6 +117,14 @@ private:
 
 std::optional<std::vector<ShellWord>> shell_read(std::string_view line) {
     return Reader(line).read();
+}
+
+std::vector<std::string> shell_texts(const std::vector<ShellWord>& words) {
+    std::vector<std::string> texts;
+    for (const ShellWord& word : words) {
+        texts.push_back(word.text);
+    }
+    return texts;
 }
 
 }  // namespace fuzz
