@@ -17,6 +17,8 @@ namespace {
 using fuzz::require;
 using Words = std::vector<std::string>;
 
+/// Each address is a line of the system log and the file anew, when it comes and when it goes.
+constexpr size_t BYTES_MAX = 400;
 constexpr size_t ALMAC_LENGTH = ALMAC_SIZE - 1;
 
 /// The file's words as a loop over scanf and feof gives them, each as a node holds it.
@@ -63,7 +65,7 @@ void log_lines_check(size_t first, const Words& words, const char* kind) {
 
 // The name is the fuzzer engine's.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string bytes = fuzz::Input(data, std::min(size, size_t{4000})).rest();
+    const std::string bytes = fuzz::Input(data, std::min(size, BYTES_MAX)).rest();
     fuzz::shell_reset();
     fuzz::file_put(AP_LIST_PATH, bytes);
     backhaul_ap_list_init();

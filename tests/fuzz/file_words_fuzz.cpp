@@ -22,6 +22,8 @@ constexpr std::array SIZES = {
     word_size{17, "%16s"}, word_size{24, "%23s"},   word_size{32, "%31s"},  word_size{64, "%63s"},
     word_size{65, "%64s"}, word_size{128, "%127s"}, word_size{256, "%255s"}};
 using Word = std::array<char, 512>;
+/// Longer than every room.
+constexpr size_t BYTES_MAX = 1200;
 
 /// What both read stands at the same place of the stream.
 void same_place(const ByteStream& left, const ByteStream& right) {
@@ -120,7 +122,7 @@ void lines_check(const std::string& bytes, size_t room) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzz::Input input(data, size);
     const word_size& chosen = SIZES[input.byte() % SIZES.size()];
-    const std::string bytes = input.rest();
+    const std::string bytes = input.text(BYTES_MAX);
     first_word_check(bytes, chosen);
     next_words_check(bytes);
     number_check(bytes);
