@@ -111,25 +111,36 @@ function(backhaul_test name)
     endif()
 endfunction()
 
+# Every fuzz target, and the file <build>/fuzz_targets.txt that `./run fuzz` goes by: a line for each,
+# its name and its corpus in the sources.
+add_custom_target(fuzz_targets)
+file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/fuzz_targets.txt
+    CONTENT "$<JOIN:$<TARGET_PROPERTY:fuzz_targets,BACKHAUL_FUZZ_LINES>,\n>\n")
+
 # backhaul_fuzz(<name> SOURCES <file>... CORPUS <folder> [LIBS <target>...])
-# A decoder under fuzz: SOURCES define LLVMFuzzerTestOneInput. With BACKHAUL_FUZZ the program is
-# the fuzzer <build>/fuzz/<name>; without, <build>/tests/<name> replays the corpus as one test.
+# Code under fuzz: SOURCES define LLVMFuzzerTestOneInput. With BACKHAUL_FUZZ the program is the
+# fuzzer <build>/fuzz/<name>; without, <build>/tests/<name> replays the corpus as one test. The
+# corpus is named relative to where it lies: a target may have a file system of its own.
 function(backhaul_fuzz name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "CORPUS" "SOURCES;LIBS")
     add_executable(${name} ${arg_SOURCES})
     backhaul_common(${name})
     target_link_libraries(${name} PRIVATE backhaul_instrumented ${arg_LIBS})
+    add_dependencies(fuzz_targets ${name})
     cmake_path(ABSOLUTE_PATH arg_CORPUS BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR})
+    cmake_path(RELATIVE_PATH arg_CORPUS BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
+    set_property(TARGET fuzz_targets APPEND PROPERTY BACKHAUL_FUZZ_LINES "${name} ${arg_CORPUS}")
+    set(place tests)
+    set(replay)
     if(BACKHAUL_FUZZ)
         target_link_options(${name} PRIVATE -fsanitize=fuzzer)
-        set_target_properties(${name} PROPERTIES
-            RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/fuzz)
-        add_test(NAME ${name}.replay COMMAND ${name} -runs=0 ${arg_CORPUS})
+        set(place fuzz)
+        set(replay -runs=0)
     else()
         target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/fuzz_replay_main.cpp)
-        set_target_properties(${name} PROPERTIES
-            RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
-        add_test(NAME ${name}.replay COMMAND ${name} ${arg_CORPUS})
     endif()
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${place})
+    add_test(NAME ${name}.replay COMMAND ${name} ${replay} ${arg_CORPUS}
+        WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
     set_tests_properties(${name}.replay PROPERTIES LABELS fuzz TIMEOUT 120)
 endfunction()

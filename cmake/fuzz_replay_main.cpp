@@ -9,8 +9,10 @@
 #include <iterator>
 #include <vector>
 
-// The name is the fuzzer engine's.
+// The names are the fuzzer engine's.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+// Not every target has one.
+extern "C" [[gnu::weak]] int LLVMFuzzerInitialize(int* argc, char*** argv);
 
 namespace {
 
@@ -34,6 +36,9 @@ size_t replay_folder(const char* folder) {
 
 int main(int argc, char** argv) {
     int result = argc > 1 ? 0 : 1;
+    if (LLVMFuzzerInitialize != nullptr) {
+        LLVMFuzzerInitialize(&argc, &argv);
+    }
     for (int i = 1; i < argc; ++i) {
         const size_t count = replay_folder(argv[i]);
         std::printf("%zu inputs from %s\n", count, argv[i]);

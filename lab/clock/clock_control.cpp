@@ -303,9 +303,9 @@ bool MovedClock::settle(std::string& error) {
 bool MovedClock::all_quiet() {
     return std::all_of(nodes_.begin(), nodes_.end(),
                        [](const auto& node) { return node->watch->is_quiet(); }) &&
-           !packets_under_way() && std::all_of(nodes_.begin(), nodes_.end(), [](const auto& node) {
-               return node->watch->is_quiet_still();
-           });
+           !packets_under_way() && !(also_busy && also_busy()) &&
+           std::all_of(nodes_.begin(), nodes_.end(),
+                       [](const auto& node) { return node->watch->is_quiet_still(); });
 }
 
 bool MovedClock::wait_quiet(std::string& error) {

@@ -84,6 +84,10 @@ public:
     // Real time after which a node that is not quiet is an error.
     std::chrono::milliseconds patience{20000};
 
+    // Whether something outside the nodes still has an answer to give to one of them, which looks
+    // blocked meanwhile; empty when there is nothing of that kind.
+    std::function<bool()> also_busy;
+
 private:
     struct Node {
         std::string root;

@@ -19,7 +19,9 @@ std::string daemon_program() {
 
 Router& Story::add_router(lab::NodeOptions options, Where where) {
     options.programs = BACKHAUL_BUILD_DIR "/lab";
-    options.daemon = daemon_program();
+    if (options.daemon.empty()) {
+        options.daemon = daemon_program();
+    }
     std::string error;
     std::unique_ptr<lab::Node> node = lab::Node::make(options, error);
     if (node == nullptr || !clock_.add_node(node->root(), error)) {

@@ -17,8 +17,22 @@ constexpr size_t STREAMS = 3;
 
 }  // namespace
 
-void FaultStory::start_whole() {
-    start_ready_extender();
+void FaultStory::start_whole(const std::vector<std::string>& through) {
+    if (through.empty()) {
+        start_extender();
+    } else {
+        std::string error;
+        ASSERT_EQ(router().daemon().start({{}, {}, through}, error), 0) << error;
+    }
+    start_whole_running();
+}
+
+void FaultStory::start_whole_running() {
+    settle();
+    admit();
+    advance(10);
+    make_ready("ath0", ap(1));
+    heard();
     descriptors_ = router().daemon().worker_descriptors().size();
 }
 

@@ -10,8 +10,12 @@
 
 class FaultStory : public ExtenderStory {
 protected:
-    /// A ready, admitted extender; notes what it has open.
-    void start_whole();
+    /// A ready, admitted extender; notes what it has open. With a program for the daemon to be
+    /// started through it is the router that was added before.
+    void start_whole(const std::vector<std::string>& through = {});
+
+    /// The same of an extender whose daemon runs already.
+    void start_whole_running();
 
     /// Everything that makes it act, at once: a loss and a return of its link, a client, a command,
     /// a message, an announcement; then so many seconds. Nothing is expected.
