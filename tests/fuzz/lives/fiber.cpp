@@ -1,0 +1,96 @@
+#include "tests/fuzz/lives/fiber.h"
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+// Of the address sanitizer's runtime; absent in a program without it.
+extern "C" {
+[[gnu::weak]] void __sanitizer_start_switch_fiber(void** fake_stack, const void* bottom,
+                                                  size_t size);
+[[gnu::weak]] void __sanitizer_finish_switch_fiber(void* fake_stack, const void** bottom,
+                                                   size_t* size);
+[[gnu::weak]] void __asan_unpoison_memory_region(const volatile void* address, size_t size);
+}
+
+namespace lives {
+namespace {
+
+// The sanitizers multiply what a frame needs.
+constexpr size_t STACK_SIZE = 512 * 1024;
+
+// Stacks of fibers that are gone, for the next ones.
+std::vector<void*>& spare_stacks() {
+    static std::vector<void*> stacks;
+    return stacks;
+}
+
+void* stack_take() {
+    if (spare_stacks().empty()) {
+        return ::operator new(STACK_SIZE);
+    }
+    void* const stack = spare_stacks().back();
+    spare_stacks().pop_back();
+    return stack;
+}
+
+void switch_start(void** fake_stack, const void* bottom, size_t size) {
+    if (__sanitizer_start_switch_fiber != nullptr) {
+        __sanitizer_start_switch_fiber(fake_stack, bottom, size);
+    }
+}
+
+void switch_finish(void* fake_stack, const void** bottom, size_t* size) {
+    if (__sanitizer_finish_switch_fiber != nullptr) {
+        __sanitizer_finish_switch_fiber(fake_stack, bottom, size);
+    }
+}
+
+}  // namespace
+
+Fiber::~Fiber() {
+    if (stack_ != nullptr) {
+        // Frames that were never left are still marked in it.
+        if (__asan_unpoison_memory_region != nullptr) {
+            __asan_unpoison_memory_region(stack_, STACK_SIZE);
+        }
+        spare_stacks().push_back(stack_);
+    }
+}
+
+void Fiber::prepare(void* (*entry)(void*), void* argument) {
+    entry_ = entry;
+    argument_ = argument;
+    stack_ = stack_take();
+    getcontext(&context_);
+    context_.uc_stack.ss_sp = stack_;
+    context_.uc_stack.ss_size = STACK_SIZE;
+    context_.uc_link = nullptr;
+    const auto self = reinterpret_cast<uintptr_t>(this);
+    makecontext(&context_, reinterpret_cast<void (*)()>(&Fiber::trampoline), 2,
+                static_cast<unsigned>(self >> 32U), static_cast<unsigned>(self));
+}
+
+void Fiber::trampoline(unsigned high, unsigned low) {
+    auto* const self = reinterpret_cast<Fiber*>((static_cast<uintptr_t>(high) << 32U) | low);
+    switch_finish(nullptr, &self->outside_bottom_, &self->outside_size_);
+    self->entry_(self->argument_);
+    for (;;) {
+        self->leave();
+    }
+}
+
+void Fiber::resume() {
+    void* outside_fake = nullptr;
+    switch_start(&outside_fake, stack_, STACK_SIZE);
+    swapcontext(&outside_, &context_);
+    switch_finish(outside_fake, nullptr, nullptr);
+}
+
+void Fiber::leave() {
+    switch_start(&fake_stack_, outside_bottom_, outside_size_);
+    swapcontext(&context_, &outside_);
+    switch_finish(fake_stack_, &outside_bottom_, &outside_size_);
+}
+
+}  // namespace lives
