@@ -1,6 +1,9 @@
 #include "tests/fuzz/lives/fiber.h"
 
+#include <sys/mman.h>
+
 #include <cstdint>
+#include <cstdlib>
 #include <utility>
 #include <vector>
 
@@ -18,19 +21,24 @@ namespace {
 
 // The sanitizers multiply what a frame needs.
 constexpr size_t STACK_SIZE = 512 * 1024;
+constexpr size_t GUARD_SIZE = 4096;
 
 // Stacks of fibers that are gone, for the next ones.
-std::vector<void*>& spare_stacks() {
-    static std::vector<void*> stacks;
-    return stacks;
-}
+std::vector<void*> spare_stacks;
 
 void* stack_take() {
-    if (spare_stacks().empty()) {
-        return ::operator new(STACK_SIZE);
+    if (!spare_stacks.empty()) {
+        void* const stack = spare_stacks.back();
+        spare_stacks.pop_back();
+        return stack;
     }
-    void* const stack = spare_stacks().back();
-    spare_stacks().pop_back();
+    void* const stack =
+        mmap(nullptr, STACK_SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (stack == MAP_FAILED) {
+        std::abort();
+    }
+    // A thread that needs more ends there.
+    mprotect(stack, GUARD_SIZE, PROT_NONE);
     return stack;
 }
 
@@ -54,7 +62,7 @@ Fiber::~Fiber() {
         if (__asan_unpoison_memory_region != nullptr) {
             __asan_unpoison_memory_region(stack_, STACK_SIZE);
         }
-        spare_stacks().push_back(stack_);
+        spare_stacks.push_back(stack_);
     }
 }
 

@@ -22,7 +22,8 @@ constexpr int DESCRIPTOR_FIRST = 700;  // far from the machine's own, within wha
 constexpr unsigned COMMANDS_MAX = 20'000;
 constexpr unsigned TURNS_MAX = 20'000;
 
-Life* running = nullptr;
+// The fuzzer engine has threads of its own, whose calls are none of a life's.
+thread_local Life* running = nullptr;
 
 // The block as the program's start left it.
 const std::vector<char>& pristine_block() {
@@ -278,7 +279,7 @@ std::string Life::command(const std::string& line) {
         mood.answers.pop_front();
     }
     if (answer.tool == Tool::uci_get) {
-        own_values.push_back(answer.output.substr(0, answer.output.find_first_of(" \t\n\v\f\r")));
+        own_values.insert(answer.output.substr(0, answer.output.find_first_of(" \t\n\v\f\r")));
     }
     if (!answer.file.empty()) {
         files.pour(answer.file, answer.output);

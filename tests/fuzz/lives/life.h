@@ -187,7 +187,7 @@ public:
     bool driver_overrun = false;
     std::string fifo_words;
     std::map<uint16_t, std::deque<Datagram>> datagrams;  // by port
-    std::vector<std::string> own_values;                 // of the configuration, as answered
+    std::set<std::string> own_values;                    // of the configuration, as answered
     std::set<void*> memory;                              // that the worker holds
     std::map<char**, size_t> tables;                     // answers of the database, with their cells
     std::map<pthread_mutex_t*, Thread*> mutex_owners;

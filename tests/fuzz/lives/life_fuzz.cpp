@@ -41,10 +41,11 @@ bool told(const std::vector<Step>& steps, bool master, bool tells) {
 void life_live(std::span<const uint8_t> bytes, bool master) {
     prepare_once();
     const std::vector<Step> steps = steps_read(bytes);
-    if (told(steps, master, std::getenv("LIVES_TELL") != nullptr)) {
+    const bool tells = std::getenv("LIVES_TELL") != nullptr;
+    if (told(steps, master, tells)) {
         return;
     }
-    if (told(steps, master, true)) {
+    if (!tells && told(steps, master, true)) {
         std::fputs("The same life again broke no rule.\n", story_stream);
     }
     std::abort();

@@ -31,6 +31,13 @@ ssize_t cookie_read(void* cookie, char* out, size_t size) {
 
 ssize_t cookie_write(void* cookie, const char* bytes, size_t size) {
     auto* const self = static_cast<Cookie*>(cookie);
+    if (self->files->is_closing) {
+        return static_cast<ssize_t>(size);
+    }
+    // What is said is known also where it cannot be kept.
+    if (self->files->on_write) {
+        self->files->on_write(*self->node, {bytes, size});
+    }
     if (self->files->is_full) {
         return 0;
     }
@@ -41,9 +48,6 @@ ssize_t cookie_write(void* cookie, const char* bytes, size_t size) {
     content.resize(std::max(content.size(), self->at + size));
     std::memcpy(content.data() + self->at, bytes, size);
     self->at += size;
-    if (self->files->on_write) {
-        self->files->on_write(*self->node, {bytes, size});
-    }
     return static_cast<ssize_t>(size);
 }
 
@@ -148,11 +152,11 @@ void MemoryFiles::forget(FILE* stream) {
 }
 
 void MemoryFiles::close_all() {
-    const bool was_full = std::exchange(is_full, true);  // nothing more is written by it
+    is_closing = true;
     while (!open_.empty()) {
         std::fclose(open_.begin()->first);
     }
-    is_full = was_full;
+    is_closing = false;
 }
 
 }  // namespace lives

@@ -49,8 +49,9 @@ public:
         return names_;
     }
 
-    bool is_full = false;  // no write succeeds
-    // What happens when a stream with a descriptor closes, and when something was written.
+    bool is_full = false;     // no write succeeds
+    bool is_closing = false;  // whoever wrote is gone: nothing more is written
+    // What happens when a stream with a descriptor closes, and when something is written.
     std::function<void(int fd)> on_close;
     std::function<void(const FileNode& node, std::string_view written)> on_write;
 

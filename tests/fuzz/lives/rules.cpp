@@ -215,7 +215,8 @@ void Rules::states_check(Life& life) {
                               lab::link_change(before, now))) {
             continue;
         }
-        const bool starts = !runtime.master && !runtime.intf_init_done && before == INIT &&
+        // The extender's start, on the first thread.
+        const bool starts = life.current == life.threads.front().get() && before == INIT &&
                             (now == AP_TIMER_WAIT || now == ETH_BACKHAUL_DOWN);
         const bool is_known = std::ranges::any_of(DIRECT_STORES, [&](const DirectStore& row) {
             return (row.from == ANY || row.from == before) && row.to == now &&

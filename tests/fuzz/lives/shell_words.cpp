@@ -188,7 +188,7 @@ bool ContractLines::hold_strictly(std::string_view line) const {
            });
 }
 
-bool ContractLines::hold(std::string_view line, const std::vector<std::string>& own) const {
+bool ContractLines::hold(std::string_view line, const std::set<std::string>& own) const {
     if (hold_strictly(line)) {
         return true;
     }

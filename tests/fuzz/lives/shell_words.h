@@ -3,6 +3,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,7 +25,7 @@ public:
     bool read(const char* path);
     // Whether `line` is one of them, with each value in the place of exactly one word or a part of
     // it. `own` are texts of the node's own configuration, which stand as they are.
-    bool hold(std::string_view line, const std::vector<std::string>& own) const;
+    bool hold(std::string_view line, const std::set<std::string>& own) const;
 
 private:
     bool hold_strictly(std::string_view line) const;
