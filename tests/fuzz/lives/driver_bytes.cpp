@@ -23,8 +23,11 @@ std::string link_message(unsigned index, const std::string& records) {
     std::string bytes;
     const auto attribute = static_cast<uint16_t>(4 + records.size());
     const size_t length = sizeof(nlmsghdr) + sizeof(ifinfomsg) + attribute;
-    add(bytes, nlmsghdr{.nlmsg_len = static_cast<uint32_t>(length), .nlmsg_type = RTM_NEWLINK,
-                        .nlmsg_flags = 0, .nlmsg_seq = 0, .nlmsg_pid = 0});
+    add(bytes, nlmsghdr{.nlmsg_len = static_cast<uint32_t>(length),
+                        .nlmsg_type = RTM_NEWLINK,
+                        .nlmsg_flags = 0,
+                        .nlmsg_seq = 0,
+                        .nlmsg_pid = 0});
     ifinfomsg link{};
     link.ifi_index = static_cast<int>(index);
     add(bytes, link);
@@ -64,8 +67,8 @@ std::string driver_client_event(unsigned index, unsigned what) {
     constexpr std::array<uint16_t, 6> CUSTOM = {21, 22, 20, 19, 33, 14};
     const mac_address client{0x02, 0, 0, 0, 0x02, static_cast<uint8_t>(what)};
     if (what % 8 < 2) {
-        return link_message(index, address_record(what % 8 == 0 ? IWEVREGISTERED : IWEVEXPIRED,
-                                                  client));
+        return link_message(index,
+                            address_record(what % 8 == 0 ? IWEVREGISTERED : IWEVEXPIRED, client));
     }
     std::string payload(reinterpret_cast<const char*>(client.data()), client.size());
     payload.resize(16, static_cast<char>(what));

@@ -88,16 +88,31 @@ void Fiber::trampoline(unsigned high, unsigned low) {
     }
 }
 
+void Fiber::enter() {
+    if (!std::exchange(is_begun_, true)) {
+        setcontext(&context_);
+    }
+    __builtin_longjmp(inside_, 1);
+}
+
+void Fiber::jump_out() {
+    __builtin_longjmp(outside_, 1);
+}
+
 void Fiber::resume() {
     void* outside_fake = nullptr;
     switch_start(&outside_fake, stack_, STACK_SIZE);
-    swapcontext(&outside_, &context_);
+    if (__builtin_setjmp(outside_) == 0) {
+        enter();
+    }
     switch_finish(outside_fake, nullptr, nullptr);
 }
 
 void Fiber::leave() {
     switch_start(&fake_stack_, outside_bottom_, outside_size_);
-    swapcontext(&context_, &outside_);
+    if (__builtin_setjmp(inside_) == 0) {
+        jump_out();
+    }
     switch_finish(fake_stack_, &outside_bottom_, &outside_size_);
 }
 

@@ -45,11 +45,9 @@ void story_open() {
         return;
     }
     story_stream = stderr;
-    const cookie_io_functions_t silent{nullptr,
-                                       [](void*, const char*, size_t size) {
-                                           return static_cast<ssize_t>(size);
-                                       },
-                                       nullptr, nullptr};
+    const cookie_io_functions_t silent{
+        nullptr, [](void*, const char*, size_t size) { return static_cast<ssize_t>(size); },
+        nullptr, nullptr};
     // What the daemon prints is not for people here; the fuzzer engine keeps the stream it knows.
     stdout = fopencookie(nullptr, "w", silent);
     stderr = fopencookie(nullptr, "w", silent);

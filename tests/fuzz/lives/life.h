@@ -122,8 +122,8 @@ struct Surroundings {
     bool descriptors_refused = false;
     bool memory_refused = false;
     bool threads_refused = false;
-    uint32_t channels = 0x0F;  // each bit a channel of the radio
-    uint32_t blocked = 0;      // and on its list of those under radar
+    uint32_t channels = 0x0F;    // each bit a channel of the radio
+    uint32_t blocked = 0;        // and on its list of those under radar
     unsigned preempt_after = 0;  // commands until another thread comes first, 0: never
     uint8_t max_disconnect = 3;
     uint8_t loop_disconnect = 10;
@@ -189,7 +189,7 @@ public:
     std::map<uint16_t, std::deque<Datagram>> datagrams;  // by port
     std::set<std::string> own_values;                    // of the configuration, as answered
     std::set<void*> memory;                              // that the worker holds
-    std::map<char**, size_t> tables;                     // answers of the database, with their cells
+    std::map<char**, size_t> tables;  // answers of the database, with their cells
     std::map<pthread_mutex_t*, Thread*> mutex_owners;
 
     int64_t wall_clock() const;

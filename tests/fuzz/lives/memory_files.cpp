@@ -41,6 +41,7 @@ ssize_t cookie_write(void* cookie, const char* bytes, size_t size) {
     if (self->files->is_full) {
         return 0;
     }
+    self->files->changed();
     std::string& content = self->node->content;
     if (self->appends) {
         self->at = content.size();
@@ -82,6 +83,7 @@ std::string MemoryFiles::text(const std::string& path) const {
 }
 
 FileNodePtr MemoryFiles::put(const std::string& path, FileKind kind, std::string content) {
+    changed();
     if (kind == FileKind::missing) {
         names_.erase(path);
         return nullptr;
@@ -92,6 +94,7 @@ FileNodePtr MemoryFiles::put(const std::string& path, FileKind kind, std::string
 }
 
 void MemoryFiles::pour(const std::string& path, std::string content) {
+    changed();
     const FileNodePtr node = find(path);
     if (is_full) {
         content.clear();
@@ -112,6 +115,7 @@ bool MemoryFiles::rename(const std::string& from, const std::string& to) {
     if (found == names_.end()) {
         return false;
     }
+    changed();
     FileNodePtr node = found->second;
     names_.erase(found);
     names_[to] = std::move(node);

@@ -7,8 +7,8 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
+#include <string_view>
 
 namespace lives {
 
@@ -45,8 +45,9 @@ public:
     int stream_fd(FILE* stream) const;
     void close_all();
 
-    const std::map<std::string, FileNodePtr>& all() const {
-        return names_;
+    // Grows with each change of a name or a content.
+    uint64_t changes() const {
+        return changes_;
     }
 
     bool is_full = false;     // no write succeeds
@@ -56,6 +57,9 @@ public:
     std::function<void(const FileNode& node, std::string_view written)> on_write;
 
     struct Cookie;
+    void changed() {
+        ++changes_;
+    }
 
 private:
     void forget(FILE* stream);
@@ -63,6 +67,7 @@ private:
     std::map<std::string, FileNodePtr> names_;
     std::map<FILE*, Cookie*> open_;
     uint64_t last_number_ = 0;
+    uint64_t changes_ = 0;
 };
 
 }  // namespace lives

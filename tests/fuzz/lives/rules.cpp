@@ -68,21 +68,12 @@ constexpr std::array KNOWN_DRIFTS = {
     KnownDrift{Sign::recover, "all stations go back to idle, and the count stays"},
 };
 
-constexpr std::array FINAL_FILES = {"/tmp/backhaul_status",
-                                    "/tmp/backhaul_mode_change",
-                                    "/tmp/rootdistance",
-                                    "/tmp/backhaul_ap_list",
-                                    "/tmp/backhaul_type",
-                                    "/tmp/rootap_ip",
-                                    "/tmp/WirelessDev",
-                                    "/tmp/wifi24G_Apply",
-                                    "/tmp/wifi5G_Apply",
-                                    "/tmp/wifi5G_2_Apply",
-                                    "/tmp/dynamic_24g_txpower",
-                                    "/tmp/ssl_input",
-                                    "/tmp/ssl_output",
-                                    "/tmp/ssl_decrypt",
-                                    "/var/log/backhaul_log"};
+constexpr std::array FINAL_FILES = {
+    "/tmp/backhaul_status",  "/tmp/backhaul_mode_change", "/tmp/rootdistance",
+    "/tmp/backhaul_ap_list", "/tmp/backhaul_type",        "/tmp/rootap_ip",
+    "/tmp/WirelessDev",      "/tmp/wifi24G_Apply",        "/tmp/wifi5G_Apply",
+    "/tmp/wifi5G_2_Apply",   "/tmp/dynamic_24g_txpower",  "/tmp/ssl_input",
+    "/tmp/ssl_output",       "/tmp/ssl_decrypt",          "/var/log/backhaul_log"};
 
 ContractLines contract;
 
@@ -209,10 +200,12 @@ void Rules::states_check(Life& life) {
     for (size_t i = 0; i < table.size(); ++i) {
         const int32_t before = std::exchange(states_[i], table[i].state.get());
         const int32_t now = states_[i];
+        if (before == now) {
+            continue;
+        }
         const std::string name = table[i].name.data();
-        if (before == now || (request_.is_open && request_.name == name &&
-                              request_.from == before && request_.to == now &&
-                              lab::link_change(before, now))) {
+        if ((request_.is_open && request_.name == name && request_.from == before &&
+             request_.to == now && lab::link_change(before, now).has_value())) {
             continue;
         }
         // The extender's start, on the first thread.
@@ -248,6 +241,8 @@ void Rules::request_check(Life& life) {
 }
 
 void Rules::command(Life& life, const std::string& line) {
+    // A tool may read them now.
+    files_check(life);
     static std::unordered_set<std::string> good;
     constexpr size_t GOOD_MAX = 50'000;
     if (good.contains(line)) {
@@ -293,11 +288,10 @@ void Rules::mutex_taken(Life& life, const void* mutex) {
 
 void Rules::file_opened(Life& life, const std::string& path) {
     const std::string name = path.substr(0, path.rfind(".new"));
-    const bool is_ours = path == FLOW_LOG_PATH ||
-                         (path != name && (std::ranges::find(FINAL_FILES, name) !=
-                                               FINAL_FILES.end() ||
-                                           (name.starts_with("/tmp/wpa_supplicant-") &&
-                                            name.ends_with(".conf"))));
+    const bool is_ours =
+        path == FLOW_LOG_PATH ||
+        (path != name && (std::ranges::find(FINAL_FILES, name) != FINAL_FILES.end() ||
+                          (name.starts_with("/tmp/wpa_supplicant-") && name.ends_with(".conf"))));
     if (!is_ours) {
         life.broken("makes the file " + path + " in its final place, or one that it never writes");
     }
@@ -360,8 +354,7 @@ void Rules::deadlines_check(Life& life) const {
                         lab::link_state_text(state) + ", which has no limit");
             continue;
         }
-        const int64_t elapsed =
-            life.wall_clock() - static_cast<int64_t>(record.timer_start.get());
+        const int64_t elapsed = life.wall_clock() - static_cast<int64_t>(record.timer_start.get());
         // The agent of a wired node is asked again at each second, without a new start.
         if (timer_is_home && !clock_was_moved_ && !state_mutex_is_kept && elapsed > *limit + 1 &&
             state != ETH_BACKHAUL_CONNECTED) {
@@ -388,11 +381,13 @@ void Rules::links_check(Life& life) {
                 std::to_string(links_linked()) + " stations have one");
 }
 
-void Rules::files_check(Life& life) const {
+void Rules::files_check(Life& life) {
+    if (std::exchange(files_seen_, life.files.changes()) == life.files.changes()) {
+        return;
+    }
     for (const StatusFile& status : STATUS_FILES) {
         const FileNodePtr node = life.files.find(std::string(status.path));
-        if (node != nullptr && node->kind == FileKind::regular &&
-            !status.is_whole(node->content)) {
+        if (node != nullptr && node->kind == FileKind::regular && !status.is_whole(node->content)) {
             life.broken(std::string(status.path) + " holds `" + node->content + "`");
         }
     }

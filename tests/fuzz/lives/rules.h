@@ -2,7 +2,8 @@
 //
 // `Rules` is told each line of the flow log, each command and each standstill, and looks at the
 // runtime block, the records and the files. A broken rule ends the life (Life::broken). What is
-// known to be off by the required behaviour stands in the tables of rules.cpp, each with its reason.
+// known to be off by the required behaviour stands in the tables of rules.cpp, each with its
+// reason.
 #pragma once
 
 #include <bitset>
@@ -66,13 +67,14 @@ private:
     void deadlines_check(Life& life) const;
     void links_check(Life& life);
     void locks_check(Life& life) const;
-    void files_check(Life& life) const;
+    void files_check(Life& life);
     void extenders_check(Life& life) const;
 
     std::vector<int32_t> states_;
     Request request_;
     SignSet step_signs_;  // of all threads, since the links were counted last
     int32_t drift_ = 0;
+    uint64_t files_seen_ = 0;  // changes of files up to the last look at them
     bool clock_was_moved_ = false;
 };
 

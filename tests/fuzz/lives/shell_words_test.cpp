@@ -36,8 +36,8 @@ TEST(ShellSplit, gives_words_without_their_quotes_and_operators_apart) {
 }
 
 TEST(ShellSplit, refuses_what_is_expanded_or_left_open) {
-    for (const char* line : {"$(a)", "`a`", "\"$a\"", "\"`a`\"", "a*", "~", "#a", "a 'b", "a \"b",
-                             "a\\", "a\\\nb"}) {
+    for (const char* line :
+         {"$(a)", "`a`", "\"$a\"", "\"`a`\"", "a*", "~", "#a", "a 'b", "a \"b", "a\\", "a\\\nb"}) {
         EXPECT_FALSE(shell_split(line).has_value()) << line;
     }
     EXPECT_TRUE(shell_split("'$(a)`b`*~#'").has_value());

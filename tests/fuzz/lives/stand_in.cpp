@@ -1,5 +1,5 @@
-// Stands in for the system under the daemon's threads. The linker turns the program's calls of these
-// functions over to here (stand_in.cmake); whoever is no thread of a life gets the real ones.
+// Stands in for the system under the daemon's threads. The linker turns the program's calls of
+// these functions over to here (stand_in.cmake); whoever is no thread of a life gets the real ones.
 #include <fcntl.h>
 #include <linux/netlink.h>
 #include <linux/wireless.h>
@@ -397,8 +397,8 @@ int __wrap_socket(int domain, int type, int protocol) {
     if (life->around.descriptors_refused) {
         return refuse(EMFILE);
     }
-    return life->descriptor_add({.kind = domain == AF_NETLINK ? DescriptorKind::netlink
-                                                              : DescriptorKind::datagrams});
+    return life->descriptor_add(
+        {.kind = domain == AF_NETLINK ? DescriptorKind::netlink : DescriptorKind::datagrams});
 }
 
 int __real_bind(int fd, const sockaddr* address, socklen_t size);
@@ -408,8 +408,7 @@ int __wrap_bind(int fd, const sockaddr* address, socklen_t size) {
         return __real_bind(fd, address, size);
     }
     if (address->sa_family == AF_INET) {
-        life->descriptor(fd)->port =
-            ntohs(reinterpret_cast<const sockaddr_in*>(address)->sin_port);
+        life->descriptor(fd)->port = ntohs(reinterpret_cast<const sockaddr_in*>(address)->sin_port);
     }
     return 0;
 }
@@ -501,9 +500,8 @@ int __wrap_timerfd_create(int clock, int flags) {
     if (life == nullptr) {
         return __real_timerfd_create(clock, flags);
     }
-    return life->around.descriptors_refused
-               ? refuse(EMFILE)
-               : life->descriptor_add({.kind = DescriptorKind::timer});
+    return life->around.descriptors_refused ? refuse(EMFILE)
+                                            : life->descriptor_add({.kind = DescriptorKind::timer});
 }
 
 int __real_timerfd_settime(int fd, int flags, const itimerspec* timing, itimerspec* before);

@@ -21,12 +21,11 @@ constexpr unsigned PASS_MINUTES = 41;
 constexpr unsigned ACCESS_POINTS = 16;
 constexpr unsigned TOOL_SECONDS_MAX = 200;
 
-constexpr std::array FIFO_WORDS = {"master",         "slave",      "approval_list_changed",
-                                   "uplink_scan",    "eth_detect", "eth_lost",
-                                   "network_reload", "nonsense"};
-constexpr std::array MESSAGE_WORDS = {"FLUSHFORWARDING", "UPLINKSCAN",        "NETWORKRELOAD",
-                                      "CHECK_VALID",     "CHECK_VALID_REPLY", "ImRootAP",
-                                      "nonsense",        ""};
+constexpr std::array FIFO_WORDS = {"master",     "slave",    "approval_list_changed", "uplink_scan",
+                                   "eth_detect", "eth_lost", "network_reload",        "nonsense"};
+constexpr std::array MESSAGE_WORDS = {
+    "FLUSHFORWARDING",   "UPLINKSCAN", "NETWORKRELOAD", "CHECK_VALID",
+    "CHECK_VALID_REPLY", "ImRootAP",   "nonsense",      ""};
 constexpr std::array OPTIONS = {"ssid", "WPAPSKkey", "auth", "disabled"};
 // Files that others write.
 constexpr std::array FILES = {"/tmp/ApplicationData/Approvelist",
@@ -121,8 +120,7 @@ void link_put(Life& life, const Step& step) {
     std::erase_if(rows, [&](const LinkRow& old) { return old.almac == almac; });
     rows.push_back({.mac = access_point_mac(step.a % ACCESS_POINTS),
                     .almac = almac,
-                    .ap_almac = step.b == 255 ? std::nullopt
-                                              : std::optional(node_mac(step.b % 16)),
+                    .ap_almac = step.b == 255 ? std::nullopt : std::optional(node_mac(step.b % 16)),
                     .status = step.b / 16});
 }
 
@@ -339,8 +337,8 @@ std::vector<Step> steps_read(std::span<const uint8_t> bytes) {
 std::string steps_write(const std::vector<Step>& steps) {
     std::string bytes;
     for (const Step& step : steps) {
-        bytes += {static_cast<char>(step.kind), static_cast<char>(step.a),
-                  static_cast<char>(step.b)};
+        bytes +=
+            {static_cast<char>(step.kind), static_cast<char>(step.a), static_cast<char>(step.b)};
         if (STEPS[static_cast<size_t>(step.kind)].has_text) {
             bytes += static_cast<char>(step.text.size());
             bytes += step.text;

@@ -30,8 +30,8 @@ std::string associated_ap(const Life& life, const std::string& name) {
 // The value of "wireless.NAME.OPTION".
 std::string option_get(const Life& life, const std::string& path) {
     constexpr std::string_view PACKAGE = "wireless.";
-    const auto found = life.around.options.find(
-        path.starts_with(PACKAGE) ? path.substr(PACKAGE.size()) : path);
+    const auto found =
+        life.around.options.find(path.starts_with(PACKAGE) ? path.substr(PACKAGE.size()) : path);
     return found == life.around.options.end() ? std::string() : found->second + "\n";
 }
 
@@ -51,8 +51,9 @@ ToolAnswer iwconfig_run(const Life& life, const Words& words, bool searched) {
         return {Tool::not_associated, ap.empty() ? "  Access Point: Not-Associated\n" : ""};
     }
     const std::string point = ap.empty() ? "Not-Associated" : ap;
-    return {Tool::iwconfig, name + "  IEEE 802.11ac\n  Mode:Managed Frequency:5.5 GHz Access Point: " +
-                                point + "\n"};
+    return {
+        Tool::iwconfig,
+        name + "  IEEE 802.11ac\n  Mode:Managed Frequency:5.5 GHz Access Point: " + point + "\n"};
 }
 
 ToolAnswer iwpriv_run(const Words& words) {
