@@ -2,6 +2,7 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -32,6 +33,14 @@ const std::vector<char>& pristine_block() {
     return bytes;
 }
 
+// As the daemon takes it from a tool: up to a blank or a zero.
+std::string first_word(const std::string& text) {
+    constexpr std::string_view BLANKS = " \t\n\v\f\r";
+    const size_t begin = std::min(text.find_first_not_of(BLANKS), text.size());
+    const std::string word = text.substr(begin, text.find_first_of(BLANKS, begin) - begin);
+    return word.substr(0, word.find('\0'));
+}
+
 void* worker_main(void* /*argument*/) {
     runtime.flow_log_lines = 0;
     flow_log("<-- backhaul_monitor start -->\n");
@@ -40,17 +49,21 @@ void* worker_main(void* /*argument*/) {
 
 }  // namespace
 
-void story_open() {
-    if (story_stream != nullptr) {
-        return;
-    }
+Silence::Silence() : stdout_(stdout), stderr_(stderr) {
+    static FILE* const nowhere = [] {
+        const cookie_io_functions_t silent{
+            nullptr, [](void*, const char*, size_t size) { return static_cast<ssize_t>(size); },
+            nullptr, nullptr};
+        return fopencookie(nullptr, "w", silent);
+    }();
     story_stream = stderr;
-    const cookie_io_functions_t silent{
-        nullptr, [](void*, const char*, size_t size) { return static_cast<ssize_t>(size); },
-        nullptr, nullptr};
-    // What the daemon prints is not for people here; the fuzzer engine keeps the stream it knows.
-    stdout = fopencookie(nullptr, "w", silent);
-    stderr = fopencookie(nullptr, "w", silent);
+    stdout = nowhere;
+    stderr = nowhere;
+}
+
+Silence::~Silence() {
+    stdout = stdout_;
+    stderr = stderr_;
 }
 
 Life* life_of_caller() {
@@ -114,6 +127,7 @@ void Life::worker_drop() {
         __real_free(block);
     }
     memory.clear();
+    tables.clear();
     descriptors_ = {};
     driver_events.clear();
     fifo_words.clear();
@@ -277,7 +291,7 @@ std::string Life::command(const std::string& line) {
         mood.answers.pop_front();
     }
     if (answer.tool == Tool::uci_get) {
-        own_values.insert(answer.output.substr(0, answer.output.find_first_of(" \t\n\v\f\r")));
+        own_values.insert(first_word(answer.output));
     }
     if (!answer.file.empty()) {
         files.pour(answer.file, answer.output);
@@ -312,6 +326,10 @@ OpenDescriptor* Life::descriptor(int fd) {
     return place < 0 || place >= static_cast<int>(descriptors_.size())
                ? nullptr
                : &descriptors_[static_cast<size_t>(place)];
+}
+
+size_t Life::descriptor_count(DescriptorKind kind) const {
+    return static_cast<size_t>(std::ranges::count(descriptors_, kind, &OpenDescriptor::kind));
 }
 
 bool Life::is_readable(int fd) {

@@ -82,7 +82,7 @@ enum class DescriptorKind : uint8_t { none, file, fifo, netlink, datagrams, time
 
 struct OpenDescriptor {
     DescriptorKind kind = DescriptorKind::none;
-    FileNodePtr node;
+    FileNodePtr node = {};
     uint16_t port = 0;
     int64_t timeout = 0;  // of a receive, 0: none
     int64_t due = 0;      // of a timer, 0: not armed
@@ -95,17 +95,17 @@ struct Datagram {
 };
 
 struct DeviceRow {
-    std::string almac;
-    std::string ip;
-    std::string name;
-    std::optional<std::string> alive;
-    std::optional<std::string> not_alive;
+    std::string almac = {};
+    std::string ip = {};
+    std::string name = {};
+    std::optional<std::string> alive = {};
+    std::optional<std::string> not_alive = {};
 };
 
 struct LinkRow {
-    std::string mac;
-    std::string almac;
-    std::optional<std::string> ap_almac;
+    std::string mac = {};
+    std::string almac = {};
+    std::optional<std::string> ap_almac = {};
     int status = 0;
 };
 
@@ -166,6 +166,7 @@ public:
     bool thread_add(void* (*entry)(void*), void* argument);
     int descriptor_add(OpenDescriptor descriptor);
     OpenDescriptor* descriptor(int fd);
+    size_t descriptor_count(DescriptorKind kind) const;
     bool is_readable(int fd);
     int readable(const fd_set& watched, int max_fd, fd_set* ready);
     // The rule that is broken, in a sentence; the thread does not go on.
@@ -204,9 +205,21 @@ private:
     unsigned turns_ = 0;
 };
 
-// Where stories are told, once `story_open` has made the program's own output silent.
+// Where stories are told while the program's own output is silent.
 inline FILE* story_stream = nullptr;
-void story_open();
+
+// What the daemon prints is not for people here.
+class Silence {
+public:
+    Silence();
+    ~Silence();
+    Silence(const Silence&) = delete;
+    Silence& operator=(const Silence&) = delete;
+
+private:
+    FILE* stdout_;
+    FILE* stderr_;
+};
 
 // The life that the worker's calls end in; null outside of its threads.
 Life* life_of_caller();

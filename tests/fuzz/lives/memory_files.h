@@ -45,6 +45,9 @@ public:
     int stream_fd(FILE* stream) const;
     void close_all();
 
+    size_t open_count() const {
+        return open_.size();
+    }
     // Grows with each change of a name or a content.
     uint64_t changes() const {
         return changes_;

@@ -305,6 +305,7 @@ void Rules::standstill(Life& life) {
     if (all_are_home(life)) {
         links_check(life);
         extenders_check(life);
+        descriptors_check(life);
     }
 }
 
@@ -390,6 +391,14 @@ void Rules::files_check(Life& life) {
         if (node != nullptr && node->kind == FileKind::regular && !status.is_whole(node->content)) {
             life.broken(std::string(status.path) + " holds `" + node->content + "`");
         }
+    }
+}
+
+// Nothing that a reaction opened stays open.
+void Rules::descriptors_check(Life& life) const {
+    if (life.files.open_count() > 0 || life.descriptor_count(DescriptorKind::file) > 0 ||
+        life.tables.size() > 0) {
+        life.broken("all threads are at home, and something that they opened is still open");
     }
 }
 

@@ -69,6 +69,7 @@ private:
     void locks_check(Life& life) const;
     void files_check(Life& life);
     void extenders_check(Life& life) const;
+    void descriptors_check(Life& life) const;
 
     std::vector<int32_t> states_;
     Request request_;

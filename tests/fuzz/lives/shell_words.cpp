@@ -196,6 +196,10 @@ bool ContractLines::hold(std::string_view line, const std::set<std::string>& own
                              [&](std::string_view begin) { return line.starts_with(begin); })) {
         return false;
     }
+    // An option that is not set stands as no word at all.
+    if (line.ends_with(' ') && own.contains("") && hold_strictly(std::string(line) + "own")) {
+        return true;
+    }
     for (const std::string& value : own) {
         for (const size_t length : OWN_VALUE_LENGTHS) {
             const std::string part = value.substr(0, length);
