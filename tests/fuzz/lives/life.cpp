@@ -200,6 +200,7 @@ void Life::intake_rest() {
     }
     worker_drop();
     threads.clear();
+    around.descriptors_refused = false;
     driver_events.emplace_back(1, '\0');
     worker_runs = true;
     thread_add(
@@ -238,7 +239,9 @@ void Life::wait(const Wait& reason) {
         self.signs.reset();
     }
     self.fiber.leave();
-    self.is_home = false;
+    if (std::exchange(self.is_home, false)) {
+        self.last_left = elapsed;
+    }
 }
 
 void Life::lock(pthread_mutex_t* mutex) {

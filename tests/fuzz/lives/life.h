@@ -73,8 +73,9 @@ struct Thread {
     Fiber fiber;
     Wait wait;
     std::vector<pthread_mutex_t*> held;
-    SignSet signs;         // of its log lines since it was at home
-    bool is_home = false;  // it waits where its loop begins
+    SignSet signs;          // of its log lines since it was at home
+    bool is_home = false;   // it waits where its loop begins
+    int64_t last_left = 0;  // when it last went on from there
     bool is_over = false;
 };
 

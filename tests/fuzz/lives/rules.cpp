@@ -341,9 +341,12 @@ void Rules::timers_check(Life& life) const {
 
 // An armed timeout ends, and is acted on when it does.
 void Rules::deadlines_check(Life& life) const {
-    const bool timer_is_home = std::ranges::any_of(life.threads, [](const auto& thread) {
+    const auto sweeper = std::ranges::find_if(life.threads, [](const auto& thread) {
         return thread->is_home && thread->wait.kind == WaitKind::seconds;
     });
+    const bool timer_is_home = sweeper != life.threads.end();
+    // A sweep goes by the time at which it began.
+    const int64_t since_sweep = timer_is_home ? life.elapsed - (*sweeper)->last_left : 0;
     for (const intf_record& record : intf_table_walk()) {
         if (record.timer_start.get() == 0) {
             continue;
@@ -355,9 +358,10 @@ void Rules::deadlines_check(Life& life) const {
                         lab::link_state_text(state) + ", which has no limit");
             continue;
         }
-        const int64_t elapsed = life.wall_clock() - static_cast<int64_t>(record.timer_start.get());
+        const int64_t elapsed =
+            life.wall_clock() - since_sweep - static_cast<int64_t>(record.timer_start.get());
         // The agent of a wired node is asked again at each second, without a new start.
-        if (timer_is_home && !clock_was_moved_ && !state_mutex_is_kept && elapsed > *limit + 1 &&
+        if (timer_is_home && !clock_was_moved_ && !state_mutex_is_kept && elapsed > *limit &&
             state != ETH_BACKHAUL_CONNECTED) {
             life.broken(std::string(record.name.data()) + " is " + std::to_string(elapsed) +
                         " s in " + lab::link_state_text(state) + ", and nothing was done");
