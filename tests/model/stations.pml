@@ -1,298 +1,82 @@
 /* One extender: two stations and the cable, its socket thread, its timer thread and its driver.
  *
- * A reaction of the dispatcher is one step, since state_mutex is held for all of it. What runs without
- * that mutex is a step for each record: the detection of a cable, the recovery from it, the release of
- * parked stations, the tick of a ready station. Between any two steps the other thread, the driver or
- * trouble may come. Time is left out: an armed timeout may fall due at any moment.
+ * A reaction of the dispatcher is one step. What runs without state_mutex is a step for each record:
+ * the detection of a cable, the recovery from it, the tick of a ready station. Between two steps of one
+ * thread the other one may come, once, and the driver. Time is left out: an armed timeout may fall due
+ * at any moment.
  *
- * Trouble is anything: associations, losses, cables, requests for scans, words of the agent out of
- * turn, a worker that is killed. It may end at any moment, for good ("peace"): what hears an AP then
+ * Trouble is anything: associations, losses, cables, requests for scans, loops, an agent without an
+ * answer, a worker that is killed. It may end at any moment, for good ("peace"): what hears an AP then
  * associates before a time limit passes, the agent answers, and nothing else happens.
  *
- * `tables.pml` is printed from the daemon's tables. What is written here by hand, the reactions, is
- * compared with the daemon's own by tests/model/reactions_test.cpp.
+ * Followed are at most two events of a station that the socket thread has not read, and a count of
+ * links that is wrong by at most one.
  *
- * -DB_COUNTS=0: the second station is one of 2.4 GHz. -DSTRAY: "eth_lost" may come without a cable.
- * -DKILLS: the worker may be killed. -DPEACE: trouble may end.
+ * -DCOUNT checks the count of links, -DTIMEOUTS that armed timeouts fall due, -DPEACE that trouble may
+ * end and the node comes back. -DKILLS: the worker may be killed. -DSTRAY: "eth_lost" may come without
+ * a cable. -DLEFT_OUT=N takes one of the known ways out, to see the check fail.
  */
-#include "tables.pml"
-
-#define A 0   /* preferred */
+#define NODES 1
+#define A 0 /* preferred */
 #define B 1
 #define ETH 2
-#define NOBODY 3
-#define MOST_LOSSES 2 /* stands for "at the limit" */
+#define up(r) joined[r]
 
-#define START 0
-#define ASSOC 1
-#define AP_DISASSOC 2
-#define TIMEOUT 3
-#define AUTO_CONFIG_SUCCESS 4
-#define CONFIG_BEST_AP 5
-#define NOTHING 6
-
-#ifdef CHECK_TIMERS
-#define TIMER_CHECK assert(!never_due(A) && !never_due(B) && !never_due(ETH));
-#else
-#define TIMER_CHECK
-#endif
-#define never_due(r) (armed[r] && !HAS_LIMIT(st[r]))
-
-#ifndef B_COUNTS
-#define B_COUNTS 1
-#endif
-
-/* The records and the runtime block. */
-byte st[3];
-bit armed[3];
-byte losses[2];
-short links;
-byte backup = NOBODY;
-bit eth_active;
+#include "reactions.pml"
 
 /* Driver and world. */
-bit on[2];        /* the daemon has turned it on */
-bit up[2];        /* joined to an AP */
-byte queued[2];   /* events of it that the socket thread has not read; they alternate, the last is `up` */
+bit joined[2];
+byte queued[2];   /* events that the socket thread has not read; they alternate, the last is `joined` */
 bit hears[2];     /* in peace: an AP */
 bit cable;        /* plugged in, as the agent knows it */
 bit peace;
 
 /* Where the threads stand. */
-byte timer_at = 0; /* 0 waits, 1 event chosen, 2 and 3 tick of what is ready */
+byte timer_at;        /* 0 waits, 1 event chosen, 2 and 3 tick of what is ready */
 byte timer_record;
 byte timer_event;
-byte socket_at = 0; /* 0 waits, 1 to 3 detection, 4 and 5 recovery */
+bit overtaken;        /* the socket thread has come between two steps of the timer thread */
+byte socket_at;       /* 0 waits, 1 to 3 detection, 4 and 5 recovery */
 bit restart_preferred;
-bit overtaken;         /* the socket thread has come between two steps of the timer thread */
-byte last = NOBODY; /* in peace: the station whose time was up last */
+byte last = NOBODY;   /* in peace: the station whose time was up last */
 
-/* What the properties need. */
-short off;     /* links counted less stations in a linked state, as known causes explain it */
-bit too_far;   /* more is miscounted than is followed */
-byte who;        /* a step: whose reaction, */
-byte what;     /* to what, */
-bit in_loop;       /* whether the topology tells of a loop, */
-bit unconfigured;  /* whether the station has no SSID yet, */
-byte cause_known; /* whether the count may go wrong */
-short pair;
-byte chosen;
-byte was;
+short off;     /* links counted less stations in a linked state */
+byte stale;    /* armed timeouts that never fall due */
+bit rearms;    /* this step is the last one of a tick */
+bit too_far;
 
+#ifndef QUEUE
+#define QUEUE 2
+#endif
 #ifdef STRAY
 #define MAY_BE_LOST true
 #else
 #define MAY_BE_LOST cable
 #endif
+#ifdef COUNT
+#define COUNT_ASSERT(holds) assert(holds)
+#else
+#define COUNT_ASSERT(holds) skip
+#endif
+#ifdef TIMEOUTS
+#define TIMEOUTS_ASSERT(holds) assert(holds)
+#else
+#define TIMEOUTS_ASSERT(holds) skip
+#endif
 
-#define linked(r) (st[r] == CONNECT_WITH_BACKHAUL_AP || st[r] == BACKHAUL_READY || \
-                   st[r] == CONNECTING_TARGET_BACKHAUL_AP)
 #define linked_stations (linked(A) + linked(B))
-#define carries(r) (st[r] == BACKHAUL_READY && up[r])
+#define never_due(r) (armed[r] && !HAS_LIMIT(st[r]))
+#define carries(r) (st[r] == BACKHAUL_READY && up(r))
 #define usable (carries(A) || carries(B) || (st[ETH] == ETH_BACKHAUL_READY && cable))
+#define may_join(r) (on[r] && !up(r) && hears[r])
 #define quiet (queued[A] + queued[B] == 0 && !may_join(A) && !may_join(B))
-#define may_join(r) (on[r] && !up[r] && hears[r])
-
-inline timer_set(r, value) { armed[r] = value }
-
-inline state_change(r, requested) {
-    pair = PAIR(st[r], requested);
-    if
-    :: TRANSITION_ARMS(pair) -> st[r] = requested; timer_set(r, 1)
-    :: TRANSITION_CLEARS(pair) -> st[r] = requested; timer_set(r, 0)
-    :: else
-    fi
-}
 
 inline leave(r) {
     if
-    :: up[r] -> up[r] = 0; queued[r]++
+    :: up(r) -> joined[r] = 0; queued[r]++
     :: else
     fi
 }
-
-/* An interface that is attached already is taken away first. */
-inline enable(r) { leave(r); on[r] = 1 }
-inline disable(r) { leave(r); on[r] = 0 }
-
-inline station_start(r) {
-    state_change(r, CONNECTING_BACKHAUL_AP);
-    enable(r)
-}
-
-inline backup_search(r) {
-    if
-    :: st[r] != CONNECT_PENDING -> st[r] = ETH_BACKHAUL_STANDBY
-    :: else
-    fi;
-    if
-    :: !BACKUP_IS_FREE(st[1 - r]) -> station_start(r)
-    :: else ->
-        backup = 1 - r;
-        station_start(1 - r);
-        if
-        :: st[r] == CONNECT_PENDING
-        :: else ->
-            if
-            :: r == A -> station_start(r)
-            :: else -> st[r] = INIT
-            fi
-        fi
-    fi
-}
-
-inline find_backup(r) {
-    if
-    :: r == A && losses[r] == MOST_LOSSES -> state_change(r, CONNECT_PENDING)
-    :: else
-    fi;
-    if
-    :: backup == NOBODY || r != A -> backup_search(r)
-    :: else ->
-        if
-        :: losses[r] < MOST_LOSSES -> station_start(r)
-        :: else
-        fi
-    fi
-}
-
-inline backup_release() {
-    state_change(backup, INIT);
-    disable(backup);
-    backup = NOBODY
-}
-
-inline connected(r) {
-    links++;
-    chosen = CONNECT_VIEW((links == 1), (r == A), (backup != NOBODY), st[A]);
-    if
-    :: CONNECT_FIRST_LINK(chosen) ->
-        state_change(r, CONNECT_WITH_BACKHAUL_AP);
-        if
-        :: r == A && backup != NOBODY ->
-            if
-            :: st[backup] == CONNECTING_BACKHAUL_AP -> backup_release()
-            :: else
-            fi
-        :: else
-        fi
-    :: CONNECT_PREFERRED_BACK(chosen) ->
-        if
-        :: in_loop ->
-            losses[r] = MOST_LOSSES;
-            state_change(r, CONNECT_PENDING);
-            disable(r);
-            links--
-        :: else ->
-            links--;
-            was = st[backup];
-            backup_release();
-            if
-            :: was == CONNECT_WITH_BACKHAUL_AP -> state_change(r, CONNECT_WITH_BACKHAUL_AP)
-            :: was == BACKHAUL_READY -> state_change(r, BACKHAUL_READY)
-            :: else
-            fi
-        fi
-    :: CONNECT_UNKNOWN_STATUS(chosen) -> cause_known = 1
-    :: CONNECT_PREFERRED_HAS_LINK(chosen) ->
-        links--;
-        state_change(r, INIT);
-        disable(r);
-        backup = NOBODY
-    fi
-}
-
-#define loss_counts(r) ((r == A || B_COUNTS) && LOSS_COUNTS_5G(st[r]) || \
-                        (r == B && !B_COUNTS) && LOSS_COUNTS_24G(st[r]))
-
-inline disconnected(r) {
-    links--;
-    leave(r);
-    if
-    :: linked(r) ->
-        if
-        :: loss_counts(r) && losses[r] < MOST_LOSSES -> losses[r]++
-        :: else
-        fi;
-        chosen = LOSS_VIEW(st[r], (losses[r] == MOST_LOSSES));
-        if
-        :: LOSS_RESTART_UNCONFIGURED(chosen) ->
-            disable(r);
-            enable(r);
-            state_change(r, CONNECTING_BACKHAUL_AP)
-        :: LOSS_RECONNECT(chosen) -> state_change(r, CONNECTING_BACKHAUL_AP)
-        :: LOSS_PARK(chosen) ->
-            /* During a switch a station cannot be parked. */
-            cause_known = (st[r] == CONNECTING_TARGET_BACKHAUL_AP);
-            disable(r);
-            state_change(r, CONNECT_PENDING);
-            find_backup(r)
-        :: LOSS_NO_RETRY(chosen) -> skip
-        fi
-    :: else
-    fi
-}
-
-inline wait_for_agent_failed(r) {
-    timer_set(r, 0);
-    if
-    :: up[r] -> state_change(r, CONNECT_WITH_BACKHAUL_AP)
-    :: else ->
-        if
-        :: links > 0 -> links--
-        :: else -> cause_known = 1
-        fi;
-        state_change(r, CONNECTING_BACKHAUL_AP)
-    fi
-}
-
-inline react() {
-    if
-    :: st[who] == INIT && what == START ->
-        timer_set(who, 0);
-        if
-        :: eth_active ->
-            state_change(ETH, ETH_BACKHAUL_CONNECTED);
-            state_change(who, ETH_BACKHAUL_STANDBY)
-        :: !eth_active && !unconfigured ->
-            state_change(who, CONNECTING_BACKHAUL_AP);
-            enable(who)
-        :: !eth_active && unconfigured -> state_change(who, INIT)
-        fi
-    :: st[who] == CONNECTING_BACKHAUL_AP && what == ASSOC ->
-        timer_set(who, 0);
-        connected(who)
-    :: st[who] == CONNECTING_BACKHAUL_AP && what == TIMEOUT ->
-        timer_set(who, 0);
-        disable(who);
-        find_backup(who)
-    :: st[who] == CONNECT_WITH_BACKHAUL_AP && what == AP_DISASSOC ->
-        timer_set(who, 0);
-        disconnected(who)
-    :: st[who] == CONNECT_WITH_BACKHAUL_AP && what == AUTO_CONFIG_SUCCESS ->
-        timer_set(who, 0);
-        state_change(who, BACKHAUL_READY)
-    :: st[who] == CONNECT_WITH_BACKHAUL_AP && what == TIMEOUT -> wait_for_agent_failed(who)
-    :: st[who] == BACKHAUL_READY && what == AP_DISASSOC ->
-        timer_set(who, 0);
-        disconnected(who)
-    :: st[who] == BACKHAUL_READY && what == CONFIG_BEST_AP ->
-        state_change(who, CONNECTING_TARGET_BACKHAUL_AP);
-        leave(who)
-    :: st[who] == CONNECTING_TARGET_BACKHAUL_AP && what == ASSOC ->
-        timer_set(who, 0);
-        state_change(who, BACKHAUL_READY)
-    :: st[who] == CONNECTING_TARGET_BACKHAUL_AP && what == TIMEOUT ->
-        timer_set(who, 0);
-        disconnected(who)
-    :: st[who] == ETH_BACKHAUL_CONNECTED && what == AUTO_CONFIG_SUCCESS ->
-        timer_set(who, 0);
-        state_change(who, ETH_BACKHAUL_READY)
-    :: st[who] == ETH_BACKHAUL_STANDBY && what == ASSOC -> disable(who)
-    :: else
-    fi
-}
-
 
 inline move_aside(r) {
     timer_set(r, 0);
@@ -326,21 +110,18 @@ inline worker_start() {
     armed[A] = 0; armed[B] = 0; armed[ETH] = 0;
     losses[A] = 0; losses[B] = 0;
     queued[A] = 0; queued[B] = 0;
-    links = 0; off = 0; backup = NOBODY; eth_active = 0;
+    links[0] = 0; off = 0; backup[0] = NOBODY; eth_active = 0;
     socket_at = 0; overtaken = 0; restart_preferred = 0;
     /* The first START comes from the main thread, which becomes the timer thread. */
     timer_record = A; timer_event = START; timer_at = 1
 }
 
-#ifndef QUEUE
-#define QUEUE 2
-#endif
 #define room(r) (queued[r] < QUEUE)
 #define due(r) (timer_at == 0 && socket_at == 0 && armed[r] && HAS_LIMIT(st[r]) && (!peace || in_turn(r)))
 /* In peace: nothing else is about to happen, and of two stations the one that has waited. */
-#define in_turn(r) (quiet && (r == ETH || !awaits(ETH) && (r != last || !awaits(1 - r))))
+#define in_turn(r) (quiet && (r == ETH || !awaits(ETH) && (r != last || !awaits(other(r)))))
 #define awaits(r) (armed[r] && HAS_LIMIT(st[r]))
-#define event_is_up(r) (queued[r] % 2 == up[r])
+#define event_is_up(r) (queued[r] % 2 == joined[r])
 
 /* A station's time is up. */
 inline timeout_choose(r) {
@@ -349,8 +130,8 @@ inline timeout_choose(r) {
     last = (peace && r != ETH -> r : NOBODY);
     if
     :: st[r] == INIT -> timer_event = START
-    :: st[r] == CONNECTING_BACKHAUL_AP && up[r] -> timer_event = ASSOC
-    :: st[r] == CONNECTING_BACKHAUL_AP && !up[r] -> timer_event = TIMEOUT
+    :: st[r] == CONNECTING_BACKHAUL_AP && up(r) -> timer_event = ASSOC
+    :: st[r] == CONNECTING_BACKHAUL_AP && !up(r) -> timer_event = TIMEOUT
     :: st[r] == CONNECTING_TARGET_BACKHAUL_AP -> timer_event = TIMEOUT
     :: st[r] == CONNECT_WITH_BACKHAUL_AP || st[r] == ETH_BACKHAUL_CONNECTED ->
         timer_event = AUTO_CONFIG_SUCCESS
@@ -368,14 +149,14 @@ inline timer_fires() {
 #define say(text) \
     printf(text); \
     printf(":   a %d t%d on%d up%d q%d l%d   b %d t%d on%d up%d q%d l%d   eth %d t%d   links %d backup %d\n", \
-           st[A], armed[A], on[A], up[A], queued[A], losses[A], st[B], armed[B], on[B], up[B], queued[B], losses[B], \
-           st[ETH], armed[ETH], links, backup)
+           st[A], armed[A], on[A], joined[A], queued[A], losses[A], st[B], armed[B], on[B], joined[B], queued[B], losses[B], \
+           st[ETH], armed[ETH], links[0], backup[0])
 
 /* The driver: a station joins an AP or loses it. */
 inline driver(s) {
     if
-    :: on[s] && !up[s] && room(s) && (!peace || hears[s]) -> up[s] = 1; queued[s]++; say("joins")
-    :: up[s] && room(s) && !peace -> leave(s); say("loses its AP")
+    :: on[s] && !up(s) && room(s) && (!peace || hears[s] && queued[s] == 0) -> joined[s] = 1; queued[s]++; say("joins")
+    :: up(s) && room(s) && !peace -> leave(s); say("loses its AP")
     fi
 }
 
@@ -404,7 +185,7 @@ inline event_read(s) {
      LEFT_OUT != 2 && given_up(A) || \
      LEFT_OUT != 3 && deaf(A) && deaf(B) || \
      LEFT_OUT != 4 && cable && st[ETH] == ETH_BACKHAUL_DOWN || \
-     LEFT_OUT != 5 && backup == B && st[B] == INIT)
+     LEFT_OUT != 5 && backup[0] == B && st[B] == INIT)
 #ifdef PEACE
 ltl back { [] (peace -> <> (usable || too_far || KNOWN)) }
 #endif
@@ -424,10 +205,10 @@ active proctype node() {
 
             /* The socket thread takes a cable, without the mutex. */
             :: !overtaken && socket_at == 0 && !peace && !cable -> overtaken = (timer_at != 0);
-                cable = 1; eth_active = 1; links = 0; cause_known = 1; socket_at = 1; say("cable found")
+                cable = 1; eth_active = 1; links[0] = 0; cause_known = 1; socket_at = 1; say("cable found")
             :: !overtaken && socket_at == 1 -> overtaken = (timer_at != 0); move_aside(A); cause_known = 1; socket_at = 2; say("a set aside")
             :: !overtaken && socket_at == 2 -> overtaken = (timer_at != 0); move_aside(B); cause_known = 1; socket_at = 3; say("b set aside")
-            :: !overtaken && socket_at == 3 -> overtaken = (timer_at != 0); backup = NOBODY; socket_at = 0; say("cable taken")
+            :: !overtaken && socket_at == 3 -> overtaken = (timer_at != 0); backup[0] = NOBODY; socket_at = 0; say("cable taken")
 
             /* The same for its loss. */
             :: !overtaken && socket_at == 0 && !peace && MAY_BE_LOST -> overtaken = (timer_at != 0);
@@ -464,8 +245,8 @@ active proctype node() {
             :: timer_at == 2 && !peace && timer_record != ETH ->
                 timer_event = CONFIG_BEST_AP; timer_at = 1; overtaken = 0; say("tick: a better AP")
             :: timer_at == 3 ->
-                timer_set(timer_record, 1);
-                timer_event = (timer_record == ETH || up[timer_record % 2] -> NOTHING : AP_DISASSOC);
+                timer_set(timer_record, 1); rearms = 1;
+                timer_event = (timer_record == ETH || up(timer_record % 2) -> NOTHING : AP_DISASSOC);
                 timer_at = 1; overtaken = 0;
                 say("tick: waits again")
 
@@ -490,12 +271,18 @@ active proctype node() {
                 :: else
                 fi;
                 if
-                :: links - linked_stations != off -> assert(cause_known); off = links - linked_stations
+                :: links[0] - linked_stations != off -> COUNT_ASSERT(cause_known); off = links[0] - linked_stations
                 :: else
                 fi;
                 too_far = (off > 1 || off < -1);
-                TIMER_CHECK
-                who = 0; what = 0; in_loop = 0; unconfigured = 0; cause_known = 0; pair = 0; chosen = 0; was = 0
+                /* The last step of a tick arms whatever became of the record meanwhile. */
+                if
+                :: never_due(A) + never_due(B) + never_due(ETH) > stale -> TIMEOUTS_ASSERT(rearms)
+                :: else
+                fi;
+                stale = never_due(A) + never_due(B) + never_due(ETH);
+                rearms = 0;
+                step_forget()
             }
         }
     od
