@@ -10,7 +10,9 @@
 #include "tables.pml"
 
 #define NOBODY 15
+#ifndef MOST_LOSSES
 #define MOST_LOSSES 2 /* stands for "at the limit" */
+#endif
 
 #define START 0
 #define ASSOC 1
@@ -245,6 +247,21 @@ inline react() {
         timer_set(who, 0);
         state_change(who, ETH_BACKHAUL_READY)
     :: st[who] == ETH_BACKHAUL_STANDBY && what == ASSOC -> disable(who)
+    :: else
+    fi
+}
+
+/* Another scan was asked for, of a node with these two stations (link/backup_link). No command runs
+ * before the preferred one is started. */
+inline release_parked(preferred, second) {
+    losses[preferred] = 0;
+    losses[second] = 0;
+    if
+    :: st[second] == CONNECT_PENDING -> st[second] = INIT
+    :: else
+    fi;
+    if
+    :: st[preferred] == CONNECT_PENDING -> st[preferred] = INIT; station_start(preferred)
     :: else
     fi
 }

@@ -37,7 +37,6 @@ byte timer_record;
 byte timer_event;
 bit overtaken;        /* the socket thread has come between two steps of the timer thread */
 byte socket_at;       /* 0 waits, 1 to 3 detection, 4 and 5 recovery */
-bit restart_preferred;
 byte last = NOBODY;   /* in peace: the station whose time was up last */
 
 short off;     /* links counted less stations in a linked state */
@@ -92,26 +91,13 @@ inline move_aside(r) {
     disable(r)
 }
 
-inline release(r) {
-    losses[r] = 0;
-    if
-    :: st[r] == CONNECT_PENDING ->
-        st[r] = INIT;
-        if
-        :: r == A -> restart_preferred = 1
-        :: else
-        fi
-    :: else
-    fi
-}
-
 inline worker_start() {
     st[A] = INIT; st[B] = INIT; st[ETH] = ETH_BACKHAUL_DOWN;
     armed[A] = 0; armed[B] = 0; armed[ETH] = 0;
     losses[A] = 0; losses[B] = 0;
     queued[A] = 0; queued[B] = 0;
     links[0] = 0; off = 0; backup[0] = NOBODY; eth_active = 0;
-    socket_at = 0; overtaken = 0; restart_preferred = 0;
+    socket_at = 0; overtaken = 0;
     /* The first START comes from the main thread, which becomes the timer thread. */
     timer_record = A; timer_event = START; timer_at = 1
 }
@@ -220,13 +206,7 @@ active proctype node() {
 
             /* The same for a request to scan: no command runs in between. */
             :: !overtaken && socket_at == 0 && !peace -> overtaken = (timer_at != 0);
-                release(A);
-                release(B);
-                if
-                :: restart_preferred -> station_start(A); restart_preferred = 0
-                :: else
-                fi;
-                say("scan asked for")
+                release_parked(A, B); say("scan asked for")
 
             /* The timer thread: a time is up, then the event is handled. */
             :: due(A) -> timeout_choose(A); say("a: time is up")

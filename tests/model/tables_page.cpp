@@ -1,6 +1,7 @@
-// Prints the daemon's own tables and choices in Promela, for the models beside this file: the accepted
-// transitions, the states with a time limit, and what each choice answers for every value that it can
-// be asked about. A model that includes the page cannot differ from the code in any of them.
+// Prints the daemon's own tables and choices in Promela, for the models beside this file: the
+// accepted transitions, the states with a time limit, and what each choice answers for every value
+// that it can be asked about. A model that includes the page cannot differ from the code in any of
+// them.
 
 #include "intf/intf_record.h"
 #include "link/backup_link.h"
@@ -20,9 +21,13 @@ constexpr int32_t LEAST_LINKS = -4;
 constexpr int32_t MOST_LINKS = 8;
 constexpr uint8_t LOSS_LIMIT = 3;
 
-constexpr std::array STATION_STATES = {
-    INIT,           CONNECTING_BACKHAUL_AP, CONNECT_WITH_BACKHAUL_AP, CONNECTING_TARGET_BACKHAUL_AP,
-    CONNECT_PENDING, BACKHAUL_READY,         ETH_BACKHAUL_STANDBY};
+constexpr std::array STATION_STATES = {INIT,
+                                       CONNECTING_BACKHAUL_AP,
+                                       CONNECT_WITH_BACKHAUL_AP,
+                                       CONNECTING_TARGET_BACKHAUL_AP,
+                                       CONNECT_PENDING,
+                                       BACKHAUL_READY,
+                                       ETH_BACKHAUL_STANDBY};
 
 bool choices_agree = true;
 
