@@ -1,8 +1,7 @@
 /* The reactions of the dispatcher, for the models that include this file: link/slave_event,
  * link/link_connect, link/link_disconnect, link/backup_link and link/autoconfig_timeout. Each is one
  * step, since state_mutex is held for all of it. What they choose by and which transitions are accepted
- * is printed from the daemon (tables.pml); the rest stands here and is compared with the daemon's own
- * reactions, one by one, by reactions_test.cpp.
+ * is printed from the daemon (tables.pml); the rest is written by hand: a change there is one here.
  *
  * Station r belongs to node r / 2; the even one is the preferred one. A model defines `leave(r)`, by
  * which a station that is joined is no more, `up(r)`, and ETH, the number of the wired record.
