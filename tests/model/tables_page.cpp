@@ -11,7 +11,6 @@
 #include "link/timeout_check.h"
 
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <string>
 

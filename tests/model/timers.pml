@@ -1,8 +1,8 @@
 /* The timeouts and the count that wakes the timer thread (intf/intf_timer): two threads arm and clear
  * the timeouts of two records, in any order and at any time, while the timer thread waits and sweeps.
  *
- * Checked: the count is that of the armed timeouts whenever the mutex is free, and the timer thread
- * never waits for good while one is armed (which spin reports as an invalid end state).
+ * Checked: the count is that of the armed timeouts whenever the mutex is free, and where nothing goes on
+ * any more (both threads have ended, the timer thread waits) no timeout is armed.
  *
  * -DNO_SIGNAL=1 takes the signal away, to see the check fail.
  */
@@ -58,7 +58,6 @@ active proctype timer_thread() {
        do
        :: pending == 0 ->
            atomic { waiting = 1; signalled = 0; unlock() };
-           /* Waits for good only where nothing is armed: that end is valid, see below. */
            if
            :: atomic { signalled -> waiting = 0; signalled = 0 }
            :: atomic { timeout -> assert(pending == 0); goto rest }
