@@ -164,14 +164,12 @@ inline event_read(s) {
 #define LEFT_OUT 0
 #endif
 #define unplaced(r) (st[r] == CONNECTING_BACKHAUL_AP && !armed[r])
-#define given_up(r) (st[r] == CONNECTING_TARGET_BACKHAUL_AP && !armed[r] && !on[r])
 #define deaf(r) (st[r] == CONNECT_PENDING || !hears[r])
 #define KNOWN \
     (LEFT_OUT != 1 && (unplaced(A) || unplaced(B)) || \
-     LEFT_OUT != 2 && given_up(A) || \
-     LEFT_OUT != 3 && deaf(A) && deaf(B) || \
-     LEFT_OUT != 4 && cable && st[ETH] == ETH_BACKHAUL_DOWN || \
-     LEFT_OUT != 5 && backup[0] == B && st[B] == INIT)
+     LEFT_OUT != 2 && deaf(A) && deaf(B) || \
+     LEFT_OUT != 3 && cable && st[ETH] == ETH_BACKHAUL_DOWN || \
+     LEFT_OUT != 4 && backup[0] == B && st[B] == INIT)
 #ifdef PEACE
 ltl back { [] (peace -> <> (usable || too_far || KNOWN)) }
 #endif
