@@ -110,7 +110,7 @@ void status_json_print(const status_view& view, json_writer& json) {
         word("state", link.known ? link_state_name(link.state) : "");
         json.time("since", link.since).key("losses");
         link.losses_known ? json.number(link.losses) : json.null();
-        json.text("waits_for", waits.data());
+        word("waits_for", link.known ? waits.data() : "");
         word("ap", link.ap.data());
         json.object_end();
     }

@@ -53,6 +53,14 @@ Result run_tool(const std::vector<std::string>& words, const std::string& input)
     return result;
 }
 
+bool have_tool(const std::string& name) {
+    const bool there = run_tool({"/bin/sh", "-c", "command -v " + name}).code == 0;
+    if (!there && std::getenv("BACKHAUL_NOTHING_LEFT_OUT") != nullptr) {
+        ADD_FAILURE() << name << " is not installed";
+    }
+    return there;
+}
+
 Result run(const std::vector<std::string>& words) {
     std::vector<std::string> all = {BACKHAUL_BUILD_DIR "/backhaulctl"};
     all.insert(all.end(), words.begin(), words.end());

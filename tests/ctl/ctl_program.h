@@ -19,6 +19,9 @@ Result run(const std::vector<std::string>& words);
 // The same with another program of PATH, `input` being its standard input.
 Result run_tool(const std::vector<std::string>& words, const std::string& input = {});
 
+// Whether a program is on PATH. Where nothing may be left out, one that is missing fails the test.
+bool have_tool(const std::string& name);
+
 // A folder of the build's own that goes with its owner.
 class Folder {
 public:

@@ -14,7 +14,6 @@ using ctl_test::Result;
 using ctl_test::run;
 using ctl_test::run_tool;
 using testing::HasSubstr;
-using testing::MatchesRegex;
 using testing::Not;
 
 constexpr char LOGS[] = BACKHAUL_SOURCE_DIR "/tests/ctl/logs/loop/";
@@ -52,9 +51,11 @@ TEST(Timeline, lets_no_log_line_end_its_data) {
     const Result result = run({"timeline", log});
     EXPECT_EQ(result.out.find("<script>alert"), std::string::npos);
     EXPECT_THAT(result.out, HasSubstr("\\u003c/script>\\u003cscript>alert(1)"));
-    const Result json = run({"timeline", "--json", log});
-    const Result read = run_tool({"python3", "-m", "json.tool"}, json.out);
-    EXPECT_EQ(read.code, 0) << read.err;
+    const std::string json = folder.path() + "/json";
+    ASSERT_EQ(run({"timeline", "--json", log, "--output", json}).code, 0);
+    const Result read = run_tool(
+        {"sqlite3", ":memory:", "SELECT json_valid(CAST(readfile('" + json + "') AS TEXT));"});
+    EXPECT_EQ(read.out, "1\n") << read.err;
 }
 
 TEST(Timeline, draws_an_empty_log) {
@@ -67,6 +68,11 @@ TEST(Timeline, draws_an_empty_log) {
 /// What the page has become after `script` ran behind its own, and what it said to its console.
 class BrowserTest : public testing::Test {
 protected:
+    void SetUp() override {
+        if (!ctl_test::have_tool("chromium")) {
+            GTEST_SKIP() << "chromium is not installed (./run deps ci)";
+        }
+    }
     Result open_with(const std::string& script) {
         const std::string file = folder.path() + "/page.html";
         EXPECT_EQ(run({"timeline", "--output", file, LOGS + std::string("root"),
@@ -100,8 +106,8 @@ TEST_F(BrowserTest, finds_a_line_and_shows_it_by_keyboard) {
         "document.dispatchEvent(new KeyboardEvent('keydown',{key:'n',bubbles:true}));");
     EXPECT_THAT(result.err, Not(HasSubstr("CONSOLE")));
     EXPECT_THAT(result.out, HasSubstr("1 of 1"));
-    EXPECT_THAT(result.out, MatchesRegex("[^\x01]*<li class=\"here\">[^<]*there will be a loop"
-                                         "[^\x01]*"));
+    EXPECT_THAT(result.out, HasSubstr("<li class=\"here\">22:18:42  backhaul_db_topo_check : there "
+                                      "will be a loop</li>"));
 }
 
 TEST_F(BrowserTest, shows_less_time_when_it_is_zoomed_in) {
