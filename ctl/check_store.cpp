@@ -130,10 +130,12 @@ private:
         const char letter = strange_letter(text);
         std::array<char, 96> what{};
         if (letter != '\0') {
-            const bool printable = letter > ' ' && letter < 0x7f;
-            std::snprintf(what.data(), what.size(), "has a %s with %s%c%s", option,
-                          printable ? "the character " : "a blank or control character ",
-                          printable ? letter : ' ', printable ? "" : "in it");
+            std::snprintf(what.data(), what.size(), "has a %s with a blank or control character",
+                          option);
+            if (letter > ' ' && letter < 0x7f) {
+                std::snprintf(what.data(), what.size(), "has a %s with the character %c", option,
+                              letter);
+            }
             gap(gap_kind::stops, "store.letters", what.data(),
                 "the shell or the supplicant's file reads it otherwise, or cuts it",
                 "use letters, digits and - _ . only");

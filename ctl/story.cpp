@@ -115,6 +115,7 @@ void story::feed(const log_entry& entry, const log_event& event) {
     node_.first = node_.first == LOG_TIME_NONE ? now_ : node_.first;
     node_.last = now_;
     ++counts_.entries;
+    in_gap_ = false;
     if (event.row == nullptr) {
         ++counts_.unknown;
         return;
@@ -144,6 +145,7 @@ void story::feed(const log_entry& entry, const log_event& event) {
 
 void story::gap() {
     ++counts_.gaps;
+    in_gap_ = true;
     life_known_ = false;
     for (story_link& link : links_) {
         link.known = false;
@@ -152,11 +154,10 @@ void story::gap() {
 }
 
 void story::garbage() {
-    if (counts_.garbage++ == 0 || life_known_) {
+    ++counts_.garbage;
+    // However many lines of it stand together.
+    if (!in_gap_) {
         gap();
-    }
-    for (story_link& link : links_) {
-        link.known = false;
     }
 }
 

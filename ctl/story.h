@@ -256,6 +256,7 @@ private:
     std::array<error_run, LOG_TEXTS.size()> errors_{};
     int64_t now_ = LOG_TIME_NONE;
     bool life_known_ = false;  ///< nothing is missing since the worker's start
+    bool in_gap_ = false;
     bool was_ready_ = false;
     bool ever_ready_ = false;
     bool out_ = false;
