@@ -40,6 +40,7 @@ std::string said(const contract::Text& one) {
     replace_all(text, "%d", "3");
     replace_all(text, "%f", "0.250000");
     replace_all(text, "\\n", "");
+    replace_all(text, "\n", "");
     return text;
 }
 

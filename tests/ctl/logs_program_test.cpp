@@ -67,7 +67,7 @@ TEST(Summary, tells_a_crash_log_and_what_came_after_it_as_one_life) {
 
 TEST(Summary, gets_past_garbage_and_a_cut) {
     std::string text = log_text("lost/e1");
-    text.insert(text.find('\n', 400) + 1, std::string("\0\xff\xfe garbage\n", 11));
+    text.insert(text.find('\n', 400) + 1, std::string("\0\xff\xfe garbage\n", 12));
     text.resize(text.size() - 30);
     text.insert(0, std::string(200000, 'x') + "\n");
     const Folder folder;

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdio>
 #include <string>
 
 #include "tests/ctl/ctl_program.h"
