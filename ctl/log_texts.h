@@ -3,7 +3,9 @@
 // The texts of the flow log as data, for ctl/log_event alone. A test holds the contract's list of
 // the daemon's texts against it, so that none is missing. The first row that fits counts.
 
-#include "ctl/log_event.h"
+#include "ctl/log_text.h"
+
+#include <array>
 
 inline constexpr std::array LOG_TEXTS = {
     log_text{"wifi_slave_event_process : ifname %i event %d", log_kind::dispatched,
