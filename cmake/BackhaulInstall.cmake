@@ -1,4 +1,4 @@
-# What `cmake --install` puts on a router: daemon, man page, init script and its options. All of it
+# What `cmake --install` puts on a router: daemon, tool, man pages, init script and its options. All of it
 # goes below the prefix; with /usr alone, /etc and /lib are beside it, as everywhere.
 
 include(GNUInstallDirs)
@@ -18,9 +18,11 @@ install(CODE [[
 ]])
 set(backhaul_top "\${BACKHAUL_TOP}")
 
-install(TARGETS backhaul_monitor RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
+install(TARGETS backhaul_monitor backhaulctl RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/docs/backhaul_monitor.8
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
+install(FILES ${PROJECT_SOURCE_DIR}/docs/backhaulctl.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 if(NOT BACKHAUL_INIT STREQUAL "none")
     set(script ${BACKHAUL_INIT})
     if(BACKHAUL_INIT STREQUAL "debian")

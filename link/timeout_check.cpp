@@ -9,6 +9,7 @@
 #include "link/link_state.h"
 #include "link/ready_tick.h"
 #include "link/slave_event.h"
+#include "link/timeout_limit.h"
 #include "radar/dfs.h"
 #include "runtime/flow_log.h"
 #include "runtime/runtime_block.h"
@@ -22,10 +23,6 @@
 namespace {
 
 constexpr char CHECKER[] = "interface_timeout_chk";
-
-/// A parked station is looked at after this long for each counted loss, and stays parked. Its
-/// parking has cleared the timeout, so this runs only where something else has armed it since.
-constexpr int32_t PENDING_SECONDS_PER_LOSS = 60;
 
 void init_timeout(intf_record* record) {
     wifi_slave_event_process(record, START);
@@ -91,27 +88,27 @@ void wired_ready_tick(intf_record* record) {
     intf_timer_set(record, TIMER_ON);
 }
 
+/// What is done when a state's limit (link/timeout_limit) has passed.
 struct timeout_row {
     link_state state;
-    int32_t seconds;
     bool waits_for_autoconfig;
     void (*act)(intf_record*);
 };
 
 constexpr std::array TIMEOUTS = {
-    timeout_row{INIT, 5, false, init_timeout},
-    timeout_row{CONNECTING_BACKHAUL_AP, 180, false, connecting_timeout},
-    timeout_row{CONNECT_WITH_BACKHAUL_AP, 15, true, autoconfig_timeout},
-    timeout_row{CONNECTING_TARGET_BACKHAUL_AP, 120, false, switch_timeout},
-    timeout_row{CONNECT_PENDING, PENDING_SECONDS_PER_LOSS, false, pending_timeout},
-    timeout_row{BACKHAUL_READY, 60, false, backhaul_ready_tick},
-    timeout_row{LINK_STATE_8, 15, true, autoconfig_timeout},
-    timeout_row{LINK_STATE_9, 120, false, unnamed_timeout},
-    timeout_row{DFS_MONITORING, 180, false, dfs_monitoring_timeout},
-    timeout_row{DFS_BLOCKING, 2400, false, dfs_blocking_timeout},
-    timeout_row{AP_TIMER_WAIT, 600, false, periodic_existence_check},
-    timeout_row{ETH_BACKHAUL_CONNECTED, 15, true, autoconfig_timeout},
-    timeout_row{ETH_BACKHAUL_READY, 60, false, wired_ready_tick},
+    timeout_row{INIT, false, init_timeout},
+    timeout_row{CONNECTING_BACKHAUL_AP, false, connecting_timeout},
+    timeout_row{CONNECT_WITH_BACKHAUL_AP, true, autoconfig_timeout},
+    timeout_row{CONNECTING_TARGET_BACKHAUL_AP, false, switch_timeout},
+    timeout_row{CONNECT_PENDING, false, pending_timeout},
+    timeout_row{BACKHAUL_READY, false, backhaul_ready_tick},
+    timeout_row{LINK_STATE_8, true, autoconfig_timeout},
+    timeout_row{LINK_STATE_9, false, unnamed_timeout},
+    timeout_row{DFS_MONITORING, false, dfs_monitoring_timeout},
+    timeout_row{DFS_BLOCKING, false, dfs_blocking_timeout},
+    timeout_row{AP_TIMER_WAIT, false, periodic_existence_check},
+    timeout_row{ETH_BACKHAUL_CONNECTED, true, autoconfig_timeout},
+    timeout_row{ETH_BACKHAUL_READY, false, wired_ready_tick},
 };
 
 static_assert(table_keys_are_unique(TIMEOUTS, [](const timeout_row& row) { return row.state; }));
@@ -126,17 +123,6 @@ const timeout_row* timeout_row_find(link_state state) {
 }
 
 }  // namespace
-
-timeout_limit timeout_limit_get(link_state state, int8_t disconnect_count) {
-    const timeout_row* const row = timeout_row_find(state);
-    if (row == nullptr) {
-        return {.checked = false, .seconds = TIMEOUT_NEVER};
-    }
-    if (state == CONNECT_PENDING) {
-        return {.checked = true, .seconds = disconnect_count * row->seconds};
-    }
-    return {.checked = true, .seconds = row->seconds};
-}
 
 void interface_timeout_chk(intf_record* record, uint32_t now) {
     const link_state state = record->state;

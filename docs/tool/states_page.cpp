@@ -2,7 +2,7 @@
 // from the daemon's own tables, so that neither can differ from the code.
 
 #include "link/link_state.h"
-#include "link/timeout_check.h"
+#include "link/timeout_limit.h"
 
 #include <cstdio>
 #include <cstring>

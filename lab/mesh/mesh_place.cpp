@@ -33,7 +33,7 @@ bool mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string
     options.network.bridge = false;
     options.network.address = "";
     options.network.gateway = "";
-    return counters_open(error) ? sandbox_enter(options, error) : -1;
+    return counters_open(error) && sandbox_enter(options, error);
 }
 
 MeshOptions mesh_options_of(const ProgramPlace& place, const Scenario& scenario) {

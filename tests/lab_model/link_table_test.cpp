@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "link/link_state.h"
-#include "link/timeout_check.h"
+#include "link/timeout_limit.h"
 
 namespace lab {
 namespace {

@@ -9,7 +9,7 @@
 #include "link/link_state.h"
 #include "link/ready_tick.h"
 #include "link/slave_start.h"
-#include "link/timeout_check.h"
+#include "link/timeout_limit.h"
 #include "link/uplink_scan.h"
 
 #include <gtest/gtest.h>

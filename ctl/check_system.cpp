@@ -1,0 +1,370 @@
+// Tools, network, database and kernel settings of an image.
+
+#include "ctl/check.h"
+#include "ctl/logs.h"
+#include "ctl/text.h"
+#include "runtime/file_io.h"
+#include "runtime/heap.h"
+#include "topology/topology_db.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+namespace {
+
+struct tool_row {
+    const char* name;
+    bool stops;
+    const char* then;
+};
+
+constexpr std::array PATH_TOOLS = {
+    tool_row{"uci", true, "no configuration is read or written"},
+    tool_row{"wpa_cli", true, "no station is ever attached to the supplicant"},
+    tool_row{"iwconfig", true, "no association is seen, no SSID set"},
+    tool_row{"iwpriv", true, "no hops, no scans, no clients sent away"},
+    tool_row{"ifconfig", true, "a lost station is not started anew"},
+    tool_row{"openssl", true, "no message between nodes is sent or understood"},
+    tool_row{"hyctl", true, "broadcasts do not pass over the backhaul"},
+    tool_row{"ps", true, "hyd is restarted at each look"},
+    tool_row{"grep", true, "every association counts as there, hyd as gone"},
+    tool_row{"wifi", false, "interfaces that vanish are not brought up again"},
+    tool_row{"radartool", false, "channels under radar are not known"},
+    tool_row{"wifisys_tool", false, "the visitor network is not looked at"},
+    tool_row{"wifi_channel_monitor", false, "channel changes are not passed on"},
+    tool_row{"vl1905App", false, "clients that moved are not dropped elsewhere"},
+    tool_row{"vlog", false, "joins and leaves are not in the system log"},
+};
+
+constexpr std::array FIXED_TOOLS = {
+    tool_row{"/bin/sh", true, "no command runs"},
+    tool_row{"/usr/sbin/vl1905App", true, "the service APs are never configured: never ready"},
+    tool_row{"/etc/init.d/wireless", true, "no interface is ever switched on or off"},
+    tool_row{"/etc/init.d/qca-wpa-supplicant", true, "the supplicant is never started"},
+    tool_row{"/etc/init.d/hyd", true, "hyd is never restarted"},
+    tool_row{"/sbin/velmor_led_ctrl", false, "the LED stays as it is"},
+};
+
+constexpr std::array<const char*, 6> SUPPLICANT_PLACES = {
+    "/usr/sbin/wpa_supplicant",       "/sbin/wpa_supplicant", "/usr/bin/wpa_supplicant",
+    "/usr/local/sbin/wpa_supplicant", "/usr/sbin/wpad",       "/bin/wpa_supplicant"};
+/// The driver that interface_add names, as a text of its own in the program.
+constexpr std::string_view SUPPLICANT_DRIVER{"\0athr\0", 6};
+constexpr char DEFAULT_PATH[] = "/usr/sbin:/usr/bin:/sbin:/bin";
+
+bool is_program(const char* root, const char* path) {
+    struct stat status {};
+    return stat(path_below(root, path).data(), &status) == 0 && S_ISREG(status.st_mode) &&
+           (status.st_mode & S_IXUSR) != 0;
+}
+
+bool on_path(const char* root, const char* name) {
+    const char* const own = std::getenv("PATH");
+    std::string_view rest = root[0] == '\0' && own != nullptr ? own : DEFAULT_PATH;
+    while (!rest.empty()) {
+        const std::string_view folder = text_first(rest, rest.find(':'));
+        rest = text_from(rest, folder.size() + 1);
+        std::array<char, LOG_PATH_SIZE> path{};
+        std::snprintf(path.data(), path.size(), "%.*s/%s", text_size(folder), folder.data(), name);
+        if (is_program(root, path.data())) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void tool_gap(gap_teller& tell, const tool_row& row, const char* where) {
+    std::array<char, 120> what{};
+    std::snprintf(what.data(), what.size(), "%s is not %s, or may not be run", row.name, where);
+    tell.gap(row.stops ? gap_kind::stops : gap_kind::weakens, "tool", what.data(), row.then,
+             "install it");
+}
+
+/// Whether the file holds the bytes; read in pieces that overlap.
+bool file_holds(const char* path, std::string_view bytes) {
+    const File file(path, "rb");
+    static std::array<char, size_t{64} * 1024> block;
+    size_t kept = 0;
+    while (file) {
+        const size_t got = std::fread(block.data() + kept, 1, block.size() - kept, file.get());
+        const std::string_view all(block.data(), kept + got);
+        if (all.find(bytes) != std::string_view::npos) {
+            return true;
+        }
+        if (got == 0) {
+            break;
+        }
+        kept = std::min(all.size(), bytes.size() - 1);
+        std::memmove(block.data(), all.data() + all.size() - kept, kept);
+    }
+    return false;
+}
+
+void supplicant_check(const check_image& image, gap_teller& tell) {
+    for (const char* const place : SUPPLICANT_PLACES) {
+        if (is_program(image.root, place)) {
+            if (!file_holds(path_below(image.root, place).data(), SUPPLICANT_DRIVER)) {
+                tell.gap(gap_kind::stops, "supplicant.driver", "the supplicant has no driver athr",
+                         "interface_add answers FAIL, and is retried every second for ever",
+                         "build the supplicant with the radio vendor's driver");
+            }
+            return;
+        }
+    }
+    tell.gap(gap_kind::stops, "supplicant.missing", "there is no wpa_supplicant",
+             "no station ever associates", "install it");
+}
+
+/// Parents of the processes with the daemon's name: a supervisor's is not one of them.
+int supervisors_count(const char* root) {
+    std::array<int, 64> pids{};
+    std::array<int, 64> parents{};
+    size_t count = 0;
+    DIR* const folder = opendir(path_below(root, "/proc").data());
+    for (const dirent* entry = nullptr;
+         folder != nullptr && count < pids.size() && (entry = readdir(folder)) != nullptr;) {
+        std::array<char, LOG_PATH_SIZE> path{};
+        std::snprintf(path.data(), path.size(), "/proc/%.40s/stat", entry->d_name);
+        const File file(path_below(root, path.data()).data(), "r");
+        std::array<char, 24> name{};
+        if (file &&
+            std::fscanf(file.get(), "%d (%23[^)]) %*c %d", &pids[count], name.data(),
+                        &parents[count]) == 3 &&
+            std::strcmp(name.data(), "backhaul_monito") == 0) {
+            ++count;
+        }
+    }
+    if (folder != nullptr) {
+        closedir(folder);
+    }
+    int supervisors = 0;
+    for (size_t i = 0; i < count; ++i) {
+        int* const end = pids.data() + count;
+        supervisors += std::find(pids.data(), end, parents[i]) == end ? 1 : 0;
+    }
+    return supervisors;
+}
+
+bool udp_port_used(const char* root, unsigned port) {
+    const File file(path_below(root, "/proc/net/udp").data(), "r");
+    std::array<char, 256> line{};
+    while (file && file_next_line(file.get(), line)) {
+        unsigned number = 0;
+        if (std::sscanf(line.data(), " %*d: %*x:%x", &number) == 1 && number == port) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void ports_check(const check_image& image, gap_teller& tell) {
+    const int daemons = supervisors_count(image.root);
+    if (daemons > 1) {
+        tell.gap(gap_kind::stops, "port.second", "more than one daemon runs",
+                 "the second one's worker ends each second, and has taken the FIFO of the first",
+                 "end one, then send SIGUSR1 to the other's worker");
+    }
+    for (const unsigned port : {36003U, 36002U}) {
+        if (daemons == 0 && udp_port_used(image.root, port)) {
+            std::array<char, 100> what{};
+            std::snprintf(what.data(), what.size(), "UDP port %u is in use by another program",
+                          port);
+            tell.gap(gap_kind::stops, "port.used", what.data(),
+                     "the worker ends each second: bind: Address already in use",
+                     "end that program, or move it to another port");
+        }
+    }
+}
+
+/// Routes of the bridge: one of its own network tells that it has an address.
+void routes_check(const check_image& image, gap_teller& tell) {
+    const File file(path_below(image.root, "/proc/net/route").data(), "r");
+    std::array<char, 256> line{};
+    bool has_address = false;
+    bool has_default = false;
+    while (file && file_next_line(file.get(), line)) {
+        std::array<char, 20> name{};
+        unsigned long target = 0;
+        if (std::sscanf(line.data(), "%19s %lx", name.data(), &target) == 2) {
+            const bool bridge = std::strcmp(name.data(), "br-lan") == 0;
+            has_default = has_default || (target == 0 || target == 0xFFFFFFFFUL);
+            has_address = has_address || (bridge && target != 0);
+        }
+    }
+    if (!has_address) {
+        tell.gap(gap_kind::stops, "bridge.address", "br-lan has no IPv4 address",
+                 "no message reaches another node", "give the bridge an address");
+    } else if (!has_default) {
+        tell.gap(gap_kind::weakens, "bridge.route", "there is no default route",
+                 "a send before the root is heard is retried every 2 s, and events wait",
+                 "give br-lan a default route, or one to 255.255.255.255");
+    }
+}
+
+/// Where the parenthesis ends that is opened first; no further than a definition is long.
+size_t closing_find(std::string_view text) {
+    constexpr size_t DEFINITION_MAX = 4000;
+    int depth = 0;
+    for (size_t at = 0; at < text.size() && at < DEFINITION_MAX; ++at) {
+        depth += text[at] == '(' ? 1 : text[at] == ')' ? -1 : 0;
+        if (depth == 0 && text[at] == ')') {
+            return at;
+        }
+    }
+    return 0;
+}
+
+/// The words of a table's definition, which the database holds as text, behind "CREATE TABLE NAME".
+bool table_has(std::string_view all, const char* table, const char* column, bool& found) {
+    std::array<char, 64> begin{};
+    std::snprintf(begin.data(), begin.size(), "CREATE TABLE %s", table);
+    for (size_t at = all.find(begin.data()); at != std::string_view::npos;
+         at = all.find(begin.data(), at + 1)) {
+        std::string_view rest = text_from(all, at + std::strlen(begin.data()));
+        const size_t open = rest.find('(');
+        if (open > 3) {
+            continue;
+        }
+        found = true;
+        rest = text_first(rest, closing_find(rest));
+        for (size_t is = rest.find(column); is != std::string_view::npos;
+             is = rest.find(column, is + 1)) {
+            const char before = is == 0 ? ' ' : rest[is - 1];
+            const size_t end = is + std::strlen(column);
+            const char after = end < rest.size() ? rest[end] : ' ';
+            const auto parts = std::string_view(" (,\"`[]\n\t)");
+            if (parts.find(before) != std::string_view::npos &&
+                parts.find(after) != std::string_view::npos) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+constexpr size_t DATABASE_LOOK = size_t{256} * 1024;
+
+void tables_check(std::string_view all, gap_teller& tell) {
+    constexpr std::array<std::array<const char*, 2>, 10> COLUMNS = {{
+        {"Device", "ALMac"},
+        {"Device", "Alive"},
+        {"Device", "nNotAlive"},
+        {"Device", "DevType"},
+        {"Device", "DevName"},
+        {"Device", "IP"},
+        {"ExtenderWiFiLink", "Mac"},
+        {"ExtenderWiFiLink", "ALMac"},
+        {"ExtenderWiFiLink", "AP_ALMac"},
+        {"ExtenderWiFiLink", "Status"},
+    }};
+    for (const auto& [table, column] : COLUMNS) {
+        bool found = false;
+        if (table_has(all, table, column, found)) {
+            continue;
+        }
+        std::array<char, 120> what{};
+        std::snprintf(what.data(), what.size(), "/tmp/netprobe.db has no %s %s.%s",
+                      found ? "column" : "table with the column", table, column);
+        tell.gap(gap_kind::stops, found ? "database.column" : "database.table", what.data(),
+                 "questions to the database fail: nobody is admitted, no loop is seen",
+                 "let the prober write the tables of the integration page");
+    }
+}
+
+struct setting_row {
+    const char* path;
+    int least;
+    const char* then;
+};
+
+constexpr std::array SETTINGS = {
+    setting_row{"/proc/sys/fs/protected_symlinks", 1,
+                "who may write in /tmp leads the daemon's results into other files"},
+    setting_row{"/proc/sys/fs/protected_hardlinks", 1, "the same with hard links"},
+    setting_row{"/proc/sys/fs/protected_fifos", 1, "the shell can be made to wait for ever"},
+    setting_row{"/proc/sys/fs/protected_regular", 1,
+                "results can be read and changed by whoever made the file first"},
+};
+
+}  // namespace
+
+void check_tools(const check_image& image, gap_teller& tell) {
+    for (const tool_row& row : PATH_TOOLS) {
+        if (!on_path(image.root, row.name)) {
+            tool_gap(tell, row, "on PATH");
+        }
+    }
+    for (const tool_row& row : FIXED_TOOLS) {
+        if (!is_program(image.root, row.name)) {
+            tool_gap(tell, row, "there");
+        }
+    }
+    supplicant_check(image, tell);
+}
+
+void check_network(const check_image& image, gap_teller& tell) {
+    ports_check(image, tell);
+    struct stat status {};
+    if (stat(path_below(image.root, "/sys/class/net/br-lan").data(), &status) != 0) {
+        return tell.gap(gap_kind::stops, "bridge.missing", "there is no bridge br-lan",
+                        "no message reaches another node, and stations have no bridge to be put in",
+                        "make it before the daemon starts");
+    }
+    routes_check(image, tell);
+}
+
+void check_database(const check_image& image, gap_teller& tell) {
+    const File file(path_below(image.root, TOPOLOGY_DB_PATH).data(), "rb");
+    if (!file) {
+        return tell.gap(gap_kind::stops, "database.missing", "/tmp/netprobe.db is not there",
+                        "the worker waits for it", "start the prober before the daemon");
+    }
+    auto* const bytes = heap_make<char>(DATABASE_LOOK);
+    if (bytes == nullptr) {
+        return;
+    }
+    const size_t size = std::fread(bytes, 1, DATABASE_LOOK, file.get());
+    const std::string_view all(bytes, size);
+    if (!all.starts_with("SQLite format 3")) {
+        tell.gap(gap_kind::stops, "database.format", "/tmp/netprobe.db is no SQLite database",
+                 "the worker waits for one", "remove it and start the prober");
+    } else {
+        tables_check(all, tell);
+    }
+    heap_drop(bytes);
+}
+
+void check_system(const check_image& image, gap_teller& tell) {
+    for (const char* const folder : {"/tmp", "/var/log", "/var/run"}) {
+        struct stat status {};
+        const auto path = path_below(image.root, folder);
+        const bool there = stat(path.data(), &status) == 0 && S_ISDIR(status.st_mode);
+        std::array<char, 80> what{};
+        if (!there || (status.st_mode & S_IWUSR) == 0 ||
+            (image.root[0] == '\0' && access(path.data(), W_OK) != 0)) {
+            std::snprintf(what.data(), what.size(), "%s cannot be written", folder);
+            tell.gap(gap_kind::stops, "folder", what.data(),
+                     "logs, results or the command FIFO are missing", "mount it writable");
+        } else if (std::strcmp(folder, "/tmp") == 0 && (status.st_mode & S_IWOTH) != 0 &&
+                   (status.st_mode & S_ISVTX) == 0) {
+            tell.gap(gap_kind::weakens, "folder.sticky", "/tmp has no sticky bit",
+                     "anybody may rename anything in it", "chmod 1777 /tmp");
+        }
+    }
+    for (const setting_row& row : SETTINGS) {
+        const File file(path_below(image.root, row.path).data(), "r");
+        int value = 0;
+        if (!file || !file_first_number(file.get(), value) || value < row.least) {
+            std::array<char, 100> what{};
+            std::snprintf(what.data(), what.size(), "%s is not %d", row.path, row.least);
+            tell.gap(gap_kind::weakens, "kernel", what.data(), row.then, "set it at boot");
+        }
+    }
+}

@@ -1,0 +1,216 @@
+// summary, verify, explain, metrics and export, as their user sees them.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include <string>
+
+#include "tests/ctl/ctl_program.h"
+
+namespace {
+
+using ctl_test::Folder;
+using ctl_test::log_text;
+using ctl_test::Result;
+using ctl_test::run;
+using ctl_test::run_tool;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr char LOGS[] = BACKHAUL_SOURCE_DIR "/tests/ctl/logs";
+
+std::string logs(const std::string& name) {
+    return std::string(LOGS) + "/" + name;
+}
+
+TEST(Summary, tells_the_outage_with_length_and_cause) {
+    const Result result = run({"summary", logs("lost/e1")});
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("outages: 1, longest 3 min 19 s"));
+    EXPECT_THAT(result.out, HasSubstr("ath0 lost its AP 02:00:00:00:01:04; no AP found in 180 s (1 "
+                                      "time); ready again over ath1"));
+}
+
+TEST(Summary, gives_programs_one_object_for_each_node) {
+    const Result result = run({"summary", "--json", logs("loop/root"), logs("loop/e1")});
+    EXPECT_THAT(result.out, HasSubstr("\"node\":\"root\""));
+    EXPECT_THAT(result.out, HasSubstr("\"node\":\"e1\""));
+    EXPECT_THAT(result.out, HasSubstr("\"loops\":1"));
+}
+
+TEST(Summary, reads_a_nodes_files_in_the_order_in_which_they_were_written) {
+    const std::string text = log_text("loop/e1");
+    const size_t half = text.find('\n', text.size() / 2) + 1;
+    const Folder folder;
+    // The newer half under the plain name, and named first.
+    const std::string newer = folder.put("n/backhaul_flow_log", text.substr(half));
+    const std::string older = folder.put("n/backhaul_flow_log.1", text.substr(0, half));
+    const Result whole = run({"summary", "n=" + folder.put("whole", text)});
+    EXPECT_EQ(run({"summary", newer, older}).out, whole.out);
+    EXPECT_EQ(run({"summary", folder.path() + "/n"}).out, whole.out);
+}
+
+TEST(Summary, tells_a_crash_log_and_what_came_after_it_as_one_life) {
+    const std::string text = log_text("lost/e1");
+    const Folder folder;
+    folder.put("n/backhaul_flow_log.crash",
+               text + "Tue Nov 14 22:40:00 2023 : abnormal termination : 11\n");
+    folder.put("n/backhaul_flow_log",
+               "Tue Nov 14 22:40:01 2023 : <-- backhaul_monitor start -->\n"
+               "Tue Nov 14 22:40:02 2023 : backhaul_intf_state_change : change ath0 state from 0 "
+               "to 3\n");
+    const Result result = run({"summary", folder.path() + "/n"});
+    EXPECT_THAT(result.out, HasSubstr("the worker was killed by signal 11; "));
+    EXPECT_THAT(result.out, HasSubstr("1  of them after a crash"));
+}
+
+TEST(Summary, gets_past_garbage_and_a_cut) {
+    std::string text = log_text("lost/e1");
+    text.insert(text.find('\n', 400) + 1, std::string("\0\xff\xfe garbage\n", 12));
+    text.resize(text.size() - 30);
+    text.insert(0, std::string(200000, 'x') + "\n");
+    const Folder folder;
+    const Result result = run({"summary", folder.put("n.log", text)});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_THAT(result.out, HasSubstr("garbage"));
+    EXPECT_THAT(result.out, HasSubstr("entries"));
+}
+
+TEST(Summary, takes_the_own_nodes_log_when_none_is_named) {
+    const Folder root;
+    root.put("var/log/backhaul_flow_log", log_text("lost/e1"));
+    const Result result = run({"summary", "--root", root.path()});
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("outages: 1"));
+}
+
+TEST(Summary, says_what_cannot_be_read) {
+    const Folder folder;
+    const Result missing = run({"summary", folder.path() + "/none"});
+    EXPECT_EQ(missing.code, 3);
+    EXPECT_THAT(missing.err, HasSubstr("No such file"));
+    EXPECT_EQ(run({"summary", folder.path()}).code, 3);
+    EXPECT_EQ(run({"summary", "/dev/null"}).code, 3);
+}
+
+TEST(Verify, is_content_with_the_logs_of_real_daemons) {
+    const Result result = run({"verify", logs("loop/e1"), logs("loop/e2"), logs("root_gone/e1")});
+    EXPECT_EQ(result.code, 0) << result.out;
+    EXPECT_THAT(result.out, HasSubstr("0 that cannot follow"));
+}
+
+TEST(Verify, marks_a_line_that_cannot_follow) {
+    std::string text = log_text("loop/e1");
+    const std::string line = "change ath0 state from 7 to 3";
+    ASSERT_NE(text.find(line), std::string::npos);
+    text.replace(text.find(line), line.size(), "change ath0 state from 5 to 3");
+    const Folder folder;
+    const Result result = run({"verify", folder.put("n.log", text)});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.out, HasSubstr("! Tue Nov 14"));
+    EXPECT_THAT(result.out, HasSubstr("by the lines before ath0 is in BACKHAUL_READY (7), not in "
+                                      "CONNECTING_TARGET_BACKHAUL_AP (5)"));
+}
+
+TEST(Explain, tells_the_lines_around_a_moment_and_the_rule_behind_them) {
+    const Result result = run({"explain", "22:15:06", logs("lost/e1"), "--lines", "200"});
+    EXPECT_EQ(result.code, 0) << result.err;
+    EXPECT_THAT(result.out, HasSubstr("AP 02:00:00:00:01:04 is lost"));
+    EXPECT_THAT(result.out, HasSubstr("the table accepts this; looked at again after 180 s"));
+    EXPECT_THAT(result.out, HasSubstr("ath1 becomes the backup"));
+}
+
+TEST(Explain, shows_as_many_lines_as_it_is_asked_for) {
+    const Result result = run({"explain", "22:15", logs("lost/e1"), "--lines", "3", "--json"});
+    const auto lines =
+        static_cast<size_t>(std::count(result.out.begin(), result.out.end(), '{') - 1);
+    EXPECT_EQ(lines, 6U) << result.out;
+}
+
+TEST(Explain, refuses_what_is_no_time) {
+    EXPECT_EQ(run({"explain", "yesterday", logs("lost/e1")}).code, 2);
+    EXPECT_EQ(run({"explain"}).code, 2);
+}
+
+TEST(Metrics, are_told_for_each_node) {
+    const Result result = run({"metrics", logs("loop/e1"), logs("root_gone/e1")});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_THAT(result.out, HasSubstr("backhaul_ready{node=\"e1\"} "));
+    EXPECT_THAT(result.out, HasSubstr("backhaul_link_state{node=\"e1\",interface=\"ath0\"} "));
+    EXPECT_THAT(result.out, HasSubstr("# TYPE backhaul_log_outages gauge\n"));
+}
+
+TEST(Metrics, are_good_to_the_exporters_own_checker) {
+    if (!ctl_test::have_tool("promtool")) {
+        GTEST_SKIP() << "promtool is not installed (./run deps ci)";
+    }
+    const Result result = run({"metrics", logs("loop/e1"), "a \"node\"\\=" + logs("root_gone/e2")});
+    ASSERT_EQ(result.code, 0) << result.err;
+    const Result checked = run_tool({"promtool", "check", "metrics"}, result.out);
+    EXPECT_EQ(checked.code, 0) << checked.out << checked.err << result.out;
+}
+
+constexpr char TABLE[] =
+    "CREATE TABLE entry (node TEXT, seq INTEGER, time TEXT, seconds INTEGER, \"group\" TEXT,"
+    " interface TEXT, state_from INTEGER, state_to INTEGER, event INTEGER, mac TEXT,"
+    " ready INTEGER, marked INTEGER, text TEXT, PRIMARY KEY (node, seq));";
+
+class ExportTest : public testing::Test {
+protected:
+    /// The answer to a question about the logs of the fleet, which is asked of SQLite.
+    std::string ask(const std::string& question) {
+        const Result exported = run({"export", logs("root_gone/e1"), "far=" + logs("root_gone/e2"),
+                                     "loop=" + logs("loop/e1") + "/backhaul_flow_log"});
+        EXPECT_EQ(exported.code, 0) << exported.err;
+        const Folder folder;
+        const std::string file = folder.put("lines", exported.out);
+        std::string load = std::string(TABLE) +
+                           "CREATE TABLE line (j TEXT);\n.mode ascii\n"
+                           ".separator \"\\037\" \"\\n\"\n.import " +
+                           file + " line\n";
+        load +=
+            "INSERT INTO entry SELECT j->>'node', j->>'seq', j->>'time', j->>'seconds',"
+            " j->>'group', j->>'interface', j->>'state_from', j->>'state_to', j->>'event',"
+            " j->>'mac', j->>'ready', j->>'marked', j->>'text' FROM line;\n";
+        const Result result = run_tool({"sqlite3", "-list", ":memory:"},
+                                       load + ".mode list\n.separator \"|\" \"\\n\"\n" + question);
+        EXPECT_EQ(result.code, 0) << result.err;
+        return result.out;
+    }
+};
+
+TEST_F(ExportTest, answers_which_nodes_lose_their_uplink_most) {
+    EXPECT_EQ(ask("SELECT node, count(*) FROM entry WHERE state_from = 7 AND state_to = 3"
+                  " GROUP BY node ORDER BY 2 DESC, 1;"),
+              "e1|1\nfar|1\nloop|1\n");
+}
+
+TEST_F(ExportTest, answers_which_nodes_are_without_a_backhaul_at_their_logs_end) {
+    EXPECT_EQ(ask("SELECT node FROM entry e WHERE ready = 0 AND seq = (SELECT max(seq) FROM entry"
+                  " WHERE node = e.node) ORDER BY 1;"),
+              "e1\nfar\n");
+}
+
+TEST_F(ExportTest, answers_where_a_loop_was_refused) {
+    EXPECT_EQ(ask("SELECT DISTINCT node FROM entry WHERE text LIKE '%there will be a loop';"),
+              "loop\n");
+}
+
+TEST(CommandLine, tells_every_command_what_it_does) {
+    for (const char* const name : {"status", "check", "send", "summary", "explain", "verify",
+                                   "timeline", "metrics", "export"}) {
+        const Result result = run({name, "--help"});
+        EXPECT_EQ(result.code, 0) << name;
+        EXPECT_THAT(result.out, HasSubstr(std::string("usage: backhaulctl ") + name));
+    }
+}
+
+TEST(CommandLine, refuses_what_it_does_not_know) {
+    EXPECT_EQ(run({}).code, 2);
+    EXPECT_EQ(run({"sumary"}).code, 2);
+    EXPECT_EQ(run({"summary", "--colour"}).code, 2);
+    EXPECT_EQ(run({"explain", "22:15", "--lines", "many", logs("lost/e1")}).code, 2);
+}
+
+}  // namespace

@@ -1,0 +1,181 @@
+// status and send: the tool on the node.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <string>
+
+#include "tests/ctl/ctl_program.h"
+
+namespace {
+
+using ctl_test::Folder;
+using ctl_test::log_text;
+using ctl_test::log_text_until;
+using ctl_test::Result;
+using ctl_test::run;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr char PROFILE[] =
+    "ath0 BACKHAUL_STA 5h 30 0\nath1 BACKHAUL_STA 5l 20 0\nath3 BACKHAUL_STA 2 10 0\n"
+    "ath20 BACKHAUL_AP 5h 0 0\neth ETHERNET 0 0 0\n";
+
+class StatusTest : public testing::Test {
+protected:
+    void SetUp() override {
+        node.put("tmp/wifi_if_profile", PROFILE);
+        node.put("tmp/rootap_ip", "192.168.1.1\n");
+        node.put("tmp/rootdistance", "1\n");
+        node.put("tmp/backhaul_status", "not ready\n");
+    }
+    std::string headline(const std::string& log) {
+        node.put("var/log/backhaul_flow_log", log);
+        result = run({"status", "--root", node.path()});
+        EXPECT_EQ(result.code, 0) << result.err;
+        return result.out.substr(0, result.out.find('\n'));
+    }
+
+    Folder node;
+    Result result;
+};
+
+TEST_F(StatusTest, answers_a_lost_station_in_one_line) {
+    const std::string line = headline(log_text("lost/e1"));
+    EXPECT_THAT(line, HasSubstr("READY over ath1 since 2023-11-14 22:18:25"));
+    EXPECT_THAT(line, HasSubstr("was out for 3 min 19 s"));
+    EXPECT_THAT(line, HasSubstr("ath0 lost its AP 02:00:00:00:01:04"));
+}
+
+TEST_F(StatusTest, answers_a_station_that_is_still_lost_in_one_line) {
+    const std::string line = headline(log_text_until("lost/e1", "change ath0 state from 7 to 3"));
+    EXPECT_THAT(line, HasSubstr("OUT since 2023-11-14 22:15:06"));
+    EXPECT_THAT(line, HasSubstr("ath0 waits for an AP until 22:18:07"));
+}
+
+TEST_F(StatusTest, answers_a_loop_in_one_line) {
+    const std::string line = headline(log_text_until("loop/e1", "change ath0 state from 3 to 6"));
+    EXPECT_THAT(line, HasSubstr("READY over ath1"));
+    EXPECT_THAT(line, HasSubstr("ath0 is parked since"));
+    EXPECT_THAT(line, HasSubstr("its AP hangs below this node, a loop"));
+    EXPECT_THAT(line, HasSubstr("send uplink_scan"));
+}
+
+TEST_F(StatusTest, answers_a_root_that_is_gone_in_one_line) {
+    const std::string line = headline(log_text("root_gone/e1"));
+    EXPECT_THAT(line, HasSubstr("OUT since"));
+    EXPECT_THAT(line, HasSubstr("no station finds an AP on any band"));
+    EXPECT_THAT(line, HasSubstr("the root 192.168.1.1, or every way to it, is gone"));
+}
+
+TEST_F(StatusTest, tells_each_interface_its_state_and_what_it_waits_for) {
+    headline(log_text("root_gone/e1"));
+    EXPECT_THAT(result.out, HasSubstr("CONNECTING_BACKHAUL_AP"));
+    EXPECT_THAT(result.out, HasSubstr("an AP until"));
+    EXPECT_THAT(result.out, HasSubstr("LED        BackhaulDisConnect"));
+    EXPECT_THAT(result.out, HasSubstr("hops       1"));
+    EXPECT_THAT(result.out, HasSubstr("backup     ath3"));
+    EXPECT_THAT(result.out, HasSubstr("eth        ETH_BACKHAUL_DOWN"));
+}
+
+TEST_F(StatusTest, tells_the_error_that_repeats_with_its_likely_cause) {
+    std::string log = "Tue Nov 14 22:00:00 2023 : <-- backhaul_monitor start -->\n";
+    for (int i = 0; i < 214; ++i) {
+        std::array<char, 100> line{};
+        std::snprintf(line.data(), line.size(),
+                      "Tue Nov 14 22:%02d:%02d 2023 : dev_intf_enable_set : wpa_cli fail, try "
+                      "again\n",
+                      1 + i / 60, i % 60);
+        log += line.data();
+    }
+    const std::string line = headline(log);
+    EXPECT_THAT(line, HasSubstr("214 times in 3 min 33 s: look at the supplicant, its driver"));
+    EXPECT_THAT(result.out, HasSubstr("wpa_cli fail, try again\" 214 times in 3 min 33 s"));
+}
+
+TEST_F(StatusTest, says_that_it_does_not_know_what_the_log_no_longer_holds) {
+    headline("Tue Nov 14 22:00:00 2023 : qca_dist_get : dist 1\n");
+    EXPECT_THAT(result.out, HasSubstr("UNKNOWN"));
+    EXPECT_THAT(result.out, HasSubstr("no sign of it in the log"));
+    headline(
+        "Tue Nov 14 22:00:00 2023 : backhaul_intf_state_change : change ath0 state from 7 to 4\n");
+    EXPECT_THAT(result.out, HasSubstr("READY over ath0 since before the log begins"));
+    EXPECT_THAT(result.out, HasSubstr("unknown"));
+}
+
+TEST_F(StatusTest, tells_whether_the_root_answers_the_kernel) {
+    node.put("proc/net/arp",
+             "IP address       HW type     Flags       HW address            Mask     Device\n"
+             "192.168.1.1      0x1         0x0         00:00:00:00:00:00     *        br-lan\n");
+    headline(log_text("root_gone/e1"));
+    EXPECT_THAT(result.out, HasSubstr("does not answer to the kernel's question"));
+}
+
+TEST_F(StatusTest, gives_programs_the_same) {
+    node.put("var/log/backhaul_flow_log", log_text("lost/e1"));
+    const Result json = run({"status", "--json", "--root", node.path()});
+    EXPECT_THAT(json.out, HasSubstr("\"ready\":true"));
+    EXPECT_THAT(json.out, HasSubstr("\"uplink\":\"ath1\""));
+    EXPECT_THAT(json.out, HasSubstr("\"name\":\"ath0\",\"state\":\"CONNECTING_BACKHAUL_AP\""));
+}
+
+TEST_F(StatusTest, says_that_there_is_no_log) {
+    const Result none = run({"status", "--root", node.path()});
+    EXPECT_EQ(none.code, 3);
+    EXPECT_THAT(none.err, HasSubstr("there is no flow log"));
+}
+
+class SendTest : public testing::Test {
+protected:
+    void SetUp() override {
+        node.put("tmp/x", "");
+        path = node.path() + "/tmp/backhaul_fifo";
+    }
+    Folder node;
+    std::string path;
+};
+
+TEST_F(SendTest, writes_the_word_and_its_line_end_for_the_daemon) {
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const int daemon = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    const Result result = run({"send", "uplink_scan", "--root", node.path()});
+    EXPECT_EQ(result.code, 0) << result.err;
+    std::array<char, 64> got{};
+    EXPECT_EQ(read(daemon, got.data(), got.size()), 12);
+    EXPECT_STREQ(got.data(), "uplink_scan\n");
+    close(daemon);
+}
+
+TEST_F(SendTest, says_at_once_that_no_daemon_listens) {
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const Result result = run({"send", "uplink_scan", "--root", node.path()});
+    EXPECT_EQ(result.code, 3);
+    EXPECT_THAT(result.err, HasSubstr("no daemon listens"));
+}
+
+TEST_F(SendTest, says_that_there_is_no_fifo) {
+    const Result result = run({"send", "uplink_scan", "--root", node.path()});
+    EXPECT_EQ(result.code, 3);
+    EXPECT_THAT(result.err, HasSubstr("no daemon has run"));
+}
+
+TEST_F(SendTest, writes_into_nothing_that_is_no_fifo) {
+    node.put("tmp/backhaul_fifo", "mine\n");
+    EXPECT_EQ(run({"send", "uplink_scan", "--root", node.path()}).code, 3);
+    EXPECT_EQ(ctl_test::text_of(path), "mine\n");
+}
+
+TEST_F(SendTest, sends_no_word_that_the_daemon_does_not_know) {
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const int daemon = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_EQ(run({"send", "scan", "--root", node.path()}).code, 2);
+    std::array<char, 64> got{};
+    EXPECT_EQ(read(daemon, got.data(), got.size()), -1);
+    close(daemon);
+}
+
+}  // namespace
