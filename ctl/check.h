@@ -1,7 +1,7 @@
 #pragma once
 
 // What of an image the daemon would stumble over. Each part looks at files below a root and tells
-// its gaps; nothing is changed. Tools are looked for, not run, except `uci get` on the node itself.
+// its gaps; nothing is changed. Tools are looked for, not run.
 
 #include "ctl/log_file.h"
 #include "ctl/uci_file.h"

@@ -24,7 +24,7 @@ void place_enter() {
         std::perror("no namespaces");
         std::exit(1);
     }
-    if (user != 0 && lab::user_namespace_root(uid, gid, error) != 0) {
+    if (user != 0 && !lab::user_namespace_root(uid, gid, error)) {
         std::fprintf(stderr, "%s\n", error.c_str());
         std::exit(1);
     }
