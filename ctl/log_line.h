@@ -57,7 +57,7 @@ int64_t log_time_of(int64_t system_seconds);
 using time_text = std::array<char, 24>;
 
 /// "2023-11-14 22:13:20", or "unknown".
-time_text log_time_text(int64_t time);
+time_text log_time_text(int64_t moment);
 
 using length_text = std::array<char, 32>;
 
@@ -67,4 +67,4 @@ length_text log_length_text(int64_t seconds);
 /// Reads what a person types for a moment: "2023-11-14 22:13:20", the same with 'T', without
 /// seconds, a ctime date, or "22:13:20" and "22:13" for the day of `day_of` (any moment of it).
 /// False when it is none of these.
-bool log_time_parse(std::string_view text, int64_t day_of, int64_t& time);
+bool log_time_parse(std::string_view text, int64_t day_of, int64_t& moment);

@@ -139,7 +139,7 @@ void data_print(const timeline_data& data, FILE* out) {
 void lane_text_print(const timeline_data& data, size_t node, size_t lane, FILE* out) {
     std::array<char, COLUMNS + 1> row{};
     row.fill(' ');
-    row[COLUMNS] = '\0';
+    row.back() = '\0';
     const int64_t length = std::max<int64_t>(data.last - data.first, 1);
     for (size_t i = 0; i < data.span_count; ++i) {
         const timeline_span& span = data.spans[i];
@@ -161,7 +161,7 @@ void lane_text_print(const timeline_data& data, size_t node, size_t lane, FILE* 
 void outages_text_print(const timeline_data& data, size_t node, FILE* out) {
     std::array<char, COLUMNS + 1> row{};
     row.fill(' ');
-    row[COLUMNS] = '\0';
+    row.back() = '\0';
     const int64_t length = std::max<int64_t>(data.last - data.first, 1);
     for (size_t i = 0; i < data.outage_count; ++i) {
         const timeline_outage& cut = data.outages[i];
