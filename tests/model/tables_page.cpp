@@ -8,7 +8,7 @@
 #include "link/link_connect.h"
 #include "link/link_disconnect.h"
 #include "link/link_state.h"
-#include "link/timeout_check.h"
+#include "link/timeout_limit.h"
 
 #include <array>
 #include <cstdio>
