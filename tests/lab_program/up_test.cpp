@@ -135,12 +135,18 @@ TEST_F(Up, tells_what_is_odd_about_a_scenario) {
     EXPECT_THAT(text.out, HasSubstr("/rootless.scn: no step expects anything: "));
     EXPECT_EQ(lab_run("down" + there).code, 0);
     const Ended json = lab_run("up --json " + folder + "/still.scn" + there);
-    EXPECT_THAT(json.out, HasSubstr(R"("ready":0,"remarks":[{"line":0,"text":"the mesh has 2 )"
-                                    R"(roots: old, new"}]})"));
+    EXPECT_THAT(json.out,
+                HasSubstr(R"("ready":0,"web":"","remarks":[{"line":0,"text":"the mesh has )"
+                          R"(2 roots: old, new"}]})"));
     EXPECT_EQ(lab_run("down" + there).code, 0);
 }
 
 TEST_F(Up, answers_for_as_many_nodes_as_a_mesh_may_have) {
+    // The kernel takes half a minute to take so many networks down, and whoever asks it for an
+    // interface meanwhile waits: no test could run beside it.
+    if (getenv("BACKHAUL_MANY") == nullptr) {
+        GTEST_SKIP() << "needs the machine for itself: set BACKHAUL_MANY";
+    }
     const std::string folder = place() + "/many";
     lab::folder_make(folder);
     ASSERT_EQ(chmod(folder.c_str(), 0700), 0);

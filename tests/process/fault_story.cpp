@@ -22,7 +22,7 @@ void FaultStory::start_whole(const std::vector<std::string>& through) {
         start_extender();
     } else {
         std::string error;
-        ASSERT_EQ(router().daemon().start({{}, {}, through}, error), 0) << error;
+        ASSERT_TRUE(router().daemon().start({{}, {}, through}, error)) << error;
     }
     start_whole_running();
 }
