@@ -55,6 +55,16 @@ protected:
         EXPECT_EQ(taken(), Texts{});
     }
 
+    // Ready, but below e2, and neither of them has a way to a root.
+    void begin_below_e2() {
+        begin_ready();
+        node.reaches_root = false;
+        node.above = "e2";
+        other.name = "e2";
+        other.worker_pid = 200;
+        other.reaches_root = false;
+    }
+
     static std::string change(const std::string& interface, int from, int requested) {
         return "backhaul_intf_state_change : change " + interface + " state from " +
                std::to_string(from) + " to " + std::to_string(requested);

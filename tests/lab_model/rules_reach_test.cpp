@@ -33,12 +33,7 @@ TEST_F(Rules, ready_needs_root_is_content_with_a_way_now_and_then) {
 }
 
 TEST_F(Rules, ready_needs_root_knows_two_that_met_below_each_other) {
-    begin_ready();
-    node.reaches_root = false;
-    node.above = "e2";
-    other.name = "e2";
-    other.worker_pid = 200;
-    other.reaches_root = false;
+    begin_below_e2();
     other.above = "e1";
     pass(62);
     EXPECT_EQ(taken(), (Texts{"ready-needs-root: ready for over 60 s without a way to a root, "
@@ -47,25 +42,15 @@ TEST_F(Rules, ready_needs_root_knows_two_that_met_below_each_other) {
 }
 
 TEST_F(Rules, ready_needs_root_knows_a_cable_above_that_leads_nowhere) {
-    begin_ready();
-    node.reaches_root = false;
-    node.above = "e2";
-    other.name = "e2";
-    other.worker_pid = 200;
+    begin_below_e2();
     other.uplinks = {"eth"};
-    other.reaches_root = false;
     pass(62);
     EXPECT_EQ(taken(), (Texts{"ready-needs-root: ready for over 60 s without a way to a root, "
                               "below e2 (a cable is taken as the backhaul wherever it leads)"}));
 }
 
 TEST_F(Rules, ready_needs_root_excuses_nobody_below_a_node_that_does_nothing) {
-    begin_ready();
-    node.reaches_root = false;
-    node.above = "e2";
-    other.name = "e2";
-    other.worker_pid = 200;
-    other.reaches_root = false;
+    begin_below_e2();
     pass(62);
     EXPECT_EQ(taken(), (Texts{"ready-needs-root: ready for over 60 s without a way to a root, "
                               "below e2"}));

@@ -21,13 +21,11 @@ TEST_F(BackupLink, makes_the_failed_backup_idle_and_takes_the_next_station) {
     enter(ath0, CONNECTING_BACKHAUL_AP);
     enter(ath1, CONNECTING_BACKHAUL_AP);
     find_backup_backhaul_link(ath1);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAreArray(joined({search_finding(),
-                                 change("ath2", 0, 3),
-                                 station_on("ath2"),
-                                 {"find_backup_backhaul_link : found backup backhaul sta ath2"},
-                                 led("BackhaulDisConnect")})));
+    expect_journal({search_finding(),
+                    change("ath2", 0, 3),
+                    station_on("ath2"),
+                    {"find_backup_backhaul_link : found backup backhaul sta ath2"},
+                    led("BackhaulDisConnect")});
     EXPECT_EQ(ath1->state, INIT);
     EXPECT_EQ(ath1->timer_type, 1) << "a direct store leaves the timeout as it is";
     EXPECT_EQ(ath2->state, CONNECTING_BACKHAUL_AP);
@@ -38,12 +36,10 @@ TEST_F(BackupLink, tries_the_preferred_station_again_beside_a_backup_that_it_alr
     runtime.backup_backhaul_sta = ath1;
     enter(ath0, CONNECTING_BACKHAUL_AP);
     find_backup_backhaul_link(ath0);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAreArray(joined({{"find_backup_backhaul_link : already have backup backhaul sta"},
-                                 change("ath0", 3, 3),
-                                 station_on("ath0"),
-                                 led("BackhaulDisConnect")})));
+    expect_journal({{"find_backup_backhaul_link : already have backup backhaul sta"},
+                    change("ath0", 3, 3),
+                    station_on("ath0"),
+                    led("BackhaulDisConnect")});
 }
 
 TEST_F(BackupLink, parks_a_preferred_station_whose_losses_reached_the_limit) {
@@ -72,10 +68,8 @@ TEST_F(BackupLink, leaves_the_led_alone_while_a_link_is_up) {
     ath0->disconnect_count = 3;
     ath0->state = CONNECT_PENDING;
     find_backup_backhaul_link(ath0);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(
-                    joined({change("ath0", 6, 6),
-                            {"find_backup_backhaul_link : already have backup backhaul sta"}})));
+    expect_journal(
+        {change("ath0", 6, 6), {"find_backup_backhaul_link : already have backup backhaul sta"}});
 }
 
 TEST_F(BackupLink, takes_the_imposed_count_of_a_loop_modulo_256_into_the_signed_one) {
@@ -92,12 +86,10 @@ TEST_F(BackupLink, releases_parked_stations_and_restarts_the_preferred_one) {
     ath0->disconnect_count = 10;
     ath1->disconnect_count = 3;
     backhaul_slave_backhaul_restore();
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAreArray(joined({{"backhaul_slave_backhaul_restore : Enter",
-                                  "backhaul_slave_backhaul_restore : best backhaul reconncet"},
-                                 change("ath0", 0, 3),
-                                 station_on("ath0")})));
+    expect_journal({{"backhaul_slave_backhaul_restore : Enter",
+                     "backhaul_slave_backhaul_restore : best backhaul reconncet"},
+                    change("ath0", 0, 3),
+                    station_on("ath0")});
     EXPECT_EQ(ath0->state, CONNECTING_BACKHAUL_AP);
     EXPECT_EQ(ath1->state, INIT);
     EXPECT_EQ(ath0->disconnect_count, 0);

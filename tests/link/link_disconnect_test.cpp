@@ -22,27 +22,23 @@ TEST_F(LinkDisconnect, reconnects_below_the_limit_and_parks_at_the_third_loss) {
         runtime.backhaul_sta_num = 2;
         enter(ath0, BACKHAUL_READY);
         backhaul_disconnected(ath0);
-        EXPECT_THAT(
-            journal_take(),
-            ElementsAreArray(joined({station_disconnect("ath0"),
-                                     {"backhaul_disconnected(ath0) : try to connect again",
-                                      "backhaul_disconnected(ath0) : sta_intf->disconnect_count " +
-                                          std::to_string(loss),
-                                      "backhaul_disconnected : try to reconnect"},
-                                     station_reconnect("ath0"),
-                                     change("ath0", 7, 3)})));
+        expect_journal(
+            {station_disconnect("ath0"),
+             {"backhaul_disconnected(ath0) : try to connect again",
+              "backhaul_disconnected(ath0) : sta_intf->disconnect_count " + std::to_string(loss),
+              "backhaul_disconnected : try to reconnect"},
+             station_reconnect("ath0"),
+             change("ath0", 7, 3)});
         EXPECT_EQ(ath0->state, CONNECTING_BACKHAUL_AP);
     }
     runtime.backhaul_sta_num = 2;
     enter(ath0, BACKHAUL_READY);
     backhaul_disconnected(ath0);
-    EXPECT_THAT(
-        journal_take(),
-        ElementsAreArray(joined({station_disconnect("ath0"),
-                                 loss_counted("ath0", 3),
-                                 parked("ath0"),
-                                 {"find_backup_backhaul_link : already have backup backhaul "
-                                  "sta"}})));
+    expect_journal({station_disconnect("ath0"),
+                    loss_counted("ath0", 3),
+                    parked("ath0"),
+                    {"find_backup_backhaul_link : already have backup backhaul "
+                     "sta"}});
     EXPECT_EQ(ath0->state, CONNECT_PENDING);
     EXPECT_EQ(ath0->timer_type, 0);
 }
@@ -53,10 +49,8 @@ TEST_F(LinkDisconnect, tries_a_parked_station_again_at_once_when_there_is_no_oth
     ath0->disconnect_count = 2;
     enter(ath0, BACKHAUL_READY);
     backhaul_disconnected(ath0);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(
-                    joined({station_disconnect("ath0"), loss_counted("ath0", 3), parked("ath0"),
-                            search_finding(), change("ath0", 6, 3), station_on("ath0")})));
+    expect_journal({station_disconnect("ath0"), loss_counted("ath0", 3), parked("ath0"),
+                    search_finding(), change("ath0", 6, 3), station_on("ath0")});
     EXPECT_EQ(ath0->state, CONNECTING_BACKHAUL_AP);
 }
 
@@ -86,14 +80,12 @@ TEST_F(LinkDisconnect, restarts_a_switching_station_without_its_target_and_witho
     ath0->configured_bssid.set(AP_B);
     enter(ath0, CONNECTING_TARGET_BACKHAUL_AP);
     backhaul_disconnected(ath0);
-    EXPECT_THAT(journal_take(),
-                ElementsAreArray(
-                    joined({station_disconnect("ath0"),
-                            loss_counted("ath0", 1),
-                            {"backhaul_disconnected : try to reconnect and clear configured bssid"},
-                            station_off("ath0"),
-                            station_on("ath0"),
-                            change("ath0", 5, 3)})));
+    expect_journal({station_disconnect("ath0"),
+                    loss_counted("ath0", 1),
+                    {"backhaul_disconnected : try to reconnect and clear configured bssid"},
+                    station_off("ath0"),
+                    station_on("ath0"),
+                    change("ath0", 5, 3)});
     EXPECT_EQ(bssid_is_zero(ath0->configured_bssid.get()), 1);
     EXPECT_EQ(ath0->disconnect_count, 1);
 }
