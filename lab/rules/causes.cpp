@@ -62,6 +62,8 @@ constexpr std::array CAUSES = {
              "a cable is taken as the backhaul wherever it leads", UNSEEN},
     CauseRow{Cause::parked_hears, "parked-station-hears",
              "the only station that hears a way to the root is parked", UNSEEN},
+    CauseRow{Cause::freed_on_cable, "freed-on-cable",
+             "a parked station that a request to scan frees is started beside the cable", UNSEEN},
 };
 
 constexpr bool every_cause_is_at_its_place() {
@@ -70,7 +72,7 @@ constexpr bool every_cause_is_at_its_place() {
             return false;
         }
     }
-    return CAUSES.size() == static_cast<std::size_t>(Cause::parked_hears);
+    return CAUSES.size() == static_cast<std::size_t>(Cause::freed_on_cable);
 }
 static_assert(every_cause_is_at_its_place());
 

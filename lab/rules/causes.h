@@ -33,6 +33,7 @@ enum class Cause {
     met_below,
     cable_to_nowhere,
     parked_hears,
+    freed_on_cable,
 };
 
 struct CauseRow {

@@ -83,6 +83,7 @@ void worker_started(LinkTracker* tracker, std::int64_t time) {
         link.state = STATE_INIT;
         link.was_asked = false;
         link.is_unplaced = false;
+        link.is_freed_on_cable = false;
         // The records start at 0; the slave start, which a root lacks, moves these two on.
         if (link.type == "ETHERNET") {
             link.state = STATE_ETH_DOWN;
@@ -173,6 +174,7 @@ void parked_released(LinkTracker* tracker, std::int64_t time) {
     for (TrackedLink& link : tracker->links) {
         if (is_station(link) && link.state == STATE_PARKED) {
             store(&link, STORE_RESTORED.state, time);
+            link.is_freed_on_cable = tracker->wire_found;
         }
     }
 }
@@ -183,6 +185,7 @@ void wire_found(LinkTracker* tracker) {
         if (is_station(link)) {
             link.is_armed = false;
             link.cleared_by = NO_EVENT;
+            link.is_freed_on_cable = false;
         }
     }
 }
@@ -194,6 +197,7 @@ void wire_lost(LinkTracker* tracker, std::int64_t time) {
         if (is_station(link)) {
             store(&link, STORE_RECOVERED.state, time);
             link.is_armed = false;
+            link.is_freed_on_cable = false;
             link.also_until = time + RECOVERY_SECONDS;
             link.also.push_back(STORE_RECOVERED.state);
         }

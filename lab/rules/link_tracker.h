@@ -32,6 +32,7 @@ struct TrackedLink {
     std::int32_t cleared_by = NO_EVENT;  // event that cleared it; NO_EVENT: something else did
     bool was_asked = false;              // the running worker has requested a state
     bool is_unplaced = false;            // its association fits no case and was left as it is
+    bool is_freed_on_cable = false;      // was parked until a request to scan, beside a cable
 };
 
 struct LinkTracker {

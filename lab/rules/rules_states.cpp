@@ -111,9 +111,11 @@ void rule_status_state(const Look& look) {
     }
     if (episode_is_due(look, "so but not ready", looked && !says_ready && is_ready,
                        STATUS_PATIENCE)) {
-        violation_add(
-            look, RULE_STATUS_STATE, "a record is ready, but the status file is not",
-            tracker.count_is_off || tracker.unknown_status ? Cause::unplaced : Cause::none);
+        violation_add(look, RULE_STATUS_STATE, "a record is ready, but the status file is not",
+                      tracker.count_is_off || tracker.unknown_status ? Cause::unplaced
+                      : std::ranges::any_of(tracker.links, &TrackedLink::is_freed_on_cable)
+                          ? Cause::freed_on_cable
+                          : Cause::none);
     }
     const bool switches = looked && !says_ready && !look.node.uplinks.empty() &&
                           link_tracker_has(tracker, STATE_SWITCHING);

@@ -20,13 +20,17 @@ std::string joined(const std::vector<std::string>& names) {
 }
 
 // The cause for which one of the uplinks carries traffic beside another: its association was left
-// as it was, or the running worker has never asked anything of it.
+// as it was, or it was freed beside a cable, or
+// the running worker has never asked anything of it.
 Cause uplinks_cause(const Look& look) {
     const LinkTracker& tracker = look.memory.tracker;
     for (const std::string& uplink : look.node.uplinks) {
         const TrackedLink* const link = link_tracker_find(tracker, uplink);
         if (link != nullptr && link->is_unplaced) {
             return Cause::unplaced;
+        }
+        if (link != nullptr && link->is_freed_on_cable) {
+            return Cause::freed_on_cable;
         }
         if (link != nullptr && link->is_known && link->type == "BACKHAUL_STA" &&
             link->state == STATE_INIT && !link->was_asked) {

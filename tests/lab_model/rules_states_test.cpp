@@ -112,6 +112,17 @@ TEST_F(Rules, status_state_tells_a_ready_record_without_ready) {
     EXPECT_EQ(taken(), (Texts{"status-state: a record is ready, but the status file is not"}));
 }
 
+TEST_F(Rules, status_state_knows_the_station_that_was_freed_beside_the_cable) {
+    begin_ready();
+    look({change("ath0", 7, 6), "wifi_slave_eth_detect : Enter", change("eth", 13, 15),
+          "backhaul_slave_backhaul_restore : Enter", change("ath0", 0, 3)});
+    node.status_text = "connected\n";
+    pass(10);
+    EXPECT_EQ(taken(), (Texts{"status-state: a record is ready, but the status file is not (a "
+                              "parked station that a request to scan frees is started beside the "
+                              "cable)"}));
+}
+
 TEST_F(Rules, status_state_knows_the_lost_wire) {
     begin_ready();
     look({"wifi_slave_eth_detect : Enter", change("eth", 13, 15), change("ath0", 7, 16)});

@@ -92,6 +92,25 @@ TEST_F(Rules, one_uplink_knows_a_station_that_an_earlier_worker_left_on) {
                               "one station and leaves the others as they are)"}));
 }
 
+TEST_F(Rules, one_uplink_knows_a_parked_station_that_a_scan_freed_beside_the_cable) {
+    begin_ready();
+    look({change("ath0", 7, 6), "wifi_slave_eth_detect : Enter", change("eth", 13, 15)});
+    look({"backhaul_slave_backhaul_restore : Enter", change("ath0", 0, 3)});
+    node.uplinks = {"ath0", "eth"};
+    pass(10);
+    EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, eth carry traffic at once (a parked station that "
+                              "a request to scan frees is started beside the cable)"}));
+}
+
+TEST_F(Rules, one_uplink_excuses_no_station_that_was_freed_before_the_cable_came) {
+    begin_ready();
+    look({change("ath0", 7, 6), "backhaul_slave_backhaul_restore : Enter", change("ath0", 0, 3)});
+    look({"wifi_slave_eth_detect : Enter", change("eth", 13, 15)});
+    node.uplinks = {"ath0", "eth"};
+    pass(10);
+    EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, eth carry traffic at once"}));
+}
+
 TEST_F(Rules, service_aps_tells_clients_that_are_served_without_a_backhaul) {
     begin_ready();
     node.uplinks.clear();
