@@ -41,6 +41,11 @@ struct story_link {
     std::array<uint32_t, LINK_STATE_COUNT> entered{};
 };
 
+/// Whether a number in a log is that of a state.
+inline bool state_exists(int32_t number) {
+    return link_state_name(number)[0] != '-';
+}
+
 /// Ready: the node has a configured uplink.
 constexpr bool state_is_ready(link_state state) {
     return state == BACKHAUL_READY || state == ETH_BACKHAUL_READY;

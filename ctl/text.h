@@ -2,6 +2,7 @@
 
 // Small words of text handling that every part of the tool shares. Functions of values.
 
+#include <array>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -34,6 +35,12 @@ inline void text_copy(std::span<char> out, std::string_view text) {
         std::memcpy(out.data(), text.data(), size);
     }
     out[size] = '\0';
+}
+
+/// What text_copy wrote.
+template <size_t SIZE>
+std::string_view text_of(const std::array<char, SIZE>& text) {
+    return text.data();
 }
 
 /// `text` without what is before `at` (and without anything when it is shorter). Never throws.

@@ -96,7 +96,7 @@ void finding_words(const finding& one, std::span<char> out) {
             return;
         case finding_kind::no_such_state:
             std::snprintf(out.data(), out.size(), "cannot follow: no state has the number %d",
-                          link_state_name(one.from)[0] == '-' ? one.from : one.to);
+                          state_exists(one.from) ? one.to : one.from);
             return;
         case finding_kind::dropped:
             std::snprintf(out.data(), out.size(), "refused by the table: it stays in %s (%d)",
