@@ -81,8 +81,9 @@ public:
     // other's own sleeper ran.
     bool nodes_together = false;
 
-    // Real time after which a node that is not quiet is an error.
-    std::chrono::milliseconds patience{20000};
+    // Real time after which a node that is not quiet is an error. A machine that builds meanwhile
+    // lets a node wait for long.
+    std::chrono::milliseconds patience{60000};
 
     // Whether something outside the nodes still has an answer to give to one of them, which looks
     // blocked meanwhile; empty when there is nothing of that kind.

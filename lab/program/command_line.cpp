@@ -5,6 +5,7 @@
 #include <array>
 
 #include "lab/program/pacing.h"
+#include "lab/rules/rule_names.h"
 #include "lab/sandbox/limits.h"
 #include "lab/scenario/words.h"
 
@@ -66,6 +67,10 @@ void option_add(CLI::App& command, const std::string& name, Arguments& arguments
         number(arguments.hours, 1, MOST_CHAOS_HOURS, "Hours of the mesh's time (24)");
     } else if (name == "--minutes") {
         number(arguments.minutes, 1, MOST_MINUTES, "Ends the run after so many real minutes");
+    } else if (name == "--until") {
+        command.add_option(name, arguments.until, "Ends the run when this rule is broken")
+            ->type_name("RULE")
+            ->check(CLI::IsMember(std::vector<std::string>(RULE_NAMES.begin(), RULE_NAMES.end())));
     } else if (name == "--no-colour") {
         flag(arguments.colour_never, "No colour, whatever the terminal");
     }

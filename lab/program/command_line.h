@@ -49,7 +49,7 @@ inline constexpr std::array COMMANDS = {
     CommandRow{"chaos",
                "chaos | chaos FILE | chaos line N | chaos star N | chaos tree A B | chaos grid A B",
                "Plays random verbs and tells of outages and broken rules.", 0, 3,
-               "--nodes --hours --minutes --seed --json --evidence --no-colour"},
+               "--nodes --hours --minutes --until --seed --json --evidence --no-colour"},
     CommandRow{"generate",
                "generate line N | generate star N | generate tree A B | generate grid A B",
                "Prints a scenario of that shape.", 1, 3, "--seed"},

@@ -26,7 +26,8 @@ struct Arguments {
     int lines = 0;         // 0: all
     int nodes = 8;
     int hours = 24;
-    int minutes = 0;  // of real time; 0: no limit
+    int minutes = 0;    // of real time; 0: no limit
+    std::string until;  // a rule with whose breach a run ends; empty: none
 };
 
 // client_commands.cpp: they talk to the mesh that is up.

@@ -1,5 +1,5 @@
-// Random trouble finds a daemon that is broken in one place (broken/CMakeLists.txt) within a
-// minute, and nothing in the sound one that goes through the same.
+// Random trouble finds a daemon that is broken in one place (broken/CMakeLists.txt) within an hour
+// of the mesh, and nothing in the sound one that goes through the same.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -29,11 +29,6 @@ protected:
         lab::folder_remove(folder);
     }
 
-    static Ended chaos_of(const std::string& daemon) {
-        setenv("BACKHAUL_DAEMON", (BACKHAUL_BUILD_DIR "/tests/broken/" + daemon).c_str(), 1);
-        return lab_run("chaos --nodes 8 --hours 1 --minutes 1 --seed 1");
-    }
-
     std::string folder;
 };
 
@@ -46,16 +41,19 @@ struct Broken {
 class ChaosFinds : public Chaos, public testing::WithParamInterface<Broken> {};
 
 TEST_P(ChaosFinds, the_broken_daemon) {
-    const Ended ended = chaos_of(GetParam().daemon);
+    const auto& [daemon, rule] = GetParam();
+    setenv("BACKHAUL_DAEMON", (std::string(BACKHAUL_BUILD_DIR "/tests/broken/") + daemon).c_str(),
+           1);
+    const Ended ended = lab_run(std::string("chaos --nodes 8 --hours 1 --seed 1 --until ") + rule);
     EXPECT_EQ(ended.code, 1) << ended.out;
-    EXPECT_THAT(ended.out, HasSubstr(std::string(": ") + GetParam().rule));
+    EXPECT_THAT(ended.out, HasSubstr(std::string(": ") + rule + " e"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     All, ChaosFinds,
-    testing::Values(Broken{"no_reconnect", "liveness e"}, Broken{"no_backup", "time-limits e"},
-                    Broken{"backup_stays", "one-uplink e"}, Broken{"no_parking", "one-uplink e"},
-                    Broken{"no_timeout", "time-limits e"}, Broken{"broken_table", "transitions e"}),
+    testing::Values(Broken{"no_reconnect", "liveness"}, Broken{"no_backup", "time-limits"},
+                    Broken{"backup_stays", "one-uplink"}, Broken{"no_parking", "one-uplink"},
+                    Broken{"no_timeout", "time-limits"}, Broken{"broken_table", "transitions"}),
     [](const auto& one) { return std::string(one.param.daemon); });
 
 TEST_F(Chaos, finds_nothing_in_the_sound_daemon) {

@@ -111,11 +111,13 @@ unsigned mode_of(const char* path) {
     return about.st_mode & 07777U;
 }
 
-/// The names in /tmp.
+/// The files in /tmp. A folder is none: a checkout that lies in /tmp shows there as well.
 std::set<std::string> names_in_tmp() {
     std::set<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator("/tmp")) {
-        names.insert(entry.path().filename());
+        if (!entry.is_directory()) {
+            names.insert(entry.path().filename());
+        }
     }
     return names;
 }
