@@ -32,6 +32,7 @@ const BUTTONS = [
 const model = {
   status: null, links: { air: [], cables: [] }, chosen: null, tab: "status",
   lanes: new Map(),  // "e1 ath0" -> [{from, state}]
+  unshown: true,     // the chosen node has written log lines since its log was shown
   marks: [],         // {seconds, node, kind, text}
   next: 0, scale: 2, asked: false,
 };
@@ -336,6 +337,7 @@ function stepsPanel(panel, steps) {
 
 async function showPanel() {
   const node = nodeOf(model.chosen), panel = $("panel"), tab = model.tab;
+  model.unshown = false;
   for (const name of TABS) $(`tab-${name}`).setAttribute("aria-selected", name === tab);
   panel.setAttribute("aria-labelledby", `tab-${tab}`);
   $("find").hidden = tab !== "log" && tab !== "lines";
@@ -396,7 +398,8 @@ async function refresh() {
     model.status = status.body;
     model.links = links.body;
     show();
-    if (model.tab !== "files" && !window.getSelection().toString()) await showPanel();
+    const isDue = model.tab === "log" ? model.unshown : model.tab !== "files";
+    if (isDue && !window.getSelection().toString()) await showPanel();
   } catch (failed) {
     problem("the mesh is down, or cannot be reached");
   } finally {
@@ -407,6 +410,7 @@ async function refresh() {
 function eventTake(event) {
   if (event.kind === "state") laneAdd(event);
   else if (event.kind !== "log") model.marks.push(event);
+  else if (event.node === model.chosen) model.unshown = true;
   if (event.number !== undefined) model.next = event.number + 1;
 }
 
