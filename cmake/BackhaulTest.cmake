@@ -39,6 +39,23 @@ endfunction()
 # What has to do with the daemon's threads: its unit and process tests, without the lab's own.
 add_custom_target(daemon_tests)
 
+# places_define(<target>): BACKHAUL_BUILD_DIR and BACKHAUL_SOURCE_DIR are texts in those of its sources
+# that name them, or a header that does. The others compile to the same in every checkout, so that
+# a compiler cache knows them.
+set(place_users "BACKHAUL_(BUILD|SOURCE)_DIR|lab_program/(program_run|man_page)\\.h")
+function(places_define target)
+    get_target_property(sources ${target} SOURCES)
+    foreach(source IN LISTS sources)
+        cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR})
+        file(STRINGS ${source} found REGEX "${place_users}" LIMIT_COUNT 1)
+        if(found)
+            set_property(SOURCE ${source} APPEND PROPERTY COMPILE_DEFINITIONS
+                BACKHAUL_BUILD_DIR="${PROJECT_BINARY_DIR}"
+                BACKHAUL_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+        endif()
+    endforeach()
+endfunction()
+
 # Functions of values: they need no sandbox, so they run wherever a program of theirs does.
 add_custom_target(value_tests)
 
@@ -57,7 +74,7 @@ endfunction()
 # backhaul_test(<name> LABEL unit|process|lab|fuzz SOURCES <file>... [LIBS <target>...]
 #               [TIMEOUT <seconds>])
 # The program <build>/tests/<name>; each of its tests is known to CTest as <name>.<suite>.<test>.
-# Sources see BACKHAUL_BUILD_DIR and BACKHAUL_SOURCE_DIR as texts. Without a main() among LIBS
+# Sources may name BACKHAUL_BUILD_DIR and BACKHAUL_SOURCE_DIR. Without a main() among LIBS
 # GoogleTest's own is taken; a library that brings one does so as an object, because an archive
 # that comes in through another library would lose against GoogleTest's. Tests other than unit
 # tests also bring the daemon and the lab up to date. Unit tests can be run by the program as well,
@@ -76,8 +93,7 @@ function(backhaul_test name)
     endif()
     add_executable(${name} ${arg_SOURCES})
     backhaul_test_common(${name})
-    target_compile_definitions(${name} PRIVATE
-        BACKHAUL_BUILD_DIR="${PROJECT_BINARY_DIR}" BACKHAUL_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+    places_define(${name})
     target_link_libraries(${name} PRIVATE
         ${arg_LIBS} GTest::gmock GTest::gtest GTest::gtest_main)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
