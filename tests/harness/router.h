@@ -122,6 +122,10 @@ public:
     // Second of the newest log line that equals `text`; -1 without one.
     std::int64_t time_of_log(const std::string& text);
 
+    // Whether the log may be replaced twice between two looks, and lines of it be missed: for a
+    // test whose workers die faster than it looks, and that expects nothing of the log meanwhile.
+    void follow_log_loosely(bool loosely);
+
     // Keeps what the daemon said, and its files as they are, for the contract's texts. Never waits.
     void note_contract();
 
@@ -144,6 +148,8 @@ private:
     lab::Journal journal_;
     Driver driver_;
     Cursors cursors_;
+    bool follows_loosely_ = false;
+    int lost_allowed_ = 0;
 };
 
 }  // namespace harness
