@@ -25,7 +25,7 @@ constexpr int PATIENCE_MS = 60000;
 
 size_t lines_wanted() {
     const char* wanted = getenv("BACKHAUL_RACE_LINES");
-    return wanted == nullptr ? 1500 : static_cast<size_t>(atol(wanted));
+    return wanted == nullptr ? 1000 : static_cast<size_t>(atol(wanted));
 }
 
 class Races : public FaultStory {

@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "lab/sandbox/layout.h"
 #include "tests/soak/soak_files.h"
 
 namespace {
@@ -26,17 +27,14 @@ struct Answer {
     std::string_view text;
 };
 
-constexpr std::array<Answer, 16> ANSWERS = {{
+constexpr std::array<Answer, 14> ANSWERS = {{
     {"uci get wireless.", ".ssid", "mesh-backhaul\n"},
     {"uci get wireless.", ".auth", "WPA2PSK\n"},
     {"uci get wireless.", ".WPAPSKkey", "mesh-key-1234\n"},
     {"uci get wireless.", ".disabled", "0\n"},
     {"wpa_cli ", "interface_add", "OK\n"},
     {"wpa_cli ", "status", "wpa_state=SCANNING\n"},
-    {"iwconfig ", "Not-Associated", ""},
     {"iwconfig ", "> /tmp/wifi_intf.tmp", "ath  IEEE 802.11\n"},
-    {"iwconfig ", "> /tmp/iwconfig.tmp",
-     "          Mode:Managed  Frequency:5.18 GHz  Access Point: 02:00:00:00:01:01\n"},
     {"ps ", "hyd", "2345 root     /usr/sbin/hyd\n"},
     {"iwpriv ", "get_whc_dist", "ath0      get_whc_dist:1  \n"},
     {"iwpriv ", "get_whc_ul_rate", "ath0      get_whc_ul_rate:300  \n"},
@@ -70,7 +68,25 @@ void act(std::string_view line) {
     }
 }
 
+/// The line of `iwconfig STATION` that tells whether it is associated.
+std::string association(std::string_view line) {
+    const std::string_view station = line.substr(0, line.find(' '));
+    const std::string state =
+        std::string(lab::LAB_STATE) + "/iface/" + std::string(station) + "/ap";
+    const bool is_associated = access(state.c_str(), F_OK) == 0;
+    if (is_associated && has(line, "Not-Associated")) {
+        return "";
+    }
+    return std::string("          Mode:Managed  Frequency:5.18 GHz  Access Point: ") +
+           (is_associated ? "02:00:00:00:01:01\n" : "Not-Associated\n");
+}
+
 std::string answer_to(std::string_view line) {
+    constexpr std::string_view ASSOCIATION = "iwconfig ";
+    if (line.starts_with(ASSOCIATION) &&
+        (has(line, "Not-Associated") || line.ends_with("/tmp/iwconfig.tmp"))) {
+        return association(line.substr(ASSOCIATION.size()));
+    }
     if (line.starts_with("openssl ")) {
         std::ifstream word(SOAK_WORD);
         return {std::istreambuf_iterator<char>(word), {}};
