@@ -25,7 +25,7 @@ constexpr char AP_LIST[] = "/tmp/backhaul_ap_list";
 constexpr std::uint32_t HOUR = 3600;
 constexpr std::uint32_t DAY = 24 * HOUR;
 constexpr unsigned LOOKS = 10;
-constexpr long MEMORY_SPARE_KB = 32;
+constexpr long MEMORY_SPARE_KB = 12;
 /// Some come into being late; their names are few.
 constexpr size_t TMP_FILES = 40;
 constexpr long FILES_SPARE_BYTES = 2048;
