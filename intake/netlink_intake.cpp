@@ -4,6 +4,7 @@
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -204,8 +205,13 @@ void netlink_recv() {
 }
 
 void netlink_msg_process(int32_t intf_index, std::span<const uint8_t> attributes) {
-    std::array<char, IF_NAMESIZE> name{};
-    if_indextoname(static_cast<unsigned>(intf_index), name.data());
+    ifreq request{};
+    auto& name = request.ifr_name;
+    request.ifr_ifindex = intf_index;
+    // Any socket will do; if_indextoname() makes one for each call.
+    if (ioctl(runtime.msg_fd, SIOCGIFNAME, &request) < 0) {
+        if_indextoname(static_cast<unsigned>(intf_index), name);
+    }
     if (name[0] == '\0') {
         flow_log("%s : ifname is emplty, ignore this event\n", __func__);
         return;
@@ -213,7 +219,7 @@ void netlink_msg_process(int32_t intf_index, std::span<const uint8_t> attributes
     link_attribute attribute;
     while (link_attribute_next(attributes, attribute)) {
         if (attribute.type == LINK_ATTRIBUTE_WIRELESS) {
-            wireless_event_process(attribute.payload, name.data());
+            wireless_event_process(attribute.payload, name);
         }
     }
 }

@@ -20,13 +20,7 @@ constexpr int NEW_PATH_TRIES = 8;
 
 FILE* file_open(const char* path, const char* mode) {
     // Without waiting: a FIFO or a terminal in the file's place is found out below.
-    int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    if (mode[0] == 'r') {
-        flags |= O_RDONLY;
-    } else {
-        flags |= O_RDWR | O_CREAT | O_APPEND | O_NOFOLLOW;
-    }
-    Descriptor fd(open(path, flags, MODE_ALL));
+    Descriptor fd(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat about {};
     if (!fd || fstat(fd.get(), &about) < 0 || !S_ISREG(about.st_mode)) {
         return nullptr;

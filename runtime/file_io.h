@@ -22,8 +22,7 @@ inline constexpr long FILE_READ_MAX = 1024L * 1024L;
 /// An open stdio stream that is closed when it goes; every open is close-on-exec.
 class File {
 public:
-    /// `mode` is "r", "rb" or "a+" (which follows no symbolic link); files are written with
-    /// `FileRewrite`. `get()` is null when it fails.
+    /// `mode` is "r" or "rb"; files are written with `FileRewrite`. `get()` is null when it fails.
     File(const char* path, const char* mode);
     ~File();
     File(const File&) = delete;

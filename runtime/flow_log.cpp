@@ -1,17 +1,26 @@
 #include "runtime/flow_log.h"
 
-#include "runtime/file_io.h"
+#include "runtime/descriptor.h"
 #include "runtime/runtime_block.h"
 
+#include <fcntl.h>
+#include <unistd.h>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <span>
+#include <string_view>
 
 namespace {
 
-/// ctime text: 24 characters, a line end and the terminator.
-constexpr size_t CTIME_SIZE = 26;
+/// What is kept of a ctime text: all but its line end.
+constexpr size_t DATE_SIZE = 24;
+constexpr std::string_view SEPARATOR = " : ";
+constexpr mode_t FLOW_LOG_MODE = 0644;
+/// Holds twice the longest entry, which tells a command line.
+constexpr size_t ENTRY_SIZE = 512;
 
 /// Counts this call and starts a new file when the limit is passed. Calls are counted, not lines,
 /// and also those whose entry is then lost; the first file of a process therefore takes 300 calls
@@ -32,16 +41,23 @@ void flow_log_rotate() {
 void flow_log(const char* format, ...) {
     const time_t now = time(nullptr);
     flow_log_rotate();
-    const File file(FLOW_LOG_PATH, "a+");
+    // For writing alone: nobody waits for a FIFO in the file's place, it cannot be opened.
+    const Descriptor file(
+        open(FLOW_LOG_PATH,
+             O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
+             FLOW_LOG_MODE));
     if (!file) {
         return;
     }
-    std::array<char, CTIME_SIZE> date{};
-    ctime_r(&now, date.data());
-    // Buffered until the file is closed, so that the entry goes out in one write.
-    std::fprintf(file.get(), "%.24s : ", date.data());
+    // In one write: entries of several threads stay whole.
+    std::array<char, ENTRY_SIZE> entry{};
+    ctime_r(&now, entry.data());
+    SEPARATOR.copy(&entry[DATE_SIZE], SEPARATOR.size());
+    const auto text = std::span(entry).subspan(DATE_SIZE + SEPARATOR.size());
     va_list arguments;
     va_start(arguments, format);
-    std::vfprintf(file.get(), format, arguments);
+    std::vsnprintf(text.data(), text.size(), format, arguments);
     va_end(arguments);
+    [[maybe_unused]] const ssize_t written =
+        write(file.get(), entry.data(), std::strlen(entry.data()));
 }
