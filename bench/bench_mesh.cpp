@@ -147,10 +147,7 @@ int measure(const lab::ProgramPlace& place, int nodes, std::string& error) {
 int main(int argc, char** argv) {
     std::vector<int> sizes;
     for (int at = 1; at < argc; ++at) {
-        // Options of the other benchmarks come along.
-        if (argv[at][0] != '-') {
-            sizes.push_back(std::atoi(argv[at]));
-        }
+        sizes.push_back(std::atoi(argv[at]));
     }
     if (sizes.empty()) {
         sizes.assign(SIZES.begin(), SIZES.end());

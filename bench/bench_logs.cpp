@@ -14,7 +14,7 @@
 namespace {
 
 constexpr long FILE_SIZE = 100L * 1000 * 1000;
-constexpr char FILE_PATH[] = BACKHAUL_BUILD_DIR "/bench_flow_log.data";
+constexpr char FILE_PATH[] = BACKHAUL_BUILD_DIR "/bench_logs.data";
 constexpr char PROGRAM[] = BACKHAUL_BUILD_DIR "/backhaulctl";
 
 /// A loss and what follows from it, with what a ready station says each minute.
