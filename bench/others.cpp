@@ -85,15 +85,13 @@ bool monitor_measure(Pair& pair, const std::string& name, const std::vector<std:
     };
     const std::string port = monitor < 0 ? "" : bed->node().switch_port();
     bool up = true;
-    // The first change may come before it listens.
-    for (int sample = -1; monitor > 0 && sample < SAMPLES; ++sample) {
+    // Some run their script when they start; the others say nothing for as long as that may take.
+    bed->watch([] { return true; }, seen, a_tool);
+    for (int sample = 0; monitor > 0 && sample < SAMPLES; ++sample) {
         up = !up;
-        if (!bed->watch([&port, up] { return cable_set(port, up); }, seen, a_tool) && sample >= 0) {
+        if (!bed->watch([&port, up] { return cable_set(port, up); }, seen, a_tool)) {
             error = name + ": " + bed->error();
             return false;
-        }
-        if (sample < 0) {
-            continue;
         }
         floor.add(seen.first_tool);
         Reaction ignored;
