@@ -106,6 +106,21 @@ void MemoryFiles::pour(const std::string& path, std::string content) {
     }
 }
 
+bool MemoryFiles::append(FileNode& node, std::string_view text) {
+    if (is_closing) {
+        return true;
+    }
+    if (on_write) {
+        on_write(node, text);
+    }
+    if (is_full) {
+        return false;
+    }
+    changed();
+    node.content += text;
+    return true;
+}
+
 bool MemoryFiles::remove(const std::string& path) {
     return names_.erase(path) > 0;
 }

@@ -36,6 +36,8 @@ public:
     FileNodePtr put(const std::string& path, FileKind kind, std::string content = {});
     // Writes into the file that is there, as a shell's ">" does.
     void pour(const std::string& path, std::string content);
+    // The daemon's own write() at the end of a file; false when there is no room.
+    bool append(FileNode& node, std::string_view text);
     bool remove(const std::string& path);
     bool rename(const std::string& from, const std::string& to);
 

@@ -103,6 +103,9 @@ int file_open(Life& life, const char* path_text, int flags) {
     if (node->kind == FileKind::fifo && (flags & O_NONBLOCK) == 0 && !wants_writing(flags)) {
         life.broken("waits for a writer of the FIFO " + path);
     }
+    if (node->kind == FileKind::fifo && (flags & O_ACCMODE) == O_WRONLY) {
+        return refuse(ENXIO);
+    }
     const auto kind = path == "/tmp/backhaul_fifo" ? DescriptorKind::fifo : DescriptorKind::file;
     return life.descriptor_add({.kind = kind, .node = std::move(node)});
 }
@@ -362,6 +365,18 @@ ssize_t __wrap_read(int fd, void* out, size_t size) {
     const size_t count = life->fifo_words.copy(static_cast<char*>(out), size);
     life->fifo_words.erase(0, count);
     return static_cast<ssize_t>(count);
+}
+
+ssize_t __real_write(int fd, const void* bytes, size_t size);
+ssize_t __wrap_write(int fd, const void* bytes, size_t size) {
+    Life* const life = life_of_caller();
+    OpenDescriptor* const open = life != nullptr ? life->descriptor(fd) : nullptr;
+    if (open == nullptr || open->node == nullptr) {
+        return __real_write(fd, bytes, size);
+    }
+    return life->files.append(*open->node, {static_cast<const char*>(bytes), size})
+               ? static_cast<ssize_t>(size)
+               : refuse(ENOSPC);
 }
 
 int __real_fcntl(int fd, int command, ...);
