@@ -149,6 +149,11 @@ bool supervisor_measure(Pair& pair, const std::string& name, const std::string& 
 
 bool others_measure(Pair& pair, const std::string& folder, Table& table, std::string& error) {
     const std::string libraries = "LD_LIBRARY_PATH=" + folder + "/usr/lib";
+    // Its worker was replaced a moment ago.
+    if (!pair.daemon->make_ready()) {
+        error = pair.daemon->error();
+        return false;
+    }
     return monitor_measure(pair, "ifplugd",
                            {"/usr/bin/env", libraries, folder + "/usr/sbin/ifplugd", "-n", "-s",
                             "-i", "lan0", "-r", TOOL, "-u", "0", "-d", "0"},
