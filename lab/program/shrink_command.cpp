@@ -24,6 +24,7 @@ namespace {
 
 constexpr int SECONDS_AN_HOUR = 3600;
 constexpr std::string_view CHAOS = "chaos";
+constexpr int SLACK_SECONDS = 30;
 
 // What a run is looked at for, second by second.
 class Watch {
@@ -262,8 +263,10 @@ int shrink_command(const Arguments& arguments) {
                  told["node"].get<std::string>()};
         return true;
     };
+    calls.slack = condition.is_known_early() ? SLACK_SECONDS : 0;
     calls.tell = [](const ShrinkProgress& progress) {
-        fprintf(stderr, "try %d: %s\n", progress.tries, size_text(*progress.best).c_str());
+        fprintf(stderr, "try %d: %s: %s\n", progress.tries, size_text(*progress.tried).c_str(),
+                progress.shows ? "yes" : "no");
     };
     calls.is_enough = [&] {
         return arguments.minutes > 0 &&

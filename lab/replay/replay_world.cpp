@@ -166,7 +166,9 @@ SecondFacts second_facts(const PendingLines& lines) {
     facts.hyd_gone = has(lines, "restart hyd");
     facts.supplicant_gone = supplicant_gone(lines);
     facts.channels_taken = channels_taken(lines);
-    if (has(lines, "device_24g_txpower_decrease : ")) {
+    // An extender that became ready does so as well, whatever the table says.
+    if (has(lines, "device_24g_txpower_decrease : ") &&
+        !has(lines, "device_reload_ap_settings : Leave ")) {
         facts.extender_listed = true;
     } else if (has(lines, "device_24g_txpower_recover : ")) {
         facts.extender_listed = false;

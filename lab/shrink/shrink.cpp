@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
+#include <tuple>
 
 #include "lab/scenario/scenario_parse.h"
 #include "lab/shrink/shrink_steps.h"
@@ -42,22 +44,28 @@ private:
         return failed_ || (calls_.is_enough && calls_.is_enough());
     }
 
-    // Takes the candidate when it shows what is wanted; it then ends where that was seen.
+    // Takes the candidate when it shows what is wanted and is shorter; it ends where that was seen.
     bool attempt(const Scenario& candidate) {
         if (is_over() || candidate == best_ || candidate.nodes.empty()) {
             return false;
         }
+        Scenario longer = candidate;
+        longer.steps.back().after += calls_.slack;
         const auto [place, is_new] = tried_.try_emplace(scenario_print(candidate));
         if (is_new) {
-            failed_ = !calls_.run(candidate, place->second);
+            failed_ = !calls_.run(longer, place->second);
             ++progress_.tries;
         } else {
             ++progress_.cached;
         }
-        const bool shows = !failed_ && place->second.shows;
+        bool shows = !failed_ && place->second.shows;
         if (shows) {
-            best_ = scenario_until(candidate, place->second.at);
+            Scenario found = scenario_until(longer, place->second.at);
+            shows = weight(found) < weight(best_);
+            best_ = shows ? std::move(found) : best_;
         }
+        progress_.tried = &candidate;
+        progress_.shows = shows;
         progress_.best = &best_;
         if (is_new && calls_.tell) {
             calls_.tell(progress_);
@@ -65,17 +73,29 @@ private:
         return shows;
     }
 
+    static std::tuple<bool, std::size_t, std::size_t, std::size_t, std::int64_t> weight(
+        const Scenario& scenario) {
+        return {scenario.seed != Scenario().seed, scenario.nodes.size(), scenario_verbs(scenario),
+                scenario.hearings.size(), scenario_seconds(scenario)};
+    }
+
     // Who has nothing to do with it goes at once, where that works.
     void focus() {
         Scenario plain = best_;
         plain.seed = Scenario().seed;
-        if (!node_.empty()) {
-            const Scenario few = scenario_with_nodes(plain, scenario_way_up(plain, node_));
-            if (attempt(few)) {
-                return;
+        std::set<std::string> names =
+            node_.empty() ? std::set<std::string>() : scenario_way_up(plain, node_);
+        if (attempt(scenario_with_nodes(plain, names))) {
+            return;
+        }
+        for (const ScenarioStep& step : plain.steps) {
+            if (step.kind == StepKind::verb) {
+                names.merge(scenario_way_up(plain, step.verb.node));
             }
         }
-        attempt(plain);
+        if (!attempt(scenario_with_nodes(plain, names))) {
+            attempt(plain);
+        }
     }
 
     // Leaves out runs of things, half of them at first.
@@ -101,9 +121,11 @@ private:
     }
 
     void less_time() {
-        for (std::size_t step = 0; step < best_.steps.size() && !is_over(); ++step) {
+        // Where it is seen at once, the wait at the end is as short as it gets.
+        const std::size_t last = calls_.slack > 0 ? 1 : 0;
+        for (std::size_t step = 0; step + last < best_.steps.size() && !is_over(); ++step) {
             int less = best_.steps[step].after;
-            while (less >= LEAST_SECONDS && step < best_.steps.size()) {
+            while (less >= LEAST_SECONDS && step + last < best_.steps.size() && !is_over()) {
                 if (!attempt(scenario_sooner(best_, step, less))) {
                     less /= 2;
                 } else if (step < best_.steps.size()) {

@@ -23,12 +23,17 @@ struct ShrinkSeen {
 struct ShrinkProgress {
     int tries = 0;   // runs
     int cached = 0;  // runs that were not needed
+    const Scenario* tried = nullptr;
+    bool shows = false;
     const Scenario* best = nullptr;
 };
 
 struct ShrinkCalls {
     // Runs a timed scenario. False when the machine failed; the search then ends.
     std::function<bool(const Scenario& scenario, ShrinkSeen& seen)> run;
+    // Seconds that a try may need longer than what it was made of, because with fewer nodes a thing
+    // may come a little later. 0 for what is known only when a run is over.
+    int slack = 0;
     // Told after every run; may be empty.
     std::function<void(const ShrinkProgress& progress)> tell;
     // Whether the search is to end with what it has; may be empty.
