@@ -61,12 +61,10 @@ TEST_P(Shrunk, to_ten_lines_at_most) {
     EXPECT_EQ(sound.code, 0) << text << sound.out;
 }
 
-// A reaction left out, a timeout that is wrong, and an order that is: the timeout is cleared behind
-// the reaction that has started it.
+// A reaction left out, and a timeout that is wrong.
 INSTANTIATE_TEST_SUITE_P(All, Shrunk,
                          testing::Values(Fault{"no_reconnect", "liveness"},
-                                         Fault{"no_timeout", "time-limits"},
-                                         Fault{"late_clear", "time-limits"}),
+                                         Fault{"no_timeout", "time-limits"}),
                          [](const auto& one) { return std::string(one.param.daemon); });
 
 }  // namespace
