@@ -1,5 +1,8 @@
 #include "lab/mesh/mesh_evidence.h"
 
+#include <array>
+#include <ctime>
+
 #include "lab/mesh/mesh_report.h"
 #include "lab/node/evidence.h"
 #include "lab/scenario/scenario_parse.h"
@@ -46,6 +49,22 @@ bool mesh_evidence_write(const Mesh& mesh, const std::string& folder) {
         const std::string to = folder + "/" + node.plan().name;
         good = file_write(to + "/flow_log_of_all_boots", log_text(mesh, node)) &&
                file_write(to + "/journal", journal_of(mesh, node)) && good;
+    }
+    return good;
+}
+
+bool mesh_logs_write(const Mesh& mesh, const std::string& folder) {
+    bool good = true;
+    for (int index = 0; index < mesh.node_count(); ++index) {
+        const MeshNode& node = mesh.node(index);
+        std::string text;
+        for (const LogEntry& entry : node.log()) {
+            const std::time_t time = entry.time;
+            std::array<char, 26> date{};  // ctime's
+            ctime_r(&time, date.data());
+            text += std::string(date.data(), 24) + " : " + entry.text + "\n";
+        }
+        good = file_write(folder + "/" + node.plan().name + "/backhaul_flow_log", text) && good;
     }
     return good;
 }

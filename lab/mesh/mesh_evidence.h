@@ -12,6 +12,9 @@ namespace lab {
 // every node its logs, recorded lines, files and processes. False when it cannot be written.
 bool mesh_evidence_write(const Mesh& mesh, const std::string& folder);
 
+// Each node's flow log of all boots, dated as on the node, as FOLDER/NODE/backhaul_flow_log.
+bool mesh_logs_write(const Mesh& mesh, const std::string& folder);
+
 // What sanitizers reported about any process of any node, "NODE: TEXT"; empty when all is well.
 std::vector<std::string> mesh_sanitizer_reports(const Mesh& mesh);
 

@@ -60,6 +60,22 @@ void option_add(CLI::App& command, const std::string& name, Arguments& arguments
         text(arguments.shell, "COMMAND", "Runs this one command line");
     } else if (name == "--evidence") {
         text(arguments.evidence, "FOLDER", "Where a failed run leaves its folder");
+    } else if (name == "--rule") {
+        text(arguments.rule, "NAME",
+             "Rule that has to be broken; the first one, when nothing is asked");
+    } else if (name == "--node") {
+        text(arguments.node, "NAME", "Node where it has to be so");
+    } else if (name == "--seen" || name == "--not-seen") {
+        command
+            .add_option(name, name == "--seen" ? arguments.seen : arguments.unseen,
+                        name == "--seen" ? "Part of a line that a flow log has to hold"
+                                         : "Part of a line that no flow log may hold")
+            ->type_name("TEXT")
+            ->allow_extra_args(false);
+    } else if (name == "--output") {
+        text(arguments.output, "FILE", "Where the scenario is written");
+    } else if (name == "--logs") {
+        text(arguments.logs, "FOLDER", "Where each node's flow log of all boots is left");
     } else if (name == "--nodes") {
         number(arguments.nodes, 2, MOST_NODES,
                "Nodes of a mesh of neighbours, the root among them (8)");

@@ -20,10 +20,16 @@ struct Arguments {
     bool colour_never = false;
     std::optional<double> speed;
     std::optional<std::uint32_t> seed;
-    std::string socket;    // empty: the usual place
-    std::string shell;     // of -c; empty: an interactive one
-    std::string evidence;  // folder; empty: the usual place
-    int lines = 0;         // 0: all
+    std::string socket;               // empty: the usual place
+    std::string shell;                // of -c; empty: an interactive one
+    std::string evidence;             // folder; empty: the usual place
+    std::string logs;                 // folder for the nodes' flow logs; empty: none are left
+    int lines = 0;                    // 0: all
+    std::string rule;                 // that has to be broken
+    std::string node;                 // where; empty: anywhere
+    std::vector<std::string> seen;    // parts of lines
+    std::vector<std::string> unseen;  // parts of no line
+    std::string output;               // file; empty: standard output
     int nodes = 8;
     int hours = 24;
     int minutes = 0;    // of real time; 0: no limit
@@ -52,6 +58,12 @@ int up_command(const Arguments& arguments);
 // run_commands.cpp: they play a scenario in the foreground.
 int check_command(const Arguments& arguments);
 int chaos_command(const Arguments& arguments);
+
+// shrink_command.cpp
+int shrink_command(const Arguments& arguments);
+
+// replay_command.cpp
+int replay_command(const Arguments& arguments);
 
 // Shared by them; terminal.cpp.
 // One object a line on standard output.

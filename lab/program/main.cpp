@@ -24,6 +24,8 @@ constexpr std::array FUNCTIONS = {
     CommandFunction{"speed", lab::speed_command},
     CommandFunction{"check", lab::check_command},
     CommandFunction{"chaos", lab::chaos_command},
+    CommandFunction{"replay", lab::replay_command},
+    CommandFunction{"shrink", lab::shrink_command},
     CommandFunction{"generate", lab::generate_command},
     CommandFunction{"verbs", lab::verbs_command},
     CommandFunction{"doctor", lab::doctor_command},

@@ -97,7 +97,8 @@ bool is_broken(const Mesh& mesh, const std::string& rule) {
 void play_on(const EarlyEnd& early, bool shows_progress, Run& run) {
     std::int64_t shown = now_ms();
     while ((run.state = run.player->go_on(run.failure)) == PlayState::playing) {
-        run.ended_early = *ending != 0 || now_ms() >= early.at || is_broken(*run.mesh, early.rule);
+        run.ended_early = *ending != 0 || now_ms() >= early.at ||
+                          is_broken(*run.mesh, early.rule) || (run.enough && run.enough(run));
         if (run.ended_early) {
             return;
         }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,6 +22,7 @@ struct Run {
     std::string title;  // file or command that it came from
     std::unique_ptr<Mesh> mesh;
     std::unique_ptr<Player> player;
+    std::function<bool(Run& run)> enough = nullptr;  // asked every second: true ends the run
     PlayState state = PlayState::playing;
     bool ended_early = false;  // by a key, or because its real time was over
     std::string failure;       // of the machine; empty: none

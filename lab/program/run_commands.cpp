@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "lab/mesh/mesh_evidence.h"
 #include "lab/mesh/mesh_report.h"
 #include "lab/program/commands.h"
 #include "lab/program/mesh_host.h"
@@ -43,6 +44,10 @@ int check_command(const Arguments& arguments) {
     scenario.seed = arguments.seed.value_or(scenario.seed);
     Run run;
     run.title = arguments.words[0];
+    OutsidePlace logs;
+    if (!arguments.logs.empty() && !logs.open(arguments.logs, error)) {
+        return complain(arguments, error, EXIT_USAGE);
+    }
     const bool shows_progress = isatty(STDERR_FILENO) != 0 && !arguments.json;
     if (!run_play(scenario, arguments, shows_progress, run, error)) {
         return complain(arguments, error);
@@ -53,6 +58,9 @@ int check_command(const Arguments& arguments) {
         printf("%s", table_text(outages_table(*run.mesh), in_colour).c_str());
         printf("%s%s", remarks_text(run.title, run_remarks(run)).c_str(),
                causes_text(*run.mesh).c_str());
+    }
+    if (!arguments.logs.empty() && !mesh_logs_write(*run.mesh, logs.path())) {
+        return complain(arguments, "cannot write to " + logs.name());
     }
     const int code = run_finish(arguments, run);
     // Nobody knows what the steps that were not played would have found.

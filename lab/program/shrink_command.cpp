@@ -1,0 +1,282 @@
+// Every try is a process of its own, because a program enters a sandbox only once.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <set>
+
+#include "lab/program/commands.h"
+#include "lab/program/mesh_host.h"
+#include "lab/program/run.h"
+#include "lab/report/outage.h"
+#include "lab/scenario/scenario_chaos.h"
+#include "lab/scenario/scenario_parse.h"
+#include "lab/shrink/shrink.h"
+#include "lab/shrink/shrink_condition.h"
+#include "lab/shrink/shrink_steps.h"
+
+namespace lab {
+namespace {
+
+constexpr int SECONDS_AN_HOUR = 3600;
+constexpr std::string_view CHAOS = "chaos";
+constexpr int SLACK_SECONDS = 30;
+
+// What a run is looked at for, second by second.
+class Watch {
+public:
+    explicit Watch(const ShrinkCondition& condition) : condition_(condition) {}
+
+    // Keeps the lines that came since the last look; whether the condition holds.
+    bool look(const Mesh& mesh) {
+        seen_.resize(static_cast<std::size_t>(mesh.node_count()), 0);
+        for (int index = 0; index < mesh.node_count(); ++index) {
+            const MeshNode& node = mesh.node(index);
+            std::uint64_t& next = seen_[static_cast<std::size_t>(index)];
+            for (next = std::max(next, node.log_first()); next < node.log_end(); ++next) {
+                keep(node.plan().name, node.log()[next - node.log_first()].text);
+            }
+        }
+        std::vector<ShrinkLine> lines;
+        for (const auto& [node, text] : kept_) {
+            lines.push_back({node, text});
+        }
+        return shrink_condition_holds(condition_, mesh.violations(), lines);
+    }
+
+private:
+    // Of all lines only those count that the condition has a part of.
+    void keep(const std::string& node, const std::string& text) {
+        for (const auto* const parts : {&condition_.seen, &condition_.unseen}) {
+            for (const std::string& part : *parts) {
+                if (text.find(part) != std::string::npos) {
+                    kept_.emplace(node, part);
+                }
+            }
+        }
+    }
+
+    const ShrinkCondition& condition_;
+    std::vector<std::uint64_t> seen_;
+    std::set<std::pair<std::string, std::string>> kept_;
+};
+
+// The violation that the condition is about, or null.
+const Violation* broken_find(const ShrinkCondition& condition, const Mesh& mesh) {
+    for (const Violation& violation : mesh.violations()) {
+        if (violation.known.empty() && (condition.any_rule || violation.rule == condition.rule) &&
+            (condition.node.empty() || violation.node == condition.node)) {
+            return &violation;
+        }
+    }
+    return nullptr;
+}
+
+// A run as the parent is told of it.
+Json run_told(const Run& run, bool shows, const ShrinkCondition& condition) {
+    Json told = {{"shows", shows}, {"at", run.mesh->passed()}, {"failure", run.failure}};
+    const Violation* const broken = broken_find(condition, *run.mesh);
+    told["rule"] = broken == nullptr ? condition.rule : broken->rule;
+    told["node"] = broken == nullptr ? condition.node : broken->node;
+    told["moments"] = Json::array();
+    for (const PlayedStep& played : run.player->played()) {
+        told["moments"].push_back({played.step, played.time});
+    }
+    return told;
+}
+
+Json run_in_child(const Scenario& scenario, const ShrinkCondition& condition) {
+    Arguments arguments;
+    Watch watch(condition);
+    bool shows = false;
+    Run run;
+    run.title = "shrink";
+    run.enough = [&](Run& now) {
+        shows = condition.is_known_early() && watch.look(*now.mesh);
+        return shows;
+    };
+    std::string error;
+    if (!run_play(scenario, arguments, false, run, error)) {
+        return {{"failure", error}};
+    }
+    shows = shows || watch.look(*run.mesh);
+    return run_told(run, shows && run.failure.empty(), condition);
+}
+
+void text_write(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t put = write(fd, text.data(), text.size());
+        if (put < 0 && errno != EINTR) {
+            return;
+        }
+        text.remove_prefix(put < 0 ? 0 : static_cast<std::size_t>(put));
+    }
+}
+
+std::string text_read(int fd) {
+    std::string text;
+    std::array<char, 4096> block{};
+    for (;;) {
+        const ssize_t got = read(fd, block.data(), block.size());
+        if (got == 0 || (got < 0 && errno != EINTR)) {
+            return text;
+        }
+        text.append(block.data(), got < 0 ? 0 : static_cast<std::size_t>(got));
+    }
+}
+
+// False with a sentence when the machine failed.
+bool run_apart(const Scenario& scenario, const ShrinkCondition& condition, Json& told,
+               std::string& error) {
+    std::array<int, 2> ends{};
+    fflush(nullptr);
+    const pid_t child = pipe(ends.data()) != 0 ? -1 : fork();
+    if (child < 0) {
+        error = "cannot start a try";
+        return false;
+    }
+    if (child == 0) {
+        close(ends[0]);
+        text_write(ends[1], run_in_child(scenario, condition).dump());
+        _exit(0);
+    }
+    close(ends[1]);
+    told = Json::parse(text_read(ends[0]), nullptr, false);
+    close(ends[0]);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (told.is_discarded() || !told["failure"].get<std::string>().empty()) {
+        error = told.is_discarded() ? "a try told nothing" : told["failure"].get<std::string>();
+        return false;
+    }
+    return true;
+}
+
+bool scenario_begin(const Arguments& arguments, Scenario& scenario, std::string& error) {
+    std::vector<std::string> words = arguments.words;
+    const bool is_chaos = words[0] == CHAOS;
+    if (is_chaos) {
+        words.erase(words.begin());
+    }
+    if (is_chaos && words.empty()) {
+        scenario = scenario_chaos_mesh(arguments.nodes);
+    } else if (!scenario_load(words, scenario, error)) {
+        return false;
+    }
+    if (!is_chaos) {
+        scenario.seed = arguments.seed.value_or(scenario.seed);
+        return true;
+    }
+    ChaosOptions options;
+    options.seed = arguments.seed.value_or(options.seed);
+    options.seconds = arguments.hours * SECONDS_AN_HOUR;
+    scenario = scenario_chaos(scenario, options);
+    return true;
+}
+
+std::vector<StepMoment> moments_of(const Json& told) {
+    std::vector<StepMoment> moments;
+    for (const Json& one : told["moments"]) {
+        moments.push_back({one[0].get<std::size_t>(), one[1].get<std::int64_t>()});
+    }
+    return moments;
+}
+
+std::string size_text(const Scenario& scenario) {
+    return std::to_string(scenario.nodes.size()) + " nodes, " +
+           std::to_string(scenario_verbs(scenario)) + " verbs, " +
+           duration_text(scenario_seconds(scenario));
+}
+
+// The scenario file: what it shows, then the shortest that was found.
+std::string file_text(const ShrinkCondition& condition, const Scenario& scenario) {
+    return "# Shows: " + shrink_condition_text(condition) + "\n" + scenario_print(scenario);
+}
+
+int shrink_finish(const Arguments& arguments, const ShrinkCondition& condition,
+                  const Scenario& first, const ShrinkResult& result) {
+    const std::string text = file_text(condition, result.scenario);
+    if (!arguments.output.empty() && !(std::ofstream(arguments.output) << text).flush()) {
+        return complain(arguments, "cannot write to " + arguments.output);
+    }
+    if (arguments.json) {
+        json_print({{"shows", shrink_condition_text(condition)},
+                    {"confirmed", result.confirmed},
+                    {"tries", result.tries},
+                    {"cached", result.cached},
+                    {"first_nodes", first.nodes.size()},
+                    {"first_verbs", scenario_verbs(first)},
+                    {"first_seconds", scenario_seconds(first)},
+                    {"nodes", result.scenario.nodes.size()},
+                    {"verbs", scenario_verbs(result.scenario)},
+                    {"seconds", scenario_seconds(result.scenario)},
+                    {"scenario", text}});
+    } else if (arguments.output.empty()) {
+        printf("%s", text.c_str());
+    }
+    fprintf(stderr, "from %s to %s in %d tries\n", size_text(first).c_str(),
+            size_text(result.scenario).c_str(), result.tries);
+    return result.confirmed ? EXIT_GOOD
+                            : complain(arguments, "the shortest scenario did not show it again");
+}
+
+}  // namespace
+
+int shrink_command(const Arguments& arguments) {
+    Scenario scenario;
+    std::string error;
+    if (!scenario_begin(arguments, scenario, error)) {
+        return complain(arguments, error, EXIT_USAGE);
+    }
+    ShrinkCondition condition{arguments.rule, false, arguments.node, arguments.seen,
+                              arguments.unseen};
+    condition.any_rule =
+        condition.rule.empty() && condition.seen.empty() && condition.unseen.empty();
+    fprintf(stderr, "first run: %zu nodes, until %s\n", scenario.nodes.size(),
+            shrink_condition_text(condition).c_str());
+    Json told;
+    if (!run_apart(scenario, condition, told, error)) {
+        return complain(arguments, error);
+    }
+    if (!told["shows"].get<bool>()) {
+        return complain(arguments,
+                        "the whole run does not show it: " + shrink_condition_text(condition));
+    }
+    if (condition.any_rule) {
+        condition.any_rule = false;
+        condition.rule = told["rule"].get<std::string>();
+    }
+    const ShrinkSeen seen{true, told["at"].get<std::int64_t>(), told["node"].get<std::string>()};
+    const Scenario timed = scenario_timed(scenario, moments_of(told), seen.at);
+    const auto begun = std::chrono::steady_clock::now();
+    ShrinkCalls calls;
+    calls.run = [&](const Scenario& candidate, ShrinkSeen& found) {
+        if (!run_apart(candidate, condition, told, error)) {
+            return false;
+        }
+        found = {told["shows"].get<bool>(), told["at"].get<std::int64_t>(),
+                 told["node"].get<std::string>()};
+        return true;
+    };
+    calls.slack = condition.is_known_early() ? SLACK_SECONDS : 0;
+    calls.tell = [](const ShrinkProgress& progress) {
+        fprintf(stderr, "try %d: %s: %s\n", progress.tries, size_text(*progress.tried).c_str(),
+                progress.shows ? "yes" : "no");
+    };
+    calls.is_enough = [&] {
+        return arguments.minutes > 0 &&
+               std::chrono::steady_clock::now() - begun > std::chrono::minutes(arguments.minutes);
+    };
+    const ShrinkResult result = shrink(timed, seen, calls);
+    if (result.failed) {
+        return complain(arguments, error);
+    }
+    return shrink_finish(arguments, condition, timed, result);
+}
+
+}  // namespace lab
