@@ -53,11 +53,12 @@ inline constexpr std::array COMMANDS = {
     CommandRow{"replay", "replay LOG...",
                "Runs flow logs again and tells where the daemon first does otherwise.", 1,
                ANY_NUMBER, "--json"},
-    CommandRow{"shrink",
-               "shrink FILE | shrink chaos | shrink chaos FILE | shrink chaos line N | shrink chaos "
-               "star N | shrink chaos tree A B | shrink chaos grid A B",
-               "Finds the shortest scenario that still shows what is asked for.", 1, 4,
-               "--rule --node --seen --not-seen --output --nodes --hours --minutes --seed --json"},
+    CommandRow{
+        "shrink",
+        "shrink FILE | shrink chaos | shrink chaos FILE | shrink chaos line N | shrink chaos "
+        "star N | shrink chaos tree A B | shrink chaos grid A B",
+        "Finds the shortest scenario that still shows what is asked for.", 1, 4,
+        "--rule --node --seen --not-seen --output --nodes --hours --minutes --seed --json"},
     CommandRow{"generate",
                "generate line N | generate star N | generate tree A B | generate grid A B",
                "Prints a scenario of that shape.", 1, 3, "--seed"},
