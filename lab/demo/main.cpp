@@ -1,5 +1,9 @@
 // The demonstration: the scenarios that are named, else a daemon's life and a whole mesh, each told
 // step by step with the daemons' own evidence. Exits 0 only when everything was seen.
+//
+//     backhaul_lab_demo [--logs FOLDER] [FILE...]
+//
+// leaves the flow log of each node of the last one below FOLDER.
 
 #include <unistd.h>
 
@@ -32,6 +36,11 @@ bool tell_all(const std::vector<lab::Scenario>& scenarios, lab::Tale* tale, std:
 
 int main(int argc, char** argv) {
     std::vector<std::string> files(argv + 1, argv + argc);
+    std::string logs;
+    if (files.size() > 1 && files[0] == "--logs") {
+        logs = files[1];
+        files.erase(files.begin(), files.begin() + 2);
+    }
     if (files.empty()) {
         files = {BACKHAUL_SCENARIOS "/18-one-daemon.scn",
                  BACKHAUL_SCENARIOS "/17-demonstration.scn"};
@@ -46,6 +55,10 @@ int main(int argc, char** argv) {
         }
     }
     lab::Tale tale;
+    if (!logs.empty() && !tale.logs.open(logs, error)) {
+        fprintf(stderr, "%s\n", error.c_str());
+        return 2;
+    }
     tale.in_colour = isatty(STDOUT_FILENO) != 0;
     const bool good = tell_all(scenarios, &tale, error);
     printf("\n%s: %d steps, %d pieces of evidence\n%s%s",

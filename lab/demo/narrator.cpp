@@ -123,8 +123,8 @@ void tables_print(const Mesh& mesh, const Player& player, bool in_colour) {
 
 }  // namespace
 
-bool scenario_tell(const Scenario& scenario, const ProgramPlace& place, bool with_tables,
-                   Tale* tale, std::string& error) {
+bool scenario_tell(const Scenario& scenario, const ProgramPlace& place, bool is_last, Tale* tale,
+                   std::string& error) {
     const std::unique_ptr<Mesh> mesh =
         Mesh::make(scenario, mesh_options_of(place, scenario), error);
     if (mesh == nullptr) {
@@ -132,8 +132,11 @@ bool scenario_tell(const Scenario& scenario, const ProgramPlace& place, bool wit
     }
     Player player(*mesh);
     const bool played = play(*mesh, player, tale, error);
-    if (with_tables) {
+    if (is_last) {
         tables_print(*mesh, player, tale->in_colour);
+        if (!tale->logs.path().empty() && !mesh_logs_write(*mesh, tale->logs.path())) {
+            error += "the logs cannot be written to " + tale->logs.name() + "\n";
+        }
     }
     const MeshStatus status = mesh_status(*mesh, &player);
     printf("\n%s: %s of the mesh's time, %zu rules held, %lld known breaches\n",

@@ -17,12 +17,14 @@ struct Tale {
     int steps = 0;      // told by `say`
     int evidence = 0;   // conditions that held
     OutsidePlace left;  // where folders go of what went wrong
+    OutsidePlace logs;  // where the nodes' flow logs of the last scenario go; not opened: nowhere
 };
 
 // Plays the scenario in a mesh of its own. False with `error` when a condition did not hold, a rule
 // was broken or the machine failed; everything that the nodes left then lies in the folder that
-// `error` names. `with_tables` ends with how the mesh is, what happened and how long who was out.
-bool scenario_tell(const Scenario& scenario, const ProgramPlace& place, bool with_tables,
-                   Tale* tale, std::string& error);
+// `error` names. `is_last` ends with how the mesh is, what happened and how long who was out, and
+// leaves the nodes' logs where `tale` wants them.
+bool scenario_tell(const Scenario& scenario, const ProgramPlace& place, bool is_last, Tale* tale,
+                   std::string& error);
 
 }  // namespace lab

@@ -38,8 +38,8 @@ protected:
         Told told;
         std::ofstream(folder + "/story.scn") << TWO_NODES << steps;
         const std::string command = "BACKHAUL_EVIDENCE=" + folder + "/evidence " +
-                                    BACKHAUL_BUILD_DIR + "/lab/backhaul_lab_demo " + folder +
-                                    "/story.scn 2>&1";
+                                    BACKHAUL_BUILD_DIR + "/lab/backhaul_lab_demo --logs " + folder +
+                                    "/logs " + folder + "/story.scn 2>&1";
         FILE* const out = popen(command.c_str(), "r");
         if (out == nullptr) {
             return told;
@@ -84,6 +84,17 @@ TEST_F(Narrated, tells_chapters_steps_and_what_was_seen) {
                         "/var/run/wpa_supplicant-ath0 reconnect`\n"),
               HasSubstr("\nThe mesh at the end\n"), HasSubstr("\nOutages\n"),
               HasSubstr("\nevery step was seen: 1 steps, 7 pieces of evidence\n")));
+}
+
+TEST_F(Narrated, leaves_the_log_of_each_node) {
+    const Told told = tell("wait-until e1 status ready within 60\n");
+    EXPECT_EQ(told.code, 0) << told.text;
+    for (const char* const node : {"root", "e1"}) {
+        std::ifstream log(folder + "/logs/" + node + "/backhaul_flow_log");
+        std::string line;
+        std::getline(log, line);
+        EXPECT_EQ(line, "Tue Nov 14 22:13:21 2023 : <-- backhaul_monitor start -->") << node;
+    }
 }
 
 TEST_F(Narrated, ends_at_the_first_thing_that_is_not_seen) {
