@@ -51,6 +51,15 @@ bool bring_foreign(const lab::Node& node, lab::DaemonOptions& options, std::stri
 
 }  // namespace
 
+std::string program_bring(const lab::Node& node, const std::string& name) {
+    const std::string place = "/run/lab/test_" + name;
+    std::error_code failed;
+    std::filesystem::copy(BACKHAUL_BUILD_DIR "/tests/" + name, node.at(place),
+                          std::filesystem::copy_options::overwrite_existing, failed);
+    EXPECT_FALSE(failed) << name << ": " << failed.message();
+    return place;
+}
+
 Driver::Driver(lab::Node& node) : node_(node) {}
 
 lab::DriverSender& Driver::sender() {

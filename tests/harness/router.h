@@ -20,6 +20,10 @@
 
 namespace harness {
 
+/// Brings a program of the tests into the node, which does not see a build that lies in /tmp, /run
+/// or /var/log. Its path there; a failure fails the test.
+std::string program_bring(const lab::Node& node, const std::string& name);
+
 // The wireless driver of one router: each call changes what the tools then say and sends the event
 // that the real driver would.
 class Driver {

@@ -14,15 +14,13 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <filesystem>
 
+#include "tests/harness/router.h"
 #include "tests/process/call_gate_calls.h"
 
 namespace {
 
 constexpr char PLACE[] = "/run/lab/call_gate";
-// In the node: a build that lies in /tmp is not seen there.
-constexpr char PROGRAM[] = "/run/lab/call_gate_program";
 /// Every file made beside another has this in its name.
 constexpr char NEW_MARK[] = ".new";
 
@@ -88,12 +86,8 @@ bool wait_for(int fd, int stop) {
 
 CallGate::CallGate(const lab::Node& node)
     : place_(node.at(PLACE)),
-      through_({PROGRAM, PLACE}),
+      through_({harness::program_bring(node, "call_gate"), PLACE}),
       door_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    std::error_code failed;
-    std::filesystem::copy(BACKHAUL_BUILD_DIR "/tests/call_gate", node.at(PROGRAM),
-                          std::filesystem::copy_options::overwrite_existing, failed);
-    EXPECT_FALSE(failed) << failed.message();
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::snprintf(address.sun_path, sizeof address.sun_path, "%s", place_.c_str());

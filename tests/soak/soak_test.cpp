@@ -55,7 +55,8 @@ protected:
     void start(const std::vector<std::string>& arguments, const std::string& word) {
         router().put_file(SOAK_WORD, word);
         lab::SpawnPlan plan;
-        plan.words = {"mount", "--bind", BACKHAUL_BUILD_DIR "/tests/soak_sh", "/bin/sh"};
+        plan.words = {"mount", "--bind", harness::program_bring(router().node(), "soak_sh"),
+                      "/bin/sh"};
         plan.moved_clock = false;
         std::string error;
         ASSERT_EQ(router().node().run(plan, error), 0) << error;
