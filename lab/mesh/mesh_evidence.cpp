@@ -1,10 +1,8 @@
 #include "lab/mesh/mesh_evidence.h"
 
-#include <array>
-#include <ctime>
-
 #include "lab/mesh/mesh_report.h"
 #include "lab/node/evidence.h"
+#include "lab/node/flow_log_reader.h"
 #include "lab/scenario/scenario_parse.h"
 #include "lab/tools/small_file.h"
 
@@ -59,10 +57,7 @@ bool mesh_logs_write(const Mesh& mesh, const std::string& folder) {
         const MeshNode& node = mesh.node(index);
         std::string text;
         for (const LogEntry& entry : node.log()) {
-            const std::time_t time = entry.time;
-            std::array<char, 26> date{};  // ctime's
-            ctime_r(&time, date.data());
-            text += std::string(date.data(), 24) + " : " + entry.text + "\n";
+            text += log_line_join(entry.time, entry.text) + "\n";
         }
         good = file_write(folder + "/" + node.plan().name + "/backhaul_flow_log", text) && good;
     }

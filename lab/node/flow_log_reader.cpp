@@ -13,6 +13,7 @@ namespace lab {
 namespace {
 
 // "Thu Jan  1 00:00:00 1970" and " : ".
+constexpr char DATE_FORMAT[] = "%a %b %e %H:%M:%S %Y";
 constexpr size_t DATE_LENGTH = 24;
 constexpr size_t PREFIX_LENGTH = 27;
 
@@ -23,13 +24,22 @@ std::uint64_t inode_of(const std::string& path) {
 
 }  // namespace
 
+std::string log_line_join(std::int64_t time, const std::string& text) {
+    const std::time_t seconds = time;
+    std::tm parts{};
+    std::array<char, 32> date{};
+    gmtime_r(&seconds, &parts);
+    std::strftime(date.data(), date.size(), DATE_FORMAT, &parts);
+    return std::string(date.data()) + " : " + text;
+}
+
 bool log_line_split(const std::string& line, std::int64_t& time, std::string& text) {
     if (line.size() < PREFIX_LENGTH || line.compare(DATE_LENGTH, 3, " : ") != 0) {
         return false;
     }
     tm date{};
     const std::string prefix = line.substr(0, DATE_LENGTH);
-    const char* end = strptime(prefix.c_str(), "%a %b %e %H:%M:%S %Y", &date);
+    const char* end = strptime(prefix.c_str(), DATE_FORMAT, &date);
     if (end == nullptr || *end != '\0') {
         return false;
     }

@@ -23,6 +23,9 @@ struct LogLine {
 // Splits "%.24s : TEXT": true when the line begins with a date, then `time` and `text` are set.
 bool log_line_split(const std::string& line, std::int64_t& time, std::string& text);
 
+// The other way round: a line as the daemon writes it.
+std::string log_line_join(std::int64_t time, const std::string& text);
+
 class FlowLogReader {
 public:
     // `path` of the live file as the caller sees it.

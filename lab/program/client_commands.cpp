@@ -1,12 +1,12 @@
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <thread>
 
+#include "lab/node/flow_log_reader.h"
 #include "lab/program/client.h"
 #include "lab/program/commands.h"
 #include "lab/program/shell.h"
@@ -50,16 +50,6 @@ void status_print(const Arguments& arguments, const MeshStatus& status) {
     tell("the mesh stands still: ", status.pace.stalled);
 }
 
-/// As the daemon dates its lines.
-std::string dated(std::int64_t time, const std::string& text) {
-    const std::time_t seconds = time;
-    std::tm parts{};
-    std::array<char, 32> date{};
-    gmtime_r(&seconds, &parts);
-    std::strftime(date.data(), date.size(), "%a %b %e %H:%M:%S %Y", &parts);
-    return std::string(date.data()) + " : " + text;
-}
-
 /// One line a line of the log, so that a reader of `-f` need not wait for the end.
 void log_print(const Arguments& arguments, const Json& lines) {
     const bool to_terminal = isatty(STDOUT_FILENO) != 0;
@@ -67,7 +57,7 @@ void log_print(const Arguments& arguments, const Json& lines) {
         if (arguments.json) {
             json_print(line);
         } else {
-            const std::string text = dated(line.value("time", 0), line.value("text", ""));
+            const std::string text = log_line_join(line.value("time", 0), line.value("text", ""));
             printf("%s\n",
                    to_terminal ? line_clipped(text, std::string::npos).c_str() : text.c_str());
         }

@@ -2,7 +2,6 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -81,24 +80,11 @@ void progress_show(const Run& run, std::int64_t& shown) {
     fprintf(stderr, "%s\n", status_headline(mesh_status(*run.mesh, run.player.get())).c_str());
 }
 
-/// What ends a run before its last step.
-struct EarlyEnd {
-    std::int64_t at = 0;  // as now_ms() has it
-    std::string rule;     // its breach, if not empty
-};
-
-bool is_broken(const Mesh& mesh, const std::string& rule) {
-    return std::ranges::any_of(mesh.violations(), [&rule](const Violation& violation) {
-        return violation.known.empty() && violation.rule == rule;
-    });
-}
-
 /// Plays until all steps are over, the machine fails or it is to end early.
-void play_on(const EarlyEnd& early, bool shows_progress, Run& run) {
+void play_on(std::int64_t until, bool shows_progress, Run& run) {
     std::int64_t shown = now_ms();
     while ((run.state = run.player->go_on(run.failure)) == PlayState::playing) {
-        run.ended_early = *ending != 0 || now_ms() >= early.at ||
-                          is_broken(*run.mesh, early.rule) || (run.enough && run.enough(run));
+        run.ended_early = *ending != 0 || now_ms() >= until || (run.enough && run.enough(run));
         if (run.ended_early) {
             return;
         }
@@ -196,8 +182,7 @@ bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_p
         return false;
     }
     run.player = std::make_unique<Player>(*run.mesh);
-    play_on({arguments.minutes > 0 ? begun + arguments.minutes * MS_A_MINUTE : INT64_MAX,
-             arguments.until},
+    play_on(arguments.minutes > 0 ? begun + arguments.minutes * MS_A_MINUTE : INT64_MAX,
             shows_progress, run);
     run.sanitizer_reports = mesh_sanitizer_reports(*run.mesh);
     run.real_ms = now_ms() - begun;

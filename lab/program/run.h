@@ -22,7 +22,7 @@ struct Run {
     std::string title;  // file or command that it came from
     std::unique_ptr<Mesh> mesh;
     std::unique_ptr<Player> player;
-    std::function<bool(Run& run)> enough = nullptr;  // asked every second: true ends the run
+    std::function<bool(const Run& run)> enough = nullptr;  // asked every second: true ends the run
     PlayState state = PlayState::playing;
     bool ended_early = false;  // by a key, or because its real time was over
     std::string failure;       // of the machine; empty: none
@@ -34,6 +34,11 @@ struct Run {
 
 // Everything that was played was as expected: steps, rules (those known left out) and sanitizers.
 bool run_is_good(const Run& run);
+
+// Random trouble in the mesh that `words` name, or in one of neighbours without any: the scenario
+// of `chaos`. False with a sentence when there is no such mesh.
+bool run_chaos_scenario(const Arguments& arguments, const std::vector<std::string>& words,
+                        Scenario& scenario, std::string& error);
 
 // Plays the scenario; false with a sentence when no mesh could be made. `shows_progress` tells
 // every few seconds on standard error how far it is. SIGINT, SIGTERM and SIGHUP end a run early:

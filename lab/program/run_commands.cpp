@@ -8,6 +8,7 @@
 #include "lab/program/mesh_host.h"
 #include "lab/program/run.h"
 #include "lab/scenario/scenario_chaos.h"
+#include "lab/shrink/shrink_condition.h"
 
 namespace lab {
 namespace {
@@ -34,6 +35,21 @@ int run_finish(const Arguments& arguments, Run& run) {
 }
 
 }  // namespace
+
+bool run_chaos_scenario(const Arguments& arguments, const std::vector<std::string>& words,
+                        Scenario& scenario, std::string& error) {
+    Scenario mesh;
+    if (words.empty()) {
+        mesh = scenario_chaos_mesh(arguments.nodes);
+    } else if (!scenario_load(words, mesh, error)) {
+        return false;
+    }
+    ChaosOptions options;
+    options.seed = arguments.seed.value_or(options.seed);
+    options.seconds = arguments.hours * SECONDS_AN_HOUR;
+    scenario = scenario_chaos(mesh, options);
+    return true;
+}
 
 int check_command(const Arguments& arguments) {
     Scenario scenario;
@@ -68,24 +84,25 @@ int check_command(const Arguments& arguments) {
 }
 
 int chaos_command(const Arguments& arguments) {
-    Scenario mesh;
+    Scenario scenario;
     std::string error;
-    if (arguments.words.empty()) {
-        mesh = scenario_chaos_mesh(arguments.nodes);
-    } else if (!scenario_load(arguments.words, mesh, error)) {
+    if (!run_chaos_scenario(arguments, arguments.words, scenario, error)) {
         return complain(arguments, error, EXIT_USAGE);
     }
-    ChaosOptions options;
-    options.seed = arguments.seed.value_or(options.seed);
-    options.seconds = arguments.hours * SECONDS_AN_HOUR;
-    const Scenario scenario = scenario_chaos(mesh, options);
     if (!arguments.json) {
         printf("%zu nodes, %d hours, seed %u\n", scenario.nodes.size(), arguments.hours,
-               options.seed);
+               scenario.seed);
         fflush(stdout);
     }
     Run run;
-    run.title = "chaos-" + std::to_string(options.seed);
+    run.title = "chaos-" + std::to_string(scenario.seed);
+    if (!arguments.until.empty()) {
+        ShrinkCondition condition;
+        condition.rule = arguments.until;
+        run.enough = [condition](const Run& now) {
+            return shrink_violation_find(condition, now.mesh->violations()) != nullptr;
+        };
+    }
     if (!run_play(scenario, arguments, !arguments.json, run, error)) {
         return complain(arguments, error);
     }

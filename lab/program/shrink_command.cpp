@@ -13,7 +13,6 @@
 #include "lab/program/mesh_host.h"
 #include "lab/program/run.h"
 #include "lab/report/outage.h"
-#include "lab/scenario/scenario_chaos.h"
 #include "lab/scenario/scenario_parse.h"
 #include "lab/shrink/shrink.h"
 #include "lab/shrink/shrink_condition.h"
@@ -22,7 +21,6 @@
 namespace lab {
 namespace {
 
-constexpr int SECONDS_AN_HOUR = 3600;
 constexpr std::string_view CHAOS = "chaos";
 constexpr int SLACK_SECONDS = 30;
 
@@ -65,21 +63,10 @@ private:
     std::set<std::pair<std::string, std::string>> kept_;
 };
 
-// The violation that the condition is about, or null.
-const Violation* broken_find(const ShrinkCondition& condition, const Mesh& mesh) {
-    for (const Violation& violation : mesh.violations()) {
-        if (violation.known.empty() && (condition.any_rule || violation.rule == condition.rule) &&
-            (condition.node.empty() || violation.node == condition.node)) {
-            return &violation;
-        }
-    }
-    return nullptr;
-}
-
 // A run as the parent is told of it.
 Json run_told(const Run& run, bool shows, const ShrinkCondition& condition) {
     Json told = {{"shows", shows}, {"at", run.mesh->passed()}, {"failure", run.failure}};
-    const Violation* const broken = broken_find(condition, *run.mesh);
+    const Violation* const broken = shrink_violation_find(condition, run.mesh->violations());
     told["rule"] = broken == nullptr ? condition.rule : broken->rule;
     told["node"] = broken == nullptr ? condition.node : broken->node;
     told["moments"] = Json::array();
@@ -95,7 +82,7 @@ Json run_in_child(const Scenario& scenario, const ShrinkCondition& condition) {
     bool shows = false;
     Run run;
     run.title = "shrink";
-    run.enough = [&](Run& now) {
+    run.enough = [&](const Run& now) {
         shows = condition.is_known_early() && watch.look(*now.mesh);
         return shows;
     };
@@ -159,23 +146,14 @@ bool run_apart(const Scenario& scenario, const ShrinkCondition& condition, Json&
 
 bool scenario_begin(const Arguments& arguments, Scenario& scenario, std::string& error) {
     std::vector<std::string> words = arguments.words;
-    const bool is_chaos = words[0] == CHAOS;
-    if (is_chaos) {
+    if (words[0] == CHAOS) {
         words.erase(words.begin());
+        return run_chaos_scenario(arguments, words, scenario, error);
     }
-    if (is_chaos && words.empty()) {
-        scenario = scenario_chaos_mesh(arguments.nodes);
-    } else if (!scenario_load(words, scenario, error)) {
+    if (!scenario_load(words, scenario, error)) {
         return false;
     }
-    if (!is_chaos) {
-        scenario.seed = arguments.seed.value_or(scenario.seed);
-        return true;
-    }
-    ChaosOptions options;
-    options.seed = arguments.seed.value_or(options.seed);
-    options.seconds = arguments.hours * SECONDS_AN_HOUR;
-    scenario = scenario_chaos(scenario, options);
+    scenario.seed = arguments.seed.value_or(scenario.seed);
     return true;
 }
 

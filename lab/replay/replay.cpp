@@ -9,6 +9,7 @@ namespace lab {
 namespace {
 
 constexpr std::chrono::milliseconds PATIENCE{60000};
+constexpr std::string_view WORKER_START = "<-- backhaul_monitor start -->";
 constexpr std::string_view NO_ROOT_YET = "backhaul_send_unicast_msg : sendto error ";
 
 class Replay {
@@ -26,10 +27,8 @@ public:
 
     bool play(std::string& error) {
         while (!match_.difference() && match_.head() < lines_.size()) {
-            if (!(lines_[match_.head()].input.kind == InputKind::power ? boot(error)
-                                                                       : second(error)) ||
-                !failure_.empty()) {
-                error = failure_.empty() ? error : failure_;
+            const bool boots = lines_[match_.head()].input.kind == InputKind::power;
+            if (!(boots ? boot(error) : second(error))) {
                 return false;
             }
         }
@@ -122,7 +121,7 @@ private:
 
     // Where the worker that writes line `at` starts no more lines.
     std::size_t life_end(std::size_t at) const {
-        while (at < lines_.size() && lines_[at].text != "<-- backhaul_monitor start -->") {
+        while (at < lines_.size() && lines_[at].text != WORKER_START) {
             ++at;
         }
         return at;
@@ -131,7 +130,7 @@ private:
     bool log_take() {
         for (const LogLine& line : bed_->log_new()) {
             match_.feed(line.time, line.text);
-            announced_ = announced_ && line.text != "<-- backhaul_monitor start -->";
+            announced_ = announced_ && line.text != WORKER_START;
         }
         return !match_.difference();
     }
@@ -144,11 +143,8 @@ private:
             return false;
         }
         given_[at] = true;
-        std::string error;
-        if (!bed_->give(lines_[at].input, error)) {
-            // The daemon does not listen: its line will be missed.
-            unheard_ = error;
-        }
+        std::string unheard;  // then the daemon's line is missed
+        bed_->give(lines_[at].input, unheard);
         return true;
     }
 
@@ -167,8 +163,6 @@ private:
     std::size_t boot_ends_ = 0;
     std::uint32_t now_ = 0;
     bool announced_ = false;
-    std::string failure_;
-    std::string unheard_;
 };
 
 }  // namespace

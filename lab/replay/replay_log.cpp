@@ -121,10 +121,8 @@ private:
             constexpr std::size_t FROM =
                 std::string_view("device_sta_intf_ssid_set : iwconfig ").size();
             add(std::string_view(text).substr(FROM, text.find(' ', FROM) - FROM), "BACKHAUL_STA");
-        } else if (event.kind == log_kind::not_configured || event.kind == log_kind::dispatched) {
-            if (event.kind == log_kind::dispatched && event.interface != "eth") {
-                add(event.interface, "BACKHAUL_STA");
-            }
+        } else if (event.kind == log_kind::dispatched && event.interface != "eth") {
+            add(event.interface, "BACKHAUL_STA");
         } else if (text.starts_with("device_reload_ap_settings : reload ")) {
             add(event.interface, "MAIN_SERVICE_AP");
         } else if (text.starts_with("dev_intf_enable_set : enable ") ||

@@ -20,8 +20,7 @@ std::string joined(const std::vector<std::string>& names) {
 }
 
 // The cause for which one of the uplinks carries traffic beside another: its association was left
-// as it was, or it was freed beside a cable, or
-// the running worker has never asked anything of it.
+// as it was, it was freed beside a cable, or the running worker has never asked anything of it.
 Cause uplinks_cause(const Look& look) {
     const LinkTracker& tracker = look.memory.tracker;
     for (const std::string& uplink : look.node.uplinks) {

@@ -12,22 +12,25 @@ bool is_seen(const std::string& part, const std::string& node, std::span<const S
     });
 }
 
-bool is_broken(const ShrinkCondition& condition, std::span<const Violation> violations) {
-    return std::ranges::any_of(violations, [&](const Violation& violation) {
+}  // namespace
+
+const Violation* shrink_violation_find(const ShrinkCondition& condition,
+                                       std::span<const Violation> violations) {
+    const auto found = std::ranges::find_if(violations, [&](const Violation& violation) {
         return violation.known.empty() &&
                (condition.any_rule || violation.rule == condition.rule) &&
                (condition.node.empty() || violation.node == condition.node);
     });
+    return found == violations.end() ? nullptr : &*found;
 }
-
-}  // namespace
 
 bool shrink_condition_holds(const ShrinkCondition& condition, std::span<const Violation> violations,
                             std::span<const ShrinkLine> lines) {
     const auto seen = [&](const std::string& part) {
         return is_seen(part, condition.node, lines);
     };
-    return ((condition.rule.empty() && !condition.any_rule) || is_broken(condition, violations)) &&
+    return ((condition.rule.empty() && !condition.any_rule) ||
+            shrink_violation_find(condition, violations) != nullptr) &&
            std::ranges::all_of(condition.seen, seen) &&
            std::ranges::none_of(condition.unseen, seen);
 }

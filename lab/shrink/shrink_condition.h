@@ -30,6 +30,10 @@ struct ShrinkLine {
     std::string_view text;
 };
 
+// The violation that the condition's rule is about, or null: none is broken, or none has to be.
+const Violation* shrink_violation_find(const ShrinkCondition& condition,
+                                       std::span<const Violation> violations);
+
 bool shrink_condition_holds(const ShrinkCondition& condition, std::span<const Violation> violations,
                             std::span<const ShrinkLine> lines);
 

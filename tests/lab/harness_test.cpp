@@ -56,9 +56,11 @@ TEST(LogLineSplit, takes_the_date_off_and_reads_it) {
     EXPECT_TRUE(lab::log_line_split("Tue Nov 14 22:13:20 2023 : INIT : x", time, text));
     EXPECT_EQ(time, 1700000000);
     EXPECT_EQ(text, "INIT : x");
+    EXPECT_EQ(lab::log_line_join(time, text), "Tue Nov 14 22:13:20 2023 : INIT : x");
     EXPECT_TRUE(lab::log_line_split("Thu Jan  1 00:00:00 1970 : ", time, text));
     EXPECT_EQ(time, 0);
     EXPECT_EQ(text, "");
+    EXPECT_EQ(lab::log_line_join(time, text), "Thu Jan  1 00:00:00 1970 : ");
     EXPECT_FALSE(lab::log_line_split("Tue Nov 14 22:13:20 2023", time, text));
     EXPECT_FALSE(lab::log_line_split("a text of some length that is no date : x", time, text));
 }
