@@ -16,16 +16,6 @@ constexpr char DAEMON_ADDRESS[] = "192.168.1.20/24";
 constexpr char FLOOR_ADDRESS[] = "192.168.1.40/24";
 constexpr char RECORDED_ADDRESS[] = "192.168.1.60/24";
 
-std::string lines_since(Bed& bed, std::uint64_t& offset) {
-    std::vector<lab::LineRecord> records;
-    lab::line_records_read(bed.node().root(), &offset, &records);
-    std::vector<std::string> lines;
-    for (const lab::LineRecord& record : records) {
-        lines.push_back(record.line);
-    }
-    return as_lines(lines);
-}
-
 // The log's entries from the last loss to the status file, which is written behind the event.
 std::string entries_of_loss(Bed& bed) {
     std::string log;
@@ -67,10 +57,12 @@ bool life_read(Life& life, std::string& error) {
 
 }  // namespace
 
-std::string as_lines(const std::vector<std::string>& lines) {
+std::string lines_since(Bed& bed, std::uint64_t& offset) {
+    std::vector<lab::LineRecord> records;
+    lab::line_records_read(bed.node().root(), &offset, &records);
     std::string text;
-    for (const std::string& line : lines) {
-        text += "L " + line + "\n";
+    for (const lab::LineRecord& record : records) {
+        text += "L " + record.line + "\n";
     }
     return text;
 }

@@ -41,6 +41,7 @@ bool floor_react(Bed& bed, const char* interface, Reaction& seen,
 bool floor_start(Bed& bed, const std::vector<std::pair<std::string, std::string>>& scripts,
                  pid_t& pid, std::string& error);
 
-std::string as_lines(const std::vector<std::string>& lines);
+// The lines that the node's daemon has run since `offset`, as steps; moves that on.
+std::string lines_since(Bed& bed, std::uint64_t& offset);
 
 }  // namespace bench

@@ -14,6 +14,11 @@ long count_of(const std::string& steps) {
 struct Sides {
     Samples here;
     Samples floor;
+
+    void add(double one_here, double one_floor) {
+        here.add(one_here);
+        floor.add(one_floor);
+    }
 };
 struct LifeSamples {
     Sides first_tool;
@@ -60,22 +65,14 @@ bool life_sample(Pair& pair, LifeSamples& samples, std::string& error) {
         error = pair.daemon->error() + " or " + floor.error();
         return false;
     }
-    samples.first_tool.here.add(lost.first_tool);
-    samples.first_tool.floor.add(bare_loss.first_tool);
-    samples.loss.here.add(lost.last_tool);
-    samples.loss.floor.add(bare_loss.last_tool);
-    samples.connect.here.add(connected.last_tool);
-    samples.connect.floor.add(bare_connect.last_tool);
-    samples.ready.here.add(ready.status - ready.first_tool);
-    samples.ready.floor.add(bare_ready.status - bare_ready.first_tool);
-    samples.status.here.add(lost.status);
-    samples.status.floor.add(bare_status.status);
-    samples.status_with_entries.here.add(lost.status);
-    samples.status_with_entries.floor.add(bare_entries.status);
-    samples.loss_entry.here.add(lost.first_entry);
-    samples.loss_entry.floor.add(bare_entries.first_entry);
-    samples.connect_entry.here.add(connected.first_entry);
-    samples.connect_entry.floor.add(bare_entries.first_entry);
+    samples.first_tool.add(lost.first_tool, bare_loss.first_tool);
+    samples.loss.add(lost.last_tool, bare_loss.last_tool);
+    samples.connect.add(connected.last_tool, bare_connect.last_tool);
+    samples.ready.add(ready.status - ready.first_tool, bare_ready.status - bare_ready.first_tool);
+    samples.status.add(lost.status, bare_status.status);
+    samples.status_with_entries.add(lost.status, bare_entries.status);
+    samples.loss_entry.add(lost.first_entry, bare_entries.first_entry);
+    samples.connect_entry.add(connected.first_entry, bare_entries.first_entry);
     return true;
 }
 

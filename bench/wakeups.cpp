@@ -7,7 +7,6 @@
 
 #include "bench/life.h"
 #include "bench/rows.h"
-#include "lab/tools/record.h"
 #include "lab/tools/small_file.h"
 
 namespace bench {
@@ -54,14 +53,8 @@ long times_awake(pid_t pid) {
 
 // What a bare loop sleeps for while it runs the lines of that minute.
 bool sleeps_of_lines(Subject& subject, double& sleeps) {
-    std::vector<lab::LineRecord> records;
-    lab::line_records_read(subject.bed->node().root(), &subject.lines, &records);
-    std::vector<std::string> lines;
-    for (const lab::LineRecord& record : records) {
-        lines.push_back(record.line);
-    }
     std::string printed;
-    lab::file_write(subject.bed->node().at("/tmp/steps"), as_lines(lines));
+    lab::file_write(subject.bed->node().at("/tmp/steps"), lines_since(*subject.bed, subject.lines));
     if (!subject.bed->run({bench_program("bench_floor"), "lines", "/tmp/steps"}, printed)) {
         return false;
     }
@@ -97,9 +90,8 @@ bool wakeups_measure(Table& table, std::string& error) {
         return false;
     }
     std::this_thread::sleep_for(SETTLED);
-    std::vector<lab::LineRecord> ignored;
     for (Subject& subject : subjects) {
-        lab::line_records_read(subject.bed->node().root(), &subject.lines, &ignored);
+        lines_since(*subject.bed, subject.lines);
         subject.before = times_awake(subject.bed->daemon().worker());
     }
     std::this_thread::sleep_for(MINUTE);

@@ -14,6 +14,7 @@
 #include "msg/msg_send.h"
 #include "runtime/runtime_block.h"
 #include "tests/fuzz/bed/shell.h"
+#include "tests/model/station_states.h"
 #include "topology/topology_check.h"
 
 namespace {
@@ -27,13 +28,6 @@ constexpr int SCAN_AGAIN = 7;
 /// Events as the models number them.
 constexpr std::array EVENTS = {START,         ASSOC, AP_DISASSOC, TIMEOUT, AUTO_CONFIG_SUCCESS,
                                CONFIG_BEST_AP};
-constexpr std::array STATION_STATES = {INIT,
-                                       CONNECTING_BACKHAUL_AP,
-                                       CONNECT_WITH_BACKHAUL_AP,
-                                       CONNECTING_TARGET_BACKHAUL_AP,
-                                       CONNECT_PENDING,
-                                       BACKHAUL_READY,
-                                       ETH_BACKHAUL_STANDBY};
 constexpr std::array WIRED_STATES = {ETH_BACKHAUL_DOWN, ETH_BACKHAUL_CONNECTED, ETH_BACKHAUL_READY};
 
 struct node_view {
@@ -168,16 +162,17 @@ bool is_on(int state) {
 /// What else may differ for this step, in turn.
 void worlds_print(const node_view& view, step step) {
     const int own_state = view.state.at(step.who);
+    const slave_event event = EVENTS.at(static_cast<size_t>(step.what));
     row_print(view, step);
-    if (EVENTS.at(static_cast<size_t>(step.what)) == START && own_state == INIT) {
+    if (event == START && own_state == INIT) {
         step.unconfigured = true;
         row_print(view, step);
         step.eth_active = true;
         row_print(view, step);
-    } else if (own_state == CONNECTING_BACKHAUL_AP && step.what == 1) {
+    } else if (own_state == CONNECTING_BACKHAUL_AP && event == ASSOC) {
         step.in_loop = true;
         row_print(view, step);
-    } else if (own_state == CONNECT_WITH_BACKHAUL_AP && step.what == 3) {
+    } else if (own_state == CONNECT_WITH_BACKHAUL_AP && event == TIMEOUT) {
         node_view gone = view;
         gone.joined.at(step.who) = 0;
         row_print(gone, step);
@@ -230,11 +225,12 @@ void cable_print() {
 
 }  // namespace
 
-// What a reaction asks of the topology, and tells the mesh, in the place of the daemon's own.
-extern "C" topo_result __wrap__Z22backhaul_db_topo_checkPKc(const char* /*bssid*/) {
+// What a reaction asks of the topology, and tells the mesh: the linker takes these, and the
+// daemon's own stay in their libraries.
+topo_result backhaul_db_topo_check(const char* /*bssid*/) {
     return current.in_loop ? TOPO_LOOP : TOPO_NO_LOOP;
 }
-extern "C" void __wrap__Z17backhaul_send_msg8msg_wordt(msg_word /*message*/, uint16_t /*port*/) {}
+void backhaul_send_msg(msg_word /*message*/, uint16_t /*port*/) {}
 
 int main() {
     for (size_t at = 0; at < 2; ++at) {

@@ -9,6 +9,7 @@
 #include "link/link_disconnect.h"
 #include "link/link_state.h"
 #include "link/timeout_limit.h"
+#include "tests/model/station_states.h"
 
 #include <array>
 #include <cstdio>
@@ -19,14 +20,6 @@ namespace {
 constexpr int32_t LEAST_LINKS = -4;
 constexpr int32_t MOST_LINKS = 8;
 constexpr uint8_t LOSS_LIMIT = 3;
-
-constexpr std::array STATION_STATES = {INIT,
-                                       CONNECTING_BACKHAUL_AP,
-                                       CONNECT_WITH_BACKHAUL_AP,
-                                       CONNECTING_TARGET_BACKHAUL_AP,
-                                       CONNECT_PENDING,
-                                       BACKHAUL_READY,
-                                       ETH_BACKHAUL_STANDBY};
 
 bool choices_agree = true;
 
