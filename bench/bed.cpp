@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <fstream>
 
 #include "lab/node/standard.h"
 #include "lab/node/udp_peer.h"
@@ -57,6 +58,16 @@ std::int64_t now_ns() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<std::int64_t>(now.tv_sec) * 1'000'000'000 + now.tv_nsec;
+}
+
+long number_behind(const std::string& path, const std::string& key) {
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with(key)) {
+            return std::stol(line.substr(key.size()));
+        }
+    }
+    return 0;
 }
 
 std::unique_ptr<Bed> Bed::make(const BedOptions& options, std::string& error) {

@@ -99,4 +99,7 @@ private:
 
 std::int64_t now_ns();
 
+// The number behind the line beginning `key` of a file of /proc; 0 when there is none.
+long number_behind(const std::string& path, const std::string& key);
+
 }  // namespace bench

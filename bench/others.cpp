@@ -8,7 +8,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <thread>
 
 #include "bench/life.h"
@@ -35,16 +34,6 @@ bool cable_set(const std::string& port, bool up) {
     done = done && ioctl(sock, SIOCSIFFLAGS, &request) == 0;
     close(sock);
     return done;
-}
-
-long number_behind(const std::string& path, const std::string& key) {
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with(key)) {
-            return std::stol(line.substr(key.size()));
-        }
-    }
-    return 0;
 }
 
 // Memory of its own and how often it wakes up in a minute while nothing happens, of the processes

@@ -2,7 +2,6 @@
 #include <array>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "bench/life.h"
@@ -43,10 +42,7 @@ long times_awake(pid_t pid) {
     std::error_code gone;
     const std::string folder = "/proc/" + std::to_string(pid) + "/task";
     for (const auto& task : std::filesystem::directory_iterator(folder, gone)) {
-        std::ifstream status(task.path() / "status");
-        for (std::string line; std::getline(status, line);) {
-            sum += line.starts_with(KEY) ? std::stol(line.substr(sizeof KEY - 1)) : 0;
-        }
+        sum += number_behind(task.path() / "status", KEY);
     }
     return sum;
 }
