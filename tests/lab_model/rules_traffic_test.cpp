@@ -111,6 +111,15 @@ TEST_F(Rules, one_uplink_excuses_no_station_that_was_freed_before_the_cable_came
     EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, eth carry traffic at once"}));
 }
 
+TEST_F(Rules, one_uplink_excuses_no_station_that_was_freed_without_a_cable) {
+    begin_ready();
+    look({change("ath0", 7, 6), change("ath1", 0, 3), change("ath1", 3, 4), change("ath1", 4, 7)});
+    look({"backhaul_slave_backhaul_restore : Enter", change("ath0", 0, 3)});
+    node.uplinks = {"ath0", "ath1"};
+    pass(10);
+    EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, ath1 carry traffic at once"}));
+}
+
 TEST_F(Rules, service_aps_tells_clients_that_are_served_without_a_backhaul) {
     begin_ready();
     node.uplinks.clear();
