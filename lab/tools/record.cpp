@@ -8,7 +8,7 @@
 namespace lab {
 namespace {
 
-constexpr std::size_t STAMP_FIELDS = 6;
+constexpr std::size_t STAMP_FIELDS = 5;
 
 template <typename Number>
 bool number_decode(std::string_view text, Number* number) {
@@ -21,24 +21,22 @@ std::string stamp_encode(const RecordStamp& stamp) {
     for (const std::string& descriptor : stamp.descriptors) {
         descriptors.append(descriptors.empty() ? "" : ",").append(text_escape(descriptor, ","));
     }
-    return std::to_string(stamp.time) + "\t" + std::to_string(stamp.monotonic) + "\t" +
-           std::to_string(stamp.pid) + "\t" + std::to_string(stamp.parent) + "\t" +
-           std::to_string(stamp.flow_log_inode) + ":" + std::to_string(stamp.flow_log_size) + "\t" +
-           descriptors;
+    return std::to_string(stamp.time) + "\t" + std::to_string(stamp.pid) + "\t" +
+           std::to_string(stamp.parent) + "\t" + std::to_string(stamp.flow_log_inode) + ":" +
+           std::to_string(stamp.flow_log_size) + "\t" + descriptors;
 }
 
 bool stamp_decode(const std::vector<std::string_view>& fields, RecordStamp* stamp) {
-    const std::vector<std::string_view> log = text_split(fields[4], ':');
+    const std::vector<std::string_view> log = text_split(fields[3], ':');
     if (log.size() != 2 || !number_decode(fields[0], &stamp->time) ||
-        !number_decode(fields[1], &stamp->monotonic) || !number_decode(fields[2], &stamp->pid) ||
-        !number_decode(fields[3], &stamp->parent) ||
+        !number_decode(fields[1], &stamp->pid) || !number_decode(fields[2], &stamp->parent) ||
         !number_decode(log[0], &stamp->flow_log_inode) ||
         !number_decode(log[1], &stamp->flow_log_size)) {
         return false;
     }
     stamp->descriptors.clear();
-    if (!fields[5].empty()) {
-        for (const std::string_view piece : text_split(fields[5], ',')) {
+    if (!fields[4].empty()) {
+        for (const std::string_view piece : text_split(fields[4], ',')) {
             stamp->descriptors.push_back(text_unescape(piece));
         }
     }

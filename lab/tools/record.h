@@ -7,12 +7,12 @@
 //
 // Fields are separated by tabs and escaped (lab/tools/text_escape.h):
 //
-//   lines:  TIME  STAMP  PID  PARENT  LOG  DESCRIPTORS  LINE
-//   calls:  TIME  STAMP  PID  PARENT  LOG  DESCRIPTORS  NOTE  TOOL  WORD...
+//   lines:  TIME  PID  PARENT  LOG  DESCRIPTORS  LINE
+//   calls:  TIME  PID  PARENT  LOG  DESCRIPTORS  NOTE  TOOL  WORD...
 //
-// TIME is the node's time in seconds (the moved clock where one runs), STAMP the machine's
-// monotonic nanoseconds, LOG "INODE:SIZE" of the flow log at that moment, DESCRIPTORS the
-// inherited descriptors above 2 as "NUMBER=TARGET" joined with commas.
+// TIME is the node's time in seconds (the moved clock where one runs), LOG "INODE:SIZE" of the flow
+// log at that moment, DESCRIPTORS the inherited descriptors above 2 as "NUMBER=TARGET" joined with
+// commas. Nothing in it is the machine's own: the records of two runs of a mesh are the same.
 //
 // `root` is a path prefix: "" in the sandbox itself, "/proc/PID/root" from outside.
 #pragma once
@@ -26,7 +26,6 @@ namespace lab {
 
 struct RecordStamp {
     std::int64_t time = 0;                 // node seconds
-    std::uint64_t monotonic = 0;           // ns; comparable between both files of all nodes
     int pid = 0;                           // of the shell or tool, in the node's own numbering
     int parent = 0;                        // its parent
     std::uint64_t flow_log_inode = 0;      // which generation of the flow log was live; 0: none

@@ -44,7 +44,6 @@ RecordStamp record_stamp_now(const std::string& root) {
     RecordStamp stamp;
     stamp.descriptors = open_descriptors();
     stamp.time = node_time();
-    stamp.monotonic = monotonic_ns();
     stamp.pid = getpid();
     stamp.parent = getppid();
     struct stat log {};

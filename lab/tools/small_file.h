@@ -57,7 +57,7 @@ bool path_wait(const std::string& path);
 // A name no other process or thread uses at the same moment, beginning with a dot.
 std::string private_name();
 
-// Nanoseconds of the machine's monotonic clock: orders records of several files.
+// Nanoseconds of the machine's monotonic clock.
 std::uint64_t monotonic_ns();
 
 // `text` without its last line end, if it has one.
