@@ -5,6 +5,7 @@ backhaul_test(lab_tools_test LABEL unit
         ${CMAKE_CURRENT_LIST_DIR}/tools_answer_test.cpp
         ${CMAKE_CURRENT_LIST_DIR}/tools_programs_test.cpp
         ${CMAKE_CURRENT_LIST_DIR}/tools_record_test.cpp
+        ${CMAKE_CURRENT_LIST_DIR}/tools_shell_test.cpp
         ${CMAKE_CURRENT_LIST_DIR}/tools_station_test.cpp
         ${CMAKE_CURRENT_LIST_DIR}/tools_system_test.cpp
         ${CMAKE_CURRENT_LIST_DIR}/tools_uci_test.cpp
