@@ -122,6 +122,7 @@ bool MovedClock::add_node(const std::string& root, std::string& error, std::vect
         error = "no clock page at " + root + LAB_CLOCK + ": " + strerror(errno);
         return false;
     }
+    node->page->exact.store(place_ == nullptr ? 0 : 1);
     // The waits for quiet are shorter than what the kernel adds to a sleep by default.
     prctl(PR_SET_TIMERSLACK, 1000UL);
     node->watch = std::make_unique<QuietWatch>(root + "/proc", std::move(except));
@@ -173,7 +174,8 @@ std::vector<MovedClock::Due> MovedClock::due_sleepers() {
     std::vector<Due> due;
     for (const auto& node : nodes_) {
         for (SleeperSlot& slot : node->page->sleepers) {
-            if (slot.state.load() == SLEEPER_WAITS && slot.deadline.load() <= now()) {
+            if (slot.state.load() == SLEEPER_WAITS && slot.kind.load() == SLOT_SLEEP &&
+                slot.deadline.load() <= now()) {
                 due.push_back({node.get(), &slot});
             }
         }
@@ -245,6 +247,7 @@ bool MovedClock::fire_timers(std::string& error) {
             const std::uint32_t period = timer.period.load();
             timer.due.store(period == 0 ? 0 : due + period);
             fired = true;
+            node->touched = true;
             if (!add_expiry(timer_path(node->root, number))) {
                 timer.taken.store(0);
             }
@@ -252,12 +255,18 @@ bool MovedClock::fire_timers(std::string& error) {
         node->page->gate.fetch_add(1);
         futex_wake(node->page->gate);
     }
-    return !fired || wait_quiet(error);
+    return !fired || settle(error);
 }
 
 bool MovedClock::move_to(std::uint32_t second, std::string& error) {
     for (const auto& node : nodes_) {
         node->page->now.store(second);
+    }
+    if (place_ != nullptr) {
+        place_->begin(patience);
+        const bool moved = exact_move(error);
+        place_->end();
+        return moved && fire_timers(error);
     }
     for (const std::vector<Due>& round : rounds_of(due_sleepers(), nodes_together)) {
         for (const Due& due : round) {
@@ -275,7 +284,7 @@ bool MovedClock::move_to(std::uint32_t second, std::string& error) {
 bool MovedClock::advance(std::uint32_t seconds, std::string& error,
                          const std::function<bool()>& each_second) {
     const std::uint32_t target = now() + seconds;
-    if (!wait_quiet(error)) {
+    if (!settle(error)) {
         return false;
     }
     while (now() < target) {
@@ -294,7 +303,13 @@ bool MovedClock::advance(std::uint32_t seconds, std::string& error,
 }
 
 bool MovedClock::settle(std::string& error) {
-    return wait_quiet(error);
+    if (place_ == nullptr) {
+        return wait_quiet(error);
+    }
+    place_->begin(patience);
+    const bool settled = exact_settle(error);
+    place_->end();
+    return settled;
 }
 
 // One node may wake another that was looked at before it. Between the two looks at all of them lies
@@ -320,13 +335,17 @@ bool MovedClock::wait_quiet(std::string& error) {
             continue;
         }
         if (RealClock::now() > end) {
-            error = "not quiet after " + std::to_string(patience.count()) + " ms at second " +
-                    std::to_string(now()) + "\n" + describe();
-            return false;
+            return not_quiet(error);
         }
         pause == 0 ? sched_yield() : usleep(pause);
         pause = std::min<useconds_t>(pause * 2 + 10, 1000);
     }
+}
+
+bool MovedClock::not_quiet(std::string& error) const {
+    error = "not quiet after " + std::to_string(patience.count()) + " ms at second " +
+            std::to_string(now()) + "\n" + describe();
+    return false;
 }
 
 std::string MovedClock::describe() const {

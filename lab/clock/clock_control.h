@@ -4,7 +4,8 @@
 // Used by tests and the lab on one thread. One clock can move several nodes together. Within a
 // second the due sleepers are called one after the other (earliest deadline first, then who lay
 // down first), each run to quiet before the next; then all due timers expire at once. So what a
-// node does is the same in every run. No real time passes but what the machine needs; a node that
+// node does is the same in every run. With a processor of their own all nodes are moved exactly
+// (clock_exact.cpp). No real time passes but what the machine needs; a node that
 // does not become quiet within `patience` is an error that says who is running.
 //
 // A function that answers false has put one sentence into `error`.
@@ -17,9 +18,11 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lab/clock/clock_page.h"
+#include "lab/clock/processor_place.h"
 #include "lab/clock/quiet.h"
 
 namespace lab {
@@ -81,6 +84,17 @@ public:
     // other's own sleeper ran.
     bool nodes_together = false;
 
+    // All nodes share this processor, which outlives the clock: what they do and in which order is
+    // the same however busy the machine is. To be called before nodes are added.
+    void be_exact(ProcessorPlace* place);
+
+    // Exactly moved nodes are looked at when they have acted. To be called before the owner does
+    // something to a node that may let it run.
+    void touch(int node);
+
+    // Grows with whatever an exactly moved node does that may have changed a file of it.
+    std::uint32_t acts(int node) const;
+
     // Real time after which a node that is not quiet is an error. A machine that builds meanwhile
     // lets a node wait for long.
     std::chrono::milliseconds patience{60000};
@@ -94,6 +108,10 @@ private:
         std::string root;
         ClockPage* page = nullptr;
         std::unique_ptr<QuietWatch> watch;
+        bool touched = true;
+        std::uint32_t acts_at_rest = 0;
+
+        bool may_run() const;
     };
     struct Due {
         Node* node;
@@ -108,7 +126,19 @@ private:
     bool move_to(std::uint32_t second, std::string& error);
     bool all_quiet();
     bool wait_quiet(std::string& error);
+    bool not_quiet(std::string& error) const;
     std::string describe() const;
+
+    // clock_exact.cpp
+    bool exact_rest(std::string& error);
+    static void slots_take_back(const Node& node);
+    void exact_call(Node& node, SleeperSlot& slot);
+    std::pair<Node*, SleeperSlot*> exact_first(SlotKind kind) const;
+    bool exact_send();
+    bool exact_settle(std::string& error);
+    bool exact_move(std::string& error);
+
+    ProcessorPlace* place_ = nullptr;
 
     std::vector<std::unique_ptr<Node>> nodes_;
 };

@@ -5,6 +5,10 @@
 // timer entry. Both are taken and given back by the preloaded clock, and taken back by the owner
 // when their process is gone. All numbers are of the node's own pid namespace. Everything is plain
 // 32-bit atomics, so that programs of any word size can share a page.
+//
+// While `exact` is set, whoever wants to send a datagram lies down like a sleeper, and the owner
+// calls it when all nodes rest. `acts` is the node's own account of what it did: while it stays the
+// same, a sleeper that lies again has done nothing else (clock_exact.cpp).
 #pragma once
 
 // The page of a node's moved time, shared by its owner and by every program with the preloaded
@@ -33,6 +37,13 @@ enum SleeperState : std::uint32_t {
     SLEEPER_TAKEN = 1,   // being filled in
     SLEEPER_WAITS = 2,   // until `now` reaches the deadline
     SLEEPER_CALLED = 3,  // its time has come and it has not left yet
+};
+
+// What a thread with a slot waits for.
+enum SlotKind : std::uint32_t {
+    SLOT_SLEEP = 0,  // the deadline
+    SLOT_SEND = 1,   // that nobody of any node runs: a datagram is to go out
+    SLOT_SENT = 2,   // that all who got the datagram rest again
 };
 
 // A number of the page, in memory with its lowest byte first: an emulated program may have the
@@ -75,6 +86,7 @@ struct SleeperSlot {
     ClockWord tid;
     ClockWord deadline;
     ClockWord order;  // grows with each sleep: who lay down first
+    ClockWord kind;   // SlotKind
 };
 
 struct TimerSlot {
@@ -95,11 +107,13 @@ struct ClockPage {
     ClockWord changes;  // bumped when a sleeper lies down or leaves; a futex
     ClockWord orders;   // source of the two `order` fields
     ClockWord slept;    // seconds passed by sleeps in CLOCK_EAGER
+    ClockWord exact;    // 1: the owner runs when nobody of the node does
+    ClockWord acts;     // bumped when files may have changed, a program or a thread run
     std::array<SleeperSlot, SLEEPER_SLOTS> sleepers;
     std::array<TimerSlot, TIMER_SLOTS> timers;
 };
 
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
-static_assert(sizeof(ClockPage) == 28 + SLEEPER_SLOTS * 20 + TIMER_SLOTS * 28);
+static_assert(sizeof(ClockPage) == 36 + SLEEPER_SLOTS * 24 + TIMER_SLOTS * 28);
 
 }  // namespace lab

@@ -24,78 +24,24 @@
 
 #include "lab/clock/clock_page.h"
 #include "lab/clock/driver_request.h"
+#include "lab/clock/own_page.h"
 #include "lab/clock/virtual_timer.h"
 
 namespace {
 
 lab::ClockPage* page = nullptr;
 
-__attribute__((constructor)) void map_page() {
-    const char* path = getenv("LAB_CLOCK");
-    if (path == nullptr || *path == '\0') {
-        return;
-    }
-    const int fd = static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, O_RDWR | O_CLOEXEC, 0));
-    void* mapped = MAP_FAILED;
-    if (fd >= 0) {
-        mapped = mmap(nullptr, sizeof(lab::ClockPage), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-        syscall(SYS_close, fd);
-    }
-    if (mapped == MAP_FAILED ||
-        static_cast<lab::ClockPage*>(mapped)->magic.load() != lab::CLOCK_MAGIC) {
-        constexpr char TEXT[] = "lab clock: LAB_CLOCK names no clock page\n";
-        syscall(SYS_write, 2, TEXT, sizeof(TEXT) - 1);
-        syscall(SYS_exit_group, 97);
-    }
-    page = static_cast<lab::ClockPage*>(mapped);
+__attribute__((constructor)) void page_map() {
+    page = lab::own_page_map();
 }
 
 lab::ClockMode mode() {
     return page == nullptr ? lab::CLOCK_REAL : static_cast<lab::ClockMode>(page->mode.load());
 }
 
-long futex_wait(const lab::ClockWord& word, std::uint32_t value) {
-    return syscall(SYS_futex, word.futex(), FUTEX_WAIT, lab::ClockWord::in_page(value), nullptr,
-                   nullptr, 0);
-}
-
-void tell_owner() {
-    page->changes.fetch_add(1);
-    syscall(SYS_futex, page->changes.futex(), FUTEX_WAKE, 0x7FFFFFFF, nullptr, nullptr, 0);
-}
-
-lab::SleeperSlot* take_slot() {
-    for (lab::SleeperSlot& slot : page->sleepers) {
-        std::uint32_t expected = lab::SLEEPER_FREE;
-        if (slot.state.compare_exchange_strong(expected, lab::SLEEPER_TAKEN)) {
-            return &slot;
-        }
-    }
-    constexpr char TEXT[] = "lab clock: too many sleepers\n";
-    syscall(SYS_write, 2, TEXT, sizeof(TEXT) - 1);
-    syscall(SYS_exit_group, 97);
-    return nullptr;
-}
-
 unsigned int sleep_held(unsigned int seconds) {
-    lab::SleeperSlot* slot = take_slot();
     const std::uint32_t deadline = page->now.load() + seconds;
-    slot->pid.store(static_cast<std::uint32_t>(syscall(SYS_getpid)));
-    slot->tid.store(static_cast<std::uint32_t>(syscall(SYS_gettid)));
-    slot->deadline.store(deadline);
-    slot->order.store(page->orders.fetch_add(1));
-    slot->state.store(lab::SLEEPER_WAITS);
-    tell_owner();
-    // Only the owner's call ends the sleep: `now` alone would let two sleepers leave at once.
-    long result = 0;
-    while (slot->state.load() == lab::SLEEPER_WAITS && result == 0) {
-        result = futex_wait(slot->state, lab::SLEEPER_WAITS);
-        if (result != 0 && errno == EAGAIN) {
-            result = 0;
-        }
-    }
-    slot->state.store(lab::SLEEPER_FREE);
-    tell_owner();
+    lab::own_call_await(lab::SLOT_SLEEP, deadline);
     const std::uint32_t now = page->now.load();
     return now < deadline ? deadline - now : 0;
 }
@@ -120,7 +66,7 @@ timeval real_now() {
 std::uint32_t pass_gate() {
     std::uint32_t gate = page->gate.load();
     while (gate % 2 != 0) {
-        futex_wait(page->gate, gate);
+        lab::own_futex_wait(page->gate, gate);
         gate = page->gate.load();
     }
     return gate;
@@ -217,6 +163,7 @@ LAB_EXPORT int select(int count, fd_set* in, fd_set* out, fd_set* odd, timeval* 
     const std::uint32_t gate = pass_gate();
     const long first = select_once(count, in, out, odd, limit);
     const int reason = errno;
+    lab::own_act_note();
     if (first <= 0 || pass_gate() == gate) {
         errno = reason;
         return static_cast<int>(first);
@@ -241,5 +188,6 @@ LAB_EXPORT int ioctl(int fd, unsigned long request, ...) noexcept {
     if (page != nullptr && request == lab::STATION_AP_REQUEST) {
         return lab::driver_station_ap(argument);
     }
+    lab::own_act_note();
     return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
 }

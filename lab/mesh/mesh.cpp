@@ -66,6 +66,8 @@ std::unique_ptr<Mesh> Mesh::make(const Scenario& scenario, const MeshOptions& op
 }
 
 bool Mesh::nodes_make(std::string& error) {
+    place_ = ProcessorPlace::take();
+    clock_.be_exact(place_.get());
     for (int index = 0; index < static_cast<int>(scenario_.nodes.size()); ++index) {
         if (!network_.switch_make(index, error)) {
             return false;
@@ -80,8 +82,10 @@ bool Mesh::nodes_make(std::string& error) {
         nodes_.push_back(std::move(node));
     }
     places_.resize(nodes_.size());
+    acts_seen_.resize(nodes_.size());
+    touched_.resize(nodes_.size(), true);
     clock_.patience = KERNEL_PATIENCE * (1 + node_count() / NODES_A_PATIENCE);
-    clock_.nodes_together = options_.together;
+    clock_.nodes_together = options_.together && place_ == nullptr;
     clock_.at_rest = [this] {
         return air_serve();
     };

@@ -40,7 +40,14 @@ bool Mesh::carry_out(const Effects& effects, std::string& error) {
     return true;
 }
 
+// Before something is done to a node that may let it run, or that changes what a look would see.
+void Mesh::touch(int index) {
+    touched_[air_index(index)] = true;
+    clock_.touch(index);
+}
+
 bool Mesh::carry_out_one(const Effect& effect, std::string& error) {
+    touch(effect.node);
     switch (effect.kind) {
         case EffectKind::link_up:
         case EffectKind::link_down:
@@ -200,6 +207,7 @@ bool Mesh::air_serve() {
     }
     for (int index = 0; index < node_count(); ++index) {
         if ((sockets[air_index(index)].revents & POLLIN) != 0) {
+            touch(index);
             air_serve_one(sockets[air_index(index)].fd, [this, index](const AirRequest& request) {
                 return tool_call(index, request);
             });

@@ -57,6 +57,15 @@ std::vector<std::string> Mesh::uplinks(int index) const {
     return carrying;
 }
 
+// Whether the node or we may have changed a file of it since the last look.
+bool Mesh::has_acted(int index) {
+    const std::uint32_t acts = clock_.acts(index);
+    const bool acted = touched_[air_index(index)] || acts_seen_[air_index(index)] != acts;
+    touched_[air_index(index)] = false;
+    acts_seen_[air_index(index)] = acts;
+    return acted;
+}
+
 NodeObservation Mesh::look_at(int index, const MeshReach& reach) {
     MeshNode& node = *nodes_[air_index(index)];
     const AirNode& in_air = air_.nodes[air_index(index)];
@@ -66,13 +75,23 @@ NodeObservation Mesh::look_at(int index, const MeshReach& reach) {
     seen.powered = node.has_power();
     seen.rebooted = rebooted_.erase(index) != 0;
     seen.interfaces = interfaces_of(node.plan());
-    seen.log_lines_lost = node.log_read();
-    seen.log = node.log_news();
+    const auto before = before_.find(seen.name);
+    const bool acted = has_acted(index) || before == before_.end();
+    if (acted) {
+        seen.log_lines_lost = node.log_read();
+        seen.log = node.log_news();
+    }
     if (!seen.powered) {
         return seen;
     }
-    const std::string status = node.node().at(STATUS_FILE);
-    seen.status_exists = file_read(status, &seen.status_text);
+    if (acted) {
+        seen.status_exists = file_read(node.node().at(STATUS_FILE), &seen.status_text);
+        seen.worker_pid = node.worker();
+    } else {
+        seen.status_exists = before->second.status_exists;
+        seen.status_text = before->second.status_text;
+        seen.worker_pid = before->second.worker_pid;
+    }
     seen.service_aps_up = service_aps_up(in_air);
     seen.uplinks = uplinks(index);
     seen.reaches_root = reach.reaches[air_index(index)];
@@ -83,8 +102,6 @@ NodeObservation Mesh::look_at(int index, const MeshReach& reach) {
         troubled_at_[seen.name] = observation_.time;
     }
     seen.troubled_at = troubled_at_[seen.name];
-    seen.worker_pid = node.worker();
-    const auto before = before_.find(seen.name);
     const bool changed = before != before_.end() && before->second.worker_pid != seen.worker_pid;
     const auto expected = worker_end_expected_.find(index);
     seen.worker_end_expected =

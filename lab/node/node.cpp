@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "lab/clock/clock_control.h"
+#include "lab/clock/processor_place.h"
 #include "lab/node/spawn.h"
 #include "lab/sandbox/layout.h"
 #include "lab/sandbox/program.h"
@@ -58,7 +59,10 @@ Node::Node(NodeOptions options) : options_(std::move(options)) {}
 
 std::unique_ptr<Node> Node::make(const NodeOptions& options, std::string& error) {
     std::unique_ptr<Node> node(new Node(options));
-    node->init_ = sandbox_start(sandbox_options(options), error);
+    {
+        const NodePriority first;
+        node->init_ = sandbox_start(sandbox_options(options), error);
+    }
     if (node->init_ < 0) {
         return nullptr;
     }

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "lab/clock/processor_place.h"
 #include "lab/sandbox/exec_words.h"
 #include "lab/sandbox/layout.h"
 
@@ -155,6 +156,7 @@ pid_t spawn_inside(const SpawnPlan& plan, const std::array<int, 5>& inside, int 
                       counters_descriptor()};
     prepared.argv = exec_words(prepared.words);
     prepared.envp = exec_words(prepared.environment);
+    const NodePriority first;
     const pid_t child = fork_into(prepared, own_pid);
     int reason = child < 0 ? errno : 0;
     close(report[1]);

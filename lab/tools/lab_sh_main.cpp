@@ -1,7 +1,7 @@
 // lab_sh: the recording shell, bound over /bin/sh in a sandbox.
 //
 // `sh -c LINE` is recorded before the real shell takes over in the same process. Any other use is
-// handed on unrecorded. In a mesh, where threads take turns, a line that is one call of a stand-in
+// handed on unrecorded. In a mesh, where all nodes share a processor, a line that is one call of a stand-in
 // tool or of openssl is done here: most of what a daemon runs is, and three programs a line would
 // be most of what a mesh costs. Nothing of it outlives the line, which the clock's owner relies on.
 // The preloaded clock is not handed on: what a line starts needs no moved time, and starts faster
@@ -131,10 +131,9 @@ int main(int argc, char** argv) {
         lab::line_record_append(root == nullptr ? "" : root, line);
     }
     lab::own_page_map();
-    if (line != nullptr && lab::own_turns()) {
+    if (line != nullptr && lab::own_exact()) {
         line_do(root == nullptr ? "" : root, line);
     }
-    lab::own_wake_note();
     unsetenv("LD_PRELOAD");
     const char* named = std::getenv("LAB_REAL_SH");
     const std::array<std::string, 3> shells = {named == nullptr ? "" : named, lab::LAB_REAL_SHELL,

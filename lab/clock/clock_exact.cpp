@@ -1,0 +1,165 @@
+// Many nodes on one processor, moved exactly.
+//
+// The owner runs when no node can (processor_place.h): when a call that wakes somebody returns,
+// that one has run to its rest, and everybody whom it woke. Left to be seen by a look through /proc
+// is who waits for the machine (a page of a file, another program's lock), and that can only be
+// where something was done: a sleeper that lies again, and whose node has noted no act, has not.
+//
+// Datagrams go out when all nodes rest, one at a time, in the order of the nodes; the kernel may
+// deliver some of them a moment later, which is waited for.
+
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <utility>
+
+#include "lab/clock/clock_control.h"
+
+namespace lab {
+namespace {
+
+using RealClock = std::chrono::steady_clock;
+
+constexpr useconds_t FIRST_PAUSE_US = 20;
+constexpr useconds_t LONGEST_PAUSE_US = 1000;
+
+}  // namespace
+
+void MovedClock::be_exact(ProcessorPlace* place) {
+    place_ = place;
+}
+
+void MovedClock::touch(int node) {
+    nodes_[static_cast<std::size_t>(node)]->touched = true;
+}
+
+std::uint32_t MovedClock::acts(int node) const {
+    return nodes_[static_cast<std::size_t>(node)]->page->acts.load();
+}
+
+bool MovedClock::Node::may_run() const {
+    return touched || page->acts.load() != acts_at_rest;
+}
+
+// A look at who may run, until nobody does.
+bool MovedClock::exact_rest(std::string& error) {
+    const auto end = RealClock::now() + patience;
+    useconds_t pause = FIRST_PAUSE_US;
+    for (;;) {
+        bool rests = true;
+        for (const auto& node : nodes_) {
+            if (!node->may_run()) {
+                continue;
+            }
+            const std::uint32_t acts = node->page->acts.load();
+            if (packets_under_way() || (also_busy && also_busy()) || !node->watch->is_quiet()) {
+                rests = false;
+                break;
+            }
+            node->acts_at_rest = acts;
+            node->touched = false;
+            slots_take_back(*node);
+        }
+        if (rests) {
+            return true;
+        }
+        if (RealClock::now() > end) {
+            return not_quiet(error);
+        }
+        usleep(pause);
+        pause = std::min(pause * 2, LONGEST_PAUSE_US);
+        place_->beat();
+    }
+}
+
+// Who was called and is gone before it could come was killed.
+void MovedClock::slots_take_back(const Node& node) {
+    for (SleeperSlot& slot : node.page->sleepers) {
+        const std::uint32_t state = slot.state.load();
+        if (state == SLEEPER_CALLED ||
+            (state == SLEEPER_WAITS && slot.kind.load() != SLOT_SLEEP &&
+             !node.watch->thread_exists(static_cast<pid_t>(slot.pid.load()),
+                                        static_cast<pid_t>(slot.tid.load())))) {
+            slot.state.store(SLEEPER_FREE);
+        }
+    }
+}
+
+// Calls whoever lies there; when this returns, it has run, and all that it woke.
+void MovedClock::exact_call(Node& node, SleeperSlot& slot) {
+    const std::uint32_t pid = slot.pid.load();
+    const std::uint32_t tid = slot.tid.load();
+    const std::uint32_t kind = slot.kind.load();
+    place_->beat();
+    slot.state.store(SLEEPER_CALLED);
+    syscall(SYS_futex, slot.state.futex(), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+    const bool lies_again =
+        std::any_of(node.page->sleepers.begin(), node.page->sleepers.end(), [&](const auto& one) {
+            return one.state.load() == SLEEPER_WAITS && one.tid.load() == tid &&
+                   one.pid.load() == pid;
+        });
+    node.touched = node.touched || !lies_again || kind != SLOT_SLEEP;
+}
+
+// The slot of the first node, and there of who lay down first, that waits for this.
+std::pair<MovedClock::Node*, SleeperSlot*> MovedClock::exact_first(SlotKind kind) const {
+    for (const auto& node : nodes_) {
+        SleeperSlot* first = nullptr;
+        for (SleeperSlot& slot : node->page->sleepers) {
+            if (slot.state.load() == SLEEPER_WAITS && slot.kind.load() == kind &&
+                (first == nullptr || slot.order.load() < first->order.load())) {
+                first = &slot;
+            }
+        }
+        if (first != nullptr) {
+            return {node.get(), first};
+        }
+    }
+    return {nullptr, nullptr};
+}
+
+// Lets one sender go on: back from its datagram, else out with it. False when none waits.
+bool MovedClock::exact_send() {
+    for (const SlotKind kind : {SLOT_SENT, SLOT_SEND}) {
+        const auto [node, slot] = exact_first(kind);
+        if (slot != nullptr) {
+            exact_call(*node, *slot);
+            return true;
+        }
+    }
+    return false;
+}
+
+// Only who has acted may be a sender that waits.
+bool MovedClock::exact_settle(std::string& error) {
+    for (;;) {
+        const bool acted =
+            std::any_of(nodes_.begin(), nodes_.end(), [](const auto& node) { return node->may_run(); });
+        if (!exact_rest(error)) {
+            return false;
+        }
+        if (!(acted && exact_send()) && !(at_rest && at_rest())) {
+            return true;
+        }
+    }
+}
+
+bool MovedClock::exact_move(std::string& error) {
+    for (const Due& due : due_sleepers()) {
+        // One that was killed meanwhile may have left its slot to another.
+        if (due.slot->state.load() != SLEEPER_WAITS || due.slot->kind.load() != SLOT_SLEEP ||
+            due.slot->deadline.load() > now()) {
+            continue;
+        }
+        exact_call(*due.node, *due.slot);
+        if (due.node->may_run() && !exact_settle(error)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace lab

@@ -1,0 +1,29 @@
+// The page of moved time as a program with the preloaded clock uses it: to lie down until the owner
+// calls, and to keep the node's own account of what it did.
+//
+// Called by the preloaded functions on the caller's thread, also under sanitizers and between fork
+// and exec: no allocation, no lock, no library call that a sanitizer may have replaced.
+#pragma once
+
+#include <cstdint>
+
+#include "lab/clock/clock_page.h"
+
+namespace lab {
+
+// Maps the page that LAB_CLOCK names; null without it. Ends the process when it names no page.
+ClockPage* own_page_map();
+
+// Waits while the word has this value, or for less. Returns what the system call does.
+long own_futex_wait(const ClockWord& word, std::uint32_t value);
+
+// Lies down until the owner calls. Ends the process when there are too many sleepers.
+void own_call_await(SlotKind kind, std::uint32_t deadline);
+
+// Whether the nodes share a processor on which the owner runs when nobody else does.
+bool own_exact();
+
+// More than a thread that wakes and sleeps again: files may change, programs may run.
+void own_act_note();
+
+}  // namespace lab
