@@ -11,7 +11,10 @@
 
 namespace lab {
 
-// Maps the page that LAB_CLOCK names; null without it. Ends the process when it names no page.
+// Names the page's file in the environment of a node's programs.
+inline constexpr char OWN_PAGE_VARIABLE[] = "LAB_CLOCK";
+
+// Maps the page; null where none is named, or what is named is none.
 ClockPage* own_page_map();
 
 // Waits while the word has this value, or for less. Returns what the system call does.
