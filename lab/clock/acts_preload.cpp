@@ -1,4 +1,4 @@
-// What a thread may do beyond waking and sleeping again: each of these functions notes it in the
+// What a thread may do beyond waking and waiting again: each of these functions notes it in the
 // node's account. Where nodes share a processor, a datagram goes out when nobody of any node runs,
 // and its sender goes on when all whom it reached rest again: so it does not matter how soon the
 // kernel delivers it.
@@ -46,6 +46,7 @@ private:
 constinit Behind<pid_t()> fork_behind{"fork"};
 constinit Behind<int(const char*)> system_behind{"system"};
 constinit Behind<FILE*(const char*, const char*)> popen_behind{"popen"};
+constinit Behind<int(FILE*)> pclose_behind{"pclose"};
 constinit Behind<int(const char*)> remove_behind{"remove"};
 
 bool is_message(const sockaddr* to) {
@@ -61,7 +62,6 @@ bool waits(int fd, int flags) {
 LAB_EXPORT ssize_t sendto(int fd, const void* bytes, size_t size, int flags, const sockaddr* to,
                           socklen_t to_size) {
     const bool in_turn = is_message(to) && lab::own_exact();
-    lab::own_act_note();
     if (in_turn) {
         lab::own_call_await(lab::SLOT_SEND, 0);
     }
@@ -77,32 +77,50 @@ LAB_EXPORT ssize_t sendto(int fd, const void* bytes, size_t size, int flags, con
 // The time after which a socket gives up is the machine's: who moves exactly waits on.
 LAB_EXPORT ssize_t recvfrom(int fd, void* bytes, size_t size, int flags, sockaddr* from,
                             socklen_t* from_size) {
-    const bool on = waits(fd, flags) && lab::own_exact();
+    const bool comes_to_wait = waits(fd, flags);
+    const bool on = comes_to_wait && lab::own_exact();
     const socklen_t room = from_size == nullptr ? 0 : *from_size;
     long got = -1;
+    if (comes_to_wait) {
+        lab::own_wait_begin();
+    }
     do {
         if (from_size != nullptr) {
             *from_size = room;
         }
         got = syscall(SYS_recvfrom, fd, bytes, size, flags, from, from_size);
     } while (on && got < 0 && errno == EAGAIN);
-    lab::own_act_note();
+    if (comes_to_wait) {
+        lab::own_wait_end();
+    }
     return got;
 }
 
 LAB_EXPORT pid_t fork() noexcept {
-    lab::own_act_note();
+    lab::own_handed_note();
     return fork_behind.get()();
 }
 
 LAB_EXPORT int system(const char* line) {
-    lab::own_act_note();
-    return system_behind.get()(line);
+    lab::own_line_begin();
+    const int status = system_behind.get()(line);
+    lab::own_line_end();
+    return status;
 }
 
 LAB_EXPORT FILE* popen(const char* line, const char* mode) {
-    lab::own_act_note();
-    return popen_behind.get()(line, mode);
+    lab::own_line_begin();
+    FILE* const stream = popen_behind.get()(line, mode);
+    if (stream == nullptr) {
+        lab::own_line_end();
+    }
+    return stream;
+}
+
+LAB_EXPORT int pclose(FILE* stream) {
+    const int status = pclose_behind.get()(stream);
+    lab::own_line_end();
+    return status;
 }
 
 LAB_EXPORT int open(const char* path, int flags, ...) {

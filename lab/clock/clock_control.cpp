@@ -247,7 +247,6 @@ bool MovedClock::fire_timers(std::string& error) {
             const std::uint32_t period = timer.period.load();
             timer.due.store(period == 0 ? 0 : due + period);
             fired = true;
-            node->touched = true;
             if (!add_expiry(timer_path(node->root, number))) {
                 timer.taken.store(0);
             }

@@ -88,12 +88,14 @@ public:
     // the same however busy the machine is. To be called before nodes are added.
     void be_exact(ProcessorPlace* place);
 
-    // Exactly moved nodes are looked at when they have acted. To be called before the owner does
-    // something to a node that may let it run.
+    // To be called when the owner of exactly moved nodes starts or ends processes of this one: what
+    // its account says holds no more.
     void touch(int node);
 
-    // Grows with whatever an exactly moved node does that may have changed a file of it.
+    // Grows with whatever a node does that may have changed a file of it; and with what may have
+    // changed its processes.
     std::uint32_t acts(int node) const;
+    std::uint32_t starts(int node) const;
 
     // Real time after which a node that is not quiet is an error. A machine that builds meanwhile
     // lets a node wait for long.
@@ -109,7 +111,9 @@ private:
         ClockPage* page = nullptr;
         std::unique_ptr<QuietWatch> watch;
         bool touched = true;
-        std::uint32_t acts_at_rest = 0;
+        std::uint32_t awake_at_rest = 0;
+        std::uint32_t lines_at_rest = 0;
+        std::uint32_t handed_at_rest = 0;
 
         bool may_run() const;
     };
@@ -131,10 +135,11 @@ private:
 
     // clock_exact.cpp
     bool exact_rest(std::string& error);
+    bool packets_wait(std::string& error) const;
     static void slots_take_back(const Node& node);
     void exact_call(Node& node, SleeperSlot& slot);
     std::pair<Node*, SleeperSlot*> exact_first(SlotKind kind) const;
-    bool exact_send();
+    bool exact_send(std::string& error);
     bool exact_settle(std::string& error);
     bool exact_move(std::string& error);
 

@@ -2,8 +2,10 @@
 //
 // The owner runs when no node can (processor_place.h): when a call that wakes somebody returns,
 // that one has run to its rest, and everybody whom it woke. Left to be seen by a look through /proc
-// is who waits for the machine (a page of a file, another program's lock), and that can only be
-// where something was done: a sleeper that lies again, and whose node has noted no act, has not.
+// is who waits for the machine (a page of a program's file, a lock that others hold), and that can
+// only be in a program that the node has started. Its account tells: when as many threads are awake
+// as at the last look, no line is under way and nothing was started whose end nobody tells, then
+// the node rests.
 //
 // Datagrams go out when all nodes rest, one at a time, in the order of the nodes; the kernel may
 // deliver some of them a moment later, which is waited for.
@@ -40,8 +42,26 @@ std::uint32_t MovedClock::acts(int node) const {
     return nodes_[static_cast<std::size_t>(node)]->page->acts.load();
 }
 
+std::uint32_t MovedClock::starts(int node) const {
+    return nodes_[static_cast<std::size_t>(node)]->page->handed.load();
+}
+
 bool MovedClock::Node::may_run() const {
-    return touched || page->acts.load() != acts_at_rest;
+    return touched || page->awake.load() != awake_at_rest || page->lines.load() != lines_at_rest ||
+           page->handed.load() != handed_at_rest;
+}
+
+// Waits until the kernel has delivered what was sent.
+bool MovedClock::packets_wait(std::string& error) const {
+    const auto end = RealClock::now() + patience;
+    while (packets_under_way()) {
+        if (RealClock::now() > end) {
+            return not_quiet(error);
+        }
+        usleep(FIRST_PAUSE_US);
+        place_->beat();
+    }
+    return true;
 }
 
 // A look at who may run, until nobody does.
@@ -54,12 +74,13 @@ bool MovedClock::exact_rest(std::string& error) {
             if (!node->may_run()) {
                 continue;
             }
-            const std::uint32_t acts = node->page->acts.load();
-            if (packets_under_way() || (also_busy && also_busy()) || !node->watch->is_quiet()) {
+            if ((also_busy && also_busy()) || !node->watch->rests()) {
                 rests = false;
                 break;
             }
-            node->acts_at_rest = acts;
+            node->awake_at_rest = node->page->awake.load();
+            node->lines_at_rest = node->page->lines.load();
+            node->handed_at_rest = node->page->handed.load();
             node->touched = false;
             slots_take_back(*node);
         }
@@ -83,6 +104,9 @@ void MovedClock::slots_take_back(const Node& node) {
             (state == SLEEPER_WAITS && slot.kind.load() != SLOT_SLEEP &&
              !node.watch->thread_exists(static_cast<pid_t>(slot.pid.load()),
                                         static_cast<pid_t>(slot.tid.load())))) {
+            if (slot.kind.load() != SLOT_SLEEP) {
+                node.page->senders.fetch_add(~0U);
+            }
             slot.state.store(SLEEPER_FREE);
         }
     }
@@ -90,18 +114,11 @@ void MovedClock::slots_take_back(const Node& node) {
 
 // Calls whoever lies there; when this returns, it has run, and all that it woke.
 void MovedClock::exact_call(Node& node, SleeperSlot& slot) {
-    const std::uint32_t pid = slot.pid.load();
-    const std::uint32_t tid = slot.tid.load();
-    const std::uint32_t kind = slot.kind.load();
     place_->beat();
     slot.state.store(SLEEPER_CALLED);
     syscall(SYS_futex, slot.state.futex(), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
-    const bool lies_again =
-        std::any_of(node.page->sleepers.begin(), node.page->sleepers.end(), [&](const auto& one) {
-            return one.state.load() == SLEEPER_WAITS && one.tid.load() == tid &&
-                   one.pid.load() == pid;
-        });
-    node.touched = node.touched || !lies_again || kind != SLOT_SLEEP;
+    // Still there: its thread was killed.
+    node.touched = node.touched || slot.state.load() == SLEEPER_CALLED;
 }
 
 // The slot of the first node, and there of who lay down first, that waits for this.
@@ -122,29 +139,29 @@ std::pair<MovedClock::Node*, SleeperSlot*> MovedClock::exact_first(SlotKind kind
 }
 
 // Lets one sender go on: back from its datagram, else out with it. False when none waits.
-bool MovedClock::exact_send() {
+bool MovedClock::exact_send(std::string& error) {
+    if (std::none_of(nodes_.begin(), nodes_.end(),
+                     [](const auto& node) { return node->page->senders.load() != 0; })) {
+        return false;
+    }
     for (const SlotKind kind : {SLOT_SENT, SLOT_SEND}) {
         const auto [node, slot] = exact_first(kind);
         if (slot != nullptr) {
             exact_call(*node, *slot);
-            return true;
+            return packets_wait(error);
         }
     }
     return false;
 }
 
-// Only who has acted may be a sender that waits.
 bool MovedClock::exact_settle(std::string& error) {
-    for (;;) {
-        const bool acted =
-            std::any_of(nodes_.begin(), nodes_.end(), [](const auto& node) { return node->may_run(); });
+    error.clear();
+    do {
         if (!exact_rest(error)) {
             return false;
         }
-        if (!(acted && exact_send()) && !(at_rest && at_rest())) {
-            return true;
-        }
-    }
+    } while (exact_send(error) || (error.empty() && at_rest && at_rest()));
+    return error.empty();
 }
 
 bool MovedClock::exact_move(std::string& error) {
@@ -155,7 +172,7 @@ bool MovedClock::exact_move(std::string& error) {
             continue;
         }
         exact_call(*due.node, *due.slot);
-        if (due.node->may_run() && !exact_settle(error)) {
+        if ((due.node->may_run() || due.node->page->senders.load() != 0) && !exact_settle(error)) {
             return false;
         }
     }

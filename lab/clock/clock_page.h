@@ -7,8 +7,8 @@
 // 32-bit atomics, so that programs of any word size can share a page.
 //
 // While `exact` is set, whoever wants to send a datagram lies down like a sleeper, and the owner
-// calls it when all nodes rest. `acts` is the node's own account of what it did: while it stays the
-// same, a sleeper that lies again has done nothing else (clock_exact.cpp).
+// calls it when all nodes rest. The counters behind it are the node's own account, by which the
+// owner knows without a look that it rests (clock_exact.cpp).
 #pragma once
 
 // The page of a node's moved time, shared by its owner and by every program with the preloaded
@@ -108,12 +108,16 @@ struct ClockPage {
     ClockWord orders;   // source of the two `order` fields
     ClockWord slept;    // seconds passed by sleeps in CLOCK_EAGER
     ClockWord exact;    // 1: the owner runs when nobody of the node does
-    ClockWord acts;     // bumped when files may have changed, a program or a thread run
+    ClockWord acts;     // bumped when files may have changed
+    ClockWord awake;    // threads that woke, less those that began to wait for the owner or others
+    ClockWord lines;    // shell lines begun and not ended, less those that wait for the air
+    ClockWord handed;   // bumped when something was started whose end nobody tells
+    ClockWord senders;  // threads that lie to send
     std::array<SleeperSlot, SLEEPER_SLOTS> sleepers;
     std::array<TimerSlot, TIMER_SLOTS> timers;
 };
 
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
-static_assert(sizeof(ClockPage) == 36 + SLEEPER_SLOTS * 24 + TIMER_SLOTS * 28);
+static_assert(sizeof(ClockPage) == 52 + SLEEPER_SLOTS * 24 + TIMER_SLOTS * 28);
 
 }  // namespace lab

@@ -167,9 +167,10 @@ LAB_EXPORT int select(int count, fd_set* in, fd_set* out, fd_set* odd, timeval* 
     copy(out, out_wanted);
     copy(odd, odd_wanted);
     const std::uint32_t gate = pass_gate();
+    lab::own_wait_begin();
     const long first = select_once(count, in, out, odd, limit);
     const int reason = errno;
-    lab::own_act_note();
+    lab::own_wait_end();
     if (first <= 0 || pass_gate() == gate) {
         errno = reason;
         return static_cast<int>(first);
@@ -194,6 +195,7 @@ LAB_EXPORT int ioctl(int fd, unsigned long request, ...) noexcept {
     if (page != nullptr && request == lab::STATION_AP_REQUEST) {
         return lab::driver_station_ap(argument);
     }
-    lab::own_act_note();
+    // It may wait for who else asks for the machine's networks.
+    lab::own_handed_note();
     return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
 }

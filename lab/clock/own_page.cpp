@@ -64,6 +64,8 @@ void own_call_await(SlotKind kind, std::uint32_t deadline) {
     slot->deadline.store(deadline);
     slot->order.store(page->orders.fetch_add(1));
     slot->kind.store(kind);
+    page->senders.fetch_add(kind == SLOT_SLEEP ? 0 : 1);
+    own_wait_begin();
     slot->state.store(SLEEPER_WAITS);
     owner_tell();
     // Only the owner's call ends the sleep: `now` alone would let two sleepers leave at once.
@@ -74,6 +76,8 @@ void own_call_await(SlotKind kind, std::uint32_t deadline) {
             result = 0;
         }
     }
+    own_wait_end();
+    page->senders.fetch_add(kind == SLOT_SLEEP ? 0U : ~0U);
     slot->state.store(SLEEPER_FREE);
     owner_tell();
 }
@@ -85,6 +89,38 @@ bool own_exact() {
 void own_act_note() {
     if (page != nullptr) {
         page->acts.fetch_add(1);
+    }
+}
+
+void own_handed_note() {
+    if (page != nullptr) {
+        page->acts.fetch_add(1);
+        page->handed.fetch_add(1);
+    }
+}
+
+void own_line_begin() {
+    if (page != nullptr) {
+        page->acts.fetch_add(1);
+        page->lines.fetch_add(1);
+    }
+}
+
+void own_line_end() {
+    if (page != nullptr) {
+        page->lines.fetch_add(~0U);
+    }
+}
+
+void own_wait_begin() {
+    if (page != nullptr) {
+        page->awake.fetch_add(~0U);
+    }
+}
+
+void own_wait_end() {
+    if (page != nullptr) {
+        page->awake.fetch_add(1);
     }
 }
 

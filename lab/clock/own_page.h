@@ -26,7 +26,15 @@ void own_call_await(SlotKind kind, std::uint32_t deadline);
 // Whether the nodes share a processor on which the owner runs when nobody else does.
 bool own_exact();
 
-// More than a thread that wakes and sleeps again: files may change, programs may run.
+// For the node's account: files may change; something was started whose end nobody tells; a shell
+// line begins, and it has ended.
 void own_act_note();
+void own_handed_note();
+void own_line_begin();
+void own_line_end();
+
+// Around a wait for what comes in.
+void own_wait_begin();
+void own_wait_end();
 
 }  // namespace lab

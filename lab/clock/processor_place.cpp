@@ -5,7 +5,8 @@
 namespace lab {
 namespace {
 
-// Owners take turns with each other; nodes do not, or their order would depend on how fast they are.
+// Owners take turns with each other; nodes do not, or their order would depend on how fast they
+// are.
 constexpr int OWNER_POLICY = SCHED_RR;
 constexpr int OWNER_PRIORITY = 1;
 constexpr int NODE_POLICY = SCHED_FIFO;

@@ -200,6 +200,23 @@ bool QuietWatch::is_quiet() {
     return true;
 }
 
+bool QuietWatch::rests() {
+    const std::uint64_t newest = newest_pid();
+    if (newest != complete_at_) {
+        list_threads();
+    }
+    complete_at_ = newest;
+    for (WatchedThread& thread : threads_) {
+        if (!read_status(thread)) {
+            // It is gone, and leaves nobody behind: a new thread would have a newer number.
+            complete_at_ = 0;
+        } else if (may_run(thread.state)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool QuietWatch::is_quiet_still() {
     return look(true) && newest_pid() == complete_at_;
 }

@@ -43,6 +43,9 @@ public:
     // Two looks and what lies between them, without waiting for anything but a processor.
     bool is_quiet();
 
+    // The same where nobody can run while the caller does (processor_place.h): one look.
+    bool rests();
+
     // Whether nobody has run since is_quiet() said yes: one more look.
     bool is_quiet_still();
 

@@ -126,7 +126,6 @@ private:
 
     // mesh_effects.cpp
     bool carry_out(const Effects& effects, std::string& error);
-    void touch(int index);
     bool carry_out_one(const Effect& effect, std::string& error);
     bool link_effect(const Effect& effect, std::string& error);
     void wireless_effect(const Effect& effect);
@@ -142,6 +141,7 @@ private:
     // mesh_watch.cpp
     bool look(std::string& error);
     bool has_acted(int index);
+    bool has_started(int index);
     NodeObservation look_at(int index, const MeshReach& reach);
     void ethernet_answers_take();
     bool broadcast_look(std::string& error);
@@ -160,8 +160,9 @@ private:
     std::vector<std::unique_ptr<MeshNode>> nodes_;
     std::int64_t started_ = 0;
     std::vector<std::uint32_t> acts_seen_;  // of each node at the last look
+    std::vector<std::uint32_t> starts_seen_;
     std::vector<bool> touched_;             // by us since the last look
-    std::string failure_;  // of the machine, while a tool was served
+    std::string failure_;                   // of the machine, while a tool was served
     std::vector<std::string> effect_texts_;
 
     RulesMemory rules_;

@@ -40,14 +40,8 @@ bool Mesh::carry_out(const Effects& effects, std::string& error) {
     return true;
 }
 
-// Before something is done to a node that may let it run, or that changes what a look would see.
-void Mesh::touch(int index) {
-    touched_[air_index(index)] = true;
-    clock_.touch(index);
-}
-
 bool Mesh::carry_out_one(const Effect& effect, std::string& error) {
-    touch(effect.node);
+    touched_[air_index(effect.node)] = true;
     switch (effect.kind) {
         case EffectKind::link_up:
         case EffectKind::link_down:
@@ -134,6 +128,7 @@ bool Mesh::state_effect(const Effect& effect, std::string& error) {
 
 bool Mesh::process_effect(const Effect& effect, std::string& error) {
     MeshNode& node = *nodes_[air_index(effect.node)];
+    clock_.touch(effect.node);
     if (effect.kind == EffectKind::node_start) {
         return node_start(effect.node, error);
     }
@@ -207,7 +202,7 @@ bool Mesh::air_serve() {
     }
     for (int index = 0; index < node_count(); ++index) {
         if ((sockets[air_index(index)].revents & POLLIN) != 0) {
-            touch(index);
+            touched_[air_index(index)] = true;
             air_serve_one(sockets[air_index(index)].fd, [this, index](const AirRequest& request) {
                 return tool_call(index, request);
             });

@@ -60,10 +60,16 @@ std::vector<std::string> Mesh::uplinks(int index) const {
 // Whether the node or we may have changed a file of it since the last look.
 bool Mesh::has_acted(int index) {
     const std::uint32_t acts = clock_.acts(index);
-    const bool acted = touched_[air_index(index)] || acts_seen_[air_index(index)] != acts;
+    return std::exchange(acts_seen_[air_index(index)], acts) != acts || touched_[air_index(index)];
+}
+
+// The same of its processes.
+bool Mesh::has_started(int index) {
+    const std::uint32_t starts = clock_.starts(index);
+    const bool started = std::exchange(starts_seen_[air_index(index)], starts) != starts;
+    const bool touched = touched_[air_index(index)];
     touched_[air_index(index)] = false;
-    acts_seen_[air_index(index)] = acts;
-    return acted;
+    return started || touched;
 }
 
 NodeObservation Mesh::look_at(int index, const MeshReach& reach) {
@@ -77,6 +83,7 @@ NodeObservation Mesh::look_at(int index, const MeshReach& reach) {
     seen.interfaces = interfaces_of(node.plan());
     const auto before = before_.find(seen.name);
     const bool acted = has_acted(index) || before == before_.end();
+    const bool started = has_started(index) || before == before_.end();
     if (acted) {
         seen.log_lines_lost = node.log_read();
         seen.log = node.log_news();
@@ -86,12 +93,11 @@ NodeObservation Mesh::look_at(int index, const MeshReach& reach) {
     }
     if (acted) {
         seen.status_exists = file_read(node.node().at(STATUS_FILE), &seen.status_text);
-        seen.worker_pid = node.worker();
     } else {
         seen.status_exists = before->second.status_exists;
         seen.status_text = before->second.status_text;
-        seen.worker_pid = before->second.worker_pid;
     }
+    seen.worker_pid = started ? node.worker() : before->second.worker_pid;
     seen.service_aps_up = service_aps_up(in_air);
     seen.uplinks = uplinks(index);
     seen.reaches_root = reach.reaches[air_index(index)];

@@ -1,11 +1,11 @@
 // lab_sh: the recording shell, bound over /bin/sh in a sandbox.
 //
 // `sh -c LINE` is recorded before the real shell takes over in the same process. Any other use is
-// handed on unrecorded. In a mesh, where all nodes share a processor, a line that is one call of a stand-in
-// tool or of openssl is done here: most of what a daemon runs is, and three programs a line would
-// be most of what a mesh costs. Nothing of it outlives the line, which the clock's owner relies on.
-// The preloaded clock is not handed on: what a line starts needs no moved time, and starts faster
-// without it. LAB_REAL_SH names another real shell.
+// handed on unrecorded. In a mesh, where all nodes share a processor, a line that is one call of a
+// stand-in tool or of openssl is done here: most of what a daemon runs is, and three programs a
+// line would be most of what a mesh costs. Nothing of it outlives the line, which the clock's owner
+// relies on. The preloaded clock is not handed on: what a line starts needs no moved time, and
+// starts faster without it. LAB_REAL_SH names another real shell.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -83,6 +83,11 @@ std::optional<lab::ToolCall> openssl_call(const lab::ShellLine& line) {
     return call;
 }
 
+// A line that waits for the air counts as ended meanwhile.
+void air_wait_note(bool begins) {
+    begins ? lab::own_line_end() : lab::own_line_begin();
+}
+
 // Does the line and ends; comes back when a real shell has to do it.
 void line_do(const std::string& root, const char* text) {
     const std::optional<lab::ShellLine> line = lab::shell_line_parse(text);
@@ -91,7 +96,8 @@ void line_do(const std::string& root, const char* text) {
     }
     std::optional<lab::ToolCall> call = openssl_call(*line);
     const bool is_tool = !call && !line->has_input && is_stand_in(line->words[0]);
-    if (!call && !is_tool) {
+    const bool other_grep = !line->wanted.empty() && is_stand_in("grep");
+    if ((!call && !is_tool) || other_grep) {
         return;
     }
     // As a shell does, before the program runs.
@@ -104,9 +110,14 @@ void line_do(const std::string& root, const char* text) {
     if (is_tool) {
         call.emplace();
         call->root = root;
+        call->air_wait_note = air_wait_note;
         call->tool = lab::tool_base_name(line->words[0]);
         call->words.assign(line->words.begin() + 1, line->words.end());
         lab::tool_call_run(&*call);
+    }
+    if (!line->wanted.empty()) {
+        call->out = lab::lines_with(call->out, line->wanted);
+        call->exit_code = call->out.empty() ? 1 : 0;
     }
     put(STDERR_FILENO, call->err);
     put(out, call->out);
@@ -134,6 +145,8 @@ int main(int argc, char** argv) {
     if (line != nullptr && lab::own_exact()) {
         line_do(root == nullptr ? "" : root, line);
     }
+    // What a real shell starts may outlive the line.
+    lab::own_handed_note();
     unsetenv("LD_PRELOAD");
     const char* named = std::getenv("LAB_REAL_SH");
     const std::array<std::string, 3> shells = {named == nullptr ? "" : named, lab::LAB_REAL_SHELL,

@@ -1,5 +1,7 @@
 #include "lab/tools/shell_line.h"
 
+#include <algorithm>
+
 namespace lab {
 namespace {
 
@@ -11,6 +13,7 @@ struct Piece {
 
 constexpr std::string_view OPERATORS = "|>&";
 constexpr std::string_view SPECIAL_BARE = "$`\\\"'|>&<;()*?[]#~{}!\n\t";
+constexpr std::string_view SPECIAL_TO_GREP = "\\.*[]^$\n";
 constexpr std::string_view SPECIAL_IN_QUOTES = "$`\\\"";
 
 // Takes a quoted piece off the front; false where it has no end or is more than text.
@@ -74,7 +77,24 @@ bool is_word(const Piece& piece, std::string_view text) {
     return !piece.is_operator && piece.text == text;
 }
 
+bool is_plain_to_grep(const Piece& word) {
+    return !word.is_operator && !word.text.empty() && word.text.front() != '-' &&
+           word.text.find_first_of(SPECIAL_TO_GREP) == std::string::npos;
+}
+
 }  // namespace
+
+std::string lines_with(std::string_view text, std::string_view word) {
+    std::string found;
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(text.size(), line.size() + 1));
+        if (line.find(word) != std::string_view::npos) {
+            found.append(line).push_back('\n');
+        }
+    }
+    return found;
+}
 
 std::optional<ShellLine> shell_line_parse(std::string_view text) {
     std::optional<std::vector<Piece>> found = pieces_of(text);
@@ -98,6 +118,11 @@ std::optional<ShellLine> shell_line_parse(std::string_view text) {
         !pieces.back().is_operator) {
         line.out = pieces.back().text;
         pieces.resize(pieces.size() - 2);
+    }
+    if (pieces.size() > 3 && is_operator(pieces[pieces.size() - 3], "|") &&
+        is_word(pieces[pieces.size() - 2], "grep") && is_plain_to_grep(pieces.back())) {
+        line.wanted = pieces.back().text;
+        pieces.resize(pieces.size() - 3);
     }
     for (const Piece& piece : pieces) {
         // "2> FILE" is about another stream, "NAME=VALUE" about the environment.

@@ -64,7 +64,13 @@ bool answer_from_air(ToolCall* call) {
     if (!air_is_asked(call->tool) || !path_exists(air_socket_path(call->root))) {
         return false;
     }
+    if (call->air_wait_note != nullptr) {
+        call->air_wait_note(true);
+    }
     const AirReply reply = air_ask(call->root, {call->tool, call->words});
+    if (call->air_wait_note != nullptr) {
+        call->air_wait_note(false);
+    }
     if (!reply.local) {
         take_over(call, reply.answer);
     }

@@ -18,6 +18,7 @@ struct ToolCall {
     std::string out;                     // standard output
     std::string err;                     // standard error
     int exit_code = 0;
+    void (*air_wait_note)(bool begins) = nullptr;  // called around the wait for the air
 };
 
 // The word at `index` of `words`, or an empty text.

@@ -36,6 +36,21 @@ TEST_F(ShellLine, keeps_what_echo_hands_on_and_what_runs_in_the_background) {
     EXPECT_TRUE(led->in_background);
 }
 
+TEST_F(ShellLine, knows_a_search_for_a_plain_word_behind_it) {
+    const auto line = lab::shell_line_parse("iwconfig ath0 | grep Not-Associated > /tmp/o");
+    ASSERT_TRUE(line);
+    EXPECT_THAT(line->words, ElementsAre("iwconfig", "ath0"));
+    EXPECT_EQ(line->wanted, "Not-Associated");
+    EXPECT_EQ(line->out, "/tmp/o");
+}
+
+TEST_F(ShellLine, lets_through_what_grep_would) {
+    EXPECT_EQ(lab::lines_with("one\ntwo\nbone", "one"), "one\nbone\n");
+    EXPECT_EQ(lab::lines_with("\n\none", "one"), "one\n");
+    EXPECT_EQ(lab::lines_with("two\n", "one"), "");
+    EXPECT_EQ(lab::lines_with("", "one"), "");
+}
+
 class LeftToAShell : public testing::TestWithParam<const char*> {};
 
 TEST_P(LeftToAShell, is_whatever_is_more_than_one_call) {
@@ -47,7 +62,9 @@ INSTANTIATE_TEST_SUITE_P(All, LeftToAShell,
                                          "uci get `x`", "uci get \"a\\b\"", "uci 'get", "a | b",
                                          "echo a | b", "a 2> /tmp/x > /tmp/y", "a >> b", "a > b c",
                                          "a && b", "A=b c", "a <b", "(a)", "a *", "# a", "a & b",
-                                         "echo -n 'a\\n' | b", "a\nb", "~/a"));
+                                         "echo -n 'a\\n' | b", "a | grep -v b", "a | grep b*",
+                                         "a | grep b | grep c", "a | grep b c", "a | grep ''",
+                                         "a\nb", "~/a"));
 
 class OpensslTest : public ToolsTest {
 protected:
