@@ -23,15 +23,17 @@ bool become(pid_t thread, int policy, int priority) {
 }  // namespace
 
 std::unique_ptr<ProcessorPlace> ProcessorPlace::take() {
-    std::unique_ptr<ProcessorPlace> place(new ProcessorPlace);
+    cpu_set_t before;
     cpu_set_t here;
     CPU_ZERO(&here);
     const int processor = sched_getcpu();
     if (processor < 0 || processor >= CPU_SETSIZE || sched_getscheduler(0) != SCHED_OTHER ||
-        sched_getaffinity(0, sizeof place->before_, &place->before_) != 0) {
+        sched_getaffinity(0, sizeof before, &before) != 0) {
         return nullptr;
     }
     CPU_SET(static_cast<unsigned>(processor), &here);
+    std::unique_ptr<ProcessorPlace> place(new ProcessorPlace);
+    place->before_ = before;
     place->owner_ = gettid();
     // Made before the caller is bound: it may run anywhere.
     place->watcher_ = std::thread([&watched = *place] { watched.watch(); });

@@ -206,6 +206,22 @@ DoctorRow watch_row() {
             "use a kernel with CONFIG_HAVE_ARCH_TRACEHOOK, outside restrictive containers"};
 }
 
+/// Whether the nodes of a mesh may share a processor on which they come first.
+DoctorRow order_row() {
+    const std::string name = "real-time order";
+    sched_param first{};
+    first.sched_priority = 2;
+    const sched_param none{};
+    const bool allowed = sched_setscheduler(0, SCHED_FIFO, &first) == 0;
+    sched_setscheduler(0, SCHED_OTHER, &none);
+    if (allowed) {
+        return good(name, "meshes are moved exactly");
+    }
+    return {name, DoctorMark::less, "not allowed",
+            "meshes are slower, and those of eight and more nodes not the same every time",
+            "run as root, or raise `ulimit -Hr` to 2"};
+}
+
 std::int64_t free_megabytes() {
     FILE* const file = fopen("/proc/meminfo", "re");
     std::array<char, 256> line{};
@@ -244,6 +260,7 @@ DoctorReport doctor_report(const std::string& programs) {
     }
     report.rows.push_back(descriptors_row());
     report.rows.push_back(watch_row());
+    report.rows.push_back(order_row());
     const int cores = cores_allowed();
     const std::int64_t free_mb = free_megabytes();
     report.nodes = doctor_nodes(cores, free_mb, most_descriptors());

@@ -13,9 +13,9 @@ namespace {
 
 // Those that the preloaded clock stands before (lab/clock/clock_preload.cpp, acts_preload.cpp).
 const std::set<std::string, std::less<>> NOTED = {
-    "fork",   "gettimeofday",   "ioctl",           "open",   "popen", "recvfrom",
-    "remove", "rename",         "select",          "sendto", "sleep", "system",
-    "time",   "timerfd_create", "timerfd_settime", "unlink"};
+    "fork",           "gettimeofday",    "ioctl",  "open",   "pclose", "popen",  "recvfrom",
+    "remove",         "rename",          "select", "sendto", "sleep",  "system", "time",
+    "timerfd_create", "timerfd_settime", "unlink"};
 
 // Those that change no file, start no program and wait for nothing of the machine. What they let
 // run in the node itself has run before the owner does.

@@ -70,14 +70,14 @@ TEST(ScenarioGenerate, refuses_shapes_and_numbers_it_does_not_know) {
     EXPECT_FALSE(scenario_generate("lin", one, &scenario, error));
     EXPECT_EQ(error, "`lin` is no shape (did you mean `line`?)");
     EXPECT_FALSE(scenario_generate("line", none, &scenario, error));
-    EXPECT_EQ(error, "`0` is no number of nodes from 1 to 128");
+    EXPECT_EQ(error, "`0` is no number of nodes from 1 to 250");
     EXPECT_FALSE(scenario_generate("tree", one, &scenario, error));
     EXPECT_EQ(error, "say `tree CHILDREN GRANDCHILDREN`");
     const std::vector<std::string> one_more = {std::to_string(MOST_NODES + 1)};
     EXPECT_FALSE(scenario_generate("star", one_more, &scenario, error));
-    EXPECT_EQ(error, "`129` is no number of nodes from 1 to 128");
+    EXPECT_EQ(error, "`251` is no number of nodes from 1 to 250");
     EXPECT_FALSE(scenario_generate("grid", many, &scenario, error));
-    EXPECT_EQ(error, "a mesh has at most 128 nodes");
+    EXPECT_EQ(error, "a mesh has at most 250 nodes");
 }
 
 }  // namespace

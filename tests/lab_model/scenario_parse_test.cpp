@@ -232,16 +232,16 @@ TEST(ScenarioParse, names_the_limit_that_is_exceeded) {
     EXPECT_EQ(text("interface e1 a BACKHAUL_STA 5 1 256"),
               "`256` is no follow value from 0 to 255\n");
     EXPECT_EQ(text("expect e1 hops 256"), "`256` is no number from 0 to 255\n");
-    EXPECT_EQ(text("star 201"), "`201` is no number of nodes from 1 to 128\n");
+    EXPECT_EQ(text("star 251"), "`251` is no number of nodes from 1 to 250\n");
     EXPECT_EQ(text("node " + std::string(33, 'n') + " extender"),
               "a node's name has at most 32 letters\n");
 }
 
 TEST(ScenarioParse, takes_a_name_and_a_mesh_as_long_as_the_limit_and_no_longer) {
     parsed("node " + std::string(32, 'n') + " extender\n");
-    EXPECT_EQ(parsed("star 128\n").nodes.size(), 128U);
-    EXPECT_EQ(errors_of("star 128\nnode one-more extender\n"),
-              "f:2: a mesh has at most 128 nodes\n");
+    EXPECT_EQ(parsed("star 250\n").nodes.size(), 250U);
+    EXPECT_EQ(errors_of("star 250\nnode one-more extender\n"),
+              "f:2: a mesh has at most 250 nodes\n");
 }
 
 TEST(ScenarioParse, refuses_one_step_more_than_the_limit) {

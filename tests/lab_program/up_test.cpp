@@ -118,8 +118,8 @@ TEST_F(Up, refuses_a_second_mesh_at_the_same_place) {
 
 TEST_F(Up, asks_for_the_numbers_of_a_shape) {
     EXPECT_EQ(lab_run("up star").out, "backhaul_lab: say `star NODES`\n");
-    EXPECT_EQ(lab_run("chaos line 129").out,
-              "backhaul_lab: `129` is no number of nodes from 1 to 128\n");
+    EXPECT_EQ(lab_run("chaos line 251").out,
+              "backhaul_lab: `251` is no number of nodes from 1 to 250\n");
     EXPECT_THAT(lab_run("check stars.scn").out, HasSubstr("No such file"));
 }
 
