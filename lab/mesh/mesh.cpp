@@ -54,7 +54,9 @@ Mesh::Mesh(Scenario scenario, MeshOptions options)
     : scenario_(std::move(scenario)),
       options_(std::move(options)),
       air_(air_from_scenario(scenario_, NODE_START_TIME)),
-      started_(NODE_START_TIME) {}
+      started_(NODE_START_TIME) {
+    rules_.islands.patience = scenario_.island_seconds;
+}
 
 std::unique_ptr<Mesh> Mesh::make(const Scenario& scenario, const MeshOptions& options,
                                  std::string& error) {

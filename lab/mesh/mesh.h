@@ -95,6 +95,9 @@ public:
     const CauseHistories& causes() const {
         return rules_.causes;
     }
+    IslandSummary islands() const {
+        return islands_summary(rules_.islands, observation_.time);
+    }
     const OutageBook& outages() const {
         return outages_;
     }

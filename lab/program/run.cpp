@@ -139,6 +139,11 @@ Json outages_json(const Run& run) {
         {"count", all.count}, {"seconds", all.total}, {"worst", all.worst}, {"median", all.median}};
 }
 
+Json islands_json(const Run& run) {
+    const IslandSummary all = run.mesh->islands();
+    return {{"count", all.count}, {"seconds", all.seconds}, {"longest", all.longest}};
+}
+
 Json causes_json(const Run& run) {
     Json causes = Json::array();
     for (const CauseCount& count : causes_count(run.mesh->causes())) {
@@ -277,6 +282,7 @@ Json run_json(const Run& run) {
             {"causes", causes_json(run)},
             {"remarks", remarks_json(run_remarks(run))},
             {"outages", outages_json(run)},
+            {"islands", islands_json(run)},
             {"switches", switches_of(*run.mesh)},
             {"evidence", run.evidence},
             {"again", run_again_command(run)},
@@ -289,6 +295,10 @@ std::string chaos_summary(const Run& run) {
     std::string text = "worst outage " + duration_text(all.worst) + ", median " +
                        duration_text(all.median) + ", " + std::to_string(all.count) + " outages, " +
                        std::to_string(switches_of(*run.mesh)) + " switches\n";
+    if (const IslandSummary islands = run.mesh->islands(); islands.count > 0) {
+        text += std::to_string(islands.count) + " islands, " + duration_text(islands.seconds) +
+                " of them in all, the longest " + duration_text(islands.longest) + "\n";
+    }
     for (const RuleCount& count : rules_count(run.mesh->violations())) {
         if (count.known + count.unknown > 0) {
             text += "rule " + std::string(count.rule) + ": broken " +

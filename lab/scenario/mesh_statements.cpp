@@ -106,6 +106,11 @@ bool boot_read(Words words, Scenario* scenario, std::string& error) {
                                             &scenario->boot_seconds, error);
 }
 
+bool island_read(Words words, Scenario* scenario, std::string& error) {
+    return words.size() == 1 && number_read(words[0], "number of seconds", 1, MOST_SECONDS,
+                                            &scenario->island_seconds, error);
+}
+
 bool channels_read(Words words, Scenario* scenario, std::string& error) {
     std::vector<int> channels;
     for (const std::string& word : words) {

@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "lab/rules/islands.h"
 #include "lab/sandbox/limits.h"
 #include "lab/scenario/condition.h"
 #include "lab/scenario/verb.h"
@@ -94,7 +95,8 @@ struct Scenario {
     std::uint32_t seed = 1;
     int association_seconds = DEFAULT_ASSOCIATION_SECONDS;  // from searching to associated
     int boot_seconds = DEFAULT_BOOT_SECONDS;                // from power to the daemon's start
-    std::vector<int> channels = {100, 116, 132, 140};       // of the upper 5 GHz radio
+    int island_seconds = DEFAULT_ISLAND_SECONDS;       // ready without a root for longer: an island
+    std::vector<int> channels = {100, 116, 132, 140};  // of the upper 5 GHz radio
     std::vector<ScenarioNode> nodes;
     std::vector<ScenarioHearing> hearings;
     std::vector<std::pair<std::string, std::string>> cables;  // plugged in from the start

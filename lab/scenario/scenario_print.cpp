@@ -33,6 +33,9 @@ void head_add(std::string* text, const Scenario& scenario) {
     if (scenario.boot_seconds != usual.boot_seconds) {
         line_add(text, {"boot-time", std::to_string(scenario.boot_seconds)});
     }
+    if (scenario.island_seconds != usual.island_seconds) {
+        line_add(text, {"island-time", std::to_string(scenario.island_seconds)});
+    }
     if (scenario.channels != usual.channels) {
         std::vector<std::string> words = {"channels"};
         for (const int channel : scenario.channels) {

@@ -14,6 +14,9 @@ constexpr std::array STATEMENTS = {
               association_read},
     Statement{{"boot-time", "boot-time SECONDS", "From power to the daemon's start (20)."},
               boot_read},
+    Statement{{"island-time", "island-time SECONDS",
+               "How long who is ready without a root is ready until it is an island (600)."},
+              island_read},
     Statement{
         {"channels", "channels CHANNEL...", "Channels of the upper 5 GHz radio (100 116 132 140)."},
         channels_read},

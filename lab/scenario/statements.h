@@ -20,6 +20,7 @@ bool mesh_read(std::span<const std::string> words, Scenario* scenario, std::stri
 bool seed_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool association_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool boot_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
+bool island_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool channels_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool node_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool line_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
