@@ -111,6 +111,7 @@ Json steps_json(const Run& run) {
     for (const PlayedStep& played : run.player->played()) {
         const ScenarioStep& step = run.mesh->scenario().steps[played.step];
         steps.push_back({{"line", step.line},
+                         {"file", step.file},
                          {"step", step_print(step)},
                          {"at", played.time},
                          {"waited", played.waited},
@@ -243,7 +244,7 @@ std::vector<Remark> run_remarks(const Run& run) {
     std::vector<Remark> remarks = scenario_remarks(run.mesh->scenario());
     for (const PlayedStep& played : run.player->played()) {
         const ScenarioStep& step = run.mesh->scenario().steps[played.step];
-        if (step.kind == StepKind::verb && !played.text.empty()) {
+        if (step.kind == StepKind::verb && played.good && !played.text.empty()) {
             remarks.push_back({step.line, step_print(step) + " changed nothing: " + played.text});
         }
     }

@@ -127,7 +127,7 @@ std::vector<Violation> rules_check(RulesMemory* memory, const Observation& obser
     return violations;
 }
 
-std::vector<RuleCount> rules_count(const std::vector<Violation>& violations) {
+std::vector<RuleCount> rules_count(std::span<const Violation> violations) {
     std::vector<RuleCount> counts;
     for (const std::string_view name : RULE_NAMES) {
         RuleCount count{name};

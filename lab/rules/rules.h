@@ -58,6 +58,6 @@ struct RuleCount {
     int known = 0;
     int unknown = 0;
 };
-std::vector<RuleCount> rules_count(const std::vector<Violation>& violations);
+std::vector<RuleCount> rules_count(std::span<const Violation> violations);
 
 }  // namespace lab

@@ -90,7 +90,10 @@ Cause rootless_cause(const Look& look) {
         }
         at = above;
     }
-    return Cause::cable_to_nowhere;
+    const NodeObservation* const above = node_find(look.all, at->above);
+    return above != nullptr && goes_by_cable(*above) && above->above == at->name
+               ? Cause::cable_between
+               : Cause::cable_to_nowhere;
 }
 
 // The longest way of a sound daemon: the worker starts (10 s, and 5 of INIT), a switch fails, every

@@ -27,8 +27,11 @@ bool line_read(std::span<const std::string> words, Scenario* scenario, std::stri
 bool star_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool tree_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool grid_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
+bool group_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool hears_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool cable_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
+// Only says why not: whoever reads files includes them (scenario_parse).
+bool include_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 
 // One node, which the first word names.
 bool options_read(std::span<const std::string> words, Scenario* scenario, std::string& error);

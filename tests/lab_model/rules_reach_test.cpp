@@ -49,6 +49,17 @@ TEST_F(Rules, ready_needs_root_knows_a_cable_above_that_leads_nowhere) {
                               "below e2 (a cable is taken as the backhaul wherever it leads)"}));
 }
 
+TEST_F(Rules, ready_needs_root_knows_a_cable_that_both_take_for_their_way_up) {
+    begin_below_e2();
+    node.uplinks = other.uplinks = {"eth"};
+    other.above = "e1";
+    pass(62);
+    EXPECT_EQ(taken(), (Texts{"cable: the cable carries traffic, but eth is down",
+                              "ready-needs-root: ready for over 60 s without a way to a root, "
+                              "below e2 (two extenders take the cable between them as the "
+                              "backhaul, each by way of the other)"}));
+}
+
 TEST_F(Rules, ready_needs_root_excuses_nobody_below_a_node_that_does_nothing) {
     begin_below_e2();
     pass(62);
