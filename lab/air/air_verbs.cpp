@@ -87,21 +87,34 @@ int some_root(const Air& air) {
     return NOBODY;
 }
 
+bool has_cable(const Air& air, int node) {
+    return std::ranges::any_of(air.cables,
+                               [node](const AirCable& cable) { return cable.from == node; });
+}
+
 void cable_in(const Deed& deed) {
     const int to =
         deed.verb.peer.empty() ? some_root(*deed.air) : air_node_find(*deed.air, deed.verb.peer);
-    const bool has_one =
-        std::any_of(deed.air->cables.begin(), deed.air->cables.end(),
-                    [&deed](const AirCable& cable) { return cable.from == deed.node; });
+    const bool has_one = has_cable(*deed.air, deed.node);
     if (has_one || to == NOBODY || to == deed.node) {
         *deed.note = has_one ? deed.verb.node + " has a cable already"
                              : "there is no root to lead a cable to";
         return;
     }
-    AirCable cable;
-    cable.from = deed.node;
-    cable.to = to;
-    deed.air->cables.push_back(cable);
+    deed.air->cables.push_back({deed.node, to});
+}
+
+// One cable, up from either end: each agent finds a port that came up, and no more.
+void cable_between(const Deed& deed) {
+    const int peer = air_node_find(*deed.air, deed.verb.peer);
+    for (const int end : {deed.node, peer}) {
+        if (has_cable(*deed.air, end)) {
+            *deed.note = deed.air->nodes[air_index(end)].name + " has a cable already";
+            return;
+        }
+    }
+    deed.air->cables.push_back({deed.node, peer});
+    deed.air->cables.push_back({peer, deed.node});
 }
 
 void cable_out(const Deed& deed) {
@@ -115,11 +128,19 @@ void cable_out(const Deed& deed) {
         *deed.note = deed.verb.node + " has no such cable";
         return;
     }
-    air_cable_lose(&*pulled, deed.effects);
-    if (pulled->up) {
-        deed.effects->push_back(effect_fifo(deed.node, "eth_lost"));
-    }
-    cables.erase(pulled);
+    const int from = pulled->from;
+    const int to = pulled->to;
+    std::erase_if(cables, [&](AirCable& cable) {
+        const bool is_it =
+            (cable.from == from && cable.to == to) || (cable.from == to && cable.to == from);
+        if (is_it) {
+            air_cable_lose(&cable, deed.effects);
+        }
+        if (is_it && cable.up) {
+            deed.effects->push_back(effect_fifo(cable.from, "eth_lost"));
+        }
+        return is_it;
+    });
 }
 
 void nol_effect(const Deed& deed) {
@@ -166,16 +187,20 @@ void radar(const Deed& deed) {
 }
 
 void clear_radar(const Deed& deed) {
-    if (node_of(deed).struck_channels.empty()) {
-        *deed.note = "radar has taken no channel of " + deed.verb.node;
+    std::set<int>& struck = node_of(deed).struck_channels;
+    const int channel = deed.verb.number;
+    if (struck.empty() || (channel != 0 && !struck.contains(channel))) {
+        *deed.note = "radar has taken " +
+                     (channel == 0 ? "no channel" : "channel " + std::to_string(channel) + " not") +
+                     " of " + deed.verb.node;
         return;
     }
-    node_of(deed).struck_channels.clear();
+    std::erase_if(struck, [channel](int one) { return channel == 0 || one == channel; });
     nol_effect(deed);
     // An AP stays where it is; one without a channel takes the first again.
     for (AirAp& ap : node_of(deed).aps) {
         if (ap.channel == 0) {
-            ap.channel = air_channel_choose(deed.air->channels, {}, ap.band);
+            ap.channel = air_channel_choose(deed.air->channels, struck, ap.band);
         }
     }
 }
@@ -304,6 +329,8 @@ void act(const Deed& deed) {
             return cable_in(deed);
         case VerbKind::cable_out:
             return cable_out(deed);
+        case VerbKind::cable_between:
+            return cable_between(deed);
         case VerbKind::radar:
             return radar(deed);
         case VerbKind::clear_radar:

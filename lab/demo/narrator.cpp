@@ -64,10 +64,14 @@ private:
                 return;
             case StepKind::wait_until:
             case StepKind::expect:
+            case StepKind::always:
+            case StepKind::never:
                 condition(played, step);
                 return;
             case StepKind::verb:
             case StepKind::wait:
+            case StepKind::mark:
+            case StepKind::remember:
                 return;
         }
     }

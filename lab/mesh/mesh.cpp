@@ -54,7 +54,9 @@ Mesh::Mesh(Scenario scenario, MeshOptions options)
     : scenario_(std::move(scenario)),
       options_(std::move(options)),
       air_(air_from_scenario(scenario_, NODE_START_TIME)),
-      started_(NODE_START_TIME) {}
+      started_(NODE_START_TIME) {
+    rules_.islands.patience = scenario_.island_seconds;
+}
 
 std::unique_ptr<Mesh> Mesh::make(const Scenario& scenario, const MeshOptions& options,
                                  std::string& error) {
@@ -104,25 +106,42 @@ bool Mesh::second(std::string& error) {
     return look(error);
 }
 
+Mesh::Moment Mesh::moment() const {
+    Moment moment{started_ + passed(), violations_.size(), {}};
+    for (const auto& node : nodes_) {
+        moment.places.push_back({node->log_end(), node->shell_end()});
+    }
+    return moment;
+}
+
 bool Mesh::verb(const Verb& verb, std::string* note, std::string& error) {
-    for (std::size_t index = 0; index < nodes_.size(); ++index) {
-        places_[index] = {nodes_[index]->log_end(), nodes_[index]->shell_end()};
+    std::vector<std::string> notes;
+    const bool good = verbs({&verb, 1}, &notes, error);
+    *note = notes[0];
+    return good;
+}
+
+bool Mesh::verbs(std::span<const Verb> verbs, std::vector<std::string>* notes, std::string& error) {
+    places_ = moment().places;
+    Effects effects;
+    notes->assign(verbs.size(), "");
+    for (std::size_t at = 0; at < verbs.size(); ++at) {
+        const Verb& verb = verbs[at];
+        std::string& note = (*notes)[at];
+        const std::size_t event = events_.size();
+        event_add(verb.node, verb_print(verb));
+        events_[event].is_verb = true;
+        troubled_at_[verb.node] = troubled_at_[verb.peer] = started_ + passed();
+        if (ends_worker(verb)) {
+            worker_end_expect(air_node_find(air_, verb.node));
+        }
+        const Effects of_verb = air_verb(&air_, verb, &note);
+        effects.insert(effects.end(), of_verb.begin(), of_verb.end());
+        if (!note.empty()) {
+            events_[event].text += ": nothing changed, " + note;
+        }
     }
-    const std::size_t event = events_.size();
-    event_add(verb.node, verb_print(verb));
-    events_[event].is_verb = true;
-    troubled_at_[verb.node] = troubled_at_[verb.peer] = started_ + passed();
-    if (ends_worker(verb)) {
-        worker_end_expect(air_node_find(air_, verb.node));
-    }
-    const Effects effects = air_verb(&air_, verb, note);
-    if (!note->empty()) {
-        events_[event].text += ": nothing changed, " + *note;
-    }
-    if (!carry_out(effects, error)) {
-        return false;
-    }
-    return rest(error) && look(error);
+    return carry_out(effects, error) && rest(error) && look(error);
 }
 
 void Mesh::event_add(const std::string& node, const std::string& text) {

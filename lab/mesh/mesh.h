@@ -15,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -50,7 +51,10 @@ public:
     // Lets one second pass.
     bool second(std::string& error);
 
-    // Does a verb whose names have been checked. `note` says why it changed nothing, or is empty.
+    // Does verbs whose names have been checked, all of them before any node takes notice. A note
+    // says why its verb changed nothing, or is empty.
+    bool verbs(std::span<const Verb> verbs, std::vector<std::string>* notes, std::string& error);
+    // The same for one.
     bool verb(const Verb& verb, std::string* note, std::string& error);
 
     // Answers tools that somebody called by hand while no time passes. True when there was one;
@@ -95,6 +99,9 @@ public:
     const CauseHistories& causes() const {
         return rules_.causes;
     }
+    IslandSummary islands() const {
+        return islands_summary(rules_.islands, observation_.time);
+    }
     const OutageBook& outages() const {
         return outages_;
     }
@@ -110,6 +117,23 @@ public:
     };
     const Place& place_of_last_verb(int index) const {
         return places_[air_index(index)];
+    }
+
+    // A moment to look back to: the nodes' time, and how much there was of everything.
+    struct Moment {
+        std::int64_t time = 0;
+        std::size_t violations = 0;
+        std::vector<Place> places;  // by node
+    };
+    Moment moment() const;
+
+    // Moments that a scenario has named; null when there is none of that name yet.
+    void mark_set(const std::string& name) {
+        marks_[name] = moment();
+    }
+    const Moment* mark_find(const std::string& name) const {
+        const auto found = marks_.find(name);
+        return found == marks_.end() ? nullptr : &found->second;
     }
 
     // Interfaces of the node over which frames pass upwards.
@@ -171,6 +195,7 @@ private:
     OutageBook outages_;
     std::vector<MeshEvent> events_;
     std::vector<Place> places_;
+    std::map<std::string, Moment> marks_;
     std::set<int> rebooted_;                           // since the last look
     std::map<int, std::int64_t> worker_end_expected_;  // until when; over when the worker changed
     std::map<std::string, NodeObservation> before_;

@@ -18,6 +18,7 @@ struct Question {
     const Condition& condition;
     int index;
     std::string* found;
+    const Mesh::Moment* since;  // null: where the condition looks from by itself
 };
 
 const std::string& root_of(const Question& question) {
@@ -31,12 +32,6 @@ NodeObservation seen_of(const Question& question) {
     return index < nodes.size() ? nodes[index] : NodeObservation{};
 }
 
-bool answer(const Question& question, const std::string& what, const std::string& is,
-            const std::string& wanted) {
-    *question.found = what + " is " + (is.empty() ? "nothing" : is);
-    return is == wanted;
-}
-
 std::string in_one_line(std::string text) {
     text = without_line_end(text);
     std::replace(text.begin(), text.end(), '\n', ' ');
@@ -47,12 +42,12 @@ std::string first_of(const std::vector<std::string>& names) {
     return names.empty() ? "none" : names.front();
 }
 
-bool status_holds(const Question& question) {
+std::string status_of(const Question& question) {
     std::string text;
     file_read(question.mesh.node(question.index).node().at("/tmp/backhaul_status"), &text);
     text = without_line_end(text);
     std::replace(text.begin(), text.end(), ' ', '-');
-    return answer(question, "status", text, question.condition.text);
+    return text;
 }
 
 bool is_in_state(const Question& question, std::int64_t state) {
@@ -73,33 +68,25 @@ bool is_in_state(const Question& question, std::int64_t state) {
     return holds;
 }
 
-bool parent_holds(const Question& question) {
-    const AirPaths paths = air_paths(question.mesh.air());
-    const int parent = paths.parent[air_index(question.index)];
-    return answer(question, "parent",
-                  parent == NOBODY ? "none" : question.mesh.air().nodes[air_index(parent)].name,
-                  question.condition.text);
+std::string parent_of(const Question& question) {
+    const int parent = air_paths(question.mesh.air()).parent[air_index(question.index)];
+    return parent == NOBODY ? "none" : question.mesh.air().nodes[air_index(parent)].name;
 }
 
-bool hops_hold(const Question& question) {
+std::string hops_of(const Question& question) {
     const int hops = air_paths(question.mesh.air()).hops[air_index(question.index)];
-    return answer(question, "hops", hops == NOBODY ? "none" : std::to_string(hops),
-                  std::to_string(question.condition.number));
+    return hops == NOBODY ? "none" : std::to_string(hops);
 }
 
 // As the worker decides it at its start: by the mode file, else by its command line.
-bool role_holds(const Question& question) {
+std::string role_of(const Question& question) {
     const MeshNode& node = question.mesh.node(question.index);
     std::string word;
     file_read(node.node().at(MODE_FILE_PATH), &word);
     word = without_line_end(word);
     const bool as_root = word == MODE_MASTER || (word != MODE_SLAVE && node.started_as_root());
     const bool runs = seen_of(question).worker_pid != 0;
-    return answer(question, "role",
-                  !runs     ? ""
-                  : as_root ? "root"
-                            : "extender",
-                  question.condition.text);
+    return !runs ? "" : as_root ? "root" : "extender";
 }
 
 bool file_holds(const Question& question) {
@@ -113,9 +100,14 @@ bool file_holds(const Question& question) {
     return text.find(question.condition.text) != std::string::npos;
 }
 
+const Mesh::Place& place_of(const Question& question) {
+    return question.since == nullptr ? question.mesh.place_of_last_verb(question.index)
+                                     : question.since->places[air_index(question.index)];
+}
+
 bool log_has(const Question& question) {
     const MeshNode& node = question.mesh.node(question.index);
-    const std::uint64_t from = question.mesh.place_of_last_verb(question.index).log;
+    const std::uint64_t from = place_of(question).log;
     std::uint64_t number = node.log_first();
     for (const LogEntry& entry : node.log()) {
         if (number++ >= from && entry.text.find(question.condition.text) != std::string::npos) {
@@ -129,8 +121,7 @@ bool log_has(const Question& question) {
 
 bool shell_has(const Question& question) {
     const MeshNode& node = question.mesh.node(question.index);
-    for (const std::string& line :
-         node.shell_since(question.mesh.place_of_last_verb(question.index).shell)) {
+    for (const std::string& line : node.shell_since(place_of(question).shell)) {
         if (line.find(question.condition.text) != std::string::npos) {
             *question.found = "ran `" + line.substr(0, LONGEST_FOUND) + "`";
             return true;
@@ -140,9 +131,14 @@ bool shell_has(const Question& question) {
     return false;
 }
 
+OutageSummary outages_of(const Question& question) {
+    return outage_summary(question.mesh.outages(), question.condition.node,
+                          question.mesh.observation().time,
+                          question.since == nullptr ? 0 : question.since->time);
+}
+
 bool outages_hold(const Question& question) {
-    const OutageSummary summary = outage_summary(question.mesh.outages(), question.condition.node,
-                                                 question.mesh.observation().time);
+    const OutageSummary summary = outages_of(question);
     *question.found =
         std::to_string(summary.count) + " outages, the longest " + duration_text(summary.worst);
     return question.condition.kind == ConditionKind::outage
@@ -150,28 +146,68 @@ bool outages_hold(const Question& question) {
                : summary.count <= question.condition.number;
 }
 
-bool holds_at(const Question& question) {
+// Of a condition that asks for one text or number, what is there.
+std::string value_of(const Question& question) {
     const NodeObservation seen = seen_of(question);
     switch (question.condition.kind) {
         case ConditionKind::status:
-            return status_holds(question);
+            return status_of(question);
+        case ConditionKind::uplink:
+            return first_of(seen.uplinks);
+        case ConditionKind::parent:
+            return parent_of(question);
+        case ConditionKind::hops:
+            return hops_of(question);
+        case ConditionKind::service_aps:
+            return seen.service_aps_up.empty() ? "down" : "up";
+        case ConditionKind::led:
+            return led_pattern(root_of(question));
+        case ConditionKind::role:
+            return role_of(question);
+        case ConditionKind::outage:
+            return std::to_string(outages_of(question).worst);
+        case ConditionKind::outages:
+            return std::to_string(outages_of(question).count);
+        case ConditionKind::state:
+        case ConditionKind::parked:
+        case ConditionKind::file:
+        case ConditionKind::no_file:
+        case ConditionKind::log:
+        case ConditionKind::no_log:
+        case ConditionKind::ran:
+        case ConditionKind::not_ran:
+        case ConditionKind::rule:
+            break;
+    }
+    return {};
+}
+
+bool value_holds(const Question& question) {
+    const Condition& condition = question.condition;
+    const std::string wanted = condition.kind == ConditionKind::uplink ? condition.interface
+                               : condition.kind == ConditionKind::hops
+                                   ? std::to_string(condition.number)
+                                   : condition.text;
+    const std::string is = value_of(question);
+    const std::string_view name = condition_table()[static_cast<std::size_t>(condition.kind)].name;
+    *question.found = std::string(name) + " is " + (is.empty() ? "nothing" : is);
+    return is == wanted;
+}
+
+bool holds_at(const Question& question) {
+    switch (question.condition.kind) {
+        case ConditionKind::status:
+        case ConditionKind::uplink:
+        case ConditionKind::parent:
+        case ConditionKind::hops:
+        case ConditionKind::service_aps:
+        case ConditionKind::led:
+        case ConditionKind::role:
+            return value_holds(question);
         case ConditionKind::state:
             return is_in_state(question, question.condition.number);
-        case ConditionKind::uplink:
-            return answer(question, "uplink", first_of(seen.uplinks), question.condition.interface);
-        case ConditionKind::parent:
-            return parent_holds(question);
-        case ConditionKind::hops:
-            return hops_hold(question);
         case ConditionKind::parked:
             return is_in_state(question, CONNECT_PENDING);
-        case ConditionKind::service_aps:
-            return answer(question, "service-aps", seen.service_aps_up.empty() ? "down" : "up",
-                          question.condition.text);
-        case ConditionKind::led:
-            return answer(question, "led", led_pattern(root_of(question)), question.condition.text);
-        case ConditionKind::role:
-            return role_holds(question);
         case ConditionKind::file:
             return file_holds(question);
         case ConditionKind::no_file:
@@ -193,8 +229,10 @@ bool holds_at(const Question& question) {
     return false;
 }
 
-bool rule_holds(const Mesh& mesh, const Condition& condition, std::string* found) {
-    for (const RuleCount& count : rules_count(mesh.violations())) {
+bool rule_holds(const Mesh& mesh, const Condition& condition, const Mesh::Moment* since,
+                std::string* found) {
+    const std::size_t from = since == nullptr ? 0 : since->violations;
+    for (const RuleCount& count : rules_count(std::span(mesh.violations()).subspan(from))) {
         if (count.rule == condition.node) {
             *found = "rule " + condition.node + " was broken " + std::to_string(count.unknown) +
                      " times, and " + std::to_string(count.known) + " times in a known way";
@@ -205,11 +243,18 @@ bool rule_holds(const Mesh& mesh, const Condition& condition, std::string* found
     return false;
 }
 
-}  // namespace
-
-bool mesh_condition_holds(const Mesh& mesh, const Condition& condition, std::string* found) {
+// Whether it is so, or not so, for every node that the condition names.
+bool is_for_every(bool so, const Mesh& mesh, const Condition& condition, std::string* found,
+                  const Mesh::Moment* since) {
+    if (!condition.since.empty()) {
+        since = mesh.mark_find(condition.since);
+        if (since == nullptr) {
+            *found = "the mark " + condition.since + " has not been reached";
+            return false;
+        }
+    }
     if (condition.kind == ConditionKind::rule) {
-        return rule_holds(mesh, condition, found);
+        return rule_holds(mesh, condition, since, found) == so;
     }
     for (int index = 0; index < mesh.node_count(); ++index) {
         const AirNode& node = mesh.air().nodes[air_index(index)];
@@ -220,13 +265,33 @@ bool mesh_condition_holds(const Mesh& mesh, const Condition& condition, std::str
         if (!asked) {
             continue;
         }
-        const bool holds = holds_at({mesh, of_node, index, found});
+        const bool holds = holds_at({mesh, of_node, index, found, since});
         *found = node.name + " " + *found;
-        if (!holds) {
+        if (holds != so) {
             return false;
         }
     }
     return true;
+}
+
+}  // namespace
+
+bool mesh_condition_holds(const Mesh& mesh, const Condition& condition, std::string* found,
+                          const Mesh::Moment* since) {
+    return is_for_every(true, mesh, condition, found, since);
+}
+
+bool mesh_condition_fails(const Mesh& mesh, const Condition& condition, std::string* found,
+                          const Mesh::Moment* since) {
+    return is_for_every(false, mesh, condition, found, since);
+}
+
+std::string mesh_condition_value(const Mesh& mesh, const Condition& condition) {
+    std::string nobody_asks;
+    const Mesh::Moment* const since =
+        condition.since.empty() ? nullptr : mesh.mark_find(condition.since);
+    return value_of(
+        {mesh, condition, air_node_find(mesh.air(), condition.node), &nobody_asks, since});
 }
 
 }  // namespace lab

@@ -12,6 +12,7 @@ namespace lab {
 namespace {
 
 constexpr int NOWHERE = -1;
+constexpr std::string_view CABLE = "eth";
 constexpr char PORT_FORWARDS = '3';
 constexpr std::chrono::seconds PORT_PATIENCE{60};  // the kernel may be busy with other networks
 constexpr useconds_t PORT_PAUSE = 100;
@@ -193,9 +194,17 @@ bool MeshNetwork::carries(int node, const std::string& interface) const {
     return found != wires_.end() && (found->second.plugged_to != NOWHERE || found->second.held);
 }
 
+// A cable that both its nodes take for their way up is one cable all the same.
+bool MeshNetwork::closes_loop(const Key& key, const Wire& wire) const {
+    const auto other_end = wires_.find({wire.peer, key.second});
+    const bool is_same_cable = key.second == CABLE && other_end != wires_.end() &&
+                               other_end->second.plugged_to == key.first;
+    return wire.held && !is_same_cable;
+}
+
 int MeshNetwork::loop_at() const {
     for (const auto& [key, wire] : wires_) {
-        if (wire.held) {
+        if (closes_loop(key, wire)) {
             return key.first;
         }
     }
@@ -204,7 +213,7 @@ int MeshNetwork::loop_at() const {
 
 bool MeshNetwork::loop_shut(std::string& error) {
     for (auto& [key, wire] : wires_) {
-        if (wire.held && !plug(&wire, wire.peer, error)) {
+        if (closes_loop(key, wire) && !plug(&wire, wire.peer, error)) {
             return false;
         }
     }

@@ -77,6 +77,7 @@ private:
     bool settle(const Key& key, std::string& error);
     bool settle_held(std::string& error);
     bool connected(int one, int other) const;
+    bool closes_loop(const Key& key, const Wire& wire) const;
     bool wire_make(int node, Wire* wire, std::string& error);
     bool plug(Wire* wire, int peer, std::string& error);
 

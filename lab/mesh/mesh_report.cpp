@@ -143,7 +143,7 @@ std::string last_failed(const Mesh& mesh, const Player& player) {
     for (auto played = player.played().rbegin(); played != player.played().rend(); ++played) {
         if (!played->good) {
             const ScenarioStep& step = mesh.scenario().steps[played->step];
-            return std::to_string(step.line) + ": " + step_print(step) + " - " + played->text;
+            return step_place(step, "") + ": " + step_print(step) + " - " + played->text;
         }
     }
     return {};
@@ -266,8 +266,9 @@ std::string differences_text(const Mesh& mesh, const Player& player, const std::
     for (const PlayedStep& played : player.played()) {
         if (!played.good) {
             const ScenarioStep& step = mesh.scenario().steps[played.step];
-            text += file + ":" + std::to_string(step.line) + ": " + step_print(step) + "\n    at " +
-                    duration_text(played.time) + ": " + played.text + "\n";
+            text += step_place(step, file) + ": " + step_print(step) + "\n    at " +
+                    duration_text(played.time) + ": " + played.text +
+                    (played.done.empty() ? "" : " (" + played.done + ")") + "\n";
         }
     }
     return text;

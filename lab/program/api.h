@@ -70,7 +70,8 @@ inline constexpr std::array API = {
            "Who hears whom: air has a, b, band (2, 5l or 5h) and signal in dBm; cables have node, "
            "peer and up."},
     ApiRow{ApiAction::steps, "GET", "/steps", "", "steps", "",
-           "The scenario's steps. Each has line, text, fate (waiting, good or failed), and once it "
+           "The scenario's steps. Each has line, file (that was included, or empty), text, fate "
+           "(waiting, good or failed), and once it "
            "is over seconds and found, which is what a condition saw."},
     ApiRow{ApiAction::verbs, "GET", "/verbs", "", "verbs", "",
            "What can be done. Each has name, usage and help."},

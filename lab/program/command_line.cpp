@@ -15,6 +15,7 @@ namespace {
 constexpr int MOST_LINES = 1000000;
 constexpr int MOST_CHAOS_HOURS = 10000;
 constexpr int MOST_MINUTES = 10000;
+constexpr int MOST_ISLAND_SECONDS = 100000;
 
 void speed_option_add(CLI::App& command, Arguments& arguments) {
     const auto read = [&arguments](const std::string& word) {
@@ -83,6 +84,9 @@ void option_add(CLI::App& command, const std::string& name, Arguments& arguments
         number(arguments.hours, 1, MOST_CHAOS_HOURS, "Hours of the mesh's time (24)");
     } else if (name == "--minutes") {
         number(arguments.minutes, 1, MOST_MINUTES, "Ends the run after so many real minutes");
+    } else if (name == "--island") {
+        number(arguments.island, 1, MOST_ISLAND_SECONDS,
+               "Seconds of being ready without a root that make an island (600)");
     } else if (name == "--until") {
         command.add_option(name, arguments.until, "Ends the run when this rule is broken")
             ->type_name("RULE")

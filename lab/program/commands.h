@@ -20,13 +20,14 @@ struct Arguments {
     bool colour_never = false;
     std::optional<double> speed;
     std::optional<std::uint32_t> seed;
-    std::string socket;               // empty: the usual place
-    std::string shell;                // of -c; empty: an interactive one
-    std::string evidence;             // folder; empty: the usual place
-    std::string logs;                 // folder for the nodes' flow logs; empty: none are left
-    int lines = 0;                    // 0: all
-    std::string rule;                 // that has to be broken
-    std::string node;                 // where; empty: anywhere
+    int island = 0;        // seconds until who has no root is on an island; 0: as the scenario says
+    std::string socket;    // empty: the usual place
+    std::string shell;     // of -c; empty: an interactive one
+    std::string evidence;  // folder; empty: the usual place
+    std::string logs;      // folder for the nodes' flow logs; empty: none are left
+    int lines = 0;         // 0: all
+    std::string rule;      // that has to be broken
+    std::string node;      // where; empty: anywhere
     std::vector<std::string> seen;    // parts of lines
     std::vector<std::string> unseen;  // parts of no line
     std::string output;               // file; empty: standard output

@@ -1,6 +1,7 @@
 #include "lab/program/control.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 
 #include "lab/rules/link_tracker.h"
@@ -47,6 +48,10 @@ std::optional<Answer> job_go_on(Control& control, const Job& job) {
             return answer_say(HttpStatus::good, "");
         case StepKind::chapter:
         case StepKind::say:
+        case StepKind::always:
+        case StepKind::never:
+        case StepKind::mark:
+        case StepKind::remember:
             return answer_say(HttpStatus::good, job.step.text);
         case StepKind::wait_until:
         case StepKind::expect: {
@@ -80,6 +85,14 @@ Outcome step_request(Control& control, int client, const Json& body) {
     std::string error;
     if (!step_parse(words, control.scenario, &step, error)) {
         return say(HttpStatus::bad_request, error);
+    }
+    constexpr std::array TO_LATER_STEPS = {StepKind::always, StepKind::never, StepKind::mark,
+                                           StepKind::remember};
+    if (std::ranges::find(TO_LATER_STEPS, step.kind) != TO_LATER_STEPS.end() ||
+        !step.words.empty()) {
+        return say(HttpStatus::bad_request,
+                   "always, never, mark, remember and $NAME lead from one step of a scenario to "
+                   "another: write them there");
     }
     const Job job{client, step, step.after};
     const std::optional<Answer> answer = job_go_on(control, job);

@@ -20,7 +20,7 @@ namespace {
 
 std::string step_text(const Scenario& scenario, const PlayedStep& played) {
     const ScenarioStep& step = scenario.steps[played.step];
-    return std::to_string(step.line) + ": " + step_print(step) +
+    return step_place(step, "") + ": " + step_print(step) +
            (played.text.empty() ? "" : " - " + played.text);
 }
 

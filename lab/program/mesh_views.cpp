@@ -77,7 +77,10 @@ Json HeldMesh::links() const {
 Json HeldMesh::steps() const {
     Json steps = Json::array();
     for (const ScenarioStep& step : mesh_->scenario().steps) {
-        steps.push_back({{"line", step.line}, {"text", step_print(step)}, {"fate", "waiting"}});
+        steps.push_back({{"line", step.line},
+                         {"text", step_print(step)},
+                         {"fate", "waiting"},
+                         {"file", step.file}});
     }
     for (const PlayedStep& played : player_.played()) {
         Json& step = steps[played.step];

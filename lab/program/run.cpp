@@ -111,6 +111,7 @@ Json steps_json(const Run& run) {
     for (const PlayedStep& played : run.player->played()) {
         const ScenarioStep& step = run.mesh->scenario().steps[played.step];
         steps.push_back({{"line", step.line},
+                         {"file", step.file},
                          {"step", step_print(step)},
                          {"at", played.time},
                          {"waited", played.waited},
@@ -137,6 +138,11 @@ Json outages_json(const Run& run) {
         outage_summary_of_all(run.mesh->outages(), run.mesh->observation().time);
     return {
         {"count", all.count}, {"seconds", all.total}, {"worst", all.worst}, {"median", all.median}};
+}
+
+Json islands_json(const Run& run) {
+    const IslandSummary all = run.mesh->islands();
+    return {{"count", all.count}, {"seconds", all.seconds}, {"longest", all.longest}};
 }
 
 Json causes_json(const Run& run) {
@@ -238,7 +244,7 @@ std::vector<Remark> run_remarks(const Run& run) {
     std::vector<Remark> remarks = scenario_remarks(run.mesh->scenario());
     for (const PlayedStep& played : run.player->played()) {
         const ScenarioStep& step = run.mesh->scenario().steps[played.step];
-        if (step.kind == StepKind::verb && !played.text.empty()) {
+        if (step.kind == StepKind::verb && played.good && !played.text.empty()) {
             remarks.push_back({step.line, step_print(step) + " changed nothing: " + played.text});
         }
     }
@@ -277,6 +283,7 @@ Json run_json(const Run& run) {
             {"causes", causes_json(run)},
             {"remarks", remarks_json(run_remarks(run))},
             {"outages", outages_json(run)},
+            {"islands", islands_json(run)},
             {"switches", switches_of(*run.mesh)},
             {"evidence", run.evidence},
             {"again", run_again_command(run)},
@@ -289,6 +296,10 @@ std::string chaos_summary(const Run& run) {
     std::string text = "worst outage " + duration_text(all.worst) + ", median " +
                        duration_text(all.median) + ", " + std::to_string(all.count) + " outages, " +
                        std::to_string(switches_of(*run.mesh)) + " switches\n";
+    if (const IslandSummary islands = run.mesh->islands(); islands.count > 0) {
+        text += std::to_string(islands.count) + " islands, " + duration_text(islands.seconds) +
+                " of them in all, the longest " + duration_text(islands.longest) + "\n";
+    }
     for (const RuleCount& count : rules_count(run.mesh->violations())) {
         if (count.known + count.unknown > 0) {
             text += "rule " + std::string(count.rule) + ": broken " +

@@ -48,6 +48,7 @@ bool run_chaos_scenario(const Arguments& arguments, const std::vector<std::strin
     options.seed = arguments.seed.value_or(options.seed);
     options.seconds = arguments.hours * SECONDS_AN_HOUR;
     scenario = scenario_chaos(mesh, options);
+    scenario.island_seconds = arguments.island > 0 ? arguments.island : scenario.island_seconds;
     return true;
 }
 
@@ -58,6 +59,7 @@ int check_command(const Arguments& arguments) {
         return complain(arguments, error, EXIT_USAGE);
     }
     scenario.seed = arguments.seed.value_or(scenario.seed);
+    scenario.island_seconds = arguments.island > 0 ? arguments.island : scenario.island_seconds;
     Run run;
     run.title = arguments.words[0];
     OutsidePlace logs;

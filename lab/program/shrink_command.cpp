@@ -71,7 +71,7 @@ Json run_told(const Run& run, bool shows, const ShrinkCondition& condition) {
     told["node"] = broken == nullptr ? condition.node : broken->node;
     told["moments"] = Json::array();
     for (const PlayedStep& played : run.player->played()) {
-        told["moments"].push_back({played.step, played.time});
+        told["moments"].push_back({played.step, played.time, played.done});
     }
     return told;
 }
@@ -160,7 +160,8 @@ bool scenario_begin(const Arguments& arguments, Scenario& scenario, std::string&
 std::vector<StepMoment> moments_of(const Json& told) {
     std::vector<StepMoment> moments;
     for (const Json& one : told["moments"]) {
-        moments.push_back({one[0].get<std::size_t>(), one[1].get<std::int64_t>()});
+        moments.push_back(
+            {one[0].get<std::size_t>(), one[1].get<std::int64_t>(), one[2].get<std::string>()});
     }
     return moments;
 }

@@ -40,7 +40,8 @@ std::vector<Section> vocabulary() {
     return {{"Statements: the mesh", "statements", entries_of(statement_table())},
             {"Steps: what happens, one after the other", "steps", entries_of(step_table())},
             {"Verbs: a step of their own", "verbs", entries_of(verb_table())},
-            {"Conditions of wait-until and expect", "conditions", entries_of(condition_table())}};
+            {"Conditions of wait-until, expect, always and never", "conditions",
+             entries_of(condition_table())}};
 }
 
 Json vocabulary_json(const std::vector<Section>& sections) {

@@ -44,9 +44,18 @@ std::int64_t outage_seconds(const Outage& outage, std::int64_t now) {
     return (outage.to < 0 ? now : outage.to) - outage.from;
 }
 
-OutageSummary outage_summary(const OutageBook& book, const std::string& node, std::int64_t now) {
+OutageSummary outage_summary(const OutageBook& book, const std::string& node, std::int64_t now,
+                             std::int64_t since) {
     const auto found = book.nodes.find(node);
-    return found == book.nodes.end() ? OutageSummary{} : summary_of(found->second.outages, now);
+    if (found == book.nodes.end()) {
+        return {};
+    }
+    std::vector<Outage> outages = found->second.outages;
+    std::erase_if(outages, [since](Outage& outage) {
+        outage.from = std::max(outage.from, since);
+        return outage.to >= 0 && outage.to <= since;
+    });
+    return summary_of(outages, now);
 }
 
 OutageSummary outage_summary_of_all(const OutageBook& book, std::int64_t now) {

@@ -46,8 +46,10 @@ struct OutageSummary {
     bool is_out = false;      // now
 };
 
-// Of one node (all zero when it is unknown) and of all nodes together.
-OutageSummary outage_summary(const OutageBook& book, const std::string& node, std::int64_t now);
+// Of one node (all zero when it is unknown) and of all nodes together. Of an outage that lasted
+// already at `since` the part behind it counts, of earlier ones nothing.
+OutageSummary outage_summary(const OutageBook& book, const std::string& node, std::int64_t now,
+                             std::int64_t since = 0);
 OutageSummary outage_summary_of_all(const OutageBook& book, std::int64_t now);
 
 // "2:03" for 123 seconds, "1:02:03" for more than an hour.

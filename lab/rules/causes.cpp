@@ -24,6 +24,9 @@ constexpr int UNSEEN = 5;
 constexpr int SEEN_TWICE = 7;
 constexpr int SEEN_THRICE = 8;
 
+// What only ever comes because somebody did it: two breaches for each of two nodes, five times.
+constexpr int DONE_ON_PURPOSE = 20;
+
 constexpr std::array CAUSES = {
     CauseRow{Cause::status_emptied, "status-emptied", "the file is emptied before it is written",
              UNSEEN},
@@ -60,6 +63,9 @@ constexpr std::array CAUSES = {
              "extenders that lost the root met and stay ready below each other", SEEN_TWICE},
     CauseRow{Cause::cable_to_nowhere, "cable-to-nowhere",
              "a cable is taken as the backhaul wherever it leads", UNSEEN},
+    CauseRow{Cause::cable_between, "cable-between",
+             "two extenders take the cable between them as the backhaul, each by way of the other",
+             DONE_ON_PURPOSE},
     CauseRow{Cause::parked_hears, "parked-station-hears",
              "the only station that hears a way to the root is parked", UNSEEN},
     CauseRow{Cause::freed_on_cable, "freed-on-cable",

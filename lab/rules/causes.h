@@ -32,6 +32,7 @@ enum class Cause {
     no_eth_record,
     met_below,
     cable_to_nowhere,
+    cable_between,
     parked_hears,
     freed_on_cable,
 };

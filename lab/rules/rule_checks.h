@@ -39,6 +39,8 @@ void rule_cable(const Look& look);
 // About ways to the root.
 void rule_ready_needs_root(const Look& look);
 void rule_liveness(const Look& look);
+// Ready without a way to a root.
+bool is_stranded(const Look& look);
 // What keeps the node's way from a root, as far as that is known.
 Cause rootless_cause(const Look& look);
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "lab/rules/causes.h"
+#include "lab/rules/islands.h"
 #include "lab/rules/link_tracker.h"
 
 namespace lab {
@@ -37,6 +38,7 @@ struct NodeMemory {
 struct RulesMemory {
     std::map<std::string, NodeMemory> nodes;  // by name
     CauseHistories causes;
+    IslandBook islands;
 };
 
 // What the rules know of a node's link states, or null before the first look.

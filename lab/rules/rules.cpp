@@ -20,7 +20,7 @@ constexpr std::array RULES = {
     RuleRow{RULE_PARKED, "a parked station stays parked until the restore releases it"},
     RuleRow{RULE_CABLE, "a cable that carries traffic is taken as the backhaul"},
     RuleRow{RULE_READY_NEEDS_ROOT, "nobody is ready for over 60 s without a way to a root"},
-    RuleRow{RULE_NO_ISLAND, "nobody is ready for over 10 minutes without a way to a root"},
+    RuleRow{RULE_NO_ISLAND, "nobody is ready for over 10 minutes (island-time) without one"},
     RuleRow{RULE_LIVENESS, "who is left in peace and hears a way to a root gets ready in time"},
 };
 
@@ -116,13 +116,18 @@ std::vector<Violation> rules_check(RulesMemory* memory, const Observation& obser
             loop = loop == Cause::none ? loop_cause(looks.back()) : loop;
         }
     }
+    StrandedNodes stranded;
     for (const Look& look : looks) {
         rule_no_loop(look, loop);
+        if (is_stranded(look)) {
+            stranded[look.node.name] = look.node.above;
+        }
     }
+    islands_note(&memory->islands, observation.time, stranded);
     return violations;
 }
 
-std::vector<RuleCount> rules_count(const std::vector<Violation>& violations) {
+std::vector<RuleCount> rules_count(std::span<const Violation> violations) {
     std::vector<RuleCount> counts;
     for (const std::string_view name : RULE_NAMES) {
         RuleCount count{name};

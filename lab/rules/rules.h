@@ -11,7 +11,7 @@
 //   parked        a parked station stays parked until the restore releases it
 //   cable         a cable that carries traffic is taken as the node's backhaul
 //   ready-needs-root  nobody is ready without a way to a root for more than a minute
-//   no-island     nor for more than ten minutes
+//   no-island     nor for more than ten minutes, or what the memory's islands say
 //   liveness      who was left in peace and hears a way to a root is ready in the end
 //
 // Some of what the daemon has to do breaks a rule. Such a breach is told like any other, with the
@@ -58,6 +58,6 @@ struct RuleCount {
     int known = 0;
     int unknown = 0;
 };
-std::vector<RuleCount> rules_count(const std::vector<Violation>& violations);
+std::vector<RuleCount> rules_count(std::span<const Violation> violations);
 
 }  // namespace lab

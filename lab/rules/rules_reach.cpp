@@ -10,7 +10,6 @@ namespace lab {
 namespace {
 
 constexpr std::int64_t ROOT_PATIENCE = 60;
-constexpr std::int64_t ISLAND_PATIENCE = 600;
 // A station that is on searches at once: it joins with the first scans, not with a time limit.
 constexpr std::int64_t JOIN_PATIENCE = 60;
 
@@ -91,7 +90,10 @@ Cause rootless_cause(const Look& look) {
         }
         at = above;
     }
-    return Cause::cable_to_nowhere;
+    const NodeObservation* const above = node_find(look.all, at->above);
+    return above != nullptr && goes_by_cable(*above) && above->above == at->name
+               ? Cause::cable_between
+               : Cause::cable_to_nowhere;
 }
 
 // The longest way of a sound daemon: the worker starts (10 s, and 5 of INIT), a switch fails, every
@@ -105,10 +107,14 @@ std::int64_t liveness_seconds(std::size_t stations) {
            JOIN_PATIENCE + 2 * (*link_limit(STATE_CONFIGURING) + SWEEP);
 }
 
+bool is_stranded(const Look& look) {
+    return !look.node.is_root && !look.node.reaches_root && is_ready(look.memory.tracker);
+}
+
 void rule_ready_needs_root(const Look& look) {
-    const bool rootless = !look.node.reaches_root && is_ready(look.memory.tracker);
+    const bool rootless = is_stranded(look);
     for (const auto& [rule, patience] : {std::pair{RULE_READY_NEEDS_ROOT, ROOT_PATIENCE},
-                                         std::pair{RULE_NO_ISLAND, ISLAND_PATIENCE}}) {
+                                         std::pair{RULE_NO_ISLAND, look.rules.islands.patience}}) {
         if (episode_is_due(look, std::string(rule), rootless, patience)) {
             violation_add(look, rule,
                           "ready for over " + std::to_string(patience) +

@@ -198,6 +198,32 @@ const ConditionRow* row_find(std::string_view name) {
     return nullptr;
 }
 
+std::vector<std::string> condition_names() {
+    std::vector<std::string> names;
+    for (const ConditionRow& row : CONDITIONS) {
+        names.emplace_back(row.name);
+    }
+    return names;
+}
+
+// Takes "since MARK" off the end of at least so many words.
+void since_take(std::size_t least, Words* words, std::string* since) {
+    if (words->size() >= least + 2 && (*words)[words->size() - 2] == "since") {
+        *since = words->back();
+        *words = words->first(words->size() - 2);
+    }
+}
+
+bool since_check(const Condition& condition, std::string& error) {
+    if (condition.since.empty() || condition_looks_back(condition.kind)) {
+        return true;
+    }
+    error = "`" + std::string(CONDITIONS[static_cast<std::size_t>(condition.kind)].name) +
+            "` asks for what is now: `since` stands behind log, no-log, ran, not-ran, outage, "
+            "outages and rule";
+    return false;
+}
+
 void append_word(std::string* text, std::string_view word) {
     text->append(text->empty() ? "" : " ").append(word_quoted(word));
 }
@@ -219,6 +245,9 @@ bool condition_parse(std::span<const std::string> words, Condition* condition, s
         error = "say a node and what is expected of it, such as `e1 status ready`";
         return false;
     }
+    constexpr std::size_t SHORTEST_LOOKING_BACK = 3;  // e1 log TEXT
+    std::string since;
+    since_take(SHORTEST_LOOKING_BACK, &words, &since);
     std::vector<std::string> whole(words.begin(), words.end());
     if (const std::string missing = left_out(words); !missing.empty()) {
         whole.insert(whole.begin() + 1, missing);
@@ -227,10 +256,7 @@ bool condition_parse(std::span<const std::string> words, Condition* condition, s
     const bool is_rule = words[0] == "rule";
     const ConditionRow* const row = row_find(is_rule ? words[0] : words[1]);
     if (row == nullptr || (!is_rule && row->kind == ConditionKind::rule)) {
-        std::vector<std::string> names;
-        for (const ConditionRow& known : CONDITIONS) {
-            names.emplace_back(known.name);
-        }
+        std::vector<std::string> names = condition_names();
         names.insert(names.end(), STATUS_WORDS.begin(), STATUS_WORDS.end());
         error = unknown_word(words[1], "condition", names);
         return false;
@@ -238,13 +264,55 @@ bool condition_parse(std::span<const std::string> words, Condition* condition, s
     *condition = {};
     condition->kind = row->kind;
     condition->node = words[is_rule ? 1 : 0];
+    condition->since = since;
     if (rest_parse(words.subspan(2), condition, error)) {
-        return true;
+        return since_check(*condition, error);
     }
     if (error.empty()) {
         error = "say `" + std::string(row->usage) + "`";
     }
     return false;
+}
+
+bool condition_looks_back(ConditionKind kind) {
+    return kind >= ConditionKind::log && kind <= ConditionKind::rule;
+}
+
+bool condition_has_value(ConditionKind kind) {
+    constexpr std::array WITH_VALUE = {
+        ConditionKind::status, ConditionKind::uplink,  ConditionKind::parent,
+        ConditionKind::hops,   ConditionKind::led,     ConditionKind::role,
+        ConditionKind::outage, ConditionKind::outages, ConditionKind::service_aps};
+    return std::ranges::find(WITH_VALUE, kind) != WITH_VALUE.end();
+}
+
+bool condition_value_parse(Words words, Condition* condition, std::string& error) {
+    std::string since;
+    since_take(2, &words, &since);
+    error.clear();
+    if (words.size() != 2) {
+        return false;
+    }
+    const ConditionRow* const row = row_find(words[1]);
+    if (row == nullptr || !condition_has_value(row->kind)) {
+        std::vector<std::string> names = condition_names();
+        std::erase_if(names, [](const std::string& name) {
+            return !condition_has_value(row_find(name)->kind);
+        });
+        error = "`" + words[1] + "` cannot be remembered" + did_you_mean(words[1], names);
+        return false;
+    }
+    *condition = {};
+    condition->kind = row->kind;
+    condition->node = words[0];
+    condition->since = since;
+    return since_check(*condition, error);
+}
+
+std::string condition_value_print(const Condition& condition) {
+    std::string text = condition.node + " ";
+    text += CONDITIONS[static_cast<std::size_t>(condition.kind)].name;
+    return condition.since.empty() ? text : text + " since " + condition.since;
 }
 
 std::string condition_print(const Condition& condition) {
@@ -274,6 +342,10 @@ std::string condition_print(const Condition& condition) {
     if (!condition.text.empty() || condition.kind == ConditionKind::file ||
         condition.kind == ConditionKind::no_file) {
         append_word(&text, condition.text);
+    }
+    if (!condition.since.empty()) {
+        append_word(&text, "since");
+        append_word(&text, condition.since);
     }
     return text;
 }

@@ -3,7 +3,8 @@
 // "e1 status ready", "e1 state ath0 CONNECT_PENDING", "e1 log \"...\"", "rule one-uplink clean".
 // A condition is a value; whether it holds is for the caller to find out by looking at the node
 // (its files, log, and recorded lines) or at the model. Conditions of LOG, NO_LOG, RAN and
-// NOT_RAN look at what came since the last verb.
+// NOT_RAN look at what came since the last verb, those of outages and rules at all since the start;
+// "since MARK" behind them lets them look at what came since that mark.
 #pragma once
 
 #include <cstdint>
@@ -40,6 +41,7 @@ struct Condition {
     std::string interface;
     std::string text;
     std::int64_t number = 0;
+    std::string since;  // a mark; empty: where it looks from otherwise
 
     bool operator==(const Condition&) const = default;
 };
@@ -59,6 +61,17 @@ std::span<const ConditionRow> condition_table();
 // Reads a condition from its words; "e1 ready" and "e1 BACKHAUL_READY" are short for those with
 // "status" and "state". False with one sentence in `error`.
 bool condition_parse(std::span<const std::string> words, Condition* condition, std::string& error);
+
+// It asks for what came since some moment, not for what is now.
+bool condition_looks_back(ConditionKind kind);
+
+// It can be remembered: one text or number is the answer.
+bool condition_has_value(ConditionKind kind);
+
+// Reads what is to be remembered: "e1 parent", "e1 outages since MARK". As condition_parse.
+bool condition_value_parse(std::span<const std::string> words, Condition* condition,
+                           std::string& error);
+std::string condition_value_print(const Condition& condition);
 
 // The words of the condition, as condition_parse reads them.
 std::string condition_print(const Condition& condition);

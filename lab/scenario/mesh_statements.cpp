@@ -14,15 +14,11 @@ namespace {
 using Words = std::span<const std::string>;  // of a statement, its name left out
 
 constexpr int MOST_SECONDS = 100000;
-constexpr int LAST_CHANNEL = 196;
 
 bool name_is_free(const Scenario& scenario, const std::string& name, std::string& error) {
-    constexpr std::array RESERVED = {"all", "rule", "none"};
-    const bool plain = !name.empty() && std::all_of(name.begin(), name.end(), [](char letter) {
-        return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
-               (letter >= '0' && letter <= '9') || letter == '-' || letter == '_';
-    });
-    if (!plain || std::find(RESERVED.begin(), RESERVED.end(), name) != RESERVED.end()) {
+    constexpr std::array RESERVED = {"all", "rule", "none", "and", "then"};
+    if (!word_is_name(name) ||
+        std::find(RESERVED.begin(), RESERVED.end(), name) != RESERVED.end()) {
         error = "`" + name + "` cannot be a node's name: use letters, digits, - and _";
         return false;
     }
@@ -30,8 +26,10 @@ bool name_is_free(const Scenario& scenario, const std::string& name, std::string
         error = "a node's name has at most " + std::to_string(LONGEST_NODE_NAME) + " letters";
         return false;
     }
-    if (scenario_node_find(scenario, name) != nullptr) {
-        error = "there is a node `" + name + "` already";
+    const bool is_group = scenario.names.groups.contains(name);
+    if (is_group || scenario_node_find(scenario, name) != nullptr) {
+        error =
+            std::string("there is a ") + (is_group ? "group" : "node") + " `" + name + "` already";
         return false;
     }
     if (scenario.nodes.size() >= MOST_NODES) {
@@ -106,6 +104,11 @@ bool boot_read(Words words, Scenario* scenario, std::string& error) {
                                             &scenario->boot_seconds, error);
 }
 
+bool island_read(Words words, Scenario* scenario, std::string& error) {
+    return words.size() == 1 && number_read(words[0], "number of seconds", 1, MOST_SECONDS,
+                                            &scenario->island_seconds, error);
+}
+
 bool channels_read(Words words, Scenario* scenario, std::string& error) {
     std::vector<int> channels;
     for (const std::string& word : words) {
@@ -149,6 +152,23 @@ bool tree_read(Words words, Scenario* scenario, std::string& error) {
 
 bool grid_read(Words words, Scenario* scenario, std::string& error) {
     return shape_read("grid", words, scenario, error);
+}
+
+bool group_read(Words words, Scenario* scenario, std::string& error) {
+    std::vector<std::string> nodes;
+    if (words.size() < 2 || !name_is_free(*scenario, words[0], error) ||
+        !scenario_group_nodes(*scenario, words.subspan(1), &nodes, error)) {
+        return false;
+    }
+    scenario->names.groups[words[0]] = nodes;
+    return true;
+}
+
+bool include_read(Words words, Scenario* /*scenario*/, std::string& error) {
+    if (words.size() == 1) {
+        error = "only a scenario in a file includes others";
+    }
+    return false;
 }
 
 bool hears_read(Words words, Scenario* scenario, std::string& error) {

@@ -16,8 +16,9 @@ Item* named_find(List& list, std::string_view name) {
 
 bool ScenarioStep::operator==(const ScenarioStep& other) const {
     return kind == other.kind && after == other.after && within == other.within &&
-           lasting == other.lasting && verb == other.verb && condition == other.condition &&
-           text == other.text;
+           lasting == other.lasting && verb == other.verb && joined == other.joined &&
+           condition == other.condition && text == other.text && until == other.until &&
+           words == other.words;
 }
 
 const ScenarioNode* scenario_node_find(const Scenario& scenario, std::string_view name) {

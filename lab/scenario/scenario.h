@@ -9,11 +9,14 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "lab/rules/islands.h"
 #include "lab/sandbox/limits.h"
 #include "lab/scenario/condition.h"
 #include "lab/scenario/verb.h"
@@ -63,6 +66,10 @@ enum class StepKind {
     wait,        // let `after` seconds pass
     wait_until,  // let time pass until the condition holds; when it never does, the run ends
     expect,      // the same, but a condition that fails is reported and the run goes on
+    always,      // the condition holds from here to a mark; where it breaks is reported
+    never,       // it holds for no node that it names
+    mark,        // `text` is the name of this moment
+    remember,    // `text` is the name of what the node has now
     chapter,     // `text` heads what follows, where a run is told
     say,         // `text` is told
 };
@@ -73,9 +80,15 @@ struct ScenarioStep {
     int within = 0;       // how long a condition may take; 0: it holds at once
     int lasting = 0;      // how long it has to hold from the first moment on (EXPECT)
     Verb verb;            // of VERB
-    Condition condition;  // of WAIT_UNTIL and EXPECT
-    std::string text;     // of CHAPTER and SAY
-    int line = 0;         // in the file it came from, 0: none
+    bool joined = false;  // VERB: in the same moment as the verb before it
+    Condition condition;  // of WAIT_UNTIL, EXPECT, ALWAYS, NEVER; what REMEMBER asks
+    std::string text;     // of CHAPTER and SAY; name of MARK and REMEMBER
+    std::string until;    // mark that ends ALWAYS and NEVER; empty: the last step does
+    // Of a step that uses remembered values ("$up"): what is read when its turn comes. All above
+    // but `after` is then only an example.
+    std::vector<std::string> words;
+    int line = 0;      // in the file it came from, 0: none
+    std::string file;  // that was included; empty: the scenario's own
 
     // Where it was written makes no difference.
     bool operator==(const ScenarioStep& other) const;
@@ -87,6 +100,17 @@ inline constexpr int DEFAULT_WAIT_SECONDS = 300;  // of a wait-until without "wi
 inline constexpr std::size_t LONGEST_NODE_NAME = 32;
 inline constexpr std::size_t MOST_STEPS = 300000;
 
+// What the lines above have named, for those below. Two scenarios are the same without it.
+struct ScenarioNames {
+    std::set<std::string> marks;
+    std::map<std::string, ConditionKind> values;  // what was remembered
+    std::map<std::string, std::vector<std::string>> groups;
+
+    bool operator==(const ScenarioNames& /*other*/) const {
+        return true;
+    }
+};
+
 struct Scenario {
     std::string title;
     std::string ssid = "lab-backhaul";
@@ -94,11 +118,13 @@ struct Scenario {
     std::uint32_t seed = 1;
     int association_seconds = DEFAULT_ASSOCIATION_SECONDS;  // from searching to associated
     int boot_seconds = DEFAULT_BOOT_SECONDS;                // from power to the daemon's start
-    std::vector<int> channels = {100, 116, 132, 140};       // of the upper 5 GHz radio
+    int island_seconds = DEFAULT_ISLAND_SECONDS;       // ready without a root for longer: an island
+    std::vector<int> channels = {100, 116, 132, 140};  // of the upper 5 GHz radio
     std::vector<ScenarioNode> nodes;
     std::vector<ScenarioHearing> hearings;
     std::vector<std::pair<std::string, std::string>> cables;  // plugged in from the start
     std::vector<ScenarioStep> steps;
+    ScenarioNames names;
 
     bool operator==(const Scenario&) const = default;
 };

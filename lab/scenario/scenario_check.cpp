@@ -1,5 +1,8 @@
 #include "lab/scenario/scenario_check.h"
 
+#include <algorithm>
+#include <optional>
+
 #include "lab/rules/rule_names.h"
 #include "lab/scenario/scenario_defaults.h"
 #include "lab/scenario/words.h"
@@ -7,10 +10,13 @@
 namespace lab {
 namespace {
 
-std::vector<std::string> node_names(const Scenario& scenario) {
+std::vector<std::string> node_names(const Scenario& scenario,
+                                    std::optional<NodeRole> role = std::nullopt) {
     std::vector<std::string> names;
     for (const ScenarioNode& node : scenario.nodes) {
-        names.push_back(node.name);
+        if (role.value_or(node.role) == node.role) {
+            names.push_back(node.name);
+        }
     }
     return names;
 }
@@ -116,11 +122,53 @@ bool scenario_verb_check(const Scenario& scenario, const Verb& verb, std::string
         error = "a cable leads up from an extender: name that node first";
         return false;
     }
+    if (verb.kind == VerbKind::cable_between) {
+        const ScenarioNode* const peer = scenario_node_find(scenario, verb.peer);
+        const bool has_root =
+            node->role == NodeRole::root || (peer != nullptr && peer->role == NodeRole::root);
+        if (has_root) {
+            error = "`cable-between` joins two extenders: to a root say `cable-in EXTENDER ROOT`";
+            return false;
+        }
+    }
     return verb_interface_check(*node, verb, error) && peers_check(scenario, verb, error);
+}
+
+bool scenario_group_nodes(const Scenario& scenario, std::span<const std::string> words,
+                          std::vector<std::string>* nodes, std::string& error) {
+    for (const std::string& word : words) {
+        std::vector<std::string> named = {word};
+        const auto group = scenario.names.groups.find(word);
+        if (word == ALL_NODES) {
+            named = node_names(scenario, NodeRole::extender);
+        } else if (group != scenario.names.groups.end()) {
+            named = group->second;
+        } else if (!scenario_node_check(scenario, word, error)) {
+            return false;
+        }
+        for (const std::string& node : named) {
+            if (std::ranges::find(*nodes, node) == nodes->end()) {
+                nodes->push_back(node);
+            }
+        }
+    }
+    return true;
+}
+
+bool scenario_mark_check(const Scenario& scenario, const std::string& name, std::string& error) {
+    if (scenario.names.marks.contains(name)) {
+        return true;
+    }
+    const std::vector<std::string> names(scenario.names.marks.begin(), scenario.names.marks.end());
+    error = "`" + name + "` is no mark of a step above" + did_you_mean(name, names);
+    return false;
 }
 
 bool scenario_condition_check(const Scenario& scenario, const Condition& condition,
                               std::string& error) {
+    if (!condition.since.empty() && !scenario_mark_check(scenario, condition.since, error)) {
+        return false;
+    }
     if (condition.kind == ConditionKind::rule) {
         return rule_check(condition.node, error);
     }
@@ -137,7 +185,7 @@ bool scenario_condition_check(const Scenario& scenario, const Condition& conditi
         return false;
     }
     if (condition.kind == ConditionKind::parent && condition.text != "none" &&
-        !scenario_node_check(scenario, condition.text, error)) {
+        !condition.text.empty() && !scenario_node_check(scenario, condition.text, error)) {
         return false;
     }
     return condition_interface_check(*scenario_node_find(scenario, condition.node), condition,

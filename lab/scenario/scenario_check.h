@@ -4,7 +4,9 @@
 // of values; false with one sentence in `error`, a guess at what was meant included.
 #pragma once
 
+#include <span>
 #include <string>
+#include <vector>
 
 #include "lab/scenario/scenario.h"
 
@@ -14,6 +16,13 @@ bool scenario_verb_check(const Scenario& scenario, const Verb& verb, std::string
 
 bool scenario_condition_check(const Scenario& scenario, const Condition& condition,
                               std::string& error);
+
+// A mark of that name stands above.
+bool scenario_mark_check(const Scenario& scenario, const std::string& name, std::string& error);
+
+// The nodes that these words name: each a node, a group or "all" (every extender). Once each.
+bool scenario_group_nodes(const Scenario& scenario, std::span<const std::string> words,
+                          std::vector<std::string>* nodes, std::string& error);
 
 // The node exists.
 bool scenario_node_check(const Scenario& scenario, const std::string& name, std::string& error);

@@ -14,55 +14,127 @@ using Words = std::span<const std::string>;
 // A file that is no scenario at all is wrong in every line.
 constexpr std::size_t MOST_ERRORS = 50;
 
-bool statement_read(Words words, Scenario* scenario, int line, std::string& error) {
-    for (const Statement& statement : statement_readers()) {
-        if (statement.row.name == words[0]) {
-            const bool good = statement.read(words.subspan(1), scenario, error);
-            if (!good && error.empty()) {
-                error = "say `" + std::string(statement.row.usage) + "`";
+class Reader {
+public:
+    Reader(Scenario* scenario, std::vector<ScenarioError>* errors, const ScenarioOpen& open)
+        : scenario_(scenario), errors_(errors), open_(open) {}
+
+    // Reads a file; false when nothing behind it is to be read.
+    bool file_read(const ScenarioText& file) {
+        files_.push_back(&file);
+        std::string_view text = file.text;
+        bool goes_on = true;
+        for (int line = 1; goes_on && !text.empty(); ++line) {
+            const std::size_t end = std::min(text.find('\n'), text.size());
+            goes_on = line_read(text.substr(0, end), line);
+            text.remove_prefix(std::min(end + 1, text.size()));
+        }
+        files_.pop_back();
+        return goes_on;
+    }
+
+    // What only the whole can tell.
+    void end_check(int lines) {
+        for (const ScenarioStep& step : scenario_->steps) {
+            if (!step.until.empty() && !scenario_->names.marks.contains(step.until)) {
+                errors_->push_back(
+                    {step.line, "no step below it is `mark " + step.until + "`", step.file});
             }
-            return good;
+        }
+        if (errors_->empty() && scenario_->nodes.empty()) {
+            errors_->push_back(
+                {lines, "there is no node: begin with `node root root` or `line 3`", ""});
         }
     }
-    ScenarioStep step;
-    step.line = line;
-    if (!step_parse(words, *scenario, &step, error)) {
+
+private:
+    bool line_read(std::string_view text, int line) {
+        std::vector<std::string> words;
+        std::string error;
+        const bool cut = line_words(text, &words, error);
+        if (cut && words.empty()) {
+            return true;
+        }
+        if (cut && words[0] == "include" && words.size() == 2 && open_) {
+            ScenarioText file;
+            if (include_open(words[1], &file, error)) {
+                return file_read(file);
+            }
+        } else if (cut && statement_read(words, line, error)) {
+            return true;
+        }
+        return error_add(line, error);
+    }
+
+    bool error_add(int line, const std::string& error) {
+        errors_->push_back({line, error, files_.back()->name});
+        if (errors_->size() < MOST_ERRORS) {
+            return true;
+        }
+        errors_->push_back(
+            {line, "too many mistakes: what follows was not read", files_.back()->name});
         return false;
     }
-    if (scenario->steps.size() >= MOST_STEPS) {
-        error = "a scenario has at most " + std::to_string(MOST_STEPS) + " steps";
-        return false;
+
+    bool include_open(const std::string& name, ScenarioText* file, std::string& error) {
+        if (files_.size() > DEEPEST_INCLUDE) {
+            error = "files include each other at most " + std::to_string(DEEPEST_INCLUDE) + " deep";
+            return false;
+        }
+        if (!open_(files_.back()->name, name, file, error)) {
+            return false;
+        }
+        if (std::ranges::any_of(files_,
+                                [&](const auto* above) { return above->key == file->key; })) {
+            error = "`" + name + "` includes itself, by what stands here";
+            return false;
+        }
+        return true;
     }
-    scenario->steps.push_back(step);
-    return true;
-}
+
+    bool statement_read(Words words, int line, std::string& error) {
+        for (const Statement& statement : statement_readers()) {
+            if (statement.row.name == words[0]) {
+                const bool good = statement.read(words.subspan(1), scenario_, error);
+                if (!good && error.empty()) {
+                    error = "say `" + std::string(statement.row.usage) + "`";
+                }
+                return good;
+            }
+        }
+        std::vector<ScenarioStep> steps;
+        if (!steps_parse(words, scenario_, &steps, error)) {
+            return false;
+        }
+        if (scenario_->steps.size() + steps.size() > MOST_STEPS) {
+            error = "a scenario has at most " + std::to_string(MOST_STEPS) + " steps";
+            return false;
+        }
+        for (ScenarioStep& step : steps) {
+            step.line = line;
+            step.file = files_.back()->name;
+            scenario_->steps.push_back(std::move(step));
+        }
+        return true;
+    }
+
+    Scenario* scenario_;
+    std::vector<ScenarioError>* errors_;
+    const ScenarioOpen& open_;
+    std::vector<const ScenarioText*> files_;  // the one that is read, behind those that include it
+};
 
 }  // namespace
 
-bool scenario_parse(std::string_view text, Scenario* scenario, std::vector<ScenarioError>* errors) {
+bool scenario_parse(std::string_view text, Scenario* scenario, std::vector<ScenarioError>* errors,
+                    const ScenarioOpen& open, const std::string& key) {
     *scenario = {};
     errors->clear();
-    int line = 0;
-    while (!text.empty()) {
-        ++line;
-        const std::size_t end = std::min(text.find('\n'), text.size());
-        std::vector<std::string> words;
-        std::string error;
-        const bool cut = line_words(text.substr(0, end), &words, error);
-        text.remove_prefix(std::min(end + 1, text.size()));
-        if (cut && words.empty()) {
-            continue;
-        }
-        if (!cut || !statement_read(words, scenario, line, error)) {
-            errors->push_back({line, error});
-            if (errors->size() >= MOST_ERRORS) {
-                errors->push_back({line, "too many mistakes: what follows was not read"});
-                return false;
-            }
-        }
-    }
-    if (errors->empty() && scenario->nodes.empty()) {
-        errors->push_back({line, "there is no node: begin with `node root root` or `line 3`"});
+    Reader reader(scenario, errors, open);
+    if (reader.file_read({"", key, std::string(text)})) {
+        const auto ends = std::count(text.begin(), text.end(), '\n');
+        const bool is_cut = !text.empty() && text.back() != '\n';
+        reader.end_check(static_cast<int>(ends) + (is_cut ? 1 : 0));
     }
     return errors->empty();
 }
@@ -70,7 +142,8 @@ bool scenario_parse(std::string_view text, Scenario* scenario, std::vector<Scena
 std::string scenario_errors_text(std::string_view file, const std::vector<ScenarioError>& errors) {
     std::string text;
     for (const ScenarioError& error : errors) {
-        text += std::string(file) + ":" + std::to_string(error.line) + ": " + error.text + "\n";
+        text += (error.file.empty() ? std::string(file) : error.file) + ":" +
+                std::to_string(error.line) + ": " + error.text + "\n";
     }
     return text;
 }

@@ -10,10 +10,7 @@ namespace lab {
 namespace {
 
 void line_add(std::string* text, const std::vector<std::string>& words) {
-    for (std::size_t at = 0; at < words.size(); ++at) {
-        text->append(at == 0 ? "" : " ").append(word_quoted(words[at]));
-    }
-    text->append("\n");
+    text->append(words_quoted(words)).append("\n");
 }
 
 void head_add(std::string* text, const Scenario& scenario) {
@@ -32,6 +29,9 @@ void head_add(std::string* text, const Scenario& scenario) {
     }
     if (scenario.boot_seconds != usual.boot_seconds) {
         line_add(text, {"boot-time", std::to_string(scenario.boot_seconds)});
+    }
+    if (scenario.island_seconds != usual.island_seconds) {
+        line_add(text, {"island-time", std::to_string(scenario.island_seconds)});
     }
     if (scenario.channels != usual.channels) {
         std::vector<std::string> words = {"channels"};
@@ -139,10 +139,7 @@ std::string scenario_print(const Scenario& scenario) {
     for (const auto& [node, peer] : scenario.cables) {
         line_add(&text, {"cable", node, peer});
     }
-    for (const ScenarioStep& step : scenario.steps) {
-        text += step_print(step) + "\n";
-    }
-    return text;
+    return text + steps_print(scenario.steps);
 }
 
 }  // namespace lab

@@ -24,7 +24,8 @@ std::vector<Remark> mesh_remarks(const Scenario& scenario) {
 std::vector<Remark> scenario_remarks(const Scenario& scenario) {
     std::vector<Remark> remarks = mesh_remarks(scenario);
     const bool expects = std::ranges::any_of(scenario.steps, [](const ScenarioStep& step) {
-        return step.kind == StepKind::expect || step.kind == StepKind::wait_until;
+        return step.kind == StepKind::expect || step.kind == StepKind::wait_until ||
+               step.kind == StepKind::always || step.kind == StepKind::never;
     });
     if (!expects) {
         remarks.push_back({0, "no step expects anything: only the rules are held against it"});

@@ -1,17 +1,18 @@
-// One step of a scenario: "after 10 deauth e1 ath0", "wait 60", "expect e1 status ready within 30".
-//
-// Functions of values.
+// Steps of a scenario: "after 10 deauth e1 ath0", "expect e1 status ready within 30", "never e1
+// status ready until found". Functions of values.
 #pragma once
 
+#include <map>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "lab/scenario/scenario.h"
 
 namespace lab {
 
-// What may begin a step besides a verb: "after", "wait", "wait-until", "expect".
+// What a step may be besides a verb: "wait", "expect", "always"; and what makes a line of several.
 struct StepRow {
     std::string_view name;
     std::string_view usage;
@@ -19,12 +20,29 @@ struct StepRow {
 };
 std::span<const StepRow> step_table();
 
-// Reads a step from its words and checks its names against the scenario. False with one sentence
+// Reads one step from its words and checks its names against the scenario. False with one sentence
 // in `error`. `step->line` is left alone.
 bool step_parse(std::span<const std::string> words, const Scenario& scenario, ScenarioStep* step,
                 std::string& error);
 
+// Reads a line: a step, verbs of one moment ("and"), or steps for each of several nodes ("each").
+// What the steps name is noted in scenario->names.
+bool steps_parse(std::span<const std::string> words, Scenario* scenario,
+                 std::vector<ScenarioStep>* steps, std::string& error);
+
+// A step that uses remembered values, with the values in their place. False with a sentence when
+// one was not remembered or does not fit there.
+bool step_fill(const ScenarioStep& step, const Scenario& scenario,
+               const std::map<std::string, std::string>& values, ScenarioStep* filled,
+               std::string& error);
+
 // The line that step_parse reads as the same step.
 std::string step_print(const ScenarioStep& step);
+
+// The same for all: the verbs of one moment on one line.
+std::string steps_print(std::span<const ScenarioStep> steps);
+
+// "FILE:12": where the step was written, `file` being the scenario's own; "12" where that is empty.
+std::string step_place(const ScenarioStep& step, const std::string& file);
 
 }  // namespace lab

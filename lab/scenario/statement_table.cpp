@@ -7,6 +7,9 @@ namespace {
 
 constexpr std::array STATEMENTS = {
     Statement{{"title", "title TEXT", "What the scenario shows."}, title_read},
+    Statement{
+        {"include", "include FILE", "Reads that file first, named from the folder of this one."},
+        include_read},
     Statement{{"mesh", "mesh SSID KEY", "SSID and key of the backhaul."}, mesh_read},
     Statement{{"seed", "seed N", "Where random choices begin."}, seed_read},
     Statement{{"association-time", "association-time SECONDS",
@@ -14,6 +17,9 @@ constexpr std::array STATEMENTS = {
               association_read},
     Statement{{"boot-time", "boot-time SECONDS", "From power to the daemon's start (20)."},
               boot_read},
+    Statement{{"island-time", "island-time SECONDS",
+               "How long who is ready without a root is ready until it is an island (600)."},
+              island_read},
     Statement{
         {"channels", "channels CHANNEL...", "Channels of the upper 5 GHz radio (100 116 132 140)."},
         channels_read},
@@ -22,6 +28,9 @@ constexpr std::array STATEMENTS = {
     Statement{{"tree", "tree CHILDREN GRANDCHILDREN", "Two levels under the root."}, tree_read},
     Statement{{"grid", "grid ROWS COLUMNS", "Rows of nodes, the root in a corner."}, grid_read},
     Statement{{"node", "node NAME root|extender", "A node with the usual interfaces."}, node_read},
+    Statement{{"group", "group NAME NODE...",
+               "A name for several nodes, or groups, or `all`; for `each`."},
+              group_read},
     Statement{{"options", "options NODE [WORD...]",
                "The daemon's options besides -m, in the place of -d."},
               options_read},

@@ -20,14 +20,18 @@ bool mesh_read(std::span<const std::string> words, Scenario* scenario, std::stri
 bool seed_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool association_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool boot_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
+bool island_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool channels_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool node_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool line_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool star_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool tree_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool grid_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
+bool group_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool hears_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 bool cable_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
+// Only says why not: whoever reads files includes them (scenario_parse).
+bool include_read(std::span<const std::string> words, Scenario* scenario, std::string& error);
 
 // One node, which the first word names.
 bool options_read(std::span<const std::string> words, Scenario* scenario, std::string& error);

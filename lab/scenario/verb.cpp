@@ -27,10 +27,12 @@ constexpr std::array VERBS = {
             "A cable leads from the node up to the peer (the root); its agent says so."},
     VerbRow{VerbKind::cable_out, "cable-out", "cable-out NODE [PEER]",
             "The cable is pulled; the node's agent says so."},
+    VerbRow{VerbKind::cable_between, "cable-between", "cable-between NODE PEER",
+            "A cable joins two extenders: the agents of both tell their daemons."},
     VerbRow{VerbKind::radar, "radar", "radar NODE [TIMES|all]",
             "Radar strikes the channel of the upper 5 GHz radio, or every channel."},
-    VerbRow{VerbKind::clear_radar, "clear-radar", "clear-radar NODE",
-            "The node's non-occupancy list is empty again."},
+    VerbRow{VerbKind::clear_radar, "clear-radar", "clear-radar NODE [CHANNEL]",
+            "The channel (every one) leaves the node's non-occupancy list."},
     VerbRow{VerbKind::reboot, "reboot", "reboot NODE",
             "The node loses its power and boots; what was committed is kept."},
     VerbRow{VerbKind::power_off, "power-off", "power-off NODE", "The node goes away."},
@@ -178,12 +180,18 @@ bool rest_parse(Words rest, Verb* verb, std::string& error) {
         case VerbKind::cable_in:
         case VerbKind::cable_out:
             return optional_word(rest, &verb->peer);
+        case VerbKind::cable_between:
+            return rest.size() == 1 && optional_word(rest, &verb->peer);
         case VerbKind::fade:
             return fade_parse(rest, verb, error);
         case VerbKind::move:
             return move_parse(rest, verb, error);
         case VerbKind::radar:
             return radar_parse(rest, verb, error);
+        case VerbKind::clear_radar:
+            return rest.empty() ||
+                   (rest.size() == 1 &&
+                    number_read(rest[0], "channel", 1, LAST_CHANNEL, &verb->number, error));
         case VerbKind::kill_worker:
             return worker_parse(rest, verb, error);
         case VerbKind::kill_tool:
@@ -195,7 +203,6 @@ bool rest_parse(Words rest, Verb* verb, std::string& error) {
                    one_of(verb->word, "role", {"root", "extender"}, error);
         case VerbKind::command:
             return rest.size() == 1 && optional_word(rest, &verb->word);
-        case VerbKind::clear_radar:
         case VerbKind::reboot:
         case VerbKind::power_off:
         case VerbKind::power_on:

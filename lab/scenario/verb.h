@@ -22,6 +22,7 @@ enum class VerbKind {
     move,
     cable_in,
     cable_out,
+    cable_between,
     radar,
     clear_radar,
     reboot,
@@ -47,6 +48,8 @@ inline constexpr std::string_view TOOL_AGENT = "agent";
 inline constexpr int SIGNAL_NONE = -127;
 inline constexpr std::string_view NO_SIGNAL = "none";
 
+inline constexpr int LAST_CHANNEL = 196;
+
 // What the daemon's FIFO understands; it drops every other word without an answer.
 inline constexpr std::array<std::string_view, 7> FIFO_WORDS = {
     "master",     "slave",   "approval_list_changed", "uplink_scan", "network_reload",
@@ -56,9 +59,10 @@ struct Verb {
     VerbKind kind = VerbKind::deauth;
     std::string node;
     std::string interface;  // deauth, ap-off, ap-on, configure; empty: the verb's usual choice
-    std::string peer;       // fade, cable-in, cable-out; empty: the verb's usual choice
-    std::string word;       // tool, role, command, band of a fade
-    int number = 0;    // signal of a fade (dBm), of kill-worker (signal number), times of a radar
+    std::string peer;  // fade, cable-in, cable-out, cable-between; empty: the verb's usual choice
+    std::string word;  // tool, role, command, band of a fade
+    int number = 0;    // signal of a fade (dBm), of kill-worker (signal number), times of a radar,
+                       // channel of clear-radar (0: all)
     int times = 0;     // kill-tool: how many calls fail; 0: until it is started again
     int seconds = 0;   // kill-tool, drop-messages: how long; 0: until the node restarts
     bool all = false;  // radar: every channel

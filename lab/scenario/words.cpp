@@ -97,6 +97,21 @@ std::string word_quoted(std::string_view word) {
     return quoted + "\"";
 }
 
+std::string words_quoted(std::span<const std::string> words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word_quoted(word);
+    }
+    return text;
+}
+
+bool word_is_name(std::string_view word) {
+    return !word.empty() && std::all_of(word.begin(), word.end(), [](char letter) {
+        return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
+               (letter >= '0' && letter <= '9') || letter == '-' || letter == '_';
+    });
+}
+
 bool word_number(std::string_view word, std::int64_t least, std::int64_t most,
                  std::int64_t* number) {
     std::int64_t value = 0;

@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <deque>
 #include <map>
+#include <vector>
+
+#include "lab/scenario/scenario_step.h"
+#include "lab/scenario/words.h"
 
 namespace lab {
 namespace {
@@ -27,6 +31,8 @@ void steps_leave_out(Scenario* timed, const Goes& goes) {
             continue;
         }
         left = 0;
+        // Nobody is of one moment with what is gone.
+        step.joined = step.joined && step.after == 0 && !kept.empty();
         kept.push_back(std::move(step));
     }
     timed->steps = std::move(kept);
@@ -53,6 +59,12 @@ Scenario scenario_timed(const Scenario& scenario, std::span<const StepMoment> mo
             continue;
         }
         timed.steps.push_back(step);
+        std::vector<std::string> words;
+        std::string nothing_wrong;
+        if (!moment.done.empty() && line_words(moment.done, &words, nothing_wrong)) {
+            timed.steps.back().words.clear();
+            step_parse(words, scenario, &timed.steps.back(), nothing_wrong);
+        }
         timed.steps.back().after = static_cast<int>(moment.time - now);
         timed.steps.back().line = 0;
         now = moment.time;

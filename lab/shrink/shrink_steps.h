@@ -20,6 +20,7 @@ namespace lab {
 struct StepMoment {
     std::size_t step = 0;
     std::int64_t time = 0;
+    std::string done = {};  // of a verb that used a remembered value: the verb with it
 };
 
 // The same mesh; every verb at the moment at which it was done, and the end at `end`.

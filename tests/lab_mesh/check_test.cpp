@@ -134,6 +134,74 @@ TEST_F(Check, stops_at_a_wait_that_does_not_come_true) {
                                  Not(HasSubstr("story.scn:5"))));
 }
 
+TEST_F(Check, tells_when_what_must_never_be_was_for_the_first_time) {
+    const Ended ended = lab_run("check " + scenario("wait-until e1 status ready within 100\n"
+                                                    "never e1 status not-ready until end\n"
+                                                    "always e1 parent root until end\n"
+                                                    "always e1 hops 1 until moved\n"
+                                                    "wait 30\n"
+                                                    "mark moved\n"
+                                                    "deauth e1\n"
+                                                    "wait-until e1 status ready within 60\n"
+                                                    "mark end\n"));
+    EXPECT_EQ(ended.code, 1);
+    EXPECT_THAT(ended.out, AllOf(HasSubstr("story.scn:5: never e1 status not-ready until end\n"
+                                           "    at 0:59: e1 status is not-ready\n"),
+                                 HasSubstr("story.scn:6: always e1 parent root until end\n"
+                                           "    at 0:59: e1 parent is none\n"),
+                                 Not(HasSubstr("story.scn:7"))));
+}
+
+TEST_F(Check, looks_back_to_a_mark_and_not_beyond_it) {
+    const Ended ended = lab_run("check " + scenario("wait-until e1 status ready within 100\n"
+                                                    "deauth e1\n"
+                                                    "wait-until e1 status ready within 60\n"
+                                                    "mark quiet\n"
+                                                    "never e1 log DISASSOC\n"
+                                                    "wait 60\n"
+                                                    "expect e1 outages at-most 0 since quiet\n"
+                                                    "expect e1 no-log \"state from 4 to 7\" since "
+                                                    "quiet\n"
+                                                    "fade e1 root -60\n"
+                                                    "wait 5\n"
+                                                    "expect e1 outages at-most 0\n"));
+    EXPECT_EQ(ended.code, 1);
+    EXPECT_THAT(ended.out, AllOf(HasSubstr("story.scn:14: expect e1 outages at-most 0\n"),
+                                 Not(HasSubstr("story.scn:1:")), Not(HasSubstr("since quiet"))));
+}
+
+TEST_F(Check, ends_at_a_verb_for_which_nothing_was_remembered) {
+    const Ended ended = lab_run("check " + scenario("wait-until e1 status ready within 100\n"
+                                                    "remember up e1 parent\n"
+                                                    "power-off $up\n"
+                                                    "expect e1 parent $up within 5\n"
+                                                    "remember up e1 parent\n"
+                                                    "reboot $up\n"
+                                                    "expect e1 hops 7\n"));
+    EXPECT_EQ(ended.code, 1);
+    EXPECT_THAT(ended.out,
+                AllOf(HasSubstr("story.scn:7: expect e1 parent $up within 5\n"),
+                      HasSubstr("e1 parent is none (expect e1 parent root within 5)"),
+                      HasSubstr("story.scn:9: reboot $up\n"),
+                      HasSubstr("`none` is no node of this mesh"), Not(HasSubstr("story.scn:10"))));
+}
+
+TEST_F(Check, counts_an_island_that_lasts_longer_than_it_was_told) {
+    const Ended ended = lab_run("check --json --island 90 " +
+                                scenario("node e2 extender\nhears root e2 -55\n"
+                                         "wait-until all status ready within 100\n"
+                                         "cable-between e1 e2\n"
+                                         "wait-until all state eth ETH_BACKHAUL_READY within 60\n"
+                                         "wait 150\ncable-out e1\n"
+                                         "wait-until all parent root within 300\n"));
+    const lab::Json json = lab::Json::parse(ended.out);
+    EXPECT_EQ(ended.code, 0) << ended.out;
+    EXPECT_EQ(json["islands"]["count"], 1);
+    EXPECT_GT(json["islands"]["longest"], 140);
+    EXPECT_EQ(json["islands"]["longest"], json["islands"]["seconds"]);
+    EXPECT_EQ(json["causes"][0]["name"], "cable-between") << json["causes"];
+}
+
 TEST_F(Check, ends_with_2_when_the_scenario_cannot_be_read) {
     const Ended ended = lab_run("check " + scenario("dauth e1\n"));
     EXPECT_EQ(ended.code, 2);

@@ -66,6 +66,22 @@ TEST_F(MeshNetwork, carries_a_broadcast_once_to_everybody_in_reach) {
     EXPECT_THAT(mark_from(3), ElementsAre(0, 0, 0, 1));
 }
 
+TEST_F(MeshNetwork, takes_a_cable_up_from_both_ends_for_one_cable) {
+    make(2);
+    up(0, "eth", 1);
+    up(1, "eth", 0);
+    EXPECT_TRUE(network.carries(0, "eth"));
+    EXPECT_TRUE(network.carries(1, "eth"));
+    EXPECT_EQ(network.loop_at(), -1);
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 1));
+    // It carries frames for as long as one of them takes it.
+    ASSERT_TRUE(network.link_down(0, "eth", error)) << error;
+    EXPECT_FALSE(network.carries(0, "eth"));
+    EXPECT_THAT(mark_from(0), ElementsAre(1, 1));
+    up(0, "ath0", 1);
+    EXPECT_EQ(network.loop_at(), 0);
+}
+
 TEST_F(MeshNetwork, carries_nothing_over_a_link_that_is_gone_or_leads_elsewhere_now) {
     make(3);
     up(1, "ath0", 0);

@@ -154,6 +154,38 @@ TEST_F(AirVerbs, cables_are_refused_twice_and_pulled_once) {
     EXPECT_EQ(verb("cable-out e1"), "e1 has no such cable");
 }
 
+TEST_F(AirVerbs, a_cable_between_two_is_told_at_both_ends_and_pulled_at_either) {
+    begin("node root root\nnode e1 extender\nnode e2 extender\n");
+    bring_up("e1");
+    bring_up("e2");
+    take();
+    EXPECT_EQ(verb("cable-between e1 e2"), "");
+    EXPECT_EQ(take(), (Texts{"e1 fifo eth_detect", "e2 fifo eth_detect"}));
+    EXPECT_EQ(verb("cable-between e2 e1"), "e2 has a cable already");
+    EXPECT_EQ(verb("cable-in e2 root"), "e2 has a cable already");
+    air_ethernet_answered(&air, at("e1"));
+    air_ethernet_answered(&air, at("e2"));
+    advance(2);
+    EXPECT_EQ(take(), (Texts{"e1 eth link up to e2 eth", "e2 eth link up to e1 eth"}));
+    EXPECT_EQ(verb("cable-out e2"), "");
+    EXPECT_EQ(take(), (Texts{"e1 eth link down to e2 eth", "e1 fifo eth_lost",
+                             "e2 eth link down to e1 eth", "e2 fifo eth_lost"}));
+    EXPECT_EQ(verb("cable-out e1"), "e1 has no such cable");
+}
+
+TEST_F(AirVerbs, clear_radar_frees_one_channel_of_several) {
+    begin(PAIR);
+    verb("radar root 2");
+    take();
+    EXPECT_EQ(verb("clear-radar root 132"), "radar has taken channel 132 not of root");
+    EXPECT_EQ(verb("clear-radar root 116"), "");
+    EXPECT_EQ(air.nodes[0].struck_channels, (std::set<int>{100}));
+    verb("radar root all");
+    EXPECT_EQ(air.nodes[0].aps[0].channel, 0);
+    EXPECT_EQ(verb("clear-radar root 140"), "");
+    EXPECT_EQ(air.nodes[0].aps[0].channel, 140);
+}
+
 TEST_F(AirVerbs, a_cable_goes_away_with_the_power_of_its_upper_end) {
     begin(PAIR);
     verb("cable-in e1");

@@ -29,6 +29,21 @@ TEST(Outages, that_are_not_over_last_until_now) {
     EXPECT_TRUE(summary.is_out);
 }
 
+TEST(Outages, count_since_a_moment_with_the_part_that_lies_behind_it) {
+    OutageBook book;
+    outage_note(&book, "e1", 10, true);
+    for (const std::int64_t from : {20, 50, 80}) {
+        outage_note(&book, "e1", from, false);
+        outage_note(&book, "e1", from + 10, true);
+    }
+    EXPECT_EQ(outage_summary(book, "e1", 100, 30).count, 2);
+    const OutageSummary summary = outage_summary(book, "e1", 100, 57);
+    EXPECT_EQ(summary.count, 2);
+    EXPECT_EQ(summary.total, 3 + 10);
+    EXPECT_EQ(summary.worst, 10);
+    EXPECT_EQ(outage_summary(book, "e1", 100, 90).count, 0);
+}
+
 TEST(Outages, are_summed_up_for_a_node_and_for_all) {
     OutageBook book;
     for (const int length : {5, 100, 20, 7}) {

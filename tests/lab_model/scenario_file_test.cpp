@@ -51,6 +51,36 @@ TEST_F(ScenarioFile, tells_every_mistake_with_file_and_line) {
                                   path + ":3: `x` is no number of seconds from 0 to 1000000");
 }
 
+TEST_F(ScenarioFile, includes_others_from_where_it_lies) {
+    std::filesystem::create_directory(folder + "/common");
+    std::ofstream(folder + "/common/mesh.scn") << "include nodes.scn\nwait 5\n";
+    std::ofstream(folder + "/common/nodes.scn") << "line 3\n";
+    Scenario scenario;
+    std::string error;
+    ASSERT_TRUE(scenario_file_read(file("include common/mesh.scn\nwait 6\n"), &scenario, error))
+        << error;
+    EXPECT_EQ(scenario.nodes.size(), 3U);
+    ASSERT_EQ(scenario.steps.size(), 2U);
+    EXPECT_EQ(scenario.steps[0].file, folder + "/common/mesh.scn");
+    EXPECT_EQ(scenario.steps[1].file, "");
+    EXPECT_EQ(error_of(file("line 2\ninclude no.scn\n")),
+              folder + "/story.scn:2: cannot read the scenario " + folder +
+                  "/no.scn: No such file or directory");
+}
+
+TEST_F(ScenarioFile, that_includes_itself_by_another_name_is_refused) {
+    std::filesystem::create_symlink("story.scn", folder + "/other.scn");
+    EXPECT_EQ(error_of(file("line 2\ninclude other.scn\n")),
+              folder + "/story.scn:2: `other.scn` includes itself, by what stands here");
+}
+
+TEST_F(ScenarioFile, has_its_limit_together_with_what_it_includes) {
+    std::ofstream(folder + "/long.scn") << std::string(9U << 20U, '#') << "\n";
+    EXPECT_EQ(error_of(file("line 2\ninclude long.scn\ninclude long.scn\n")),
+              folder + "/story.scn:3: cannot read the scenario " + folder +
+                  "/long.scn: it is longer than 16 MiB, with the files that were read before it");
+}
+
 TEST_F(ScenarioFile, says_why_it_cannot_be_read) {
     EXPECT_EQ(error_of(folder + "/no.scn"),
               "cannot read the scenario " + folder + "/no.scn: No such file or directory");

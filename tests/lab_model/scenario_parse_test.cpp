@@ -91,7 +91,7 @@ TEST(ScenarioParse, reads_the_same_scenario_from_what_it_prints) {
     const Scenario scenario = parsed(
         "title \"all \\\"kinds\\\"\"\nmesh \"s#1\" \"a key \\\\ long\"\nseed 77\nassociation-time "
         "3\n"
-        "boot-time 30\nchannels 36 100\nline 2\n");
+        "boot-time 30\nisland-time 90\nchannels 36 100\nline 2\n");
     EXPECT_EQ(parsed(scenario_print(scenario)), scenario);
 }
 

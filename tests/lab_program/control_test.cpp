@@ -58,6 +58,17 @@ TEST_F(ControlTest, refuses_a_verb_for_a_node_that_is_not_there) {
     EXPECT_TRUE(fake_.verbs.empty());
 }
 
+TEST_F(ControlTest, refuses_a_step_that_leads_to_a_later_one) {
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"mark", "now"},
+                                                  {"never", "e1", "ready"},
+                                                  {"always", "e1", "ready"},
+                                                  {"remember", "up", "e1", "parent"}}) {
+        const Outcome outcome = step(words);
+        EXPECT_EQ(outcome.answer.status, HttpStatus::bad_request) << words[0];
+        EXPECT_NE(answer_text(outcome.answer).find("another: write them there"), std::string::npos);
+    }
+}
+
 TEST_F(ControlTest, refuses_what_is_no_step) {
     for (const Json& body :
          {Json::object(), Json{{"words", Json::array()}}, Json{{"words", "deauth e1"}},

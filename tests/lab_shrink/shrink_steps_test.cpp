@@ -40,6 +40,23 @@ TEST(TimedScenario, has_its_verbs_when_they_were_done_and_ends_when_it_ended) {
               "after 100 deauth e1 ath0\nafter 30 reboot e2\nwait 20\n");
 }
 
+TEST(TimedScenario, has_the_values_that_its_verbs_were_done_with) {
+    const Scenario scenario = scenario_of("remember up e2 parent\nafter 3 reboot $up\n");
+    const std::vector<lab::StepMoment> moments = {{0, 95}, {1, 98, "after 3 reboot e1"}};
+    EXPECT_EQ(steps_of(lab::scenario_timed(scenario, moments, 100)),
+              "after 98 reboot e1\nwait 2\n");
+}
+
+TEST(TimedScenario, keeps_verbs_of_one_moment_together_as_far_as_they_stay) {
+    const Scenario scenario =
+        scenario_of("after 9 deauth e1 and reboot e2 and reboot e1\nwait 5\n");
+    const std::vector<lab::StepMoment> moments = {{0, 9}, {1, 9}, {2, 9}, {3, 14}};
+    const Scenario timed = lab::scenario_timed(scenario, moments, 14);
+    EXPECT_EQ(steps_of(timed), "after 9 deauth e1 and reboot e2 and reboot e1\nwait 5\n");
+    EXPECT_EQ(steps_of(lab::scenario_without_verbs(timed, 0, 1)),
+              "after 9 reboot e2 and reboot e1\nwait 5\n");
+}
+
 TEST(TimedScenario, ends_where_it_is_cut) {
     const Scenario cut = lab::scenario_until(scenario_of(TIMED), 155);
     EXPECT_EQ(steps_of(cut), "after 100 deauth e1 ath0\nafter 50 reboot e2\nwait 5\n");
