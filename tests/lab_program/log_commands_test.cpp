@@ -1,6 +1,7 @@
 // Flow logs from outside: run again, and shrunk to what matters; as JSON that the man page tells.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -40,8 +41,8 @@ Json json_of(const Ended& ended) {
 class LogCommands : public testing::Test {
 protected:
     static void SetUpTestSuite() {
-        folder = BACKHAUL_BUILD_DIR "/log_commands_test";
-        lab::folder_remove(folder);
+        // Each test is a program of its own, and they may run at once.
+        folder = BACKHAUL_BUILD_DIR "/log_commands_test." + std::to_string(getpid());
         lab::file_write(folder + "/played.scn", SCENARIO);
         const Ended ended = lab_run("check " + folder + "/played.scn --logs " + folder + "/logs");
         ASSERT_EQ(ended.code, 0) << ended.out;
