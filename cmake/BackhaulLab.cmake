@@ -37,7 +37,8 @@ function(backhaul_plain_module name)
 endfunction()
 
 # backhaul_embed(<header> [<NAME> <file>]...)
-# A header with the bytes of each file as a std::string_view <NAME>, made anew when one changes.
+# A header with the bytes of each file as a std::string_view <NAME>, made anew when one changes. The
+# target of the header's stem makes nothing else, for whoever only reads sources.
 function(backhaul_embed header)
     set(files "")
     set(rest ${ARGN})
@@ -51,4 +52,6 @@ function(backhaul_embed header)
             -P ${PROJECT_SOURCE_DIR}/cmake/embed.cmake
         DEPENDS ${files} ${PROJECT_SOURCE_DIR}/cmake/embed.cmake
         COMMENT "Embedding ${header}" VERBATIM)
+    cmake_path(GET header STEM stem)
+    add_custom_target(${stem} DEPENDS ${header})
 endfunction()

@@ -11,20 +11,22 @@
 
 namespace {
 
-constexpr size_t LINE_LENGTH_MAX = 63;
+/// The loader counts records in pieces of this many bytes, line ends among them.
+constexpr long PIECE_SIZE_MAX = 63;
 
 class profile_checker {
 public:
     profile_checker(check_image& image, gap_teller& tell) : image_(image), tell_(tell) {}
 
-    void line(const char* text) {
+    /// `size` is what the line takes in the file, with its end.
+    void line(const char* text, long size) {
         ++number_;
         if (std::strspn(text, " \t\r") == std::strlen(text)) {
             return gap(gap_kind::weakens, "profile.blank", "is empty",
                        "the interface before it is there twice", "remove the line");
         }
-        if (std::strlen(text) > LINE_LENGTH_MAX) {
-            gap(gap_kind::weakens, "profile.long", "has more than 63 characters",
+        if (size > PIECE_SIZE_MAX) {
+            gap(gap_kind::weakens, "profile.long", "has more than 62 characters",
                 "the last interface is there twice", "shorten it");
         }
         columns(text);
@@ -149,8 +151,8 @@ void check_profile(check_image& image, gap_teller& tell) {
     }
     profile_checker checker(image, tell);
     std::array<char, 1024> text{};
-    while (file_next_line(file.get(), text)) {
-        checker.line(text.data());
+    for (long begin = 0; file_next_line(file.get(), text); begin = std::ftell(file.get())) {
+        checker.line(text.data(), std::ftell(file.get()) - begin);
     }
     if (image.line_count == 0) {
         return tell.gap(gap_kind::stops, "profile.empty", "/tmp/wifi_if_profile has no interface",

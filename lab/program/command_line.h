@@ -25,7 +25,10 @@ struct CommandRow {
     std::string_view options;  // names of those that it knows, one blank between
 };
 
+// What such a command takes are the words of a step.
 inline constexpr std::size_t ANY_NUMBER = SIZE_MAX;
+// As many files as the reader of logs takes.
+inline constexpr std::size_t MOST_LOGS = 4096;
 
 inline constexpr std::array COMMANDS = {
     CommandRow{"up", "up FILE | up line N | up star N | up tree A B | up grid A B",
@@ -52,12 +55,12 @@ inline constexpr std::array COMMANDS = {
                "--nodes --hours --minutes --until --island --seed --json --evidence --no-colour"},
     CommandRow{"replay", "replay LOG...",
                "Runs flow logs again and tells where the daemon first does otherwise.", 1,
-               ANY_NUMBER, "--json"},
+               MOST_LOGS, "--json"},
     CommandRow{
         "shrink",
         "shrink FILE | shrink chaos | shrink chaos FILE | shrink chaos line N | shrink chaos "
-        "star N | shrink chaos tree A B | shrink chaos grid A B",
-        "Finds the shortest scenario that still shows what is asked for.", 1, 4,
+        "star N | shrink chaos tree A B | shrink chaos grid A B | shrink replay LOG...",
+        "Finds the shortest scenario that still shows what is asked for.", 1, MOST_LOGS,
         "--rule --node --seen --not-seen --output --nodes --hours --minutes --seed --json"},
     CommandRow{"generate",
                "generate line N | generate star N | generate tree A B | generate grid A B",

@@ -3,7 +3,8 @@
 #include "ctl/log_line.h"
 #include "lab/mesh/mesh_place.h"
 #include "lab/program/commands.h"
-#include "lab/replay/replay.h"
+#include "lab/program/replay_logs.h"
+#include "lab/replay/replay_shorter.h"
 
 namespace lab {
 namespace {
@@ -55,23 +56,87 @@ void gaps_print(const ReplayLog& log) {
     fflush(stdout);
 }
 
+// The programs that replay, in the sandbox that they need.
+bool programs_ready(ReplayPrograms& programs, std::string& error) {
+    const ProgramPlace place = program_place();
+    programs = {place.programs, place.daemon};
+    return replay_sandbox_enter(programs, place.build, error);
+}
+
+int shorter_finish(const Arguments& arguments, const ReplayLog& whole, const ReplayShorter& shorter,
+                   std::FILE* output) {
+    const std::string text = replay_log_text(shorter.log);
+    if (output != nullptr && (fputs(text.c_str(), output) < 0 || fflush(output) != 0)) {
+        return complain(arguments, "cannot write to " + arguments.output);
+    }
+    if (arguments.json) {
+        json_print({{"shows", "the first difference, on " + whole.node},
+                    {"tries", shorter.tries},
+                    {"first_lines", whole.lines.size()},
+                    {"first_seconds", whole.lines.back().time - whole.lines.front().time},
+                    {"replay", result_json(shorter.result, shorter.log)},
+                    {"log", text}});
+    } else if (output == nullptr) {
+        printf("%s", text.c_str());
+    }
+    fflush(stdout);
+    fprintf(stderr, "%sfrom %zu lines to %zu in %d tries\n", result_text(shorter.result).c_str(),
+            whole.lines.size(), shorter.log.lines.size(), shorter.tries);
+    return EXIT_GOOD;
+}
+
 }  // namespace
+
+bool command_logs_read(const std::vector<std::string>& words, std::vector<ReplayLog>& logs,
+                       std::string& error) {
+    if (!replay_logs_read(words, logs, error)) {
+        return false;
+    }
+    for (const ReplayLog& log : logs) {
+        if (log.lines.empty()) {
+            error = "the log of " + log.node + " holds no start of a worker";
+            return false;
+        }
+    }
+    error = logs.empty() ? "name a flow log" : "";
+    return !logs.empty();
+}
+
+int shrink_difference(const Arguments& arguments, const std::vector<ReplayLog>& logs) {
+    // The sandbox hides where the file is to stand.
+    std::FILE* output = nullptr;
+    if (!arguments.output.empty() && (output = fopen(arguments.output.c_str(), "we")) == nullptr) {
+        return complain(arguments, "cannot write to " + arguments.output);
+    }
+    ReplayPrograms programs;
+    std::string error;
+    if (!programs_ready(programs, error)) {
+        return complain(arguments, error);
+    }
+    for (const ReplayLog& log : logs) {
+        if (!arguments.node.empty() && log.node != arguments.node) {
+            continue;
+        }
+        fprintf(stderr, "%s: %zu lines, until they differ\n", log.node.c_str(), log.lines.size());
+        ReplayShorter shorter;
+        if (!replay_shorter(log, programs, shorter, error)) {
+            return complain(arguments, log.node + ": " + error);
+        }
+        if (shorter.result.difference) {
+            return shorter_finish(arguments, log, shorter, output);
+        }
+    }
+    return complain(arguments, "every log is the same when it is run again");
+}
 
 int replay_command(const Arguments& arguments) {
     std::vector<ReplayLog> logs;
     std::string error;
-    if (!replay_logs_read(arguments.words, logs, error)) {
+    if (!command_logs_read(arguments.words, logs, error)) {
         return complain(arguments, error, EXIT_USAGE);
     }
-    for (const ReplayLog& log : logs) {
-        if (log.lines.empty()) {
-            return complain(arguments, "the log of " + log.node + " holds no start of a worker",
-                            EXIT_USAGE);
-        }
-    }
-    const ProgramPlace place = program_place();
-    const ReplayPrograms programs{place.programs, place.daemon};
-    if (!replay_sandbox_enter(programs, place.build, error)) {
+    ReplayPrograms programs;
+    if (!programs_ready(programs, error)) {
         return complain(arguments, error);
     }
     bool same = true;

@@ -11,7 +11,9 @@
 
 #include "lab/program/commands.h"
 #include "lab/program/mesh_host.h"
+#include "lab/program/replay_logs.h"
 #include "lab/program/run.h"
+#include "lab/replay/replay_scenario.h"
 #include "lab/report/outage.h"
 #include "lab/scenario/scenario_parse.h"
 #include "lab/shrink/shrink.h"
@@ -22,6 +24,7 @@ namespace lab {
 namespace {
 
 constexpr std::string_view CHAOS = "chaos";
+constexpr std::string_view REPLAY = "replay";
 constexpr int SLACK_SECONDS = 30;
 
 // What a run is looked at for, second by second.
@@ -144,13 +147,15 @@ bool run_apart(const Scenario& scenario, const ShrinkCondition& condition, Json&
     return true;
 }
 
+std::vector<std::string> words_behind(const Arguments& arguments) {
+    return {arguments.words.begin() + 1, arguments.words.end()};
+}
+
 bool scenario_begin(const Arguments& arguments, Scenario& scenario, std::string& error) {
-    std::vector<std::string> words = arguments.words;
-    if (words[0] == CHAOS) {
-        words.erase(words.begin());
-        return run_chaos_scenario(arguments, words, scenario, error);
+    if (arguments.words[0] == CHAOS) {
+        return run_chaos_scenario(arguments, words_behind(arguments), scenario, error);
     }
-    if (!scenario_load(words, scenario, error)) {
+    if (!scenario_load(arguments.words, scenario, error)) {
         return false;
     }
     scenario.seed = arguments.seed.value_or(scenario.seed);
@@ -198,24 +203,15 @@ int shrink_finish(const Arguments& arguments, const ShrinkCondition& condition,
     } else if (arguments.output.empty()) {
         printf("%s", text.c_str());
     }
+    fflush(stdout);
     fprintf(stderr, "from %s to %s in %d tries\n", size_text(first).c_str(),
             size_text(result.scenario).c_str(), result.tries);
     return result.confirmed ? EXIT_GOOD
                             : complain(arguments, "the shortest scenario did not show it again");
 }
 
-}  // namespace
-
-int shrink_command(const Arguments& arguments) {
-    Scenario scenario;
+int shrink_search(const Arguments& arguments, const Scenario& scenario, ShrinkCondition condition) {
     std::string error;
-    if (!scenario_begin(arguments, scenario, error)) {
-        return complain(arguments, error, EXIT_USAGE);
-    }
-    ShrinkCondition condition{arguments.rule, false, arguments.node, arguments.seen,
-                              arguments.unseen};
-    condition.any_rule =
-        condition.rule.empty() && condition.seen.empty() && condition.unseen.empty();
     fprintf(stderr, "first run: %zu nodes, until %s\n", scenario.nodes.size(),
             shrink_condition_text(condition).c_str());
     Json told;
@@ -256,6 +252,30 @@ int shrink_command(const Arguments& arguments) {
         return complain(arguments, error);
     }
     return shrink_finish(arguments, condition, timed, result);
+}
+
+}  // namespace
+
+int shrink_command(const Arguments& arguments) {
+    Scenario scenario;
+    std::string error;
+    ShrinkCondition condition{arguments.rule, false, arguments.node, arguments.seen,
+                              arguments.unseen};
+    condition.any_rule =
+        condition.rule.empty() && condition.seen.empty() && condition.unseen.empty();
+    if (arguments.words[0] == REPLAY) {
+        std::vector<ReplayLog> logs;
+        if (!command_logs_read(words_behind(arguments), logs, error)) {
+            return complain(arguments, error, EXIT_USAGE);
+        }
+        if (condition.any_rule) {
+            return shrink_difference(arguments, logs);
+        }
+        scenario = replay_scenario(logs);
+    } else if (!scenario_begin(arguments, scenario, error)) {
+        return complain(arguments, error, EXIT_USAGE);
+    }
+    return shrink_search(arguments, scenario, condition);
 }
 
 }  // namespace lab

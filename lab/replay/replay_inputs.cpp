@@ -13,6 +13,8 @@ namespace {
 constexpr std::int64_t RESTART_SECONDS = 2;  // a supervisor's pause, and one for its rounding
 constexpr int EVENT_ASSOC = 1;
 constexpr int EVENT_DISASSOC = 2;
+constexpr std::string_view LIST_LOOKED_AT = "device_ap_steering_workaround : Enter";
+constexpr std::string_view LIST_NOT_READY = "device_approval_list_check : approval list not ready";
 constexpr std::string_view IGNORED_LOSS =
     "wireless_event_process : Under CONNECTING_TARGET_BACKHAUL_AP, ignore AP_DISASSOC";
 
@@ -71,7 +73,8 @@ private:
             FinderRow{log_kind::reload_message, &Inputs::reload},
             FinderRow{log_kind::restore, &Inputs::restore},
             FinderRow{log_kind::command, &Inputs::command},
-            FinderRow{log_kind::detail, &Inputs::reason},
+            FinderRow{log_kind::detail, &Inputs::detail},
+            FinderRow{log_kind::error, &Inputs::list_changed},
         };
         const auto* const row = std::ranges::find(FINDERS, event.kind, &FinderRow::kind);
         return row == FINDERS.end() ? ReplayInput() : (this->*row->find)(at, event);
@@ -221,6 +224,28 @@ private:
             }
         }
         return word_input(InputKind::command, "uplink_scan");
+    }
+
+    ReplayInput detail(std::size_t at, const log_event& event) {
+        return lines_[at].text == LIST_LOOKED_AT ? list_changed(at, event) : reason(at, event);
+    }
+
+    // The word that tells of another approval list leaves no line. A worker looks at the list once
+    // by itself; whenever it does so again, the word came since.
+    ReplayInput list_changed(std::size_t at, const log_event& /*event*/) {
+        const std::string& text = lines_[at].text;
+        for (std::size_t before = at;
+             before > 0 && (text == LIST_LOOKED_AT || text == LIST_NOT_READY); --before) {
+            const std::string& earlier = lines_[before - 1].text;
+            if (earlier == LIST_LOOKED_AT) {
+                return word_input(InputKind::command, "approval_list_changed");
+            }
+            if (earlier == LIST_NOT_READY ||
+                log_event_read(earlier).kind == log_kind::worker_start) {
+                break;
+            }
+        }
+        return {};
     }
 
     ReplayInput reason(std::size_t at, const log_event& event) {

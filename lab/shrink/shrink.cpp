@@ -13,6 +13,7 @@ namespace {
 
 constexpr int MOST_ROUNDS = 5;
 constexpr int LEAST_SECONDS = 4;  // less is not worth a run
+constexpr int LEAST_PART = 32;    // neither is less than this part of the whole time
 
 class Search {
 public:
@@ -20,15 +21,20 @@ public:
         : calls_(calls), best_(scenario_until(timed, seen.at)), node_(seen.node) {}
 
     ShrinkResult run() {
+        // A verb less often frees a node; a node less makes every further try a shorter one.
+        const std::size_t nodes = best_.nodes.size();
         focus();
+        if (best_.nodes.size() == nodes) {
+            fewer_nodes();
+        }
         std::string before;
         for (int round = 0; round < MOST_ROUNDS && before != scenario_print(best_); ++round) {
             before = scenario_print(best_);
-            fewer_nodes();
             fewer_verbs();
+            fewer_nodes();
             fewer_hearings();
-            less_time();
         }
+        less_time();
         ShrinkResult result;
         ShrinkSeen seen;
         result.confirmed = !failed_ && calls_.run(best_, seen) && seen.shows;
@@ -120,12 +126,16 @@ private:
         leave_out([this] { return best_.hearings.size(); }, scenario_without_hearings);
     }
 
+    std::int64_t least_seconds() const {
+        return std::max<std::int64_t>(LEAST_SECONDS, scenario_seconds(best_) / LEAST_PART);
+    }
+
     void less_time() {
         // Where it is seen at once, the wait at the end is as short as it gets.
         const std::size_t last = calls_.slack > 0 ? 1 : 0;
         for (std::size_t step = 0; step + last < best_.steps.size() && !is_over(); ++step) {
             int less = best_.steps[step].after;
-            while (less >= LEAST_SECONDS && step + last < best_.steps.size() && !is_over()) {
+            while (less >= least_seconds() && step + last < best_.steps.size() && !is_over()) {
                 if (!attempt(scenario_sooner(best_, step, less))) {
                     less /= 2;
                 } else if (step < best_.steps.size()) {

@@ -219,6 +219,20 @@ TEST_F(CheckTest, finds_an_empty_line_in_the_profile) {
     expect_weak("profile.blank", "line 3 is empty");
 }
 
+TEST_F(CheckTest, finds_a_line_of_the_profile_that_is_counted_twice) {
+    const auto put = [this](size_t length, const char* end) {
+        std::string last = "timer AP_TIMER_INTF 0 0 0";
+        last.resize(length, ' ');
+        image.put("tmp/wifi_if_profile", with(PROFILE, "timer AP_TIMER_INTF 0 0 0\n", last + end));
+        return run({"check", "--root", image.path()}).out;
+    };
+    // The loader counts pieces of 63 bytes, line ends among them.
+    EXPECT_EQ(put(62, "\n"), "fit: no gap was found\n");
+    EXPECT_EQ(put(63, ""), "fit: no gap was found\n");
+    put(63, "\n");
+    expect_weak("profile.long", "line 7 has more than 62 characters");
+}
+
 TEST_F(CheckTest, finds_service_aps_that_the_agent_cannot_answer_for) {
     image.put("tmp/wifi_if_profile",
               with(PROFILE, "ath10 MAIN_SERVICE_AP 5l 0 0", "ath10 MAIN_SERVICE_AP 5h 0 0"));

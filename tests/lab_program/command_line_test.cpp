@@ -38,6 +38,13 @@ TEST(CommandLine, takes_options_before_and_behind_the_words) {
     EXPECT_EQ(parsed.arguments.seed, 7U);
 }
 
+TEST(CommandLine, takes_options_behind_any_number_of_logs) {
+    const Parsed parsed = parse({"shrink", "replay", "e1=a.log", "b.log", "--output", "c.log"});
+    ASSERT_EQ(parsed.command, "shrink") << parsed.error;
+    EXPECT_EQ(parsed.arguments.words, (Words{"replay", "e1=a.log", "b.log"}));
+    EXPECT_EQ(parsed.arguments.output, "c.log");
+}
+
 TEST(CommandLine, leaves_what_stands_behind_the_verb_to_the_verb) {
     const Parsed parsed = parse({"do", "--socket", "/run/x/control", "fade", "e1", "e2", "-80"});
     ASSERT_EQ(parsed.command, "do") << parsed.error;

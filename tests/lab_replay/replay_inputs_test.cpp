@@ -85,6 +85,20 @@ TEST(ReplayInputs, scans_are_asked_for_by_a_command_where_no_message_asks) {
     EXPECT_EQ(log.lines[4].input.kind, InputKind::none);
 }
 
+TEST(ReplayInputs, the_approval_list_is_looked_at_again_after_a_command) {
+    constexpr char LOOK[] = "61 device_ap_steering_workaround : Enter";
+    constexpr char NOT_READY[] = "91 device_approval_list_check : approval list not ready";
+    const ReplayLog log = log_of({START, LOOK, NOT_READY, NOT_READY, LOOK, LOOK,
+                                  "99 <-- backhaul_monitor start -->", NOT_READY, LOOK});
+    std::vector<std::size_t> asked;
+    for (std::size_t at = 0; at < log.lines.size(); ++at) {
+        if (log.lines[at].input.word == "approval_list_changed") {
+            asked.push_back(at);
+        }
+    }
+    EXPECT_THAT(asked, testing::ElementsAre(2, 5));
+}
+
 TEST(ReplayInputs, a_channel_is_that_of_the_check_that_follows) {
     const ReplayLog log =
         log_of({START, "30 CHANNEL_CHANGE(ath20)", "30 dev_intf_enable_set : enable ath2",

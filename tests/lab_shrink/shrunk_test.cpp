@@ -61,10 +61,11 @@ TEST_P(Shrunk, to_ten_lines_at_most) {
     EXPECT_EQ(sound.code, 0) << text << sound.out;
 }
 
-// A reaction left out, and a timeout that is wrong.
+// A reaction left out, a timeout that is wrong, and two steps of a reaction in the wrong order.
 INSTANTIATE_TEST_SUITE_P(All, Shrunk,
                          testing::Values(Fault{"no_reconnect", "liveness"},
-                                         Fault{"no_timeout", "time-limits"}),
+                                         Fault{"no_timeout", "time-limits"},
+                                         Fault{"late_clear", "time-limits"}),
                          [](const auto& one) { return std::string(one.param.daemon); });
 
 }  // namespace
