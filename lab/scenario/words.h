@@ -22,6 +22,9 @@ std::string words_joined(std::span<const std::string> words);
 // The word as line_words reads it, in quotes where it needs them.
 std::string word_quoted(std::string_view word);
 
+// The word as a shell reads it, in quotes where it needs them.
+std::string shell_word(std::string_view word);
+
 // A decimal number within limits. False when the word is no number or lies outside.
 bool word_number(std::string_view word, std::int64_t least, std::int64_t most,
                  std::int64_t* number);
