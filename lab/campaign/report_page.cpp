@@ -106,29 +106,62 @@ std::string difference_row(const std::string& place, const Difference& differenc
            cell(verdict(difference)) + "</tr>";
 }
 
-std::string differences_html(const CampaignSummary& summary) {
-    std::string rows;
-    for (const Difference& difference : summary.everywhere) {
-        rows += difference_row("everywhere", difference);
+// All places together, 0 in the place where its line stands.
+std::string differences_plot(const std::vector<Difference>& differences) {
+    double most = 0;
+    for (const Difference& difference : differences) {
+        const Estimate& estimate = difference.estimate;
+        most = std::max({most, std::abs(estimate.value), std::abs(estimate.interval.low),
+                         std::abs(estimate.interval.high)});
     }
+    std::string html = "<div class=\"plot\">\n";
+    for (const Difference& difference : differences) {
+        const Estimate& estimate = difference.estimate;
+        const std::string said = number(estimate.value, 1);
+        const std::string track =
+            "<s style=\"left:50%\"></s>" +
+            (estimate.interval.is_known
+                 ? span_html("i", estimate.interval.low, estimate.interval.high, -most, most)
+                 : "") +
+            mark_html("dot", estimate.value, -most, most);
+        html += row_html(difference.variant, track, said,
+                         said + " s an hour against " + difference.against + ", " +
+                             interval_text(estimate.interval, 1));
+    }
+    return html + axis_html("shorter, " + number(-most, 0), "longer, " + number(most, 0)) +
+           "</div>\n";
+}
+
+std::string differences_table(const std::string& rows) {
+    return table_html("differences",
+                      head("Where") + head("Variant") + head("Against") + head("Pairs") +
+                          head("Difference", "s an hour") + head("Chance") +
+                          head("Raised", "Holm") + head("So it is"),
+                      rows);
+}
+
+std::string differences_html(const CampaignSummary& summary) {
+    if (summary.everywhere.empty()) {
+        return "";
+    }
+    std::string everywhere;
+    for (const Difference& difference : summary.everywhere) {
+        everywhere += difference_row("everywhere", difference);
+    }
+    std::string places;
     for (const PlaceSummary& place : summary.places) {
         for (const VariantSummary& variant : place.variants) {
             if (!variant.difference.against.empty()) {
-                rows += difference_row(place_title(place), variant.difference);
+                places += difference_row(place_title(place), variant.difference);
             }
         }
-    }
-    if (rows.empty()) {
-        return "";
     }
     return "<h2 id=\"differences\">Is it a difference?</h2>\n"
            "<p>Seconds without a backhaul in an hour of an extender, one variant less the other: "
            "below 0 is better. Pairs have the same seed, so the same was done to both.</p>\n" +
-           table_html("differences",
-                      head("Where") + head("Variant") + head("Against") + head("Pairs") +
-                          head("Difference", "s an hour") + head("Chance") +
-                          head("Raised", "Holm") + head("So it is"),
-                      rows) +
+           differences_plot(summary.everywhere) + differences_table(everywhere) +
+           "<details><summary>Place by place</summary>\n" + differences_table(places) +
+           "</details>\n"
            "<p class=\"soft\">Chance: how often a mean at least as far from 0 comes when each "
            "pair's sign is turned at random (paired permutation test, two-sided). Raised by Holm's "
            "method over all rows, since many questions are asked at once; below 0.05 it is called "

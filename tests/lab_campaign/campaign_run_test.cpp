@@ -114,7 +114,7 @@ TEST_F(CampaignRun, says_what_it_cannot_do) {
     EXPECT_EQ(play("--case s2").out, "backhaul_lab: the campaign has no case `s2`\n");
     EXPECT_EQ(play("--report").out, "backhaul_lab: no case has a result yet\n");
     EXPECT_EQ(lab_run("campaign " + folder + "/none.json").code, 2);
-    EXPECT_THAT(lab_run("campaign - </dev/null").out, HasSubstr("cannot read"));
+    EXPECT_THAT(lab_run("campaign - </dev/null").out, HasSubstr("-: no JSON: "));
     EXPECT_EQ(play("--slurm --json").code, 0);
 }
 
