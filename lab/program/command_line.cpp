@@ -16,6 +16,7 @@ constexpr int MOST_LINES = 1000000;
 constexpr int MOST_CHAOS_HOURS = 10000;
 constexpr int MOST_MINUTES = 10000;
 constexpr int MOST_ISLAND_SECONDS = 100000;
+constexpr int MOST_JOBS = 1000;
 
 void speed_option_add(CLI::App& command, Arguments& arguments) {
     const auto read = [&arguments](const std::string& word) {
@@ -91,6 +92,25 @@ void option_add(CLI::App& command, const std::string& name, Arguments& arguments
         command.add_option(name, arguments.until, "Ends the run when this rule is broken")
             ->type_name("RULE")
             ->check(CLI::IsMember(std::vector<std::string>(RULE_NAMES.begin(), RULE_NAMES.end())));
+    } else if (name == "--results") {
+        text(arguments.results, "FOLDER", "Where the results of a campaign are (beside its file)");
+    } else if (name == "--jobs") {
+        number(arguments.jobs, 1, MOST_JOBS,
+               "Cases at once on each machine (one for each processor)");
+    } else if (name == "--sshlogin") {
+        command
+            .add_option(name, arguments.logins,
+                        "Machine that plays cases as well, `:` is this one; as of GNU parallel")
+            ->type_name("LOGIN")
+            ->allow_extra_args(false);
+    } else if (name == "--slurm") {
+        flag(arguments.slurm, "Prints a script for sbatch instead");
+    } else if (name == "--list") {
+        flag(arguments.list, "Prints the ids of the cases that have no result yet, one a line");
+    } else if (name == "--case") {
+        text(arguments.one_case, "ID", "Plays only this case");
+    } else if (name == "--report") {
+        flag(arguments.report, "Makes the page and the table of what is there instead");
     } else if (name == "--no-colour") {
         flag(arguments.colour_never, "No colour, whatever the terminal");
     }

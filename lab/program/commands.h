@@ -33,8 +33,15 @@ struct Arguments {
     std::string output;               // file; empty: standard output
     int nodes = 8;
     int hours = 24;
-    int minutes = 0;    // of real time; 0: no limit
-    std::string until;  // a rule with whose breach a run ends; empty: none
+    int minutes = 0;                  // of real time; 0: no limit
+    std::string until;                // a rule with whose breach a run ends; empty: none
+    std::string results;              // folder of a campaign; empty: beside its file
+    std::string one_case;             // id of the only one to play
+    int jobs = 0;                     // cases at once; 0: one for each processor
+    std::vector<std::string> logins;  // machines to play them on
+    bool list = false;
+    bool slurm = false;
+    bool report = false;
 };
 
 // client_commands.cpp: they talk to the mesh that is up.
@@ -62,6 +69,9 @@ int chaos_command(const Arguments& arguments);
 
 // shrink_command.cpp
 int shrink_command(const Arguments& arguments);
+
+// campaign_command.cpp
+int campaign_command(const Arguments& arguments);
 
 // replay_command.cpp
 int replay_command(const Arguments& arguments);

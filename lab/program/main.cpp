@@ -26,6 +26,7 @@ constexpr std::array FUNCTIONS = {
     CommandFunction{"chaos", lab::chaos_command},
     CommandFunction{"replay", lab::replay_command},
     CommandFunction{"shrink", lab::shrink_command},
+    CommandFunction{"campaign", lab::campaign_command},
     CommandFunction{"generate", lab::generate_command},
     CommandFunction{"verbs", lab::verbs_command},
     CommandFunction{"doctor", lab::doctor_command},

@@ -18,6 +18,7 @@
 #include "lab/program/mesh_host.h"
 #include "lab/report/outage.h"
 #include "lab/scenario/scenario_step.h"
+#include "lab/scenario/words.h"
 
 namespace lab {
 namespace {
@@ -55,20 +56,6 @@ bool endings_take(std::string& error) {
 std::int64_t now_ms() {
     using namespace std::chrono;
     return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
-/// As one word for a shell.
-std::string shell_word(const std::string& text) {
-    constexpr std::string_view PLAIN =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./+,:@%";
-    if (text.find_first_not_of(PLAIN) == std::string::npos) {
-        return text;
-    }
-    std::string word = "'";
-    for (const char letter : text) {
-        word += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
-    }
-    return word + "'";
 }
 
 void progress_show(const Run& run, std::int64_t& shown) {
@@ -157,20 +144,20 @@ Json causes_json(const Run& run) {
     return causes;
 }
 
-int switches_of(const Mesh& mesh) {
-    int count = 0;
-    for (const MeshEvent& event : mesh.events()) {
-        count += event.text.starts_with("uplink ") && event.text != "uplink none" ? 1 : 0;
-    }
-    return count;
-}
-
 }  // namespace
 
 bool run_is_good(const Run& run) {
     return (run.state == PlayState::done || run.ended_early) && run.failure.empty() &&
            run.player->failures() == 0 && unknown_violations(run) == 0 &&
            run.sanitizer_reports.empty();
+}
+
+int run_switches(const Run& run) {
+    int count = 0;
+    for (const MeshEvent& event : run.mesh->events()) {
+        count += event.text.starts_with("uplink ") && event.text != "uplink none" ? 1 : 0;
+    }
+    return count;
 }
 
 bool run_play(const Scenario& scenario, const Arguments& arguments, bool shows_progress, Run& run,
@@ -284,7 +271,7 @@ Json run_json(const Run& run) {
             {"remarks", remarks_json(run_remarks(run))},
             {"outages", outages_json(run)},
             {"islands", islands_json(run)},
-            {"switches", switches_of(*run.mesh)},
+            {"switches", run_switches(run)},
             {"evidence", run.evidence},
             {"again", run_again_command(run)},
             {"status", status_json(status)}};
@@ -295,7 +282,7 @@ std::string chaos_summary(const Run& run) {
         outage_summary_of_all(run.mesh->outages(), run.mesh->observation().time);
     std::string text = "worst outage " + duration_text(all.worst) + ", median " +
                        duration_text(all.median) + ", " + std::to_string(all.count) + " outages, " +
-                       std::to_string(switches_of(*run.mesh)) + " switches\n";
+                       std::to_string(run_switches(run)) + " switches\n";
     if (const IslandSummary islands = run.mesh->islands(); islands.count > 0) {
         text += std::to_string(islands.count) + " islands, " + duration_text(islands.seconds) +
                 " of them in all, the longest " + duration_text(islands.longest) + "\n";

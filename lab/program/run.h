@@ -40,6 +40,9 @@ bool run_is_good(const Run& run);
 bool run_chaos_scenario(const Arguments& arguments, const std::vector<std::string>& words,
                         Scenario& scenario, std::string& error);
 
+// How often an uplink took over.
+int run_switches(const Run& run);
+
 // Plays the scenario; false with a sentence when no mesh could be made. `shows_progress` tells
 // every few seconds on standard error how far it is. SIGINT, SIGTERM and SIGHUP end a run early:
 // what was found until then counts.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <iterator>
 #include <map>
 #include <random>
 
@@ -42,25 +43,26 @@ enum class Trouble {
 
 struct Weight {
     Trouble trouble;
-    int weight;
+    std::string_view name;
+    int weight;  // unless others were asked for
     VerbKind kind;
 };
 
 constexpr std::array WEIGHTS = {
-    Weight{Trouble::deauth, 20, VerbKind::deauth},
-    Weight{Trouble::ap_off, 12, VerbKind::ap_off},
-    Weight{Trouble::cut, 10, VerbKind::fade},
-    Weight{Trouble::deafen, 10, VerbKind::fade},
-    Weight{Trouble::strand, 10, VerbKind::fade},
-    Weight{Trouble::cable_in, 8, VerbKind::cable_in},
-    Weight{Trouble::radar, 5, VerbKind::radar},
-    Weight{Trouble::reboot, 6, VerbKind::reboot},
-    Weight{Trouble::power_off, 4, VerbKind::power_off},
-    Weight{Trouble::kill_worker, 8, VerbKind::kill_worker},
-    Weight{Trouble::kill_tool, 8, VerbKind::kill_tool},
-    Weight{Trouble::drop_messages, 5, VerbKind::drop_messages},
-    Weight{Trouble::revoke, 4, VerbKind::revoke},
-    Weight{Trouble::command, 8, VerbKind::command},
+    Weight{Trouble::deauth, "deauth", 20, VerbKind::deauth},
+    Weight{Trouble::ap_off, "ap-off", 12, VerbKind::ap_off},
+    Weight{Trouble::cut, "cut", 10, VerbKind::fade},
+    Weight{Trouble::deafen, "deafen", 10, VerbKind::fade},
+    Weight{Trouble::strand, "strand", 10, VerbKind::fade},
+    Weight{Trouble::cable_in, "cable-in", 8, VerbKind::cable_in},
+    Weight{Trouble::radar, "radar", 5, VerbKind::radar},
+    Weight{Trouble::reboot, "reboot", 6, VerbKind::reboot},
+    Weight{Trouble::power_off, "power-off", 4, VerbKind::power_off},
+    Weight{Trouble::kill_worker, "kill-worker", 8, VerbKind::kill_worker},
+    Weight{Trouble::kill_tool, "kill-tool", 8, VerbKind::kill_tool},
+    Weight{Trouble::drop_messages, "drop-messages", 5, VerbKind::drop_messages},
+    Weight{Trouble::revoke, "revoke", 4, VerbKind::revoke},
+    Weight{Trouble::command, "command", 8, VerbKind::command},
 };
 
 // What makes a daemon show most of what it can: these come first, and soon.
@@ -82,14 +84,17 @@ constexpr std::array ENDINGS = {
 class Chaos {
 public:
     Chaos(const Scenario& scenario, const ChaosOptions& options)
-        : scenario_(scenario), options_(options), random_(options.seed) {}
+        : scenario_(scenario), options_(options), random_(options.seed) {
+        std::ranges::copy_if(FIRST, std::back_inserter(first_), [this](Trouble trouble) {
+            return weight_in_use(weight_of(trouble)) > 0;
+        });
+    }
 
     std::vector<TimedVerb> verbs() {
         std::size_t count = 0;
         for (int at = below(options_.mean_pause); at < options_.seconds;
              at += 1 + below(2 * options_.mean_pause)) {
-            const Trouble first = FIRST[std::min(count, FIRST.size() - 1)];
-            disturb(at, weight_of(count < FIRST.size() ? first : pick()));
+            disturb(at, weight_of(count < first_.size() ? first_[count] : pick()));
             ++count;
         }
         std::stable_sort(timed_.begin(), timed_.end(),
@@ -107,17 +112,28 @@ private:
         return *std::ranges::find(WEIGHTS, trouble, &Weight::trouble);
     }
 
+    int weight_in_use(const Weight& row) const {
+        if (options_.weights.empty()) {
+            return row.weight;
+        }
+        const auto found = options_.weights.find(row.name);
+        return found == options_.weights.end() ? 0 : found->second;
+    }
+
     Trouble pick() {
         int total = 0;
         for (const Weight& row : WEIGHTS) {
-            total += row.weight;
+            total += weight_in_use(row);
         }
         int left = below(total);
-        std::size_t at = 0;
-        while (left >= WEIGHTS[at].weight) {
-            left -= WEIGHTS[at++].weight;
+        for (const Weight& row : WEIGHTS) {
+            left -= weight_in_use(row);
+            if (left < 0) {
+                return row.trouble;
+            }
         }
-        return WEIGHTS[at].trouble;
+        // Nothing has any weight.
+        return Trouble::deauth;
     }
 
     const ScenarioNode& any_node() {
@@ -271,11 +287,20 @@ private:
     const Scenario& scenario_;
     const ChaosOptions& options_;
     std::mt19937 random_;
+    std::vector<Trouble> first_;  // of FIRST those that may come
     std::map<std::pair<std::string, VerbKind>, int> busy_until_;
     std::vector<TimedVerb> timed_;
 };
 
 }  // namespace
+
+std::vector<std::pair<std::string_view, int>> chaos_weights_usual() {
+    std::vector<std::pair<std::string_view, int>> weights;
+    for (const Weight& row : WEIGHTS) {
+        weights.emplace_back(row.name, row.weight);
+    }
+    return weights;
+}
 
 Scenario scenario_chaos_mesh(int nodes) {
     int columns = 1;

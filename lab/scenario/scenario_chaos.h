@@ -8,10 +8,21 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "lab/scenario/scenario.h"
 
 namespace lab {
+
+// How often each kind of disturbance comes, by its name: 2 comes twice as often as 1, and what is
+// not named never.
+using ChaosWeights = std::map<std::string, int, std::less<>>;
+
+// The usual weights, each name in the order in which a sum is counted off.
+std::vector<std::pair<std::string_view, int>> chaos_weights_usual();
 
 struct ChaosOptions {
     std::uint32_t seed = 1;
@@ -19,6 +30,7 @@ struct ChaosOptions {
     int settle = 180;           // before the first one and after the last end
     int mean_pause = 150;       // between the beginnings of two disturbances
     int longest_trouble = 600;  // from a disturbance to its end; a deaf node's is its own
+    ChaosWeights weights = {};  // empty: the usual ones
 };
 
 // Neighbours hear each other in a grid as square as it gets, its last row not always full.

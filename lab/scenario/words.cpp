@@ -112,6 +112,19 @@ bool word_is_name(std::string_view word) {
     });
 }
 
+std::string shell_word(std::string_view text) {
+    constexpr std::string_view PLAIN =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./+,:@%";
+    if (text.find_first_not_of(PLAIN) == std::string::npos) {
+        return std::string(text);
+    }
+    std::string word = "'";
+    for (const char letter : text) {
+        word += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
+    }
+    return word + "'";
+}
+
 bool word_number(std::string_view word, std::int64_t least, std::int64_t most,
                  std::int64_t* number) {
     std::int64_t value = 0;

@@ -28,6 +28,9 @@ std::string words_quoted(std::span<const std::string> words);
 // One or more letters, digits, - and _: what names a node, a group, a mark or a value.
 bool word_is_name(std::string_view word);
 
+// The word as a shell reads it, in quotes where it needs them.
+std::string shell_word(std::string_view word);
+
 // A decimal number within limits. False when the word is no number or lies outside.
 bool word_number(std::string_view word, std::int64_t least, std::int64_t most,
                  std::int64_t* number);

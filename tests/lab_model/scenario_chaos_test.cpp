@@ -131,6 +131,26 @@ TEST(ScenarioChaos, uses_every_kind_of_trouble) {
     }
 }
 
+TEST(ScenarioChaos, takes_the_usual_weights_unless_others_are_asked_for) {
+    ChaosOptions options{.seed = 7, .seconds = DAY};
+    for (const auto& [name, weight] : chaos_weights_usual()) {
+        options.weights[std::string(name)] = weight;
+    }
+    EXPECT_EQ(scenario_chaos(scenario_star(8), options), day_of_chaos(7));
+}
+
+TEST(ScenarioChaos, does_only_what_has_a_weight_and_that_as_often_as_it_says) {
+    ChaosOptions options{.seed = 7, .seconds = DAY};
+    options.weights = {{"reboot", 3}, {"kill-worker", 1}, {"deauth", 0}};
+    std::map<VerbKind, int> counts = verb_counts(scenario_chaos(scenario_star(8), options));
+    counts.erase(VerbKind{});
+    EXPECT_GT(counts[VerbKind::reboot], 2 * counts[VerbKind::kill_worker]);
+    EXPECT_LT(counts[VerbKind::reboot], 4 * counts[VerbKind::kill_worker]);
+    EXPECT_EQ(counts[VerbKind::deauth], 0);
+    EXPECT_EQ(counts[VerbKind::fade], 0);
+    EXPECT_EQ(counts[VerbKind::ap_off], 0);
+}
+
 TEST(ScenarioChaos, takes_no_cable_and_no_approval_from_a_root) {
     for (const ScenarioStep& step : day_of_chaos(9).steps) {
         const bool only_extenders = step.verb.kind == VerbKind::cable_in ||
