@@ -29,7 +29,8 @@ std::string stretched(const std::string& text) {
     std::string whole;
     int count = 0;
     for (const char c : text) {
-        whole += c == LONG && count++ < LONGS_MOST ? std::string(LONG_SIZE, 'x') : std::string(1, c);
+        whole +=
+            c == LONG && count++ < LONGS_MOST ? std::string(LONG_SIZE, 'x') : std::string(1, c);
     }
     return whole;
 }
