@@ -28,6 +28,8 @@ bool mesh_sandbox_enter(const ProgramPlace& place, const std::vector<std::string
     options.programs = place.programs;
     options.keep = keep;
     options.keep.push_back(place.build);
+    // One that was named may lie anywhere.
+    options.keep.push_back(std::filesystem::path(place.daemon).parent_path());
     options.tools = false;
     // Every node brings its own switch.
     options.network.bridge = false;
