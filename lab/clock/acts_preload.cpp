@@ -15,7 +15,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 
 #include "lab/clock/own_page.h"
@@ -47,7 +46,6 @@ constinit Behind<pid_t()> fork_behind{"fork"};
 constinit Behind<int(const char*)> system_behind{"system"};
 constinit Behind<FILE*(const char*, const char*)> popen_behind{"popen"};
 constinit Behind<int(FILE*)> pclose_behind{"pclose"};
-constinit Behind<int(const char*)> remove_behind{"remove"};
 
 bool is_message(const sockaddr* to) {
     return to != nullptr && to->sa_family == AF_INET;
@@ -121,28 +119,4 @@ LAB_EXPORT int pclose(FILE* stream) {
     const int status = pclose_behind.get()(stream);
     lab::own_line_end();
     return status;
-}
-
-LAB_EXPORT int open(const char* path, int flags, ...) {
-    va_list words;
-    va_start(words, flags);
-    const auto mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(words, mode_t) : 0;
-    va_end(words);
-    lab::own_act_note();
-    return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
-}
-
-LAB_EXPORT int rename(const char* from, const char* to) noexcept {
-    lab::own_act_note();
-    return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
-}
-
-LAB_EXPORT int remove(const char* path) noexcept {
-    lab::own_act_note();
-    return remove_behind.get()(path);
-}
-
-LAB_EXPORT int unlink(const char* path) noexcept {
-    lab::own_act_note();
-    return static_cast<int>(syscall(SYS_unlinkat, AT_FDCWD, path, 0));
 }

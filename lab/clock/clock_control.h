@@ -92,9 +92,7 @@ public:
     // its account says holds no more.
     void touch(int node);
 
-    // Grows with whatever a node does that may have changed a file of it; and with what may have
-    // changed its processes.
-    std::uint32_t acts(int node) const;
+    // Grows with whatever a node does that may have changed its processes.
     std::uint32_t starts(int node) const;
 
     // Real time after which a node that is not quiet is an error. A machine that builds meanwhile

@@ -38,10 +38,6 @@ void MovedClock::touch(int node) {
     nodes_[static_cast<std::size_t>(node)]->touched = true;
 }
 
-std::uint32_t MovedClock::acts(int node) const {
-    return nodes_[static_cast<std::size_t>(node)]->page->acts.load();
-}
-
 std::uint32_t MovedClock::starts(int node) const {
     return nodes_[static_cast<std::size_t>(node)]->page->handed.load();
 }

@@ -108,7 +108,6 @@ struct ClockPage {
     ClockWord orders;   // source of the two `order` fields
     ClockWord slept;    // seconds passed by sleeps in CLOCK_EAGER
     ClockWord exact;    // 1: the owner runs when nobody of the node does
-    ClockWord acts;     // bumped when files may have changed
     ClockWord awake;    // threads that woke, less those that began to wait for the owner or others
     ClockWord lines;    // shell lines begun and not ended, less those that wait for the air
     ClockWord handed;   // bumped when something was started whose end nobody tells
@@ -118,6 +117,6 @@ struct ClockPage {
 };
 
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
-static_assert(sizeof(ClockPage) == 52 + SLEEPER_SLOTS * 24 + TIMER_SLOTS * 28);
+static_assert(sizeof(ClockPage) == 48 + SLEEPER_SLOTS * 24 + TIMER_SLOTS * 28);
 
 }  // namespace lab

@@ -86,22 +86,14 @@ bool own_exact() {
     return page != nullptr && page->exact.load() != 0 && page->mode.load() == CLOCK_HELD;
 }
 
-void own_act_note() {
-    if (page != nullptr) {
-        page->acts.fetch_add(1);
-    }
-}
-
 void own_handed_note() {
     if (page != nullptr) {
-        page->acts.fetch_add(1);
         page->handed.fetch_add(1);
     }
 }
 
 void own_line_begin() {
     if (page != nullptr) {
-        page->acts.fetch_add(1);
         page->lines.fetch_add(1);
     }
 }

@@ -84,7 +84,6 @@ bool Mesh::nodes_make(std::string& error) {
         nodes_.push_back(std::move(node));
     }
     places_.resize(nodes_.size());
-    acts_seen_.resize(nodes_.size());
     starts_seen_.resize(nodes_.size());
     touched_.resize(nodes_.size(), true);
     clock_.patience = KERNEL_PATIENCE * (1 + node_count() / NODES_A_PATIENCE);

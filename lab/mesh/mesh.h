@@ -164,7 +164,6 @@ private:
 
     // mesh_watch.cpp
     bool look(std::string& error);
-    bool has_acted(int index);
     bool has_started(int index);
     NodeObservation look_at(int index, const MeshReach& reach);
     void ethernet_answers_take();
@@ -183,7 +182,6 @@ private:
     BroadcastProbe probe_;
     std::vector<std::unique_ptr<MeshNode>> nodes_;
     std::int64_t started_ = 0;
-    std::vector<std::uint32_t> acts_seen_;  // of each node at the last look
     std::vector<std::uint32_t> starts_seen_;
     std::vector<bool> touched_;  // by us since the last look
     std::string failure_;        // of the machine, while a tool was served

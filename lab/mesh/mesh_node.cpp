@@ -1,5 +1,6 @@
 #include "lab/mesh/mesh_node.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,6 +21,7 @@
 namespace lab {
 namespace {
 
+constexpr char STATUS_FILE[] = "/tmp/backhaul_status";
 constexpr char FLOW_LOG[] = "/var/log/backhaul_flow_log";
 constexpr char BATCH[] = "/run/lab/neighbours";
 constexpr std::string_view PREFIX_LENGTH = "/24";
@@ -177,6 +179,26 @@ void MeshNode::power_off() {
 
 int MeshNode::worker() {
     return powered_ ? daemon_.worker() : 0;
+}
+
+bool MeshNode::status_read(std::string* text) {
+    const std::string path = node_->at(STATUS_FILE);
+    struct stat found {};
+    if (stat(path.c_str(), &found) != 0) {
+        status_inode_ = 0;
+        return false;
+    }
+    const bool same = found.st_ino == status_inode_ &&
+                      found.st_mtim.tv_sec == status_written_.tv_sec &&
+                      found.st_mtim.tv_nsec == status_written_.tv_nsec &&
+                      found.st_size == static_cast<off_t>(status_.size());
+    if (!same) {
+        status_inode_ = found.st_ino;
+        status_written_ = found.st_mtim;
+        file_read(path, &status_);
+    }
+    *text = status_;
+    return true;
 }
 
 bool MeshNode::log_read() {

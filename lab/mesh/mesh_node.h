@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ctime>
 #include <deque>
 #include <memory>
 #include <string>
@@ -75,6 +76,10 @@ public:
     // The worker of the moment, 0 when there is none.
     int worker();
 
+    // The status file as it is; false when there is none. It is read when it is another one than
+    // at the last call.
+    bool status_read(std::string* text);
+
     // Reads what is new in the flow log; true when lines came and went unseen.
     bool log_read();
     // Lines that the last log_read brought.
@@ -118,6 +123,9 @@ private:
     std::deque<LogLine> log_places_;  // of the same lines, without their texts
     std::uint64_t log_count_ = 0;
     int air_socket_ = -1;
+    timespec status_written_{};
+    std::uint64_t status_inode_ = 0;
+    std::string status_;
     bool powered_ = false;
     bool as_root_ = false;
     bool store_written_ = false;

@@ -11,7 +11,6 @@
 namespace lab {
 namespace {
 
-constexpr char STATUS_FILE[] = "/tmp/backhaul_status";
 constexpr char ETHERNET_AGENT[] = "/tmp/eth_backhaul_fifo";
 constexpr std::string_view DETECT_REPLY = "eth_detect_reply";
 constexpr std::string_view READY = "ready\n";
@@ -57,13 +56,7 @@ std::vector<std::string> Mesh::uplinks(int index) const {
     return carrying;
 }
 
-// Whether the node or we may have changed a file of it since the last look.
-bool Mesh::has_acted(int index) {
-    const std::uint32_t acts = clock_.acts(index);
-    return std::exchange(acts_seen_[air_index(index)], acts) != acts || touched_[air_index(index)];
-}
-
-// The same of its processes.
+// Whether the node or we may have changed its processes since the last look.
 bool Mesh::has_started(int index) {
     const std::uint32_t starts = clock_.starts(index);
     const bool started = std::exchange(starts_seen_[air_index(index)], starts) != starts;
@@ -82,21 +75,13 @@ NodeObservation Mesh::look_at(int index, const MeshReach& reach) {
     seen.rebooted = rebooted_.erase(index) != 0;
     seen.interfaces = interfaces_of(node.plan());
     const auto before = before_.find(seen.name);
-    const bool acted = has_acted(index) || before == before_.end();
     const bool started = has_started(index) || before == before_.end();
-    if (acted) {
-        seen.log_lines_lost = node.log_read();
-        seen.log = node.log_news();
-    }
+    seen.log_lines_lost = node.log_read();
+    seen.log = node.log_news();
     if (!seen.powered) {
         return seen;
     }
-    if (acted) {
-        seen.status_exists = file_read(node.node().at(STATUS_FILE), &seen.status_text);
-    } else {
-        seen.status_exists = before->second.status_exists;
-        seen.status_text = before->second.status_text;
-    }
+    seen.status_exists = node.status_read(&seen.status_text);
     seen.worker_pid = started ? node.worker() : before->second.worker_pid;
     seen.service_aps_up = service_aps_up(in_air);
     seen.uplinks = uplinks(index);

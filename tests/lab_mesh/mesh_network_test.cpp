@@ -54,7 +54,7 @@ TEST_F(MeshNetwork, is_refused_with_its_limit_when_there_are_too_many_nodes) {
     lab::Scenario scenario;
     scenario.nodes.resize(lab::MOST_NODES + 1);
     EXPECT_EQ(lab::Mesh::make(scenario, {}, error), nullptr);
-    EXPECT_EQ(error, "a mesh has at most 128 nodes, not 129");
+    EXPECT_EQ(error, "a mesh has at most 250 nodes, not 251");
 }
 
 TEST_F(MeshNetwork, carries_a_broadcast_once_to_everybody_in_reach) {
