@@ -324,8 +324,11 @@ std::string how_to_read() {
            "the "
            "95th percentile; each tenth of the seconds takes the same space.</p>\n"
            "<p>An outage is put down to the last thing that was done to the mesh before it began. "
-           "Loops are marked frames that came twice, by the known hazard behind them; an island is "
-           "an extender that says ready for more than a minute without a way to a root.</p>\n";
+           "Loops are marked frames that came twice, by the known hazard behind them. An island is "
+           "a group "
+           "of extenders that say ready below each other without a way to a root, for more than "
+           "ten "
+           "minutes.</p>\n";
 }
 
 }  // namespace

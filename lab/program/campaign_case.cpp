@@ -35,8 +35,9 @@ bool is_parked(const Mesh& mesh, const std::string& node) {
 void tally_second(const Mesh& mesh, CaseTally& tally) {
     for (const NodeObservation& node : mesh.observation().nodes) {
         if (!node.is_root) {
-            case_tally_look(tally, {node.name, node.powered && node.status_text == READY,
-                                    node.reaches_root && !node.uplinks.empty(),
+            case_tally_look(tally, {node.name,
+                                    node.powered && node.status_text == READY &&
+                                        node.reaches_root && !node.uplinks.empty(),
                                     node.powered && is_parked(mesh, node.name)});
         }
     }
@@ -108,9 +109,10 @@ bool play_inside(const CampaignCase& one, const std::string& evidence, CaseResul
     result.real_ms = run.real_ms;
     result.observed_seconds = tally.observed_seconds;
     result.parked_seconds = tally.parked_seconds;
-    result.islands = tally.islands;
-    result.island_seconds = tally.island_seconds;
-    result.island_longest = tally.island_longest;
+    const IslandSummary islands = run.mesh->islands();
+    result.islands = islands.count;
+    result.island_seconds = islands.seconds;
+    result.island_longest = islands.longest;
     result.switches = run_switches(run);
     outages_fill(*run.mesh, result);
     violations_fill(run, result);

@@ -92,37 +92,13 @@ TEST(FileMark, is_another_for_another_byte) {
 
 TEST(CaseTally, counts_from_the_first_ready_on) {
     CaseTally tally;
-    case_tally_look(tally, {"e1", false, false, true});
+    case_tally_look(tally, {"e1", false, true});
     EXPECT_EQ(tally.observed_seconds, 0);
-    case_tally_look(tally, {"e1", true, true, false});
-    case_tally_look(tally, {"e1", false, false, true});
-    case_tally_look(tally, {"e2", false, false, true});
+    case_tally_look(tally, {"e1", true, false});
+    case_tally_look(tally, {"e1", false, true});
+    case_tally_look(tally, {"e2", false, true});
     EXPECT_EQ(tally.observed_seconds, 2);
     EXPECT_EQ(tally.parked_seconds, 1);
-}
-
-TEST(CaseTally, takes_a_minute_of_ready_without_a_root_for_an_island) {
-    CaseTally tally;
-    const auto look = [&tally](int seconds, bool says_ready, bool reaches_root) {
-        for (int second = 0; second < seconds; ++second) {
-            case_tally_look(tally, {"e1", says_ready, reaches_root, false});
-        }
-    };
-    look(60, true, false);
-    EXPECT_EQ(tally.islands, 0);
-    look(1, true, true);
-    look(60, true, false);
-    look(1, false, false);
-    EXPECT_EQ(tally.islands, 0);
-    look(61, true, false);
-    EXPECT_EQ(tally.islands, 1);
-    EXPECT_EQ(tally.island_seconds, 61);
-    look(9, true, false);
-    look(1, true, true);
-    look(100, true, false);
-    EXPECT_EQ(tally.islands, 2);
-    EXPECT_EQ(tally.island_seconds, 170);
-    EXPECT_EQ(tally.island_longest, 100);
 }
 
 }  // namespace
