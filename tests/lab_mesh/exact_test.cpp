@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "lab/clock/processor_place.h"
 #include "lab/scenario/scenario_chaos.h"
 #include "lab/scenario/scenario_parse.h"
 #include "lab/tools/small_file.h"
@@ -51,6 +52,9 @@ private:
 class Exact : public testing::Test {
 protected:
     void SetUp() override {
+        if (lab::ProcessorPlace::take() == nullptr) {
+            GTEST_SKIP() << "this machine allows no real-time scheduling to who runs the test";
+        }
         lab::folder_remove(folder);
         lab::folder_make(folder);
         lab::ChaosOptions options;
