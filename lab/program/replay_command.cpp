@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <memory>
 
 #include "ctl/log_line.h"
 #include "lab/mesh/mesh_place.h"
@@ -8,6 +9,14 @@
 
 namespace lab {
 namespace {
+
+struct FileCloser {
+    void operator()(std::FILE* file) const {
+        fclose(file);
+    }
+};
+
+using OpenFile = std::unique_ptr<std::FILE, FileCloser>;
 
 Json line_json(const std::string& text) {
     return text.empty() ? Json() : Json(text);
@@ -104,9 +113,12 @@ bool command_logs_read(const std::vector<std::string>& words, std::vector<Replay
 
 int shrink_difference(const Arguments& arguments, const std::vector<ReplayLog>& logs) {
     // The sandbox hides where the file is to stand.
-    std::FILE* output = nullptr;
-    if (!arguments.output.empty() && (output = fopen(arguments.output.c_str(), "we")) == nullptr) {
-        return complain(arguments, "cannot write to " + arguments.output);
+    OpenFile output;
+    if (!arguments.output.empty()) {
+        output.reset(fopen(arguments.output.c_str(), "we"));
+        if (output == nullptr) {
+            return complain(arguments, "cannot write to " + arguments.output);
+        }
     }
     ReplayPrograms programs;
     std::string error;
@@ -123,7 +135,7 @@ int shrink_difference(const Arguments& arguments, const std::vector<ReplayLog>& 
             return complain(arguments, log.node + ": " + error);
         }
         if (shorter.result.difference) {
-            return shorter_finish(arguments, log, shorter, output);
+            return shorter_finish(arguments, log, shorter, output.get());
         }
     }
     return complain(arguments, "every log is the same when it is run again");
