@@ -108,7 +108,7 @@ TEST(CommandLine, refuses_values_that_are_none) {
                                                  {"--seed", "check", "x", "--seed", "4294967296"},
                                                  {"--seed", "check", "x", "--seed", "one"},
                                                  {"--nodes", "chaos", "--nodes", "1"},
-                                                 {"--nodes", "chaos", "--nodes", "129"},
+                                                 {"--nodes", "chaos", "--nodes", "251"},
                                                  {"--lines", "log", "e1", "--lines", "0"},
                                                  {"--json", "status", "--json=soon"}}) {
         const Parsed parsed = parse({words.begin() + 1, words.end()});
