@@ -10,6 +10,9 @@ namespace {
 
 constexpr std::chrono::milliseconds PATIENCE{60000};
 constexpr std::string_view WORKER_START = "<-- backhaul_monitor start -->";
+// Seconds between two announcements of a root, of those in which anything happens.
+constexpr std::uint32_t ANNOUNCE_PERIOD = 10;
+
 constexpr std::string_view NO_ROOT_YET = "backhaul_send_unicast_msg : sendto error ";
 
 class Replay {
@@ -51,7 +54,7 @@ private:
         now_ = time_of(at);
         clock_.set(CLOCK_HELD, now_);
         given_[at] = true;
-        announced_ = false;
+        announced_at_ = 0;
         boot_ends_ = at + 1;
         while (boot_ends_ < lines_.size() && lines_[boot_ends_].input.kind != InputKind::power) {
             ++boot_ends_;
@@ -105,17 +108,18 @@ private:
         return bed_->facts_set(second_facts(match_.pending(now_)), error);
     }
 
-    // A root is heard from the moment on when sending to it fails no longer.
+    // A root is heard from the moment on when sending to it fails no longer. As on a router it says
+    // again and again who it is: a datagram may be lost.
     bool root_announce(std::string& error) {
         const std::size_t from = match_.head();
         const bool fails_still =
             std::any_of(lines_.begin() + static_cast<std::ptrdiff_t>(from),
                         lines_.begin() + static_cast<std::ptrdiff_t>(life_end(from)),
                         [](const ReplayLine& line) { return line.text.starts_with(NO_ROOT_YET); });
-        if (announced_ || fails_still) {
+        if (fails_still || now_ - announced_at_ < ANNOUNCE_PERIOD) {
             return true;
         }
-        announced_ = true;
+        announced_at_ = now_;
         return bed_->announce_root(error);
     }
 
@@ -130,7 +134,7 @@ private:
     bool log_take() {
         for (const LogLine& line : bed_->log_new()) {
             match_.feed(line.time, line.text);
-            announced_ = announced_ && line.text != WORKER_START;
+            announced_at_ = line.text == WORKER_START ? 0 : announced_at_;
         }
         return !match_.difference();
     }
@@ -162,7 +166,7 @@ private:
     std::vector<bool> given_;
     std::size_t boot_ends_ = 0;
     std::uint32_t now_ = 0;
-    bool announced_ = false;
+    std::uint32_t announced_at_ = 0;  // 0: not since the worker started
 };
 
 }  // namespace
