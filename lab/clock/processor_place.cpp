@@ -66,8 +66,9 @@ void ProcessorPlace::watch() {
         stuck_ms = patience == 0 || beats != seen ? 0 : stuck_ms + WATCH_PERIOD.count();
         seen = beats;
         if (patience != 0 && stuck_ms > patience) {
-            sched_setaffinity(owner_, sizeof before_, &before_);
+            // In this order: elsewhere it runs at once.
             become(owner_, SCHED_OTHER, 0);
+            sched_setaffinity(owner_, sizeof before_, &before_);
         }
     }
 }
