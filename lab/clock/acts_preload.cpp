@@ -43,6 +43,7 @@ private:
 };
 
 constinit Behind<pid_t()> fork_behind{"fork"};
+constinit Behind<pid_t(pid_t, int*, int)> waitpid_behind{"waitpid"};
 constinit Behind<int(const char*)> system_behind{"system"};
 constinit Behind<FILE*(const char*, const char*)> popen_behind{"popen"};
 constinit Behind<int(FILE*)> pclose_behind{"pclose"};
@@ -75,28 +76,31 @@ LAB_EXPORT ssize_t sendto(int fd, const void* bytes, size_t size, int flags, con
 // The time after which a socket gives up is the machine's: who moves exactly waits on.
 LAB_EXPORT ssize_t recvfrom(int fd, void* bytes, size_t size, int flags, sockaddr* from,
                             socklen_t* from_size) {
-    const bool comes_to_wait = waits(fd, flags);
-    const bool on = comes_to_wait && lab::own_exact();
+    if (!waits(fd, flags)) {
+        return syscall(SYS_recvfrom, fd, bytes, size, flags, from, from_size);
+    }
     const socklen_t room = from_size == nullptr ? 0 : *from_size;
     long got = -1;
-    if (comes_to_wait) {
-        lab::own_wait_begin();
-    }
+    lab::own_wait_begin();
     do {
         if (from_size != nullptr) {
             *from_size = room;
         }
         got = syscall(SYS_recvfrom, fd, bytes, size, flags, from, from_size);
-    } while (on && got < 0 && errno == EAGAIN);
-    if (comes_to_wait) {
-        lab::own_wait_end();
-    }
+    } while (got < 0 && errno == EAGAIN && lab::own_exact());
+    lab::own_wait_end();
     return got;
 }
 
 LAB_EXPORT pid_t fork() noexcept {
     lab::own_handed_note();
     return fork_behind.get()();
+}
+
+LAB_EXPORT pid_t waitpid(pid_t pid, int* status, int options) {
+    const pid_t ended = waitpid_behind.get()(pid, status, options);
+    lab::own_handed_note();
+    return ended;
 }
 
 LAB_EXPORT int system(const char* line) {

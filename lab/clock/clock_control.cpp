@@ -26,10 +26,6 @@ constexpr std::uint32_t NEVER = UINT32_MAX;
 // Of what is told when a mesh does not come to rest: nobody reads of all its nodes.
 constexpr std::size_t LONGEST_DESCRIPTION = 8000;
 
-void futex_wake(const ClockWord& word) {
-    syscall(SYS_futex, word.futex(), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
-}
-
 // Waits at most `patience_ns` for the word to change from `seen`.
 void futex_wait(const ClockWord& word, std::uint32_t seen, long patience_ns) {
     const timespec limit{0, patience_ns};
@@ -216,7 +212,7 @@ bool MovedClock::call_sleeper(const Due& due, std::string& error) {
     if (!slot.state.compare_exchange_strong(expected, SLEEPER_CALLED)) {
         return true;
     }
-    futex_wake(slot.state);
+    slot.state.wake();
     const auto end = RealClock::now() + patience;
     std::uint32_t seen = due.node->page->changes.load();
     while (slot.state.load() == SLEEPER_CALLED && slot.order.load() == order) {
@@ -252,7 +248,7 @@ bool MovedClock::fire_timers(std::string& error) {
             }
         }
         node->page->gate.fetch_add(1);
-        futex_wake(node->page->gate);
+        node->page->gate.wake();
     }
     return !fired || settle(error);
 }

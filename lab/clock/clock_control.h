@@ -92,7 +92,7 @@ public:
     // its account says holds no more.
     void touch(int node);
 
-    // Grows with whatever a node does that may have changed its processes.
+    // Grows with whatever a node or its owner does that may have changed its processes.
     std::uint32_t starts(int node) const;
 
     // Real time after which a node that is not quiet is an error. A machine that builds meanwhile
@@ -109,6 +109,7 @@ private:
         ClockPage* page = nullptr;
         std::unique_ptr<QuietWatch> watch;
         bool touched = true;
+        std::uint32_t touches = 0;
         std::uint32_t awake_at_rest = 0;
         std::uint32_t lines_at_rest = 0;
         std::uint32_t handed_at_rest = 0;

@@ -10,12 +10,9 @@
 // Datagrams go out when all nodes rest, one at a time, in the order of the nodes; the kernel may
 // deliver some of them a moment later, which is waited for.
 
-#include <linux/futex.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <climits>
 #include <utility>
 
 #include "lab/clock/clock_control.h"
@@ -35,11 +32,14 @@ void MovedClock::be_exact(ProcessorPlace* place) {
 }
 
 void MovedClock::touch(int node) {
-    nodes_[static_cast<std::size_t>(node)]->touched = true;
+    Node& touched = *nodes_[static_cast<std::size_t>(node)];
+    touched.touched = true;
+    ++touched.touches;
 }
 
 std::uint32_t MovedClock::starts(int node) const {
-    return nodes_[static_cast<std::size_t>(node)]->page->handed.load();
+    const Node& asked = *nodes_[static_cast<std::size_t>(node)];
+    return asked.page->handed.load() + asked.touches;
 }
 
 bool MovedClock::Node::may_run() const {
@@ -112,7 +112,7 @@ void MovedClock::slots_take_back(const Node& node) {
 void MovedClock::exact_call(Node& node, SleeperSlot& slot) {
     place_->beat();
     slot.state.store(SLEEPER_CALLED);
-    syscall(SYS_futex, slot.state.futex(), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+    slot.state.wake();
     // Still there: its thread was killed.
     node.touched = node.touched || slot.state.load() == SLEEPER_CALLED;
 }

@@ -14,9 +14,14 @@
 // The page of a node's moved time, shared by its owner and by every program with the preloaded
 // clock, whatever processor that program was made for. Any process, any thread.
 
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 #include <array>
 #include <atomic>
 #include <bit>
+#include <climits>
 #include <cstdint>
 
 namespace lab {
@@ -72,6 +77,10 @@ public:
     const void* futex() const {
         return &word_;
     }
+    // Wakes all who wait on it.
+    void wake() const {
+        syscall(SYS_futex, futex(), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+    }
     static constexpr std::uint32_t in_page(std::uint32_t value) {
         return std::endian::native == std::endian::little ? value : __builtin_bswap32(value);
     }
@@ -110,7 +119,7 @@ struct ClockPage {
     ClockWord exact;    // 1: the owner runs when nobody of the node does
     ClockWord awake;    // threads that woke, less those that began to wait for the owner or others
     ClockWord lines;    // shell lines begun and not ended, less those that wait for the air
-    ClockWord handed;   // bumped when something was started whose end nobody tells
+    ClockWord handed;   // bumped when something was started whose end nobody tells, or has ended
     ClockWord senders;  // threads that lie to send
     std::array<SleeperSlot, SLEEPER_SLOTS> sleepers;
     std::array<TimerSlot, TIMER_SLOTS> timers;

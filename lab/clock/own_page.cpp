@@ -17,7 +17,7 @@ ClockPage* page = nullptr;
 
 void owner_tell() {
     page->changes.fetch_add(1);
-    syscall(SYS_futex, page->changes.futex(), FUTEX_WAKE, INT_MAX, nullptr, nullptr, 0);
+    page->changes.wake();
 }
 
 SleeperSlot* slot_take() {

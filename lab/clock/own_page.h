@@ -26,8 +26,8 @@ void own_call_await(SlotKind kind, std::uint32_t deadline);
 // Whether the nodes share a processor on which the owner runs when nobody else does.
 bool own_exact();
 
-// For the node's account: something was started whose end nobody tells; a shell line begins, and it
-// has ended.
+// For the node's account: something was started whose end nobody tells, or has ended; a shell line
+// begins, and it has ended.
 void own_handed_note();
 void own_line_begin();
 void own_line_end();

@@ -85,7 +85,6 @@ bool Mesh::nodes_make(std::string& error) {
     }
     places_.resize(nodes_.size());
     starts_seen_.resize(nodes_.size());
-    touched_.resize(nodes_.size(), true);
     clock_.patience = KERNEL_PATIENCE * (1 + node_count() / NODES_A_PATIENCE);
     clock_.nodes_together = options_.together && place_ == nullptr;
     clock_.at_rest = [this] {

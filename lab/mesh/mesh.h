@@ -182,9 +182,8 @@ private:
     BroadcastProbe probe_;
     std::vector<std::unique_ptr<MeshNode>> nodes_;
     std::int64_t started_ = 0;
-    std::vector<std::uint32_t> starts_seen_;
-    std::vector<bool> touched_;  // by us since the last look
-    std::string failure_;        // of the machine, while a tool was served
+    std::vector<std::uint32_t> starts_seen_;  // of each node at the last look
+    std::string failure_;                     // of the machine, while a tool was served
     std::vector<std::string> effect_texts_;
 
     RulesMemory rules_;

@@ -41,7 +41,6 @@ bool Mesh::carry_out(const Effects& effects, std::string& error) {
 }
 
 bool Mesh::carry_out_one(const Effect& effect, std::string& error) {
-    touched_[air_index(effect.node)] = true;
     switch (effect.kind) {
         case EffectKind::link_up:
         case EffectKind::link_down:
@@ -202,7 +201,6 @@ bool Mesh::air_serve() {
     }
     for (int index = 0; index < node_count(); ++index) {
         if ((sockets[air_index(index)].revents & POLLIN) != 0) {
-            touched_[air_index(index)] = true;
             air_serve_one(sockets[air_index(index)].fd, [this, index](const AirRequest& request) {
                 return tool_call(index, request);
             });

@@ -13,7 +13,6 @@ namespace {
 
 constexpr char ETHERNET_AGENT[] = "/tmp/eth_backhaul_fifo";
 constexpr std::string_view DETECT_REPLY = "eth_detect_reply";
-constexpr std::string_view READY = "ready\n";
 
 // Without a change a mark goes round now and then; after one, at the next look.
 constexpr std::int64_t MARK_PERIOD = 30;
@@ -59,10 +58,7 @@ std::vector<std::string> Mesh::uplinks(int index) const {
 // Whether the node or we may have changed its processes since the last look.
 bool Mesh::has_started(int index) {
     const std::uint32_t starts = clock_.starts(index);
-    const bool started = std::exchange(starts_seen_[air_index(index)], starts) != starts;
-    const bool touched = touched_[air_index(index)];
-    touched_[air_index(index)] = false;
-    return started || touched;
+    return std::exchange(starts_seen_[air_index(index)], starts) != starts;
 }
 
 NodeObservation Mesh::look_at(int index, const MeshReach& reach) {
@@ -182,10 +178,7 @@ void Mesh::changes_note(const NodeObservation& now) {
 void Mesh::outages_note() {
     for (const NodeObservation& node : observation_.nodes) {
         if (!node.is_root) {
-            // The file may say that all is well where no frame reaches a root: users feel that.
-            outage_note(&outages_, node.name, observation_.time,
-                        node.powered && node.status_text == READY && !node.uplinks.empty() &&
-                            node.reaches_root);
+            outage_note(&outages_, node.name, observation_.time, has_backhaul(node));
         }
     }
 }

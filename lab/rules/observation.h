@@ -59,6 +59,13 @@ struct NodeObservation {
     std::vector<ObservedStation> stations;
 };
 
+// Whether an extender has its backhaul, as users feel it. The file may say that all is well where
+// no frame reaches a root.
+inline bool has_backhaul(const NodeObservation& node) {
+    return node.powered && node.status_text == "ready\n" && !node.uplinks.empty() &&
+           node.reaches_root;
+}
+
 struct Observation {
     std::int64_t time = 0;
     std::vector<NodeObservation> nodes;

@@ -13,8 +13,8 @@ namespace {
 
 // Those that the preloaded clock stands before (lab/clock/clock_preload.cpp, acts_preload.cpp).
 const std::set<std::string, std::less<>> NOTED = {
-    "fork",   "gettimeofday", "ioctl",  "pclose", "popen",          "recvfrom",       "select",
-    "sendto", "sleep",        "system", "time",   "timerfd_create", "timerfd_settime"};
+    "fork",   "gettimeofday", "ioctl",  "pclose", "popen",          "recvfrom",        "select",
+    "sendto", "sleep",        "system", "time",   "timerfd_create", "timerfd_settime", "waitpid"};
 
 // Those that start no program and wait for nothing of the machine. What they let
 // run in the node itself has run before the owner does.
@@ -105,7 +105,6 @@ const std::set<std::string, std::less<>> HARMLESS = {"_exit",
                                                      "strtoul",
                                                      "vfprintf",
                                                      "vsnprintf",
-                                                     "waitpid",
                                                      "write",
                                                      "optind",
                                                      "opterr",

@@ -123,6 +123,22 @@ TEST_F(MeshRules, tell_a_worker_that_nothing_had_ended) {
                                       " ended and nothing had ended it"));
 }
 
+TEST_F(MeshRules, see_the_second_in_which_a_worker_is_gone_before_another_comes) {
+    kill(e1_worker(), SIGKILL);
+    // A verb elsewhere: all is looked at, and no second passes.
+    verb(lab::VerbKind::kill_worker, "root", SIGCONT);
+    EXPECT_EQ(e1_worker(), 0);
+    pass(1);
+    EXPECT_GT(e1_worker(), 0);
+    std::vector<std::string> told;
+    for (const lab::MeshEvent& event : mesh->events()) {
+        if (event.node == "e1" && (event.text == "worker ended" || event.text == "new worker")) {
+            told.push_back(event.text);
+        }
+    }
+    EXPECT_THAT(told, ElementsAre("worker ended", "new worker"));
+}
+
 TEST_F(MeshRules, expect_a_worker_to_end_only_for_a_while_after_a_signal_that_it_survived) {
     verb(lab::VerbKind::kill_worker, "e1", SIGCONT);
     pass(301);
