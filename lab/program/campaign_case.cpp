@@ -20,7 +20,6 @@ namespace lab {
 namespace {
 
 constexpr const char* SHRINK_MINUTES = "10";
-constexpr std::string_view READY = "ready\n";
 
 bool is_parked(const Mesh& mesh, const std::string& node) {
     const LinkTracker* const tracker = mesh.tracker(node);
@@ -35,10 +34,8 @@ bool is_parked(const Mesh& mesh, const std::string& node) {
 void tally_second(const Mesh& mesh, CaseTally& tally) {
     for (const NodeObservation& node : mesh.observation().nodes) {
         if (!node.is_root) {
-            case_tally_look(tally, {node.name,
-                                    node.powered && node.status_text == READY &&
-                                        node.reaches_root && !node.uplinks.empty(),
-                                    node.powered && is_parked(mesh, node.name)});
+            case_tally_look(
+                tally, {node.name, has_backhaul(node), node.powered && is_parked(mesh, node.name)});
         }
     }
 }

@@ -39,16 +39,6 @@ bool is_stand_in(const std::string& name) {
            std::string_view(target.data(), static_cast<std::size_t>(length)).ends_with("/lab_tool");
 }
 
-void put(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = write(descriptor, text.data(), text.size());
-        if (count <= 0) {
-            return;
-        }
-        text.remove_prefix(static_cast<std::size_t>(count));
-    }
-}
-
 // What the real program prints in front of everything.
 constexpr std::string_view OPENSSL_WARNING =
     "*** WARNING : deprecated key derivation used.\nUsing -iter or -pbkdf2 would be better.\n";
@@ -119,8 +109,8 @@ void line_do(const std::string& root, const char* text) {
         call->out = lab::lines_with(call->out, line->wanted);
         call->exit_code = call->out.empty() ? 1 : 0;
     }
-    put(STDERR_FILENO, call->err);
-    put(out, call->out);
+    lab::write_all(STDERR_FILENO, call->err);
+    lab::write_all(out, call->out);
     _exit(line->in_background ? 0 : call->exit_code);
 }
 

@@ -6,23 +6,9 @@
 
 #include <cstdlib>
 
+#include "lab/tools/small_file.h"
 #include "lab/tools/tool_call.h"
 #include "lab/tools/tool_words.h"
-
-namespace {
-
-void print(int descriptor, const std::string& text) {
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t count = write(descriptor, text.data() + done, text.size() - done);
-        if (count <= 0) {
-            return;
-        }
-        done += static_cast<std::size_t>(count);
-    }
-}
-
-}  // namespace
 
 int main(int argc, char** argv) {
     if (argc < 1) {
@@ -39,7 +25,7 @@ int main(int argc, char** argv) {
         call.words.erase(call.words.begin());
     }
     lab::tool_call_run(&call);
-    print(STDERR_FILENO, call.err);
-    print(STDOUT_FILENO, call.out);
+    lab::write_all(STDERR_FILENO, call.err);
+    lab::write_all(STDOUT_FILENO, call.out);
     return call.exit_code;
 }

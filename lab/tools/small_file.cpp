@@ -35,6 +35,16 @@ int open_making_parents(const std::string& path, int flags) {
     return descriptor;
 }
 
+bool write_and_close(int descriptor, std::string_view text) {
+    if (descriptor < 0) {
+        return false;
+    }
+    const bool written = write_all(descriptor, text);
+    return close(descriptor) == 0 && written;
+}
+
+}  // namespace
+
 bool write_all(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = write(descriptor, text.data(), text.size());
@@ -48,16 +58,6 @@ bool write_all(int descriptor, std::string_view text) {
     }
     return true;
 }
-
-bool write_and_close(int descriptor, std::string_view text) {
-    if (descriptor < 0) {
-        return false;
-    }
-    const bool written = write_all(descriptor, text);
-    return close(descriptor) == 0 && written;
-}
-
-}  // namespace
 
 bool file_read(const std::string& path, std::string* text) {
     return file_read_from(path, 0, text);

@@ -33,6 +33,9 @@ bool file_append(const std::string& path, std::string_view text);
 // Writes into an existing or new file in place, as a program with fopen "w" does.
 bool file_overwrite(const std::string& path, std::string_view text);
 
+// Writes all of `text`, in as many pieces as it takes; false when the descriptor takes no more.
+bool write_all(int descriptor, std::string_view text);
+
 bool path_exists(const std::string& path);
 
 // Removes one file; true also when there was none.

@@ -61,6 +61,16 @@ protected:
         lab::folder_remove(folder);
     }
 
+    // What a command tells as JSON, each field of which the man page has; null when it complains.
+    Json told_by(const std::string& words, int code) const {
+        const Ended ended = lab_run(words);
+        EXPECT_EQ(ended.code, code) << ended.out;
+        Json told = json_of(ended);
+        EXPECT_FALSE(told.is_null() || told.contains("good")) << ended.out;
+        harness::fields_expect(told, page);
+        return told.contains("good") ? Json() : told;
+    }
+
     static inline std::string folder;
     static inline std::string log;
     static inline std::string changed;
@@ -69,11 +79,8 @@ protected:
 };
 
 TEST_F(LogCommands, replay_tells_that_every_node_did_the_same) {
-    const Ended ended = lab_run("replay " + folder + "/logs --json");
-    EXPECT_EQ(ended.code, 0) << ended.out;
-    const Json told = json_of(ended);
-    ASSERT_FALSE(told.is_null() || told.contains("good")) << ended.out;
-    harness::fields_expect(told, page);
+    const Json told = told_by("replay " + folder + "/logs --json", 0);
+    ASSERT_FALSE(told.is_null());
     EXPECT_EQ(told["same"], true);
     ASSERT_EQ(told["nodes"].size(), 3U);
     for (const Json& node : told["nodes"]) {
@@ -86,11 +93,8 @@ TEST_F(LogCommands, replay_tells_that_every_node_did_the_same) {
 }
 
 TEST_F(LogCommands, replay_tells_both_texts_of_the_first_difference) {
-    const Ended ended = lab_run("replay e1=" + folder + "/changed.log --json");
-    EXPECT_EQ(ended.code, 1) << ended.out;
-    const Json told = json_of(ended);
-    ASSERT_FALSE(told.is_null() || told.contains("good")) << ended.out;
-    harness::fields_expect(told, page);
+    const Json told = told_by("replay e1=" + folder + "/changed.log --json", 1);
+    ASSERT_FALSE(told.is_null());
     EXPECT_EQ(told["same"], false);
     const Json& difference = told["nodes"][0]["difference"];
     EXPECT_EQ(difference["line"], line);
@@ -101,12 +105,9 @@ TEST_F(LogCommands, replay_tells_both_texts_of_the_first_difference) {
 
 TEST_F(LogCommands, shrink_cuts_a_log_to_the_life_that_differs) {
     const std::string file = folder + "/short.log";
-    const Ended ended =
-        lab_run("shrink replay e1=" + folder + "/changed.log --json --output " + file);
-    EXPECT_EQ(ended.code, 0) << ended.out;
-    const Json told = json_of(ended);
-    ASSERT_FALSE(told.is_null() || told.contains("good")) << ended.out;
-    harness::fields_expect(told, page);
+    const Json told =
+        told_by("shrink replay e1=" + folder + "/changed.log --json --output " + file, 0);
+    ASSERT_FALSE(told.is_null());
     EXPECT_EQ(told["tries"], 2);
     EXPECT_EQ(told["first_lines"], std::ranges::count(log, '\n'));
     std::string text;
@@ -124,12 +125,9 @@ TEST_F(LogCommands, shrink_cuts_a_log_to_the_life_that_differs) {
 }
 
 TEST_F(LogCommands, shrink_makes_a_mesh_of_logs_and_keeps_what_a_line_needs) {
-    const Ended ended = lab_run("shrink replay " + folder + "/logs --node e1 --seen '" +
-                                std::string(LOSS) + "' --json");
-    EXPECT_EQ(ended.code, 0) << ended.out;
-    const Json told = json_of(ended);
-    ASSERT_FALSE(told.is_null() || told.contains("good")) << ended.out;
-    harness::fields_expect(told, page);
+    const Json told = told_by(
+        "shrink replay " + folder + "/logs --node e1 --seen '" + std::string(LOSS) + "' --json", 0);
+    ASSERT_FALSE(told.is_null());
     EXPECT_EQ(told["confirmed"], true);
     EXPECT_EQ(told["first_nodes"], 3);
     EXPECT_GE(told["first_verbs"], 2);
