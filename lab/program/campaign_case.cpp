@@ -1,16 +1,14 @@
 #include "lab/program/campaign_case.h"
 
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
-#include <csignal>
+#include <cstdio>
 #include <cstdlib>
-#include <functional>
+#include <optional>
 
 #include "lab/mesh/mesh_place.h"
+#include "lab/program/child.h"
 #include "lab/program/run.h"
 #include "lab/rules/link_table.h"
 #include "lab/scenario/scenario_parse.h"
@@ -121,36 +119,6 @@ bool play_inside(const CampaignCase& one, const std::string& evidence, CaseResul
     return kept;
 }
 
-// Runs `inside` in a child and returns what it says.
-std::string child_says(const std::function<std::string()>& inside) {
-    std::array<int, 2> ends{};
-    fflush(nullptr);
-    const pid_t parent = getpid();
-    const pid_t child = pipe(ends.data()) != 0 ? -1 : fork();
-    if (child < 0) {
-        return {};
-    }
-    if (child == 0) {
-        close(ends[0]);
-        // What ends the case ends the mesh.
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
-        FILE* const out = getppid() == parent ? fdopen(ends[1], "w") : nullptr;
-        const bool said = out != nullptr && fputs(inside().c_str(), out) >= 0 && fclose(out) == 0;
-        _exit(said ? 0 : 1);
-    }
-    close(ends[1]);
-    std::string text;
-    FILE* const in = fdopen(ends[0], "r");
-    for (int one = getc(in); one != EOF; one = getc(in)) {
-        text.push_back(static_cast<char>(one));
-    }
-    fclose(in);
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? text : std::string();
-}
-
 // The shortest scenario that still breaks the rule; empty when none was found in time.
 std::string shrunk_scenario(const CaseResult& result) {
     const std::string program = program_place().programs + "/backhaul_lab";
@@ -185,13 +153,13 @@ bool campaign_case_play(const CampaignCase& one, const std::string& evidence, Ca
     if (mark.empty()) {
         return false;
     }
-    const std::string said = child_says([&] {
+    const std::optional<std::string> said = child_says([&] {
         CaseResult inside;
         std::string why;
         return play_inside(one, evidence, inside, why) ? json_text(case_result_json(inside))
                                                        : json_text({{"failure", why}});
     });
-    const Json json = Json::parse(said, nullptr, false);
+    const Json json = Json::parse(said.value_or(""), nullptr, false);
     if (json.is_discarded() || json.contains("failure")) {
         error = json.is_discarded() ? "the run ended without a word"
                                     : json["failure"].get<std::string>();

@@ -1,14 +1,11 @@
 // Every try is a process of its own, because a program enters a sandbox only once.
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <optional>
 #include <set>
 
+#include "lab/program/child.h"
 #include "lab/program/commands.h"
 #include "lab/program/mesh_host.h"
 #include "lab/program/replay_logs.h"
@@ -97,49 +94,16 @@ Json run_in_child(const Scenario& scenario, const ShrinkCondition& condition) {
     return run_told(run, shows && run.failure.empty(), condition);
 }
 
-void text_write(int fd, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t put = write(fd, text.data(), text.size());
-        if (put < 0 && errno != EINTR) {
-            return;
-        }
-        text.remove_prefix(put < 0 ? 0 : static_cast<std::size_t>(put));
-    }
-}
-
-std::string text_read(int fd) {
-    std::string text;
-    std::array<char, 4096> block{};
-    for (;;) {
-        const ssize_t got = read(fd, block.data(), block.size());
-        if (got == 0 || (got < 0 && errno != EINTR)) {
-            return text;
-        }
-        text.append(block.data(), got < 0 ? 0 : static_cast<std::size_t>(got));
-    }
-}
-
 // False with a sentence when the machine failed.
 bool run_apart(const Scenario& scenario, const ShrinkCondition& condition, Json& told,
                std::string& error) {
-    std::array<int, 2> ends{};
-    fflush(nullptr);
-    const pid_t child = pipe(ends.data()) != 0 ? -1 : fork();
-    if (child < 0) {
+    const std::optional<std::string> said =
+        child_says([&] { return run_in_child(scenario, condition).dump(); });
+    if (!said) {
         error = "cannot start a try";
         return false;
     }
-    if (child == 0) {
-        close(ends[0]);
-        text_write(ends[1], run_in_child(scenario, condition).dump());
-        _exit(0);
-    }
-    close(ends[1]);
-    told = Json::parse(text_read(ends[0]), nullptr, false);
-    close(ends[0]);
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
+    told = Json::parse(*said, nullptr, false);
     if (told.is_discarded() || !told["failure"].get<std::string>().empty()) {
         error = told.is_discarded() ? "a try told nothing" : told["failure"].get<std::string>();
         return false;
