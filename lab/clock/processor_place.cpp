@@ -37,6 +37,7 @@ std::unique_ptr<ProcessorPlace> ProcessorPlace::take() {
     place->owner_ = gettid();
     // Made before the caller is bound: it may run anywhere.
     place->watcher_ = std::thread([&watched = *place] { watched.watch(); });
+    place->await_watcher();
     // A node's priority is the higher one: it shows whether the machine allows both.
     if (!become(0, NODE_POLICY, NODE_PRIORITY) || !become(0, OWNER_POLICY, OWNER_PRIORITY) ||
         sched_setaffinity(0, sizeof here, &here) != 0) {
@@ -56,10 +57,19 @@ ProcessorPlace::~ProcessorPlace() {
     sched_setaffinity(owner_, sizeof before_, &before_);
 }
 
+// The owner forks later. What a thread that starts holds at that moment (an allocator's lock) would
+// stay held in the child for ever; a watcher that watches holds nothing.
+void ProcessorPlace::await_watcher() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return watching_; });
+}
+
 void ProcessorPlace::watch() {
     std::uint32_t seen = 0;
     std::int64_t stuck_ms = 0;
     std::unique_lock lock(mutex_);
+    watching_ = true;
+    changed_.notify_all();
     while (!changed_.wait_for(lock, WATCH_PERIOD, [this] { return over_; })) {
         const std::int64_t patience = patience_ms_.load();
         const std::uint32_t beats = beats_.load();

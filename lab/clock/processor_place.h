@@ -40,12 +40,14 @@ public:
 
 private:
     ProcessorPlace() = default;
+    void await_watcher();
     void watch();
 
     cpu_set_t before_{};
     pid_t owner_ = 0;
     std::mutex mutex_;
     std::condition_variable changed_;
+    bool watching_ = false;                      // under the mutex
     bool over_ = false;                          // under the mutex
     std::atomic<std::int64_t> patience_ms_ = 0;  // 0: nothing is waited for
     std::atomic<std::uint32_t> beats_ = 0;

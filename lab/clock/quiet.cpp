@@ -46,13 +46,10 @@ bool read_status(WatchedThread& thread) {
     return true;
 }
 
-// The state of a thread that is about to wait reads as blocked while it still runs (one that
-// collects an ended child for as long as that takes). This file waits until the thread has left
-// its processor and says "running" when it has not come to rest.
-bool has_left_its_processor(const WatchedThread& thread) {
+bool is_off_its_processor(const WatchedThread& thread) {
     std::array<char, 256> text{};
     const ssize_t got = pread(thread.call_fd, text.data(), text.size() - 1, 0);
-    return strchr("ZX", thread.state) != nullptr || got <= 0 || text[0] != 'r';
+    return has_left_its_processor({text.data(), got > 0 ? static_cast<size_t>(got) : 0});
 }
 
 void forget(const WatchedThread& thread) {
@@ -71,6 +68,10 @@ bool may_run(char state) {
 constexpr int BACKLOG_COLUMN = 11;
 
 }  // namespace
+
+bool has_left_its_processor(std::string_view syscall) {
+    return !syscall.starts_with("running");
+}
 
 bool packets_under_way(std::string_view softnet_stat) {
     std::istringstream lines{std::string(softnet_stat)};
@@ -192,7 +193,7 @@ bool QuietWatch::is_quiet() {
         return false;
     }
     // Nobody that has come to rest runs again between the two looks, so the list is complete now.
-    if (!std::all_of(threads_.begin(), threads_.end(), has_left_its_processor) || !look(true) ||
+    if (!std::all_of(threads_.begin(), threads_.end(), is_off_its_processor) || !look(true) ||
         newest_pid() != newest) {
         return false;
     }

@@ -26,6 +26,12 @@ struct WatchedThread {
     std::uint64_t switches = 0;  // voluntary and other context switches together
 };
 
+// Whether a thread whose state is not "running" has come to rest, by what its /proc/.../syscall
+// says; true when that says nothing, since the thread is gone. The state alone tells too early: who
+// is about to wait still runs for a moment (who collects an ended child, for as long as that
+// takes), and an ended process has yet to wake its parent.
+bool has_left_its_processor(std::string_view syscall);
+
 // Whether a packet was sent that its receiver has not got yet, by what /proc/net/softnet_stat says:
 // a machine that is busy delivers late, and until then whoever waits for the packet seems to rest.
 bool packets_under_way(std::string_view softnet_stat);

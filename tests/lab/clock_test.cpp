@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/timerfd.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -192,6 +193,26 @@ TEST(PacketsUnderWay, are_those_that_any_processor_has_still_to_deliver) {
     EXPECT_TRUE(lab::packets_under_way(idle + busy));
     EXPECT_FALSE(lab::packets_under_way("0002d991 00000007 00000001\n")) << "an older kernel";
     EXPECT_FALSE(lab::packets_under_way(""));
+}
+
+TEST(HasLeftItsProcessor, is_said_by_the_kernel_of_who_waits_and_of_who_has_ended) {
+    EXPECT_TRUE(lab::has_left_its_processor("230 0x0 0x0 0x7ffe72912080 0x7ffe729120c0 0x0\n"));
+    EXPECT_TRUE(lab::has_left_its_processor("-1 0x0 0x0\n")) << "ended, and its parent was woken";
+    EXPECT_FALSE(lab::has_left_its_processor("running\n"));
+    EXPECT_TRUE(lab::has_left_its_processor("")) << "gone";
+}
+
+TEST_F(MovedClock, takes_a_process_that_nobody_has_buried_for_one_at_rest) {
+    clock_start(START, lab::CLOCK_HELD);
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(0);
+    }
+    clock_advance(1);
+    siginfo_t ended{};
+    EXPECT_EQ(waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT), 0);
+    EXPECT_EQ(ended.si_pid, child) << "it ended before the clock was at rest";
+    waitpid(child, nullptr, 0);
 }
 
 TEST_F(MovedClock, forgets_a_sleeper_whose_process_was_killed) {
