@@ -75,14 +75,27 @@ bool error_headline(const status_view& view, std::span<char> out) {
     return true;
 }
 
-void root_gone_headline(const status_view& view, const outage& out_now, std::span<char> out) {
-    add(out, "; no station finds an AP on any band (%u times 180 s in vain)", out_now.timeouts);
+/// Whether every station has searched all its time and found nobody.
+bool root_is_gone(const status_view& view) {
+    return view.told->searches_in_vain() >= std::max(stations_seen(view), 2U);
+}
+
+void root_gone_headline(const status_view& view, std::span<char> out) {
+    add(out, "; no station finds an AP on any band (%u times 180 s in vain)",
+        view.told->searches_in_vain());
     const int64_t heard = view.told->node().root_heard;
     if (heard != LOG_TIME_NONE) {
         add(out, ", and the root's last sign in the log is of %s", clock_of(log_time_text(heard)));
     }
     add(out, ": the root%s%s, or every way to it, is gone", view.root_ip[0] != '\0' ? " " : "",
         view.root_ip.data());
+}
+
+/// What keeps the node from being ready, as far as that is known.
+void hindrance_headline(const status_view& view, std::span<char> out) {
+    if (!error_headline(view, out) && root_is_gone(view)) {
+        root_gone_headline(view, out);
+    }
 }
 
 void searching_headline(const status_view& view, std::span<char> out) {
@@ -99,15 +112,31 @@ void searching_headline(const status_view& view, std::span<char> out) {
 void out_headline(const status_view& view, const outage& out_now, std::span<char> out) {
     add(out, "OUT since %s (%s)", log_time_text(out_now.begin).data(),
         log_length_text(std::max<int64_t>(view.now - out_now.begin, 0)).data());
-    if (!error_headline(view, out)) {
-        const uint32_t stations = std::max(stations_seen(view), 2U);
-        if (out_now.timeouts >= stations) {
-            root_gone_headline(view, out_now, out);
-        }
-    }
+    hindrance_headline(view, out);
     std::array<char, 300> words{};
     outage_words(out_now, words);
-    add(out, "; it began when %s", words.data());
+    add(out, "; %s%s", out_now.cause == outage_cause::unknown ? "" : "it began when ",
+        words.data());
+    searching_headline(view, out);
+    parked_add(view, out);
+}
+
+/// Of a node that was never ready in all of the log, or ready before it and ever since.
+void unready_headline(const status_view& view, std::span<char> out) {
+    const story_node& node = view.told->node();
+    if (node.worker_since == LOG_TIME_NONE && std::strcmp(view.status.data(), "ready") == 0) {
+        add(out,
+            "READY, as the status file says; over which interface is not in the log, which "
+            "begins later");
+        return;
+    }
+    if (node.worker_since != LOG_TIME_NONE) {
+        add(out, "NOT READY since the worker's start at %s",
+            log_time_text(node.worker_since).data());
+    } else {
+        add(out, "NOT READY since before the log begins at %s", log_time_text(node.first).data());
+    }
+    hindrance_headline(view, out);
     searching_headline(view, out);
     parked_add(view, out);
 }
@@ -144,14 +173,7 @@ void status_headline(const status_view& view, std::span<char> out) {
             view.extenders >= 0 ? "" : ", which begins later than the last change");
         error_headline(view, out);
     } else {
-        add(out, "NOT READY");
-        if (view.told->node().worker_since != LOG_TIME_NONE) {
-            add(out, " since the worker's start at %s",
-                log_time_text(view.told->node().worker_since).data());
-        }
-        error_headline(view, out);
-        searching_headline(view, out);
-        parked_add(view, out);
+        unready_headline(view, out);
     }
 }
 

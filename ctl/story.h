@@ -65,7 +65,6 @@ enum class outage_cause : uint8_t {
 
 struct outage {
     int64_t begin = LOG_TIME_NONE;
-    bool begin_known = true;
     int64_t end = LOG_TIME_NONE;   ///< none: still out where the log ends
     int64_t last = LOG_TIME_NONE;  ///< the log's last moment that belongs to it
     outage_cause cause = outage_cause::unknown;
@@ -212,6 +211,10 @@ public:
     const outage* outage_now() const {
         return out_ ? &outage_ : nullptr;
     }
+    /// Timeouts of stations without an AP since the node was last ready, or in all of the log.
+    uint32_t searches_in_vain() const {
+        return is_unready() ? outage_.timeouts : 0;
+    }
     const outage* outage_last() const {
         return counts_.outages > 0 ? &outage_before_ : nullptr;
     }
@@ -220,6 +223,10 @@ public:
     }
 
 private:
+    bool is_unready() const {
+        return out_ || !ever_ready_;
+    }
+
     struct sign {
         outage_cause cause = outage_cause::unknown;
         int64_t time = LOG_TIME_NONE;

@@ -250,7 +250,7 @@ void story::count_feed(const log_event& event) {
     if (event.kind == log_kind::timeout) {
         const bool no_ap =
             event.row->pattern.find("-> CONNECTING_BACKHAUL_AP") != std::string_view::npos;
-        outage_.timeouts += out_ && no_ap ? 1 : 0;
+        outage_.timeouts += is_unready() && no_ap ? 1 : 0;
     } else if (event.kind == log_kind::led) {
         text_copy(node_.led, event.rest);
     } else if (event.kind == log_kind::hops) {

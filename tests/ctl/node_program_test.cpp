@@ -72,6 +72,36 @@ TEST_F(StatusTest, answers_a_root_that_is_gone_in_one_line) {
     EXPECT_THAT(line, HasSubstr("the root 192.168.1.1, or every way to it, is gone"));
 }
 
+TEST_F(StatusTest, answers_a_root_that_is_gone_for_longer_than_the_log_goes_back) {
+    std::string log = log_text("root_gone/e1");
+    const size_t lost = log.find("change ath0 state from 7 to 3");
+    ASSERT_NE(lost, std::string::npos);
+    log.erase(0, log.find('\n', lost) + 1);
+    const std::string line = headline(log);
+    EXPECT_THAT(line, HasSubstr("NOT READY since before the log begins at 2023-11-14 22:"));
+    EXPECT_THAT(line, HasSubstr("no station finds an AP on any band"));
+    EXPECT_THAT(line, HasSubstr("the root 192.168.1.1, or every way to it, is gone"));
+}
+
+TEST_F(StatusTest, believes_the_status_file_where_the_log_begins_too_late) {
+    node.put("tmp/backhaul_status", "ready\n");
+    const std::string line = headline(
+        "Tue Nov 14 22:00:00 2023 : backhaul_intf_state_change : change ath0 state from 3 "
+        "to 3\n");
+    EXPECT_THAT(line, HasSubstr("READY, as the status file says"));
+    EXPECT_THAT(line, Not(HasSubstr("NOT READY")));
+}
+
+TEST_F(StatusTest, answers_a_start_without_a_root_in_one_line) {
+    // What follows the loss, behind a start instead.
+    std::string log = log_text("root_gone/e1");
+    const size_t begin = log.find('\n', log.find("change ath0 state from 7 to 3")) + 1;
+    log = "Tue Nov 14 22:00:00 2023 : <-- backhaul_monitor start -->\n" + log.substr(begin);
+    const std::string line = headline(log);
+    EXPECT_THAT(line, HasSubstr("NOT READY since the worker's start at 2023-11-14 22:00:00"));
+    EXPECT_THAT(line, HasSubstr("or every way to it, is gone"));
+}
+
 TEST_F(StatusTest, tells_each_interface_its_state_and_what_it_waits_for) {
     headline(log_text("root_gone/e1"));
     EXPECT_THAT(result.out, HasSubstr("CONNECTING_BACKHAUL_AP"));
