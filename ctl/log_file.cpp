@@ -9,7 +9,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -25,9 +27,17 @@ std::string_view name_of(std::string_view path) {
     return slash == std::string_view::npos ? path : text_from(path, slash + 1);
 }
 
+std::string_view without_slashes(std::string_view path) {
+    while (path.size() > 1 && path.ends_with('/')) {
+        path.remove_suffix(1);
+    }
+    return path;
+}
+
 std::string_view folder_of(std::string_view path) {
     const size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? std::string_view{} : text_first(path, slash);
+    return slash == std::string_view::npos ? std::string_view{}
+                                           : without_slashes(text_first(path, slash));
 }
 
 std::string_view without_end(std::string_view path) {
@@ -49,6 +59,31 @@ int regular_open(const char* path) {
         return -1;
     }
     return fd;
+}
+
+/// What `path` is when its folder is told from the top: "." and "" have no name of their own.
+std::array<char, PATH_MAX> path_from_top(std::string_view path) {
+    std::array<char, LOG_PATH_SIZE> folder{};
+    const std::string_view before = folder_of(path);
+    const bool at_top = before.empty() && path.starts_with('/');
+    text_copy(folder, at_top ? "/" : before.empty() ? "." : before);
+    std::array<char, PATH_MAX> whole{};
+    std::array<char, PATH_MAX> real{};
+    if (realpath(folder.data(), real.data()) == nullptr) {
+        text_copy(whole, path);
+        return whole;
+    }
+    text_copy(whole, real.data());
+    const size_t used = std::strlen(whole.data());
+    text_copy(std::span(whole).subspan(used), "/");
+    const size_t behind = std::min(used + 1, whole.size() - 1);
+    text_copy(std::span(whole).subspan(behind), name_of(path));
+    return whole;
+}
+
+bool same_log(const log_source& one, const log_source& other) {
+    return one.device == other.device && one.folder == other.folder &&
+           name_of(without_end(text_of(one.path))) == name_of(without_end(text_of(other.path)));
 }
 
 int64_t first_time_of(const char* path) {
@@ -192,7 +227,8 @@ std::array<char, NODE_NAME_SIZE> log_node_name(std::string_view path) {
         rest = folder_of(rest);
     } while (name_of(rest) == "log" || name_of(rest) == "var");
     const std::string_view folder = name_of(rest);
-    text_copy(name, folder.empty() || folder == "." ? "this" : folder);
+    const bool is_own = folder.empty() || folder == "." || folder == ".." || folder == "/";
+    text_copy(name, is_own ? "this" : folder);
     return name;
 }
 
@@ -210,34 +246,53 @@ bool log_set::add(const char* word, std::span<char> error) {
         path.remove_prefix(equals + 1);
     }
     if (stat(path.data(), &status) == 0 && S_ISDIR(status.st_mode)) {
-        if (add_folder(path, node)) {
-            return true;
-        }
-        std::snprintf(error.data(), error.size(), "%s: no flow log in this folder", path.data());
-        return false;
+        return add_folder(without_slashes(path), node, error);
     }
     return add_file(path, node, error);
 }
 
-bool log_set::add_folder(std::string_view path, std::string_view node) {
-    bool any = false;
-    std::array<char, 256> unused{};
+bool log_set::add_folder(std::string_view path, std::string_view node, std::span<char> error) {
+    const std::string_view log = name_of(FLOW_LOG_PATH);
     for (const char* const below : {"/var/log", ""}) {
+        bool any = false;
         for (const char* const end : {".1", ".crash", ""}) {
             std::array<char, LOG_PATH_SIZE> file{};
             std::snprintf(file.data(), file.size(), "%.*s%s/%.*s%s", text_size(path), path.data(),
-                          below, text_size(name_of(FLOW_LOG_PATH)), name_of(FLOW_LOG_PATH).data(),
-                          end);
+                          below, text_size(log), log.data(), end);
             struct stat status {};
             if (stat(file.data(), &status) == 0) {
-                any = add_file(file.data(), node, unused) || any;
+                if (!add_file(file.data(), node, error)) {
+                    return false;
+                }
+                any = true;
             }
         }
         if (any) {
-            break;
+            return true;
         }
     }
-    return any;
+    std::snprintf(error.data(), error.size(), "%.*s: no flow log in this folder", text_size(path),
+                  path.data());
+    return false;
+}
+
+bool log_set::node_find(log_source& source, std::span<char> error) {
+    const auto before = sources();
+    const auto known = std::ranges::find_if(before, [&](const log_source& other) {
+        return std::strcmp(other.node.data(), source.node.data()) == 0;
+    });
+    if (known == before.end()) {
+        source.node_number = nodes_++;
+        return true;
+    }
+    if (!same_log(*known, source) && !(known->named && source.named)) {
+        std::snprintf(error.data(), error.size(),
+                      "%s and %s: both would be node %s; give one a name: NODE=FILE",
+                      known->path.data(), source.path.data(), source.node.data());
+        return false;
+    }
+    source.node_number = known->node_number;
+    return true;
 }
 
 bool log_set::add_file(std::string_view path, std::string_view node, std::span<char> error) {
@@ -257,18 +312,36 @@ bool log_set::add_file(std::string_view path, std::string_view node, std::span<c
                       errno == EINVAL ? "not a regular file" : std::strerror(errno));
         return false;
     }
-    if (node.empty()) {
-        source.node = log_node_name(path);
-    } else {
+    const auto whole = path_from_top(path);
+    std::array<char, PATH_MAX> folder{};
+    text_copy(folder, folder_of(whole.data()));
+    struct stat status {};
+    if (stat(folder[0] == '\0' ? "/" : folder.data(), &status) == 0) {
+        source.device = status.st_dev;
+        source.folder = status.st_ino;
+    }
+    source.named = !node.empty();
+    if (source.named) {
         text_copy(source.node, node);
+    } else {
+        source.node = log_node_name(path);
+        // The node that the tool runs on has no name in any path.
+        if (text_of(source.node) == "this") {
+            source.node = log_node_name(whole.data());
+        }
+    }
+    const auto before = sources();
+    const bool again = std::ranges::any_of(before, [&](const log_source& other) {
+        return same_log(other, source) && name_of(text_of(other.path)) == name_of(path);
+    });
+    if (again) {
+        return true;
     }
     source.generation = log_generation_of(path);
     source.first_time = first_time_of(source.path.data());
-    const auto before = sources();
-    const auto known = std::ranges::find_if(before, [&](const log_source& other) {
-        return std::strcmp(other.node.data(), source.node.data()) == 0;
-    });
-    source.node_number = known == before.end() ? nodes_++ : known->node_number;
+    if (!node_find(source, error)) {
+        return false;
+    }
     ++count_;
     return true;
 }

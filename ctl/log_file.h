@@ -10,6 +10,8 @@
 #include "ctl/log_line.h"
 #include "runtime/descriptor.h"
 
+#include <sys/types.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -18,6 +20,8 @@
 
 inline constexpr size_t LOG_FILES_MAX = 4096;
 inline constexpr size_t LOG_PATH_SIZE = 512;
+/// Room for a sentence that names two files.
+inline constexpr size_t LOG_ERROR_SIZE = 2 * LOG_PATH_SIZE + 200;
 inline constexpr size_t NODE_NAME_SIZE = 48;
 
 enum class log_generation : uint8_t { older, crash, current };
@@ -27,7 +31,10 @@ struct log_source {
     std::array<char, NODE_NAME_SIZE> node{};
     log_generation generation = log_generation::current;
     int64_t first_time = LOG_TIME_NONE;  ///< of its first entry; none in an empty file
-    size_t node_number = 0;              ///< of the node, in the order in which nodes were named
+    bool named = false;                  ///< the node's name was given with the file
+    dev_t device = 0;                    ///< of the folder that the file is in
+    ino_t folder = 0;
+    size_t node_number = 0;  ///< of the node, in the order in which nodes were named
 };
 
 /// The lines of one file.
@@ -77,7 +84,8 @@ public:
     log_set& operator=(const log_set&) = delete;
 
     /// Adds what a person named: a file, "NODE=FILE", or a folder with a node's files in it
-    /// (or in its var/log). False, with a sentence in `error`, when there is nothing to read.
+    /// (or in its var/log). False, with a sentence in `error`, when there is nothing to read, or
+    /// when its path tells the same name as the path of another node's log.
     bool add(const char* word, std::span<char> error);
     /// Brings the files into the order in which they were written; before `read`.
     void sort();
@@ -89,7 +97,9 @@ public:
 
 private:
     bool add_file(std::string_view path, std::string_view node, std::span<char> error);
-    bool add_folder(std::string_view path, std::string_view node);
+    bool add_folder(std::string_view path, std::string_view node, std::span<char> error);
+    /// Gives `source` its node's number. False when its name is that of another node.
+    bool node_find(log_source& source, std::span<char> error);
 
     log_source* sources_ = nullptr;
     size_t count_ = 0;

@@ -14,7 +14,7 @@ std::array<char, LOG_PATH_SIZE> path_below(const char* root, const char* path) {
 }
 
 bool logs_open(const ctl_options& options, size_t first, log_set& logs) {
-    std::array<char, LOG_PATH_SIZE + 128> error{};
+    std::array<char, LOG_ERROR_SIZE> error{};
     for (size_t i = first; i < options.words.size(); ++i) {
         if (!logs.add(options.words[i], error)) {
             std::fprintf(stderr, "backhaulctl: %s\n", error.data());
@@ -26,7 +26,14 @@ bool logs_open(const ctl_options& options, size_t first, log_set& logs) {
         for (const char* const path : {FLOW_LOG_OLD_PATH, FLOW_LOG_CRASH_PATH, FLOW_LOG_PATH}) {
             const auto whole = path_below(options.root, path);
             struct stat status {};
-            any = (stat(whole.data(), &status) == 0 && logs.add(whole.data(), error)) || any;
+            if (stat(whole.data(), &status) != 0) {
+                continue;
+            }
+            if (!logs.add(whole.data(), error)) {
+                std::fprintf(stderr, "backhaulctl: %s\n", error.data());
+                return false;
+            }
+            any = true;
         }
         if (!any) {
             std::fprintf(stderr, "backhaulctl: there is no flow log at %s\n",

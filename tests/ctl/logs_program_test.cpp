@@ -4,7 +4,9 @@
 
 #include <algorithm>
 
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "tests/ctl/ctl_program.h"
 
@@ -94,8 +96,59 @@ TEST(Summary, says_what_cannot_be_read) {
     EXPECT_EQ(run({"summary", "/dev/null"}).code, 3);
 }
 
+/// The names of the nodes that a summary tells.
+std::string nodes_of(const std::vector<std::string>& named) {
+    std::vector<std::string> words = {"export"};
+    words.insert(words.end(), named.begin(), named.end());
+    const Result result = run(words);
+    EXPECT_EQ(result.code, 0) << result.err;
+    std::string names;
+    std::istringstream lines(result.out);
+    for (std::string line; std::getline(lines, line);) {
+        const std::string name = line.substr(9, line.find('"', 9) - 9);
+        names += names.find(name + " ") == std::string::npos ? name + " " : "";
+    }
+    return names;
+}
+
+TEST(Names, are_those_of_the_folders_however_they_are_written) {
+    const Folder folder;
+    folder.put("node1/var/log/backhaul_flow_log", log_text("loop/e1"));
+    folder.put("node1/var/log/backhaul_flow_log.1", log_text("loop/e1"));
+    folder.put("node2/backhaul_flow_log", log_text("loop/e2"));
+    const std::string one = folder.path() + "/node1";
+    const std::string two = folder.path() + "/node2";
+    EXPECT_EQ(nodes_of({one + "/", two + "//"}), "node1 node2 ");
+    EXPECT_EQ(nodes_of({one + "/.", two + "/./backhaul_flow_log"}), "node1 node2 ");
+    EXPECT_EQ(nodes_of({"--root", one + "/"}), "node1 ");
+    const Result here = run_tool({"/bin/sh", "-c",
+                                  "cd " + one +
+                                      " && " BACKHAUL_BUILD_DIR "/backhaulctl summary . "
+                                      "&& cd var/log && " BACKHAUL_BUILD_DIR
+                                      "/backhaulctl summary backhaul_flow_log"});
+    EXPECT_EQ(here.code, 0) << here.err;
+    EXPECT_EQ(here.out.find("this"), std::string::npos) << here.out;
+    EXPECT_THAT(here.out, testing::StartsWith("node1\n"));
+}
+
+TEST(Names, of_two_nodes_are_never_taken_for_one) {
+    const Folder folder;
+    folder.put("a/n/backhaul_flow_log", log_text("loop/e1"));
+    folder.put("b/n/backhaul_flow_log", log_text("loop/e2"));
+    const std::string one = folder.path() + "/a/n";
+    const std::string two = folder.path() + "/b/n";
+    const Result result = run({"summary", one, two});
+    EXPECT_EQ(result.code, 3);
+    EXPECT_THAT(result.err, HasSubstr(one + "/backhaul_flow_log and " + two +
+                                      "/backhaul_flow_log: both would be node n"));
+    EXPECT_EQ(nodes_of({one, "m=" + two}), "n m ");
+    // Named twice it is read once.
+    EXPECT_EQ(run({"summary", one, one + "/"}).out, run({"summary", one}).out);
+}
+
 TEST(Verify, is_content_with_the_logs_of_real_daemons) {
-    const Result result = run({"verify", logs("loop/e1"), logs("loop/e2"), logs("root_gone/e1")});
+    const Result result =
+        run({"verify", logs("loop/e1"), logs("loop/e2"), "far=" + logs("root_gone/e1")});
     EXPECT_EQ(result.code, 0) << result.out;
     EXPECT_THAT(result.out, HasSubstr("0 that cannot follow"));
 }
@@ -134,7 +187,7 @@ TEST(Explain, refuses_what_is_no_time) {
 }
 
 TEST(Metrics, are_told_for_each_node) {
-    const Result result = run({"metrics", logs("loop/e1"), logs("root_gone/e1")});
+    const Result result = run({"metrics", logs("loop/e1"), "far=" + logs("root_gone/e1")});
     EXPECT_EQ(result.code, 0);
     EXPECT_THAT(result.out, HasSubstr("backhaul_ready{node=\"e1\"} "));
     EXPECT_THAT(result.out, HasSubstr("backhaul_link_state{node=\"e1\",interface=\"ath0\"} "));
