@@ -50,9 +50,9 @@ void profile_read(const char* root, status_view& view) {
     while (file && file_next_line(file.get(), text)) {
         intf_profile_line_scan(text.data(), line);
         const intf_type type = intf_type_code(line.type.data());
-        view.stations += type == BACKHAUL_STA ? 1 : 0;
         if ((type == BACKHAUL_STA || type == ETHERNET) &&
             view.interface_count < view.interfaces.size()) {
+            view.stations[view.interface_count] = type == BACKHAUL_STA;
             view.interfaces[view.interface_count++] = line.name;
         }
     }
@@ -90,8 +90,9 @@ public:
             }
         }
         view_.told = &told();
-        if (view_.now == LOG_TIME_NONE) {
-            view_.now = told().node().last;
+        good_ = now_find();
+        if (!good_) {
+            return;
         }
         status_error_find(view_);
         if (options_.json) {
@@ -103,26 +104,45 @@ public:
         }
     }
 
+    /// False when the time that was given is none, or is before the log's end.
+    bool good() const {
+        return good_;
+    }
+
 private:
+    bool now_find() {
+        const int64_t last = told().node().last;
+        // Of a node's files elsewhere the last entry is the present.
+        const bool is_here = options_.root[0] == '\0' || last == LOG_TIME_NONE;
+        view_.now = is_here ? log_now() : last;
+        view_.now_is_log_end = !is_here && options_.now == nullptr;
+        if (options_.now == nullptr) {
+            return true;
+        }
+        if (!log_time_parse(options_.now, view_.now, view_.now)) {
+            std::fprintf(stderr,
+                         "backhaulctl: --now: %s is no time: \"2023-11-14 22:13:20\", or "
+                         "\"22:13:20\" of the log's last day (backhaulctl status --help)\n",
+                         options_.now);
+            return false;
+        }
+        if (last != LOG_TIME_NONE && view_.now < last) {
+            std::fprintf(stderr,
+                         "backhaulctl: --now: %s is before the log's end, %s "
+                         "(backhaulctl status --help)\n",
+                         log_time_text(view_.now).data(), log_time_text(last).data());
+            return false;
+        }
+        return true;
+    }
+
     const ctl_options& options_;
     status_view& view_;
+    bool good_ = true;
 };
-
-bool now_read(const ctl_options& options, int64_t& now) {
-    // Of a node's files elsewhere the last entry is the present.
-    now = options.root[0] == '\0' ? log_now() : LOG_TIME_NONE;
-    if (options.now != nullptr && !log_time_parse(options.now, log_now(), now)) {
-        std::fprintf(stderr, "backhaulctl: %s is no time\n", options.now);
-        return false;
-    }
-    return true;
-}
 
 int status_once(const ctl_options& options) {
     status_view view;
-    if (!now_read(options, view.now)) {
-        return EXIT_USAGE;
-    }
     log_set logs;
     if (!logs_open(options, 0, logs)) {
         return EXIT_UNREADABLE;
@@ -130,7 +150,7 @@ int status_once(const ctl_options& options) {
     status_files_read(options.root, view);
     status_teller teller(options, view);
     logs.read(teller);
-    return output_end(options, EXIT_GOOD);
+    return teller.good() ? output_end(options, EXIT_GOOD) : EXIT_USAGE;
 }
 
 }  // namespace

@@ -14,9 +14,10 @@ enum class neighbour_state : uint8_t { unknown, answers, silent };
 struct status_view {
     const story* told = nullptr;
     int64_t now = LOG_TIME_NONE;
-    status_word status{};    ///< of the status file
-    status_word type{};      ///< "wifi", "ethernet"
-    status_word distance{};  ///< hops
+    bool now_is_log_end = false;  ///< `now` is that of the log's last entry
+    status_word status{};         ///< of the status file
+    status_word type{};           ///< "wifi", "ethernet"
+    status_word distance{};       ///< hops
     status_word root_ip{};
     int64_t root_ip_since = LOG_TIME_NONE;  ///< when its file was written
     neighbour_state root_neighbour = neighbour_state::unknown;
@@ -24,9 +25,9 @@ struct status_view {
     /// Interfaces of the profile that have a link state.
     std::array<intf_name, STORY_LINKS_MAX> interfaces{};
     size_t interface_count = 0;
-    uint32_t stations = 0;   ///< of these, stations
-    size_t error = 0;        ///< row of LOG_TEXTS
-    bool has_error = false;  ///< an error repeats, or did last
+    std::array<bool, STORY_LINKS_MAX> stations{};  ///< which of these are stations
+    size_t error = 0;                              ///< row of LOG_TEXTS
+    bool has_error = false;                        ///< an error repeats, or did last
 };
 
 /// Reads the files below `root`.

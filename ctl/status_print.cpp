@@ -33,8 +33,9 @@ void root_print(const status_view& view, FILE* out) {
     if (heard == LOG_TIME_NONE) {
         std::fputs(", no sign of it in the log (its announcements leave no line)", out);
     } else {
-        std::fprintf(out, ", last sign in the log %s ago (%s; its announcements leave no line)",
-                     log_length_text(view.now - heard).data(), log_time_text(heard).data());
+        std::fprintf(out, ", last sign in the log %s ago (%s: %s; its announcements leave no line)",
+                     log_length_text(view.now - heard).data(), log_time_text(heard).data(),
+                     view.told->node().root_admitted ? "it admitted this node" : "a message of it");
     }
     if (view.root_neighbour != neighbour_state::unknown) {
         std::fprintf(out, ", %s",

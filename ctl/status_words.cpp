@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
@@ -20,14 +21,6 @@ const char* clock_of(const time_text& text) {
     return text.data() + 11;
 }
 
-uint32_t stations_seen(const status_view& view) {
-    const auto links = view.told->links();
-    const auto seen = std::ranges::count_if(links, [](const story_link& link) {
-        return link.seconds[CONNECTING_BACKHAUL_AP] > 0 || link.state == CONNECTING_BACKHAUL_AP;
-    });
-    return std::max(view.stations, static_cast<uint32_t>(seen));
-}
-
 /// Appends to a sentence in a buffer.
 __attribute__((format(printf, 2, 3))) void add(std::span<char> out, const char* format, ...) {
     const size_t used = std::strlen(out.data());
@@ -37,33 +30,142 @@ __attribute__((format(printf, 2, 3))) void add(std::span<char> out, const char* 
     va_end(arguments);
 }
 
-void parked_add(const status_view& view, std::span<char> out) {
+/// Whether a search of this interface is known, or that it is a station.
+bool is_station(const status_view& view, const story_link& link) {
+    for (size_t i = 0; i < view.interface_count; ++i) {
+        if (text_of(link.name) == text_of(view.interfaces[i])) {
+            return view.stations[i];
+        }
+    }
+    return link.in_vain > 0 || link.state == CONNECTING_BACKHAUL_AP ||
+           link.seconds[CONNECTING_BACKHAUL_AP] > 0;
+}
+
+/// How often the stations have searched all their time and found nobody.
+struct search_count {
+    uint32_t stations = 0;
+    uint32_t in_vain = 0;   ///< stations that did at least once
+    uint32_t searches = 0;  ///< of all stations
+};
+
+search_count searches_count(const status_view& view) {
+    search_count count;
+    for (const story_link& link : view.told->links()) {
+        count.stations += is_station(view, link) ? 1 : 0;
+        count.in_vain += link.in_vain > 0 ? 1 : 0;
+        count.searches += link.in_vain;
+    }
+    return count;
+}
+
+/// Of one station alone, a single search is not yet the root's fault.
+bool root_is_gone(const search_count& count) {
+    return count.stations > 0 && count.in_vain >= count.stations && count.searches >= 2;
+}
+
+/// "ath0 2 times, ath1 once 180 s in vain".
+void searches_add(const status_view& view, std::span<char> out) {
+    const char* comma = "";
+    for (const story_link& link : view.told->links()) {
+        if (link.in_vain == 1) {
+            add(out, "%s%s once", comma, link.name.data());
+        } else if (link.in_vain > 1) {
+            add(out, "%s%s %u times", comma, link.name.data(), link.in_vain);
+        }
+        comma = link.in_vain > 0 ? ", " : comma;
+    }
+    add(out, " %d s in vain", timeout_limit_get(CONNECTING_BACKHAUL_AP, 0).seconds);
+}
+
+bool hangs_below_another(const status_view& view) {
+    return view.distance[0] == '\0' ? view.told->node().hops >= 2
+                                    : std::strtol(view.distance.data(), nullptr, 10) >= 2;
+}
+
+void root_gone_add(const status_view& view, std::span<char> out) {
+    add(out, "; no station finds an AP on any band (");
+    searches_add(view, out);
+    add(out, "): the root%s%s, or every way to it, is gone%s", view.root_ip[0] != '\0' ? " " : "",
+        view.root_ip.data(),
+        hangs_below_another(view) ? ", or the node above has lost its own way to it" : "");
+}
+
+/// What the stations have searched so far, and who has not.
+void searches_so_far_add(const status_view& view, std::span<char> out) {
+    add(out, "; so far ");
+    searches_add(view, out);
+    const char* comma = ", not yet ";
+    for (const story_link& link : view.told->links()) {
+        if (is_station(view, link) && link.in_vain == 0) {
+            add(out, "%s%s", comma, link.name.data());
+            comma = ", ";
+        }
+    }
+}
+
+/// What keeps the stations from finding an AP, as far as that is known.
+void hindrance_add(const status_view& view, std::span<char> out) {
+    const search_count count = searches_count(view);
+    if (root_is_gone(count)) {
+        root_gone_add(view, out);
+    } else if (count.searches > 0) {
+        searches_so_far_add(view, out);
+    }
+}
+
+/// An outage without its searches: the headline counts them for each station.
+void outage_add(const outage& one, const char* before, std::span<char> out) {
+    std::array<char, 300> words{};
+    outage told = one;
+    told.timeouts = 0;
+    outage_words(told, words);
+    add(out, "%s%s", before, words.data());
+}
+
+/// Stations that wait to be released, and what to do about them. False without one.
+bool parked_add(const status_view& view, std::span<char> out) {
+    bool any = false;
     for (const story_link& link : view.told->links()) {
         if (link.state != CONNECT_PENDING) {
             continue;
         }
+        any = true;
         add(out, "; %s is parked since %s%s", link.name.data(), clock_of(log_time_text(link.since)),
-            link.loop ? ": its AP hangs below this node, a loop. Mend the placement, then send "
-                        "uplink_scan"
-                      : " after too many losses; send uplink_scan releases it");
+            link.loop ? ": its AP hangs below this node, a loop. "
+                      : " after too many losses; `backhaulctl send uplink_scan` releases it");
+        if (link.loop && link.lost_at != LOG_TIME_NONE) {
+            add(out,
+                "Its own AP %s has not come back since %s: look there first; then `backhaulctl "
+                "send uplink_scan`",
+                link.lost_ap.data(), clock_of(log_time_text(link.lost_at)));
+        } else if (link.loop) {
+            add(out, "Mend the placement, then `backhaulctl send uplink_scan`");
+        }
+    }
+    return any;
+}
+
+/// What to do where the outage was of this cause.
+void cause_advice_add(outage_cause cause, std::span<char> out) {
+    switch (cause) {
+        case outage_cause::ap_lost:
+        case outage_cause::unseen:
+            return add(out, "; look at that AP: its power, radar on its channel, its distance");
+        case outage_cause::cable_lost:
+            return add(out, "; look at the cable and at what it leads to");
+        case outage_cause::better_ap:
+            return add(out, "; look at the AP that it moved to: its distance, radar");
+        case outage_cause::crash:
+            return add(out, "; keep /var/log/backhaul_flow_log.crash for who mends the daemon");
+        case outage_cause::ended:
+        case outage_cause::restarted:
+        case outage_cause::unknown:
+        case outage_cause::loop:
+            return add(out, "; `backhaulctl explain` tells what came before it");
     }
 }
 
-void ready_headline(const status_view& view, const story_link& uplink, std::span<char> out) {
-    add(out, "READY over %s since %s", uplink.name.data(),
-        uplink.since == LOG_TIME_NONE ? "before the log begins"
-                                      : log_time_text(uplink.since).data());
-    parked_add(view, out);
-    const outage* const last = view.told->outage_last();
-    if (last != nullptr && view.now - last->last <= OUTAGE_FRESH_SECONDS) {
-        std::array<char, 300> words{};
-        outage_words(*last, words);
-        add(out, "; was out for %s from %s: %s", log_length_text(outage_seconds(*last)).data(),
-            clock_of(log_time_text(last->begin)), words.data());
-    }
-}
-
-bool error_headline(const status_view& view, std::span<char> out) {
+bool error_add(const status_view& view, std::span<char> out) {
     if (!view.has_error || view.now - view.told->error(view.error).last > ERROR_FRESH_SECONDS) {
         return false;
     }
@@ -75,30 +177,24 @@ bool error_headline(const status_view& view, std::span<char> out) {
     return true;
 }
 
-/// Whether every station has searched all its time and found nobody.
-bool root_is_gone(const status_view& view) {
-    return view.told->searches_in_vain() >= std::max(stations_seen(view), 2U);
-}
-
-void root_gone_headline(const status_view& view, std::span<char> out) {
-    add(out, "; no station finds an AP on any band (%u times 180 s in vain)",
-        view.told->searches_in_vain());
-    const int64_t heard = view.told->node().root_heard;
-    if (heard != LOG_TIME_NONE) {
-        add(out, ", and the root's last sign in the log is of %s", clock_of(log_time_text(heard)));
+void ready_headline(const status_view& view, const story_link& uplink, std::span<char> out) {
+    add(out, "READY over %s since %s", uplink.name.data(),
+        uplink.since == LOG_TIME_NONE ? "before the log begins"
+                                      : log_time_text(uplink.since).data());
+    const outage* const last = view.told->outage_last();
+    const bool is_fresh = last != nullptr && view.now - last->last <= OUTAGE_FRESH_SECONDS;
+    if (is_fresh) {
+        std::array<char, 300> words{};
+        outage_words(*last, words);
+        add(out, "; was out for %s from %s: %s", log_length_text(outage_seconds(*last)).data(),
+            clock_of(log_time_text(last->begin)), words.data());
     }
-    add(out, ": the root%s%s, or every way to it, is gone", view.root_ip[0] != '\0' ? " " : "",
-        view.root_ip.data());
-}
-
-/// What keeps the node from being ready, as far as that is known.
-void hindrance_headline(const status_view& view, std::span<char> out) {
-    if (!error_headline(view, out) && root_is_gone(view)) {
-        root_gone_headline(view, out);
+    if (!parked_add(view, out) && is_fresh) {
+        cause_advice_add(last->cause, out);
     }
 }
 
-void searching_headline(const status_view& view, std::span<char> out) {
+void searching_add(const status_view& view, std::span<char> out) {
     for (const story_link& link : view.told->links()) {
         if (link.state == CONNECTING_BACKHAUL_AP || link.state == CONNECT_WITH_BACKHAUL_AP ||
             link.state == CONNECTING_TARGET_BACKHAUL_AP || link.state == ETH_BACKHAUL_CONNECTED) {
@@ -109,16 +205,31 @@ void searching_headline(const status_view& view, std::span<char> out) {
     }
 }
 
+/// The end of an incident's headline: what to do.
+void advice_add(const status_view& view, const outage* out_now, std::span<char> out) {
+    const bool is_parked = parked_add(view, out);
+    if (error_add(view, out)) {
+        return;
+    }
+    if (root_is_gone(searches_count(view))) {
+        add(out, "; look at the root's power and its channel%s",
+            hangs_below_another(view) ? ", then at the nodes on the way to it" : "");
+    } else if (out_now != nullptr && !is_parked) {
+        cause_advice_add(out_now->cause, out);
+    }
+}
+
 void out_headline(const status_view& view, const outage& out_now, std::span<char> out) {
-    add(out, "OUT since %s (%s)", log_time_text(out_now.begin).data(),
+    add(out, "OUT since %s (%s", log_time_text(out_now.begin).data(),
         log_length_text(std::max<int64_t>(view.now - out_now.begin, 0)).data());
-    hindrance_headline(view, out);
-    std::array<char, 300> words{};
-    outage_words(out_now, words);
-    add(out, "; %s%s", out_now.cause == outage_cause::unknown ? "" : "it began when ",
-        words.data());
-    searching_headline(view, out);
-    parked_add(view, out);
+    if (view.now_is_log_end) {
+        add(out, " as of %s, the log's end", clock_of(log_time_text(view.now)));
+    }
+    add(out, ")");
+    hindrance_add(view, out);
+    outage_add(out_now, out_now.cause == outage_cause::unknown ? "; " : "; it began when ", out);
+    searching_add(view, out);
+    advice_add(view, &out_now, out);
 }
 
 /// Of a node that was never ready in all of the log, or ready before it and ever since.
@@ -136,9 +247,9 @@ void unready_headline(const status_view& view, std::span<char> out) {
     } else {
         add(out, "NOT READY since before the log begins at %s", log_time_text(node.first).data());
     }
-    hindrance_headline(view, out);
-    searching_headline(view, out);
-    parked_add(view, out);
+    hindrance_add(view, out);
+    searching_add(view, out);
+    advice_add(view, nullptr, out);
 }
 
 }  // namespace
@@ -171,7 +282,7 @@ void status_headline(const status_view& view, std::span<char> out) {
     } else if (view.told->links().empty()) {
         add(out, "%s: no link state in the log%s", view.extenders >= 0 ? "ROOT" : "UNKNOWN",
             view.extenders >= 0 ? "" : ", which begins later than the last change");
-        error_headline(view, out);
+        error_add(view, out);
     } else {
         unready_headline(view, out);
     }

@@ -63,7 +63,13 @@ void story::feed(const log_entry& entry, const log_event& event) {
     node_.first = node_.first == LOG_TIME_NONE ? now_ : node_.first;
     node_.last = now_;
     ++counts_.entries;
-    in_gap_ = false;
+    if (in_gap_) {
+        in_gap_ = false;
+        // What was in the gap is nobody's.
+        for (story_link& link : links_) {
+            link.told_until = now_;
+        }
+    }
     if (event.row == nullptr) {
         ++counts_.unknown;
         return;
@@ -96,6 +102,7 @@ void story::gap() {
     in_gap_ = true;
     life_known_ = false;
     for (story_link& link : links_) {
+        span_end(link);
         link.known = false;
         link.losses_known = false;
     }
@@ -111,7 +118,11 @@ void story::garbage() {
 
 void story::finish() {
     for (story_link& link : links_) {
+        const bool begins_here = link.known && link.since == now_;
         span_end(link);
+        if (begins_here) {
+            listener_.span_ended(link, link.state, now_, now_);
+        }
         link.since = now_;
     }
     if (out_) {
@@ -203,11 +214,13 @@ void story::span_end(story_link& link) {
     if (!link.known) {
         return;
     }
-    const int64_t begin = link.since == LOG_TIME_NONE ? node_.first : link.since;
+    const int64_t begin =
+        std::max(link.since == LOG_TIME_NONE ? node_.first : link.since, link.told_until);
     if (length(begin, now_) > 0) {
         link.seconds[static_cast<size_t>(link.state)] += length(begin, now_);
-        listener_.span_ended(link, link.state, link.since, now_);
+        listener_.span_ended(link, link.state, begin, now_);
     }
+    link.told_until = now_;
 }
 
 void story::ready_check() {
@@ -231,6 +244,9 @@ void story::ready_check() {
 
 void story::outage_begin() {
     out_ = true;
+    for (story_link& link : links_) {
+        link.in_vain = 0;
+    }
     outage_ = outage{};
     outage_.begin = now_;
     if (sign_.time != LOG_TIME_NONE && now_ - sign_.time <= SIGN_SECONDS) {

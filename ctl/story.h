@@ -35,8 +35,12 @@ struct story_link {
     int64_t armed_at = LOG_TIME_NONE;    ///< when its timeout was started, if it runs
     bool losses_known = false;
     int32_t losses = 0;
-    bool loop = false;  ///< parked because of a loop
+    bool loop = false;                ///< parked because of a loop
+    uint32_t in_vain = 0;             ///< searches since the node was last ready that found no AP
+    int64_t lost_at = LOG_TIME_NONE;  ///< when it lost `lost_ap`, if that has not come back since
+    int64_t told_until = LOG_TIME_NONE;  ///< up to here its spans are told, or not known
     std::array<char, MAC_TEXT_ROOM> ap{};
+    std::array<char, MAC_TEXT_ROOM> lost_ap{};
     std::array<int64_t, LINK_STATE_COUNT> seconds{};
     std::array<uint32_t, LINK_STATE_COUNT> entered{};
 };
@@ -116,7 +120,8 @@ struct error_run {
 /// Who is told while a story goes on.
 class story_listener {
 public:
-    /// `link` was in `state` from `begin` (none: since before the log) to `end`.
+    /// `link` was in `state` from `begin` (or since before, which the log does not tell) to `end`.
+    /// Only the last of a log may have no length.
     virtual void span_ended(const story_link& /*link*/, link_state /*state*/, int64_t /*begin*/,
                             int64_t /*end*/) {}
     virtual void outage_ended(const outage& /*one*/) {}
@@ -173,6 +178,7 @@ struct story_node {
     intf_name backup{};
     std::array<char, IP_TEXT_ROOM> root{};  ///< who admitted this node
     int64_t root_heard = LOG_TIME_NONE;
+    bool root_admitted = false;             ///< what was heard is that it admitted this node
     int64_t message_heard = LOG_TIME_NONE;  ///< from any other node
     int64_t no_uplink_since = LOG_TIME_NONE;
 };
@@ -211,10 +217,6 @@ public:
     const outage* outage_now() const {
         return out_ ? &outage_ : nullptr;
     }
-    /// Timeouts of stations without an AP since the node was last ready, or in all of the log.
-    uint32_t searches_in_vain() const {
-        return is_unready() ? outage_.timeouts : 0;
-    }
     const outage* outage_last() const {
         return counts_.outages > 0 ? &outage_before_ : nullptr;
     }
@@ -238,6 +240,7 @@ private:
     story_link* link_get(std::string_view name);
     story_link* dispatched_link();
     void sign_set(outage_cause cause, std::string_view interface);
+    void ap_lost(std::string_view interface, std::string_view ap);
     void wire_lost();
     void parked_release();
     void life_feed(const log_event& event);

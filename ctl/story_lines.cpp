@@ -75,6 +75,7 @@ void story::worker_started() {
     life_known_ = true;
     for (story_link& link : std::span(links_).first(link_count_)) {
         const bool is_wire = text_of(link.name) == ETH_INTF_NAME;
+        span_end(link);
         state_set(link, is_wire ? ETH_BACKHAUL_DOWN : INIT);
         link.since = now_;
         link.known = true;
@@ -113,6 +114,9 @@ void story::dispatched(const log_event& event) {
     if (story_link* const link = link_get(event.interface)) {
         link->armed_at = event_clears(link->state, what) ? LOG_TIME_NONE : link->armed_at;
     }
+    if (what == AP_DISASSOC) {
+        ap_lost(event.interface, text_of(mac_));
+    }
     if (what == AP_DISASSOC && !(sign_.cause == outage_cause::unseen && sign_.time == now_)) {
         sign_set(outage_cause::ap_lost, event.interface);
         sign_.ap = mac_;
@@ -121,6 +125,7 @@ void story::dispatched(const log_event& event) {
     } else if (what == ASSOC) {
         if (story_link* const link = link_get(event.interface)) {
             link->ap = mac_;
+            link->lost_at = mac_ == link->lost_ap ? LOG_TIME_NONE : link->lost_at;
         }
     }
     mac_ = {};
@@ -132,14 +137,25 @@ void story::driver_feed(const log_event& event) {
         kind == log_kind::link_down_mac) {
         text_copy(mac_, event.mac);
     } else if (kind == log_kind::link_gone_unseen) {
-        sign_set(outage_cause::unseen,
-                 event.interface.empty() ? text_of(dispatched_) : event.interface);
+        const std::string_view name =
+            event.interface.empty() ? text_of(dispatched_) : event.interface;
+        sign_set(outage_cause::unseen, name);
+        ap_lost(name, "");
     } else if (kind == log_kind::wire_lost) {
         wire_lost();
     } else if (kind == log_kind::switch_done) {
         if (story_link* const link = dispatched_link()) {
             text_copy(link->ap, event.mac);
         }
+    }
+}
+
+/// Of a station that was ready; what it loses while it is parked was never its uplink.
+void story::ap_lost(std::string_view interface, std::string_view ap) {
+    story_link* const link = link_get(interface);
+    if (link != nullptr && link->state == BACKHAUL_READY) {
+        link->lost_at = now_;
+        text_copy(link->lost_ap, ap.empty() ? text_of(link->ap) : ap);
     }
 }
 
@@ -235,11 +251,13 @@ void story::message_feed(const log_event& event) {
     ++counts_.messages;
     node_.message_heard = now_;
     // Only the root answers a request for admission.
-    if (event.row->pattern.find("CHECK_VALID_REPLY") != std::string_view::npos) {
+    const bool admitted = event.row->pattern.find("CHECK_VALID_REPLY") != std::string_view::npos;
+    if (admitted) {
         text_copy(node_.root, event.rest);
     }
     if (node_.root[0] != '\0' && event.rest == text_of(node_.root)) {
         node_.root_heard = now_;
+        node_.root_admitted = admitted;
     }
 }
 
@@ -250,7 +268,11 @@ void story::count_feed(const log_event& event) {
     if (event.kind == log_kind::timeout) {
         const bool no_ap =
             event.row->pattern.find("-> CONNECTING_BACKHAUL_AP") != std::string_view::npos;
-        outage_.timeouts += is_unready() && no_ap ? 1 : 0;
+        story_link* const link = link_get(event.interface);
+        if (is_unready() && no_ap && link != nullptr) {
+            ++outage_.timeouts;
+            ++link->in_vain;
+        }
     } else if (event.kind == log_kind::led) {
         text_copy(node_.led, event.rest);
     } else if (event.kind == log_kind::hops) {

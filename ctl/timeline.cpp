@@ -51,9 +51,8 @@ public:
             ++data_.left_out;
             return;
         }
-        const int64_t from = begin == LOG_TIME_NONE ? told().node().first : begin;
         const auto lane = static_cast<uint8_t>(&link - told().links().data());
-        data_.spans[data_.span_count++] = {from, end, node(), lane, static_cast<int8_t>(state)};
+        data_.spans[data_.span_count++] = {begin, end, node(), lane, static_cast<int8_t>(state)};
     }
     void outage_ended(const outage& one) override {
         if (data_.outage_count == TIMELINE_OUTAGES_MAX) {

@@ -18,6 +18,7 @@ using ctl_test::log_text;
 using ctl_test::log_text_until;
 using ctl_test::Result;
 using ctl_test::run;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -70,6 +71,60 @@ TEST_F(StatusTest, answers_a_root_that_is_gone_in_one_line) {
     EXPECT_THAT(line, HasSubstr("OUT since"));
     EXPECT_THAT(line, HasSubstr("no station finds an AP on any band"));
     EXPECT_THAT(line, HasSubstr("the root 192.168.1.1, or every way to it, is gone"));
+}
+
+TEST_F(StatusTest, counts_the_searches_of_each_station) {
+    const std::string line = headline(log_text("root_gone/e1"));
+    EXPECT_THAT(line, HasSubstr("(ath0 4 times, ath1 2 times, ath3 once 180 s in vain)"));
+    EXPECT_THAT(line, Not(HasSubstr("last sign")));
+    EXPECT_THAT(line, EndsWith("; look at the root's power and its channel"));
+    EXPECT_THAT(result.out, HasSubstr(": it admitted this node; its announcements leave no line)"));
+}
+
+TEST_F(StatusTest, gives_no_verdict_while_a_station_has_not_searched_all_its_time) {
+    const std::string line =
+        headline(log_text_until("root_gone/e1", "change ath3 state from 0 to 3"));
+    EXPECT_THAT(line, HasSubstr("; so far ath0 2 times, ath1 once 180 s in vain, not yet ath3;"));
+    EXPECT_THAT(line, Not(HasSubstr("no station finds")));
+    EXPECT_THAT(line, Not(HasSubstr("is gone")));
+    EXPECT_THAT(line, EndsWith("; look at that AP: its power, radar on its channel, its distance"));
+    // Neither does the log alone tell that ath3 has searched.
+    node.remove("tmp/wifi_if_profile");
+    EXPECT_THAT(headline(log_text_until("root_gone/e1", "change ath3 state from 0 to 3")),
+                HasSubstr("not yet ath3"));
+}
+
+TEST_F(StatusTest, does_not_blame_the_root_alone_below_another_node) {
+    node.put("tmp/rootdistance", "2\n");
+    const std::string line = headline(log_text("root_gone/e1"));
+    EXPECT_THAT(line, HasSubstr("or every way to it, is gone, or the node above has lost its own "
+                                "way to it"));
+    EXPECT_THAT(line, EndsWith("then at the nodes on the way to it"));
+}
+
+TEST_F(StatusTest, looks_first_at_the_own_ap_that_has_not_come_back_before_a_loop) {
+    const std::string log = log_text_until("loop/e1", "change ath0 state from 3 to 6");
+    EXPECT_THAT(headline(log),
+                EndsWith("a loop. Its own AP 02:00:00:00:01:04 has not come back since 22:15:06: "
+                         "look there first; then `backhaulctl send uplink_scan`"));
+    // Once more at its own AP, it has nothing to look for there.
+    std::string back = log;
+    const std::string below = "Connect with : 02:00:00:00:03:04";
+    back.replace(back.rfind(below), below.size(), "Connect with : 02:00:00:00:01:04");
+    EXPECT_THAT(headline(back),
+                EndsWith("Mend the placement, then `backhaulctl send uplink_scan`"));
+}
+
+TEST_F(StatusTest, counts_to_the_logs_end_and_says_so) {
+    const std::string log = log_text_until("lost/e1", "change ath1 state from 0 to 3");
+    EXPECT_THAT(headline(log), HasSubstr("(3 min 1 s as of 22:18:07, the log's end)"));
+    const Result later = run({"status", "--root", node.path(), "--now", "22:20:06"});
+    EXPECT_THAT(later.out, HasSubstr("OUT since 2023-11-14 22:15:06 (5 min)"));
+    const Result before = run({"status", "--root", node.path(), "--now", "22:00"});
+    EXPECT_EQ(before.code, 2);
+    EXPECT_EQ(before.out, "");
+    EXPECT_THAT(before.err, HasSubstr("2023-11-14 22:00:00 is before the log's end"));
+    EXPECT_EQ(run({"status", "--root", node.path(), "--now", "noon"}).code, 2);
 }
 
 TEST_F(StatusTest, answers_a_root_that_is_gone_for_longer_than_the_log_goes_back) {

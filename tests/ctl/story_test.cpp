@@ -198,6 +198,28 @@ TEST_F(StoryTest, sums_the_time_in_each_state) {
     EXPECT_EQ(seconds[BACKHAUL_READY], 80);
 }
 
+TEST_F(StoryTest, sums_no_moment_twice_where_the_log_has_gaps) {
+    ready();
+    change(50, "ath1", 0, 3);
+    told.garbage();
+    change(100, "ath0", 7, 3);
+    say(120, "restart hyd");
+    told.gap();
+    change(130, "ath0", 3, 4);
+    say(140, "<-- backhaul_monitor start -->");
+    say(150, "<-- backhaul_monitor start -->");
+    say(160, "restart hyd");
+    told.finish();
+    int64_t sum = 0;
+    for (const int64_t seconds : told.link_find("ath0")->seconds) {
+        sum += seconds;
+    }
+    // All but what was between the lines around a gap.
+    EXPECT_EQ(sum, 160 - 50 - 10);
+    EXPECT_EQ(told.link_find("ath0")->seconds[BACKHAUL_READY], 50 - 20);
+    EXPECT_EQ(told.link_find("ath0")->seconds[INIT], 1 + 20);
+}
+
 TEST_F(StoryTest, survives_more_interfaces_than_it_has_room_for) {
     for (int i = 0; i < 100; ++i) {
         change(i, "ath" + std::to_string(i), 0, 3);
