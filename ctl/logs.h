@@ -4,10 +4,14 @@
 
 #include "ctl/log_file.h"
 #include "ctl/options.h"
+#include "ctl/story.h"
 
 /// Adds the files that the words from `first` on name; without any the own node's (below
-/// `options.root`). Says on stderr what cannot be read, and returns false.
+/// `options.root`). Says on stderr what cannot be read (unless `options.quiet`), and returns false.
 bool logs_open(const ctl_options& options, size_t first, log_set& logs);
+
+/// Whether a node's files hold an entry; says on stderr when they do not.
+bool log_has_entries(const story& told, const log_source& source);
 
 /// `root` and `path` as one, cut to fit.
 std::array<char, LOG_PATH_SIZE> path_below(const char* root, const char* path);

@@ -9,7 +9,8 @@
 inline constexpr int EXIT_GOOD = 0;
 inline constexpr int EXIT_FOUND = 1;  ///< the command found what it looks for: a gap, a breach
 inline constexpr int EXIT_USAGE = 2;
-inline constexpr int EXIT_UNREADABLE = 3;  ///< a file cannot be read, or nobody listens
+inline constexpr int EXIT_UNREADABLE =
+    3;  ///< a file cannot be read or holds no entry, or nobody listens
 
 struct ctl_options {
     bool json = false;
@@ -22,6 +23,7 @@ struct ctl_options {
     int interval = 2;
     std::span<char* const> words;  ///< what is no option
     FILE* out = stdout;
+    bool quiet = false;  ///< what cannot be read has been said
 };
 
 int command_summary(const ctl_options& options);

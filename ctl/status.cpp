@@ -141,11 +141,15 @@ private:
     bool good_ = true;
 };
 
-int status_once(const ctl_options& options) {
+/// `clear`: what is on the screen goes, if there is something to show in its place.
+int status_once(const ctl_options& options, bool clear) {
     status_view view;
     log_set logs;
     if (!logs_open(options, 0, logs)) {
         return EXIT_UNREADABLE;
+    }
+    if (clear) {
+        std::fputs("\033[H\033[2J", options.out);
     }
     status_files_read(options.root, view);
     status_teller teller(options, view);
@@ -183,18 +187,18 @@ void status_error_find(status_view& view) {
 
 int command_status(const ctl_options& options) {
     if (!options.watch) {
-        return status_once(options);
+        return status_once(options, false);
     }
-    const bool on_screen = isatty(STDOUT_FILENO) == 1 && !options.json;
+    const bool on_terminal = isatty(fileno(options.out)) == 1;
+    ctl_options again = options;
     for (;;) {
-        if (on_screen) {
-            std::fputs("\033[H\033[2J", options.out);
-        }
-        const int code = status_once(options);
-        // Whoever reads has gone: there is nothing more to show.
-        if (code == EXIT_USAGE || std::ferror(options.out) != 0) {
+        const int code = status_once(again, on_terminal && !options.json);
+        // Whoever reads has gone: there is nothing more to show. A person waits for a log to come.
+        if (code == EXIT_USAGE || std::ferror(options.out) != 0 ||
+            (code == EXIT_UNREADABLE && !on_terminal)) {
             return code;
         }
+        again.quiet = code == EXIT_UNREADABLE;
         sleep(static_cast<unsigned>(options.interval));
     }
 }

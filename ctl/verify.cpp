@@ -45,6 +45,7 @@ public:
     void node_done(const log_source& last) override {
         const story_counts& counts = told().counts();
         bad_ += counts.impossible;
+        has_empty_ = !log_has_entries(told(), last) || has_empty_;
         if (options_.json) {
             json_.array_end().number("state_changes", counts.changes);
             json_.number("dropped", counts.dropped).number("cannot_follow", counts.impossible);
@@ -65,8 +66,8 @@ public:
     json_writer& json() {
         return json_;
     }
-    bool good() const {
-        return bad_ == 0;
+    int code() const {
+        return bad_ > 0 ? EXIT_FOUND : has_empty_ ? EXIT_UNREADABLE : EXIT_GOOD;
     }
 
 private:
@@ -82,6 +83,7 @@ private:
     const ctl_options& options_;
     json_writer json_;
     uint64_t bad_ = 0;
+    bool has_empty_ = false;
 };
 
 }  // namespace
@@ -118,5 +120,5 @@ int command_verify(const ctl_options& options) {
     if (options.json) {
         teller.json().array_end().line_end();
     }
-    return output_end(options, teller.good() ? EXIT_GOOD : EXIT_FOUND);
+    return output_end(options, teller.code());
 }

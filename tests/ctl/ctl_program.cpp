@@ -61,8 +61,12 @@ bool have_tool(const std::string& name) {
     return there;
 }
 
+std::string tool_path() {
+    return BACKHAUL_BUILD_DIR "/backhaulctl";
+}
+
 Result run(const std::vector<std::string>& words) {
-    std::vector<std::string> all = {BACKHAUL_BUILD_DIR "/backhaulctl"};
+    std::vector<std::string> all = {tool_path()};
     all.insert(all.end(), words.begin(), words.end());
     return run_tool(all);
 }

@@ -13,6 +13,9 @@ struct Result {
     std::string err;
 };
 
+// The program's path.
+std::string tool_path();
+
 // Runs the program and waits for its end.
 Result run(const std::vector<std::string>& words);
 

@@ -96,7 +96,18 @@ TEST(Summary, says_what_cannot_be_read) {
     EXPECT_EQ(run({"summary", "/dev/null"}).code, 3);
 }
 
-/// The names of the nodes that a summary tells.
+TEST(Summary, says_that_a_file_is_no_log) {
+    const Folder folder;
+    const std::string manual = folder.put("manual.txt", "BACKHAULCTL(1)\n\nNAME\n");
+    for (const char* const command : {"summary", "verify"}) {
+        const Result result = run({command, logs("lost/e1"), manual});
+        EXPECT_EQ(result.code, 3) << command;
+        EXPECT_EQ(result.err, "backhaulctl: " + manual + ": holds no log entry\n");
+        EXPECT_THAT(result.out, HasSubstr("e1"));
+    }
+}
+
+/// The names of the nodes that an export tells.
 std::string nodes_of(const std::vector<std::string>& named) {
     std::vector<std::string> words = {"export"};
     words.insert(words.end(), named.begin(), named.end());
@@ -121,11 +132,10 @@ TEST(Names, are_those_of_the_folders_however_they_are_written) {
     EXPECT_EQ(nodes_of({one + "/", two + "//"}), "node1 node2 ");
     EXPECT_EQ(nodes_of({one + "/.", two + "/./backhaul_flow_log"}), "node1 node2 ");
     EXPECT_EQ(nodes_of({"--root", one + "/"}), "node1 ");
+    const std::string tool = ctl_test::tool_path();
     const Result here = run_tool({"/bin/sh", "-c",
-                                  "cd " + one +
-                                      " && " BACKHAUL_BUILD_DIR "/backhaulctl summary . "
-                                      "&& cd var/log && " BACKHAUL_BUILD_DIR
-                                      "/backhaulctl summary backhaul_flow_log"});
+                                  "cd " + one + " && " + tool + " summary . && cd var/log && " +
+                                      tool + " summary backhaul_flow_log"});
     EXPECT_EQ(here.code, 0) << here.err;
     EXPECT_EQ(here.out.find("this"), std::string::npos) << here.out;
     EXPECT_THAT(here.out, testing::StartsWith("node1\n"));
@@ -264,6 +274,35 @@ TEST(CommandLine, refuses_what_it_does_not_know) {
     EXPECT_EQ(run({"sumary"}).code, 2);
     EXPECT_EQ(run({"summary", "--colour"}).code, 2);
     EXPECT_EQ(run({"explain", "22:15", "--lines", "many", logs("lost/e1")}).code, 2);
+}
+
+/// What is said in one line about words that do not fit.
+std::string complaint(const std::vector<std::string>& words) {
+    const Result result = run(words);
+    EXPECT_EQ(result.code, 2) << words[0];
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    EXPECT_THAT(result.err, testing::EndsWith("--help)\n"));
+    return result.err;
+}
+
+TEST(CommandLine, says_in_one_line_what_does_not_fit) {
+    EXPECT_THAT(complaint({"summary", "--colour"}), HasSubstr("--colour is no option"));
+    EXPECT_THAT(complaint({"explain", "22:15", "--lines"}), HasSubstr("--lines needs a value"));
+    EXPECT_THAT(complaint({"explain", "22:15", "--lines", "-1"}), HasSubstr("-1 is no number"));
+    EXPECT_THAT(complaint({"status", "--lines", "5"}), HasSubstr("--lines does nothing"));
+    EXPECT_THAT(complaint({"summary", "--now", "22:15"}), HasSubstr("--now does nothing"));
+    EXPECT_THAT(complaint({"status", "--interval", "5"}), HasSubstr("--interval does nothing"));
+    EXPECT_THAT(complaint({"timeline", "--text", "--json", logs("lost/e1")}),
+                HasSubstr("only one of them"));
+    EXPECT_THAT(complaint({"status", "node1"}), HasSubstr("status --root FOLDER"));
+    EXPECT_THAT(complaint({"check", "node1"}), HasSubstr("check --root FOLDER"));
+}
+
+TEST(CommandLine, tells_the_general_options_with_each_command) {
+    for (const char* const option : {"--json", "--output FILE", "--root FOLDER", "--help"}) {
+        EXPECT_THAT(run({"verify", "--help"}).out, HasSubstr(option));
+    }
 }
 
 }  // namespace

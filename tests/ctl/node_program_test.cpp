@@ -2,13 +2,20 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <functional>
 #include <string>
 
+#include "runtime/descriptor.h"
 #include "tests/ctl/ctl_program.h"
 
 namespace {
@@ -206,6 +213,79 @@ TEST_F(StatusTest, gives_programs_the_same) {
     EXPECT_THAT(json.out, HasSubstr("\"ready\":true"));
     EXPECT_THAT(json.out, HasSubstr("\"uplink\":\"ath1\""));
     EXPECT_THAT(json.out, HasSubstr("\"name\":\"ath0\",\"state\":\"CONNECTING_BACKHAUL_AP\""));
+}
+
+TEST_F(StatusTest, ends_a_watch_of_no_log_where_no_person_watches) {
+    const Result none = run({"status", "--watch", "--root", node.path() + "/none"});
+    EXPECT_EQ(none.code, 3);
+    EXPECT_EQ(std::count(none.err.begin(), none.err.end(), '\n'), 1) << none.err;
+}
+
+/// How often a process has gone to sleep.
+long sleeps_of(pid_t process) {
+    const std::string status = ctl_test::text_of("/proc/" + std::to_string(process) + "/status");
+    const std::string name = "\nvoluntary_ctxt_switches:";
+    const size_t at = status.find(name);
+    return at == std::string::npos ? 0 : std::strtol(&status[at + name.size()], nullptr, 10);
+}
+
+/// A watch on a terminal of its own.
+class WatchTest : public StatusTest {
+protected:
+    void SetUp() override {
+        StatusTest::SetUp();
+        errors = node.put("errors", "");
+        ASSERT_TRUE(terminal);
+        ASSERT_EQ(grantpt(terminal.get()), 0);
+        ASSERT_EQ(unlockpt(terminal.get()), 0);
+        const std::string path = ctl_test::tool_path();
+        tool = fork();
+        if (tool == 0) {
+            dup2(open(ptsname(terminal.get()), O_RDWR | O_NOCTTY | O_CLOEXEC), STDOUT_FILENO);
+            dup2(open(errors.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC), STDERR_FILENO);
+            execl(path.c_str(), path.c_str(), "status", "--watch", "--interval", "1", "--root",
+                  node.path().c_str(), nullptr);
+            _exit(127);
+        }
+        ASSERT_GT(tool, 0);
+    }
+    void TearDown() override {
+        if (tool > 0) {
+            kill(tool, SIGKILL);
+            EXPECT_EQ(waitpid(tool, nullptr, 0), tool);
+        }
+    }
+    /// Reads what the terminal shows until `done`, or half a minute.
+    bool read_until(const std::function<bool()>& done) {
+        for (int waited = 0; waited < 300 && !done(); ++waited) {
+            pollfd ready = {terminal.get(), POLLIN, 0};
+            std::array<char, 4096> block{};
+            if (poll(&ready, 1, 100) == 1) {
+                const ssize_t got = read(terminal.get(), block.data(), block.size());
+                shown.append(block.data(), got > 0 ? static_cast<size_t>(got) : 0);
+            }
+        }
+        return done();
+    }
+
+    const Descriptor terminal{posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)};
+    std::string errors;
+    std::string shown;
+    pid_t tool = -1;
+};
+
+TEST_F(WatchTest, waits_for_a_log_to_come_and_says_so_once) {
+    const std::string none =
+        "backhaulctl: there is no flow log at " + node.path() + "/var/log/backhaul_flow_log\n";
+    EXPECT_TRUE(read_until([&] { return ctl_test::text_of(errors) == none; }));
+    const long before = sleeps_of(tool);
+    EXPECT_TRUE(read_until([&] { return sleeps_of(tool) >= before + 3; }));
+    EXPECT_EQ(ctl_test::text_of(errors), none);
+    const std::string part = node.put("var/log/part", log_text("lost/e1"));
+    EXPECT_EQ(rename(part.c_str(), (node.path() + "/var/log/backhaul_flow_log").c_str()), 0);
+    EXPECT_TRUE(read_until([&] { return shown.find("READY over ath1") != std::string::npos; }))
+        << shown;
+    EXPECT_EQ(ctl_test::text_of(errors), none);
 }
 
 TEST_F(StatusTest, says_that_there_is_no_log) {
