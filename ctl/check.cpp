@@ -8,6 +8,10 @@
 #include "runtime/heap.h"
 #include "runtime/mode_file.h"
 
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace {
@@ -36,9 +40,22 @@ public:
                      stops ? "STOP" : "weak", what, id, then, help);
     }
 
+    void no_image() {
+        is_image_ = false;
+        if (!options_.json) {
+            std::fprintf(options_.out,
+                         "%s holds no programs: it is a copy of a node's logs, no image. What "
+                         "follows would be wrong with an image.\n",
+                         options_.root);
+        }
+    }
+
     int end() {
         if (options_.json) {
-            json_.array_end().number("stops", stops_).number("weakens", weakens_);
+            json_.array_end()
+                .boolean("image", is_image_)
+                .number("stops", stops_)
+                .number("weakens", weakens_);
             json_.object_end().line_end();
         } else if (stops_ + weakens_ == 0) {
             std::fputs("fit: no gap was found\n", options_.out);
@@ -53,6 +70,7 @@ public:
 private:
     const ctl_options& options_;
     json_writer json_;
+    bool is_image_ = true;
     int stops_ = 0;
     int weakens_ = 0;
 };
@@ -77,6 +95,13 @@ bool role_is_root(const char* root) {
     return false;
 }
 
+/// Of an image at least one of these folders is there; of fetched logs none.
+bool holds_programs(const char* root) {
+    return std::ranges::any_of(
+        std::array{"/bin", "/sbin", "/usr/bin", "/usr/sbin"},
+        [&](const char* folder) { return access(path_below(root, folder).data(), F_OK) == 0; });
+}
+
 }  // namespace
 
 int command_check(const ctl_options& options) {
@@ -87,6 +112,9 @@ int command_check(const ctl_options& options) {
     image->root = options.root;
     image->is_root_node = role_is_root(options.root);
     gap_printer printer(options);
+    if (!holds_programs(options.root)) {
+        printer.no_image();
+    }
     check_profile(*image, printer);
     check_store(*image, printer);
     check_tools(*image, printer);

@@ -24,6 +24,14 @@ struct told_line {
     bool bad = false;
 };
 
+/// What the numbers of a change do not tell a person.
+const char* change_remark(link_state from, link_state to) {
+    const bool searches_again = from == ETH_BACKHAUL_STANDBY && to == CONNECTING_BACKHAUL_AP;
+    return searches_again ? "a station that is to search again stands in standby for the moment in "
+                            "which a backup is looked for; "
+                          : "";
+}
+
 /// The rule of a state change: from the daemon's tables, not from a text.
 void change_rule(const log_event& event, int64_t time, std::span<char> out) {
     const auto from = static_cast<link_state>(event.numbers[0]);
@@ -35,13 +43,14 @@ void change_rule(const log_event& event, int64_t time, std::span<char> out) {
         return;
     }
     const timeout_limit limit = timeout_limit_get(to, 0);
+    const char* const remark = change_remark(from, to);
     if (row->timer == TIMER_OFF || !limit.checked) {
-        std::snprintf(out.data(), out.size(), "the table accepts this; no timeout runs");
+        std::snprintf(out.data(), out.size(), "%sthe table accepts this; no timeout runs", remark);
         return;
     }
     std::snprintf(out.data(), out.size(),
-                  "the table accepts this; looked at again after %d s, at %s", limit.seconds,
-                  log_time_text(time + limit.seconds + 1).data() + 11);
+                  "%sthe table accepts this; looked at again after %d s, at %s", remark,
+                  limit.seconds, log_time_text(time + limit.seconds + 1).data() + 11);
 }
 
 class last_time_finder final : public log_visitor {
@@ -89,7 +98,7 @@ public:
     void node_done(const log_source& /*last*/) override {
         begin(LOG_TIME_NONE);
         if (options_.json) {
-            json_.array_end().object_end();
+            json_.array_end().boolean("outside", is_outside()).object_end();
         }
     }
     json_writer& json() {
@@ -108,9 +117,29 @@ private:
             print(ring_[i % ring_.size()]);
         }
         if (!options_.json && next != moment_) {
-            std::fprintf(options_.out, "  ---- %s ----%s\n", log_time_text(moment_).data(),
-                         next == LOG_TIME_NONE ? " the log ends before this moment" : "");
+            std::fprintf(options_.out, "  ---- %s ----", log_time_text(moment_).data());
+            outside_print(next);
         }
+    }
+
+    void outside_print(int64_t next) {
+        const int64_t first = told().node().first;
+        if (first == LOG_TIME_NONE) {
+            std::fputs(" the log holds no entry\n", options_.out);
+        } else if (next == LOG_TIME_NONE) {
+            std::fprintf(options_.out, " outside the log, which ends at %s\n",
+                         log_time_text(told().node().last).data());
+        } else if (moment_ < first) {
+            std::fprintf(options_.out, " outside the log, which begins at %s\n",
+                         log_time_text(first).data());
+        } else {
+            std::fputs("\n", options_.out);
+        }
+    }
+
+    bool is_outside() const {
+        const story_node& node = told().node();
+        return node.first == LOG_TIME_NONE || moment_ < node.first || moment_ > node.last;
     }
 
     void tell(const log_entry& entry, const log_event& event, told_line& out) const {
@@ -170,10 +199,16 @@ int command_explain(const ctl_options& options) {
     last_time_finder finder;
     logs.read(finder);
     int64_t moment = LOG_TIME_NONE;
+    if (finder.last == LOG_TIME_NONE) {
+        std::fputs("backhaulctl: the log holds no entry\n", stderr);
+        return EXIT_UNREADABLE;
+    }
     if (!log_time_parse(options.words[0], finder.last, moment)) {
-        std::fprintf(stderr,
-                     "backhaulctl: %s is no time: \"2023-11-14 22:13:20\" or \"22:13:20\"\n",
-                     options.words[0]);
+        std::fprintf(
+            stderr,
+            "backhaulctl: %s is no time: \"2023-11-14 22:13:20\", \"22:13:20\" or \"22:13\" "
+            "(backhaulctl explain --help)\n",
+            options.words[0]);
         return EXIT_USAGE;
     }
     const auto lines = static_cast<size_t>(std::clamp(options.lines, 1, LINES_MAX));

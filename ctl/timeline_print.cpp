@@ -3,6 +3,7 @@
 #include "ctl/json.h"
 #include "ctl/text.h"
 #include "ctl/timeline.h"
+#include "runtime/table_check.h"
 
 #include <algorithm>
 #include <cstring>
@@ -29,10 +30,12 @@ constexpr std::array LETTERS = {
     letter_row{DFS_BLOCKING, 'x', "off because of radar"},
     letter_row{AP_TIMER_WAIT, 't', "periodic check"},
     letter_row{ETH_BACKHAUL_DOWN, '_', "no cable"},
-    letter_row{ETH_BACKHAUL_CONNECTED, 'a', "cable, waits for the agent"},
-    letter_row{ETH_BACKHAUL_READY, 'R', "cable ready"},
+    letter_row{ETH_BACKHAUL_CONNECTED, 'w', "cable, waits for the agent"},
+    letter_row{ETH_BACKHAUL_READY, 'E', "cable ready"},
     letter_row{ETH_BACKHAUL_STANDBY, 's', "standby"},
 };
+
+static_assert(table_keys_are_unique(LETTERS, [](const letter_row& row) { return row.letter; }));
 
 /// "</script" would end the page's data early: the slash is written so that JSON still reads it.
 void script_text_print(FILE* out, std::string_view text) {
@@ -135,7 +138,13 @@ void data_print(const timeline_data& data, FILE* out) {
     std::fputs("]}", out);
 }
 
-/// One lane as letters: of several states in a column the one that carries least is shown.
+/// Whether a state hides the letter of another one in the same column.
+bool letter_yields(char letter) {
+    return letter == ' ' || letter == 'R' || letter == 'E' || letter == '.';
+}
+
+/// One lane as letters: of several states in a column the one that carries least is shown, and in
+/// the last one the state that the log ends with.
 void lane_text_print(const timeline_data& data, size_t node, size_t lane, FILE* out) {
     std::array<char, COLUMNS + 1> row{};
     row.fill(' ');
@@ -152,7 +161,10 @@ void lane_text_print(const timeline_data& data, size_t node, size_t lane, FILE* 
         };
         for (size_t at = column(span.begin); at <= column(span.end); ++at) {
             const char letter = timeline_letter(span.state);
-            row[at] = row[at] == ' ' || row[at] == 'R' || row[at] == '.' ? letter : row[at];
+            row[at] = letter_yields(row[at]) ? letter : row[at];
+        }
+        if (span.end == data.nodes[node].last) {
+            row[column(span.end)] = timeline_letter(span.state);
         }
     }
     std::fprintf(out, "  %-15s |%s|\n", data.nodes[node].lanes[lane].data(), row.data());

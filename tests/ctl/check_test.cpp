@@ -125,6 +125,20 @@ protected:
     Folder image;
 };
 
+TEST(CheckCopy, says_first_that_a_copy_of_logs_is_no_image) {
+    const Folder logs;
+    logs.put("var/log/backhaul_flow_log", "");
+    const Result result = run({"check", "--root", logs.path()});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(
+        result.out.rfind(logs.path() + " holds no programs: it is a copy of a node's logs", 0), 0U)
+        << result.out;
+    EXPECT_THAT(run({"check", "--json", "--root", logs.path()}).out, HasSubstr("\"image\":false"));
+    logs.put("bin/sh", "", true);
+    EXPECT_EQ(run({"check", "--root", logs.path()}).out.find("holds no programs"),
+              std::string::npos);
+}
+
 TEST_F(CheckTest, finds_nothing_in_an_image_that_is_fit) {
     const Result result = run({"check", "--root", image.path()});
     EXPECT_EQ(result.code, 0) << result.out;

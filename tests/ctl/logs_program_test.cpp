@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -191,6 +192,28 @@ TEST(Explain, shows_as_many_lines_as_it_is_asked_for) {
     EXPECT_EQ(lines, 6U) << result.out;
 }
 
+TEST(Explain, says_that_a_moment_is_outside_the_log) {
+    const Result after = run({"explain", "23:59", logs("lost/e1")});
+    EXPECT_THAT(after.out, HasSubstr("2023-11-14 23:59:00 ---- outside the log, which ends at "
+                                     "2023-11-14 22:"));
+    const Result before = run({"explain", "2013-11-14 22:15", logs("lost/e1")});
+    EXPECT_THAT(before.out, HasSubstr("---- outside the log, which begins at 2023-11-14 22:13:"));
+    EXPECT_THAT(run({"explain", "22:15:20", logs("lost/e1")}).out, Not(HasSubstr("outside")));
+    EXPECT_THAT(run({"explain", "23:59", "--json", logs("lost/e1")}).out,
+                HasSubstr("\"outside\":true"));
+    const Folder folder;
+    const Result none = run({"explain", "22:15", folder.put("n.log", "")});
+    EXPECT_EQ(none.code, 3);
+    EXPECT_THAT(none.err, HasSubstr("holds no entry"));
+}
+
+TEST(Explain, says_why_a_station_comes_from_standby) {
+    const Result result = run({"explain", "22:18:07", logs("lost/e1"), "--lines", "20"});
+    EXPECT_THAT(result.out, HasSubstr("because: a station that is to search again stands in "
+                                      "standby for the moment in which a backup is looked for; "
+                                      "the table accepts this"));
+}
+
 TEST(Explain, refuses_what_is_no_time) {
     EXPECT_EQ(run({"explain", "yesterday", logs("lost/e1")}).code, 2);
     EXPECT_EQ(run({"explain"}).code, 2);
@@ -297,6 +320,63 @@ TEST(CommandLine, says_in_one_line_what_does_not_fit) {
                 HasSubstr("only one of them"));
     EXPECT_THAT(complaint({"status", "node1"}), HasSubstr("status --root FOLDER"));
     EXPECT_THAT(complaint({"check", "node1"}), HasSubstr("check --root FOLDER"));
+}
+
+/// The man page as it is written, without the marks of its fonts.
+std::string manual() {
+    std::string text = ctl_test::text_of(BACKHAUL_SOURCE_DIR "/docs/backhaulctl.1");
+    text.erase(std::remove(text.begin(), text.end(), '\\'), text.end());
+    return text;
+}
+
+/// Words that begin with two dashes.
+std::set<std::string> options_of(const std::string& text) {
+    std::set<std::string> options;
+    for (size_t at = text.find("--"); at != std::string::npos; at = text.find("--", at + 2)) {
+        const size_t end = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz", at + 2);
+        options.insert(text.substr(at, end - at));
+    }
+    options.erase("--");
+    return options;
+}
+
+TEST(Manual, has_the_options_that_the_program_tells) {
+    std::string told = run({"--help"}).out;
+    for (const char* const name : {"status", "explain", "timeline"}) {
+        told += run({name, "--help"}).out;
+    }
+    EXPECT_EQ(options_of(manual()), options_of(told));
+}
+
+TEST(Manual, explains_every_state_and_light_that_a_status_shows) {
+    const std::string text = manual();
+    const size_t begin = text.find(".SH WORDS OF STATUS");
+    ASSERT_NE(begin, std::string::npos);
+    const std::string words = text.substr(begin, text.find(".SH", begin + 3) - begin);
+    for (const char* const word : {"INIT",
+                                   "CONNECTING_BACKHAUL_AP",
+                                   "CONNECT_WITH_BACKHAUL_AP",
+                                   "CONNECTING_TARGET_BACKHAUL_AP",
+                                   "CONNECT_PENDING",
+                                   "BACKHAUL_READY",
+                                   "DFS_MONITORING",
+                                   "DFS_BLOCKING",
+                                   "AP_TIMER_WAIT",
+                                   "ETH_BACKHAUL_DOWN",
+                                   "ETH_BACKHAUL_CONNECTED",
+                                   "ETH_BACKHAUL_READY",
+                                   "ETH_BACKHAUL_STANDBY",
+                                   "BackhaulDisConnect",
+                                   "BackhaulConnect",
+                                   "BackhaulConfig",
+                                   "BackhaulFinish",
+                                   "Parked",
+                                   "LOSSES",
+                                   "hops",
+                                   "agent",
+                                   "B file"}) {
+        EXPECT_THAT(words, HasSubstr(word));
+    }
 }
 
 TEST(CommandLine, tells_the_general_options_with_each_command) {

@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <set>
+#include <sstream>
 #include <string>
 
 #include "tests/ctl/ctl_program.h"
@@ -31,6 +33,33 @@ TEST(Timeline, draws_lanes_and_outages_as_text) {
     EXPECT_THAT(result.out, HasSubstr("ccp"));
     EXPECT_THAT(result.out, HasSubstr("####"));
     EXPECT_THAT(result.out, HasSubstr("3 min 19 s   ath0 lost its AP"));
+}
+
+TEST(Timeline, shows_what_the_log_ends_with) {
+    const Folder folder;
+    std::string log =
+        "Tue Nov 14 22:00:00 2023 : <-- backhaul_monitor start -->\n"
+        "Tue Nov 14 22:00:00 2023 : backhaul_intf_state_change : change ath0 state from 0 to 3\n"
+        "Tue Nov 14 22:20:00 2023 : backhaul_intf_state_change : change ath0 state from 3 to 4\n";
+    const auto last_letter = [&] {
+        const Result result = run({"timeline", "--text", folder.put("n.log", log)});
+        return result.out.substr(result.out.find("|\n") - 2, 2);
+    };
+    EXPECT_EQ(last_letter(), "ca");
+    log +=
+        "Tue Nov 14 22:20:00 2023 : backhaul_intf_state_change : change ath0 state from 4 to 7\n";
+    EXPECT_EQ(last_letter(), "cR");
+}
+
+TEST(Timeline, has_a_letter_of_its_own_for_each_state) {
+    const std::string text = timeline("--text").out;
+    const std::string legend = text.substr(text.rfind("\n\n") + 2);
+    std::set<std::string> letters;
+    std::istringstream lines(legend);
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_TRUE(letters.insert(line.substr(0, 4)).second) << line;
+    }
+    EXPECT_GE(letters.size(), 13U);
 }
 
 TEST(Timeline, asks_for_nothing_from_elsewhere) {
