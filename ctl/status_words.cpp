@@ -205,6 +205,18 @@ void searching_add(const status_view& view, std::span<char> out) {
     }
 }
 
+/// What to do where the log does not tell what the node was before.
+void waits_advice_add(const story& told, std::span<char> out) {
+    const story_link* const uplink = status_uplink(told);
+    if (uplink != nullptr && uplink->state != CONNECTING_TARGET_BACKHAUL_AP) {
+        add(out, "; look at the agent, vl1905App, and at whether the root answers it");
+    } else {
+        add(out,
+            "; look at the APs above this node: their power, radar on their channels, their "
+            "distance");
+    }
+}
+
 /// The end of an incident's headline: what to do.
 void advice_add(const status_view& view, const outage* out_now, std::span<char> out) {
     const bool is_parked = parked_add(view, out);
@@ -214,8 +226,12 @@ void advice_add(const status_view& view, const outage* out_now, std::span<char> 
     if (root_is_gone(searches_count(view))) {
         add(out, "; look at the root's power and its channel%s",
             hangs_below_another(view) ? ", then at the nodes on the way to it" : "");
-    } else if (out_now != nullptr && !is_parked) {
+    } else if (is_parked) {
+        return;
+    } else if (out_now != nullptr) {
         cause_advice_add(out_now->cause, out);
+    } else {
+        waits_advice_add(*view.told, out);
     }
 }
 

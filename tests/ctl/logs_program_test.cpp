@@ -153,6 +153,8 @@ TEST(Names, of_two_nodes_are_never_taken_for_one) {
     EXPECT_THAT(result.err, HasSubstr(one + "/backhaul_flow_log and " + two +
                                       "/backhaul_flow_log: both would be node n"));
     EXPECT_EQ(nodes_of({one, "m=" + two}), "n m ");
+    // Whoever gives both the same name means it.
+    EXPECT_EQ(nodes_of({"m=" + one, "m=" + two}), "m ");
     // Named twice it is read once.
     EXPECT_EQ(run({"summary", one, one + "/"}).out, run({"summary", one}).out);
 }
@@ -323,7 +325,7 @@ TEST(CommandLine, says_in_one_line_what_does_not_fit) {
 }
 
 /// The man page as it is written, without the marks of its fonts.
-std::string manual() {
+std::string manual_text() {
     std::string text = ctl_test::text_of(BACKHAUL_SOURCE_DIR "/docs/backhaulctl.1");
     text.erase(std::remove(text.begin(), text.end(), '\\'), text.end());
     return text;
@@ -345,11 +347,11 @@ TEST(Manual, has_the_options_that_the_program_tells) {
     for (const char* const name : {"status", "explain", "timeline"}) {
         told += run({name, "--help"}).out;
     }
-    EXPECT_EQ(options_of(manual()), options_of(told));
+    EXPECT_EQ(options_of(manual_text()), options_of(told));
 }
 
 TEST(Manual, explains_every_state_and_light_that_a_status_shows) {
-    const std::string text = manual();
+    const std::string text = manual_text();
     const size_t begin = text.find(".SH WORDS OF STATUS");
     ASSERT_NE(begin, std::string::npos);
     const std::string words = text.substr(begin, text.find(".SH", begin + 3) - begin);

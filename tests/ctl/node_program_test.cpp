@@ -164,6 +164,18 @@ TEST_F(StatusTest, answers_a_start_without_a_root_in_one_line) {
     EXPECT_THAT(line, HasSubstr("or every way to it, is gone"));
 }
 
+TEST_F(StatusTest, says_what_to_do_about_a_node_that_was_never_ready) {
+    std::string log =
+        "Tue Nov 14 22:00:00 2023 : <-- backhaul_monitor start -->\n"
+        "Tue Nov 14 22:00:01 2023 : backhaul_intf_state_change : change ath0 state from 0 to 3\n";
+    EXPECT_THAT(headline(log), EndsWith("; look at the APs above this node: their power, radar on "
+                                        "their channels, their distance"));
+    log +=
+        "Tue Nov 14 22:00:04 2023 : backhaul_intf_state_change : change ath0 state from 3 to 4\n";
+    EXPECT_THAT(headline(log),
+                EndsWith("; look at the agent, vl1905App, and at whether the root answers it"));
+}
+
 TEST_F(StatusTest, tells_each_interface_its_state_and_what_it_waits_for) {
     headline(log_text("root_gone/e1"));
     EXPECT_THAT(result.out, HasSubstr("CONNECTING_BACKHAUL_AP"));
