@@ -6,6 +6,7 @@
 #include "runtime/heap.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -142,13 +143,11 @@ bool log_set::add_folder(std::string_view path, std::string_view node, std::span
             std::array<char, LOG_PATH_SIZE> file{};
             std::snprintf(file.data(), file.size(), "%.*s%s/%.*s%s", text_size(path), path.data(),
                           below, text_size(log), log.data(), end);
-            struct stat status {};
-            if (stat(file.data(), &status) == 0) {
-                if (!add_file(file.data(), node, error)) {
-                    return false;
-                }
-                any = true;
+            const bool there = access(file.data(), F_OK) == 0;
+            if (there && !add_file(file.data(), node, error)) {
+                return false;
             }
+            any = any || there;
         }
         if (any) {
             return true;
