@@ -131,12 +131,13 @@ bool parked_add(const status_view& view, std::span<char> out) {
         }
         any = true;
         add(out, "; %s is parked since %s%s", link.name.data(), clock_of(log_time_text(link.since)),
-            link.loop ? ": its AP hangs below this node, a loop. "
+            link.loop ? ": the AP that it joined hangs below this node, a loop. "
                       : " after too many losses; `backhaulctl send uplink_scan` releases it");
         if (link.loop && link.lost_at != LOG_TIME_NONE) {
             add(out,
-                "Its own AP %s has not come back since %s: look there first; then `backhaulctl "
-                "send uplink_scan`",
+                "The AP that it had before, %s, was lost at %s: look there first; then "
+                "`backhaulctl "
+                "send uplink_scan`, which ends in the same loop while that AP is not heard",
                 link.lost_ap.data(), clock_of(log_time_text(link.lost_at)));
         } else if (link.loop) {
             add(out, "Mend the placement, then `backhaulctl send uplink_scan`");
@@ -181,6 +182,9 @@ void ready_headline(const status_view& view, const story_link& uplink, std::span
     add(out, "READY over %s since %s", uplink.name.data(),
         uplink.since == LOG_TIME_NONE ? "before the log begins"
                                       : log_time_text(uplink.since).data());
+    if (view.now_is_log_end) {
+        add(out, " (as of %s, the log's end)", clock_of(log_time_text(view.now)));
+    }
     const outage* const last = view.told->outage_last();
     const bool is_fresh = last != nullptr && view.now - last->last <= OUTAGE_FRESH_SECONDS;
     if (is_fresh) {
@@ -224,7 +228,9 @@ void advice_add(const status_view& view, const outage* out_now, std::span<char> 
         return;
     }
     if (root_is_gone(searches_count(view))) {
-        add(out, "; look at the root's power and its channel%s",
+        add(out,
+            "; look at the root's power and its channel%s; where other nodes are ready, at "
+            "this one's SSID and key",
             hangs_below_another(view) ? ", then at the nodes on the way to it" : "");
     } else if (is_parked) {
         return;
