@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <filesystem>
 #include <thread>
 
 #include "tests/process/fault_story.h"
@@ -68,6 +69,21 @@ void binary_put(const std::string& place, const std::string& /*text*/) {
     bytes_put(place, bytes, static_cast<off_t>(bytes.size()));
 }
 
+void missing_put(const std::string& place, const std::string& /*text*/) {
+    unlink(place.c_str());
+}
+
+void empty_put(const std::string& place, const std::string& /*text*/) {
+    bytes_put(place, "", 0);
+}
+
+/// Not empty: nobody can put a file in its place.
+void folder_put(const std::string& place, const std::string& /*text*/) {
+    unlink(place.c_str());
+    EXPECT_EQ(mkdir(place.c_str(), 0755), 0) << place;
+    EXPECT_EQ(mkdir((place + "/x").c_str(), 0755), 0) << place;
+}
+
 /// There, and not to be opened, by root neither.
 void unreadable_put(const std::string& place, const std::string& /*text*/) {
     unlink(place.c_str());
@@ -86,7 +102,7 @@ void fifo_put(const std::string& place, const std::string& /*text*/) {
 class FaultyFiles : public FaultStory, public testing::WithParamInterface<file_fault> {
 protected:
     void put_back(const std::string& path, const std::string& text, bool was_there) {
-        router().remove_file(path);
+        std::filesystem::remove_all(router().node().at(path));
         if (was_there) {
             router().put_file(path, text);
         }
@@ -114,12 +130,13 @@ TEST_P(FaultyFiles, are_survived) {
     expect_whole();
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, FaultyFiles,
-                         testing::Values(file_fault{"of_100_MB", huge_put},
-                                         file_fault{"binary", binary_put},
-                                         file_fault{"fifo", fifo_put},
-                                         file_fault{"unreadable", unreadable_put}),
-                         [](const auto& one) { return std::string(one.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Each, FaultyFiles,
+    testing::Values(file_fault{"of_100_MB", huge_put}, file_fault{"binary", binary_put},
+                    file_fault{"missing", missing_put}, file_fault{"empty", empty_put},
+                    file_fault{"a_folder", folder_put}, file_fault{"fifo", fifo_put},
+                    file_fault{"unreadable", unreadable_put}),
+    [](const auto& one) { return std::string(one.param.name); });
 
 /// Puts other contents in the place of a file for as long as it lives, as fast as it can.
 class Replacer {
