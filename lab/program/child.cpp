@@ -9,24 +9,10 @@
 #include <csignal>
 #include <cstdio>
 
+#include "lab/sandbox/program.h"
 #include "lab/tools/small_file.h"
 
 namespace lab {
-namespace {
-
-std::string read_all(int descriptor) {
-    std::string text;
-    std::array<char, 4096> block{};
-    for (;;) {
-        const ssize_t got = read(descriptor, block.data(), block.size());
-        if (got == 0 || (got < 0 && errno != EINTR)) {
-            return text;
-        }
-        text.append(block.data(), got < 0 ? 0 : static_cast<std::size_t>(got));
-    }
-}
-
-}  // namespace
 
 std::optional<std::string> child_says(const std::function<std::string()>& inside) {
     std::array<int, 2> ends{};
@@ -42,7 +28,7 @@ std::optional<std::string> child_says(const std::function<std::string()>& inside
         _exit(getppid() == parent && write_all(ends[1], inside()) ? 0 : 1);
     }
     close(ends[1]);
-    const std::string text = read_all(ends[0]);
+    const std::string text = read_to_end(ends[0]);
     close(ends[0]);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {

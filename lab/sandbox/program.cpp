@@ -37,21 +37,11 @@ void write_all(int fd, const std::string& text) {
     size_t done = 0;
     while (done < text.size()) {
         const ssize_t put = write(fd, text.data() + done, text.size() - done);
-        if (put <= 0) {
+        if (put <= 0 && errno != EINTR) {
             return;
         }
-        done += static_cast<size_t>(put);
+        done += put < 0 ? 0 : static_cast<size_t>(put);
     }
-}
-
-std::string read_all(int fd) {
-    std::string text;
-    std::array<char, 4096> block{};
-    ssize_t got = 0;
-    while ((got = read(fd, block.data(), block.size())) > 0) {
-        text.append(block.data(), static_cast<size_t>(got));
-    }
-    return text;
 }
 
 int spawn_with_pipes(const std::vector<std::string>& words, const Pipe& in, const Pipe& out,
@@ -66,7 +56,13 @@ int spawn_with_pipes(const std::vector<std::string>& words, const Pipe& in, cons
     } else {
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     }
-    const int result = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
+    // Of a group of its own: Ctrl-C is for us, who end in order, and not for what we are about.
+    posix_spawnattr_t apart;
+    posix_spawnattr_init(&apart);
+    posix_spawnattr_setflags(&apart, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setpgroup(&apart, 0);
+    const int result = posix_spawnp(&child, argv[0], &actions, &apart, argv.data(), environ);
+    posix_spawnattr_destroy(&apart);
     posix_spawn_file_actions_destroy(&actions);
     return result;
 }
@@ -89,7 +85,7 @@ bool run(const std::vector<std::string>& words, const std::string& input, bool e
     out.shut(1);
     write_all(in.end[1], input);
     in.shut(1);
-    *said = read_all(out.end[0]);
+    *said = read_to_end(out.end[0]);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
@@ -101,6 +97,18 @@ bool run(const std::vector<std::string>& words, const std::string& input, bool e
 }
 
 }  // namespace
+
+std::string read_to_end(int descriptor) {
+    std::string text;
+    std::array<char, 4096> block{};
+    for (;;) {
+        const ssize_t got = read(descriptor, block.data(), block.size());
+        if (got == 0 || (got < 0 && errno != EINTR)) {
+            return text;
+        }
+        text.append(block.data(), got < 0 ? 0 : static_cast<size_t>(got));
+    }
+}
 
 bool run_program(const std::vector<std::string>& words, const std::string& input,
                  std::string& error) {

@@ -1,4 +1,5 @@
-// A program of the machine, run to its end. Any thread.
+// A program of the machine, run to its end. Any thread. A signal of the caller's terminal does not
+// reach it.
 #pragma once
 
 #include <string>
@@ -14,5 +15,8 @@ bool run_program(const std::vector<std::string>& words, const std::string& input
 // The same for a program whose standard output is wanted; its error output is lost.
 bool program_output(const std::vector<std::string>& words, const std::string& input,
                     std::string* output, std::string& error);
+
+// All that comes out of a pipe until its other end is closed.
+std::string read_to_end(int descriptor);
 
 }  // namespace lab

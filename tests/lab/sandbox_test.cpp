@@ -216,6 +216,16 @@ TEST_F(Sandbox, says_what_failed_when_the_network_cannot_be_made) {
     EXPECT_NE(error.find("192.168.1.300"), std::string::npos) << error;
 }
 
+TEST(RunProgram, is_not_reached_by_what_ends_its_caller_in_order) {
+    std::string group;
+    std::string error;
+    ASSERT_TRUE(
+        lab::program_output({"cut", "-d", " ", "-f", "5", "/proc/self/stat"}, "", &group, error))
+        << error;
+    EXPECT_NE(group, std::to_string(getpgrp()) + "\n");
+    EXPECT_GT(std::stoi(group), 0);
+}
+
 TEST(Doctor, finds_nothing_missing_where_the_tests_run) {
     for (const lab::DoctorRow& row : lab::doctor_report(BACKHAUL_BUILD_DIR "/lab").rows) {
         EXPECT_NE(row.mark, lab::DoctorMark::lacks) << row.name << ": " << row.found;
