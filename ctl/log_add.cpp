@@ -49,15 +49,19 @@ std::string_view without_end(std::string_view path) {
     return path;
 }
 
-/// What `path` is when its folder is told from the top: "." and "" have no name of their own.
-std::array<char, PATH_MAX> path_from_top(std::string_view path) {
+/// The folder of a file, as the system takes it.
+std::array<char, LOG_PATH_SIZE> folder_text(std::string_view path) {
     std::array<char, LOG_PATH_SIZE> folder{};
-    const std::string_view before = folder_of(path);
-    const bool at_top = before.empty() && path.starts_with('/');
-    text_copy(folder, at_top ? "/" : before.empty() ? "." : before);
+    const std::string_view named = folder_of(path);
+    text_copy(folder, !named.empty() ? named : path.starts_with('/') ? "/" : ".");
+    return folder;
+}
+
+/// What `path` is when its folder is told from the top: "." has no name of its own.
+std::array<char, PATH_MAX> path_from_top(std::string_view path) {
     std::array<char, PATH_MAX> whole{};
     std::array<char, PATH_MAX> real{};
-    if (realpath(folder.data(), real.data()) == nullptr) {
+    if (realpath(folder_text(path).data(), real.data()) == nullptr) {
         text_copy(whole, path);
         return whole;
     }
@@ -194,11 +198,8 @@ bool log_set::add_file(std::string_view path, std::string_view node, std::span<c
                       errno == EINVAL ? "not a regular file" : std::strerror(errno));
         return false;
     }
-    const auto whole = path_from_top(path);
-    std::array<char, PATH_MAX> folder{};
-    text_copy(folder, folder_of(whole.data()));
     struct stat status {};
-    if (stat(folder[0] == '\0' ? "/" : folder.data(), &status) == 0) {
+    if (stat(folder_text(path).data(), &status) == 0) {
         source.device = status.st_dev;
         source.folder = status.st_ino;
     }
@@ -209,7 +210,7 @@ bool log_set::add_file(std::string_view path, std::string_view node, std::span<c
         source.node = log_node_name(path);
         // The node that the tool runs on has no name in any path.
         if (text_of(source.node) == "this") {
-            source.node = log_node_name(whole.data());
+            source.node = log_node_name(path_from_top(path).data());
         }
     }
     const auto before = sources();

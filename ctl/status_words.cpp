@@ -136,8 +136,8 @@ bool parked_add(const status_view& view, std::span<char> out) {
         if (link.loop && link.lost_at != LOG_TIME_NONE) {
             add(out,
                 "The AP that it had before, %s, was lost at %s: look there first; then "
-                "`backhaulctl "
-                "send uplink_scan`, which ends in the same loop while that AP is not heard",
+                "`backhaulctl send uplink_scan`, which ends in the same loop while that AP is not "
+                "heard",
                 link.lost_ap.data(), clock_of(log_time_text(link.lost_at)));
         } else if (link.loop) {
             add(out, "Mend the placement, then `backhaulctl send uplink_scan`");
