@@ -40,6 +40,10 @@ public:
                      stops ? "STOP" : "weak", what, id, then, help);
     }
 
+    void tools_not_asked() {
+        asked_ = false;
+    }
+
     void no_image() {
         is_image_ = false;
         if (!options_.json) {
@@ -54,11 +58,13 @@ public:
         if (options_.json) {
             json_.array_end()
                 .boolean("image", is_image_)
+                .boolean("asked", asked_)
                 .number("stops", stops_)
                 .number("weakens", weakens_);
             json_.object_end().line_end();
         } else if (stops_ + weakens_ == 0) {
-            std::fputs("fit: no gap was found\n", options_.out);
+            std::fprintf(options_.out, "fit: no gap was found%s\n",
+                         asked_ ? "" : "; what the tools answer was not asked");
         } else {
             std::fprintf(options_.out,
                          "%d gap%s with which the daemon would not work, %d other%s\n", stops_,
@@ -71,6 +77,7 @@ private:
     const ctl_options& options_;
     json_writer json_;
     bool is_image_ = true;
+    bool asked_ = true;
     int stops_ = 0;
     int weakens_ = 0;
 };
@@ -118,6 +125,11 @@ int command_check(const ctl_options& options) {
     check_profile(*image, printer);
     check_store(*image, printer);
     check_tools(*image, printer);
+    if (options.root[0] == '\0' && !options.no_ask) {
+        check_answers(*image, printer);
+    } else {
+        printer.tools_not_asked();
+    }
     check_network(*image, printer);
     check_database(*image, printer);
     check_system(*image, printer);

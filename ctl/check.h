@@ -1,7 +1,7 @@
 #pragma once
 
 // What of an image the daemon would stumble over. Each part looks at files below a root and tells
-// its gaps; nothing is changed. Tools are looked for, not run.
+// its gaps; nothing is changed. Tools are looked for, and on the own node asked (tool_answer.h).
 
 #include "ctl/log_file.h"
 #include "ctl/uci_file.h"
@@ -23,6 +23,8 @@ struct check_line {
 struct check_image {
     const char* root = "";
     bool is_root_node = false;  ///< role of the mesh's root
+    /// A tool that takes longer hangs, as far as who waits for the daemon can tell.
+    int answer_limit_ms = 10000;
     std::array<check_line, CHECK_LINES_MAX> lines{};
     size_t line_count = 0;
     bool has_store = false;  ///< `wireless` was read from its file
@@ -47,6 +49,8 @@ protected:
 void check_profile(check_image& image, gap_teller& tell);
 void check_store(check_image& image, gap_teller& tell);
 void check_tools(const check_image& image, gap_teller& tell);
+/// Runs the tools that are there: for the own node alone, whose `root` is empty.
+void check_answers(const check_image& image, gap_teller& tell);
 void check_network(const check_image& image, gap_teller& tell);
 void check_database(const check_image& image, gap_teller& tell);
 void check_system(const check_image& image, gap_teller& tell);

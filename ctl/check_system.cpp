@@ -1,4 +1,4 @@
-// Tools, network, database and kernel settings of an image.
+// Network, database, folders and kernel settings of an image.
 
 #include "ctl/check.h"
 #include "ctl/logs.h"
@@ -18,109 +18,6 @@
 #include <string_view>
 
 namespace {
-
-struct tool_row {
-    const char* name;
-    bool stops;
-    const char* then;
-};
-
-constexpr std::array PATH_TOOLS = {
-    tool_row{"uci", true, "no configuration is read or written"},
-    tool_row{"wpa_cli", true, "no station is ever attached to the supplicant"},
-    tool_row{"iwconfig", true, "no association is seen, no SSID set"},
-    tool_row{"iwpriv", true, "no hops, no scans, no clients sent away"},
-    tool_row{"ifconfig", true, "a lost station is not started anew"},
-    tool_row{"openssl", true, "no message between nodes is sent or understood"},
-    tool_row{"hyctl", true, "broadcasts do not pass over the backhaul"},
-    tool_row{"ps", true, "hyd is restarted at each look"},
-    tool_row{"grep", true, "every association counts as there, hyd as gone"},
-    tool_row{"wifi", false, "interfaces that vanish are not brought up again"},
-    tool_row{"radartool", false, "channels under radar are not known"},
-    tool_row{"wifisys_tool", false, "the visitor network is not looked at"},
-    tool_row{"wifi_channel_monitor", false, "channel changes are not passed on"},
-    tool_row{"vl1905App", false, "clients that moved are not dropped elsewhere"},
-    tool_row{"vlog", false, "joins and leaves are not in the system log"},
-};
-
-constexpr std::array FIXED_TOOLS = {
-    tool_row{"/bin/sh", true, "no command runs"},
-    tool_row{"/usr/sbin/vl1905App", true, "the service APs are never configured: never ready"},
-    tool_row{"/etc/init.d/wireless", true, "no interface is ever switched on or off"},
-    tool_row{"/etc/init.d/qca-wpa-supplicant", true, "the supplicant is never started"},
-    tool_row{"/etc/init.d/hyd", true, "hyd is never restarted"},
-    tool_row{"/sbin/velmor_led_ctrl", false, "the LED stays as it is"},
-};
-
-constexpr std::array<const char*, 6> SUPPLICANT_PLACES = {
-    "/usr/sbin/wpa_supplicant",       "/sbin/wpa_supplicant", "/usr/bin/wpa_supplicant",
-    "/usr/local/sbin/wpa_supplicant", "/usr/sbin/wpad",       "/bin/wpa_supplicant"};
-/// The driver that interface_add names, as a text of its own in the program.
-constexpr std::string_view SUPPLICANT_DRIVER{"\0athr\0", 6};
-constexpr char DEFAULT_PATH[] = "/usr/sbin:/usr/bin:/sbin:/bin";
-
-bool is_program(const char* root, const char* path) {
-    struct stat status {};
-    return stat(path_below(root, path).data(), &status) == 0 && S_ISREG(status.st_mode) &&
-           (status.st_mode & S_IXUSR) != 0;
-}
-
-bool on_path(const char* root, const char* name) {
-    const char* const own = std::getenv("PATH");
-    std::string_view rest = root[0] == '\0' && own != nullptr ? own : DEFAULT_PATH;
-    while (!rest.empty()) {
-        const std::string_view folder = text_first(rest, rest.find(':'));
-        rest = text_from(rest, folder.size() + 1);
-        std::array<char, LOG_PATH_SIZE> path{};
-        std::snprintf(path.data(), path.size(), "%.*s/%s", text_size(folder), folder.data(), name);
-        if (is_program(root, path.data())) {
-            return true;
-        }
-    }
-    return false;
-}
-
-void tool_gap(gap_teller& tell, const tool_row& row, const char* where) {
-    std::array<char, 120> what{};
-    std::snprintf(what.data(), what.size(), "%s is not %s, or may not be run", row.name, where);
-    tell.gap(row.stops ? gap_kind::stops : gap_kind::weakens, "tool", what.data(), row.then,
-             "install it");
-}
-
-/// Whether the file holds the bytes; read in pieces that overlap.
-bool file_holds(const char* path, std::string_view bytes) {
-    const File file(path, "rb");
-    static std::array<char, size_t{64} * 1024> block;
-    size_t kept = 0;
-    while (file) {
-        const size_t got = std::fread(block.data() + kept, 1, block.size() - kept, file.get());
-        const std::string_view all(block.data(), kept + got);
-        if (all.find(bytes) != std::string_view::npos) {
-            return true;
-        }
-        if (got == 0) {
-            break;
-        }
-        kept = std::min(all.size(), bytes.size() - 1);
-        std::memmove(block.data(), all.data() + all.size() - kept, kept);
-    }
-    return false;
-}
-
-void supplicant_check(const check_image& image, gap_teller& tell) {
-    for (const char* const place : SUPPLICANT_PLACES) {
-        if (is_program(image.root, place)) {
-            if (!file_holds(path_below(image.root, place).data(), SUPPLICANT_DRIVER)) {
-                tell.gap(gap_kind::stops, "supplicant.driver", "the supplicant has no driver athr",
-                         "interface_add answers FAIL, and is retried every second for ever",
-                         "build the supplicant with the radio vendor's driver");
-            }
-            return;
-        }
-    }
-    tell.gap(gap_kind::stops, "supplicant.missing", "there is no wpa_supplicant",
-             "no station ever associates", "install it");
-}
 
 /// Parents of the processes with the daemon's name: a supervisor's is not one of them.
 int supervisors_count(const char* root) {
@@ -294,20 +191,6 @@ constexpr std::array SETTINGS = {
 };
 
 }  // namespace
-
-void check_tools(const check_image& image, gap_teller& tell) {
-    for (const tool_row& row : PATH_TOOLS) {
-        if (!on_path(image.root, row.name)) {
-            tool_gap(tell, row, "on PATH");
-        }
-    }
-    for (const tool_row& row : FIXED_TOOLS) {
-        if (!is_program(image.root, row.name)) {
-            tool_gap(tell, row, "there");
-        }
-    }
-    supplicant_check(image, tell);
-}
 
 void check_network(const check_image& image, gap_teller& tell) {
     ports_check(image, tell);

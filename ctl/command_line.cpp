@@ -21,6 +21,7 @@ enum option_code : int {
     OPTION_LINES,
     OPTION_INTERVAL,
     OPTION_NOW,
+    OPTION_NO_ASK,
 };
 
 constexpr uint32_t option_bit(int code) {
@@ -48,8 +49,9 @@ constexpr std::array COMMANDS = {
                 "status [--watch [--interval SECONDS]] [--now TIME]",
                 "How the node is: its interfaces, its uplink, its root, the last error that\n"
                 "repeats. The first line of each incident says what is wrong."},
-    command_row{"check", command_check, 0, 0, 0, "check",
-                "Whether this image is fit for the daemon. Exit code 1 when it would not work."},
+    command_row{"check", command_check, 0, 0, option_bit(OPTION_NO_ASK), "check [--no-ask]",
+                "Whether this image is fit for the daemon. Exit code 1 when it would not work.\n"
+                "Asks tools what changes nothing; with --no-ask it only looks for them."},
     command_row{"send", command_send, 1, 1, 0, "send WORD",
                 "A word for the daemon; says at once when no daemon listens."},
     command_row{"summary", command_summary, 0, MANY, 0, "summary [LOG...]",
@@ -71,7 +73,7 @@ constexpr std::array COMMANDS = {
                 "A JSON object a line for each entry of the log."},
 };
 
-constexpr std::array<option, 10> OPTIONS = {{
+constexpr std::array<option, 11> OPTIONS = {{
     {"help", no_argument, nullptr, 'h'},
     {"json", no_argument, nullptr, OPTION_JSON},
     {"watch", no_argument, nullptr, OPTION_WATCH},
@@ -81,6 +83,7 @@ constexpr std::array<option, 10> OPTIONS = {{
     {"lines", required_argument, nullptr, OPTION_LINES},
     {"interval", required_argument, nullptr, OPTION_INTERVAL},
     {"now", required_argument, nullptr, OPTION_NOW},
+    {"no-ask", no_argument, nullptr, OPTION_NO_ASK},
     {nullptr, 0, nullptr, 0},
 }};
 
@@ -138,6 +141,9 @@ bool option_take(int code, ctl_options& options) {
             return true;
         case OPTION_TEXT:
             options.text = true;
+            return true;
+        case OPTION_NO_ASK:
+            options.no_ask = true;
             return true;
         case OPTION_ROOT:
             options.root = optarg;

@@ -16,6 +16,7 @@ struct ctl_options {
     bool json = false;
     bool watch = false;
     bool text = false;      ///< timeline: for a ticket, not a page
+    bool no_ask = false;    ///< check: tools are looked for, not run
     const char* root = "";  ///< folder in the place of "/"
     const char* output = nullptr;
     const char* now = nullptr;  ///< the present, for a log from elsewhere

@@ -142,7 +142,7 @@ TEST(CheckCopy, says_first_that_a_copy_of_logs_is_no_image) {
 TEST_F(CheckTest, finds_nothing_in_an_image_that_is_fit) {
     const Result result = run({"check", "--root", image.path()});
     EXPECT_EQ(result.code, 0) << result.out;
-    EXPECT_EQ(result.out, "fit: no gap was found\n");
+    EXPECT_EQ(result.out, "fit: no gap was found; what the tools answer was not asked\n");
 }
 
 TEST_F(CheckTest, finds_service_aps_that_the_agent_leaves_off_for_ever) {
@@ -241,8 +241,8 @@ TEST_F(CheckTest, finds_a_line_of_the_profile_that_is_counted_twice) {
         return run({"check", "--root", image.path()}).out;
     };
     // The loader counts pieces of 63 bytes, line ends among them.
-    EXPECT_EQ(put(62, "\n"), "fit: no gap was found\n");
-    EXPECT_EQ(put(63, ""), "fit: no gap was found\n");
+    EXPECT_EQ(put(62, "\n"), "fit: no gap was found; what the tools answer was not asked\n");
+    EXPECT_EQ(put(63, ""), "fit: no gap was found; what the tools answer was not asked\n");
     put(63, "\n");
     expect_weak("profile.long", "line 7 has more than 62 characters");
 }

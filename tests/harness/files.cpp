@@ -54,6 +54,11 @@ void put_file(const std::string& path, const std::string& text) {
     fclose(file);
 }
 
+void put_script(const std::string& path, const std::string& text) {
+    put_file(path, text);
+    ASSERT_EQ(chmod(path.c_str(), 0755), 0) << path;
+}
+
 std::vector<std::string> without_dates(const std::string& log_text) {
     std::vector<std::string> lines;
     size_t at = 0;

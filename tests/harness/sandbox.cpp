@@ -141,7 +141,17 @@ void SandboxTest::SetUp() {
     clock_stop();
 }
 
+void SandboxTest::cover(const std::string& place, const std::string& script) {
+    ASSERT_EQ(unlink(place.c_str()), 0) << place;
+    put_script(place, script);
+    covered_.insert(place);
+}
+
 void SandboxTest::TearDown() {
+    for (const std::string& place : covered_) {
+        EXPECT_EQ(unlink(place.c_str()), 0) << place;
+        EXPECT_EQ(symlink(lab::LAB_TOOL, place.c_str()), 0) << place;
+    }
     clock_stop();
     contract_note_lines("flow_log", flow_log_lines());
     contract_note_commands(recorded_lines());

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -59,11 +60,20 @@ std::vector<lab::ArmedTimer> clock_timers();
 // Waits until all other threads and processes of the sandbox are blocked.
 void clock_settle();
 
+// Writes a program that is a script.
+void put_script(const std::string& path, const std::string& text);
+
 // Starts every test with empty /tmp and /var/log, nothing recorded, no answers set and real time.
 class SandboxTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+
+    // Puts a script in the place of a stand-in tool until the test ends.
+    void cover(const std::string& place, const std::string& script);
+
+private:
+    std::set<std::string> covered_;
 };
 
 }  // namespace harness

@@ -1,15 +1,12 @@
 // The conformance kit in a sandbox: its reference tools keep their part, and a tool that does not
 // is named.
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <set>
 #include <string>
 
 #include "kit_texts.h"
-#include "lab/sandbox/layout.h"
 #include "lab/tools/answer.h"
 #include "lab/tools/state_layout.h"
 #include "tests/harness/sandbox.h"
@@ -17,6 +14,7 @@
 namespace {
 
 using harness::put_file;
+using harness::put_script;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -37,11 +35,6 @@ Said say(const std::string& line) {
     return said;
 }
 
-void script_put(const std::string& path, const char* text) {
-    put_file(path, text);
-    ASSERT_EQ(chmod(path.c_str(), 0755), 0);
-}
-
 constexpr char PROFILE[] =
     "ath0 BACKHAUL_STA 5h 30 0\n"
     "ath20 BACKHAUL_AP 5h 0 0\n"
@@ -55,8 +48,8 @@ class Kit : public harness::SandboxTest {
 protected:
     void SetUp() override {
         SandboxTest::SetUp();
-        script_put("/tmp/kit/backhaul_kit", KIT_BACKHAUL_KIT);
-        script_put("/tmp/kit/netprobe", KIT_NETPROBE);
+        put_script("/tmp/kit/backhaul_kit", KIT_BACKHAUL_KIT);
+        put_script("/tmp/kit/netprobe", KIT_NETPROBE);
         cover("/usr/sbin/vl1905App", KIT_VL1905APP);
         cover("/etc/init.d/wireless", KIT_WIRELESS);
         cover("/sbin/velmor_led_ctrl", KIT_VELMOR_LED_CTRL);
@@ -71,27 +64,9 @@ protected:
         lab::wifi_associated_set("", "ath0", "02:00:00:00:01:01");
         EXPECT_EQ(say("/tmp/kit/netprobe init").code, 0);
     }
-    void TearDown() override {
-        for (const std::string& place : covered_) {
-            EXPECT_EQ(unlink(place.c_str()), 0) << place;
-            EXPECT_EQ(symlink(lab::LAB_TOOL, place.c_str()), 0) << place;
-        }
-        SandboxTest::TearDown();
-    }
-
-    // Puts a script in the place of a stand-in tool, which is a link there.
-    void cover(const std::string& place, const char* text) {
-        ASSERT_EQ(unlink(place.c_str()), 0) << place;
-        script_put(place, text);
-        covered_.insert(place);
-    }
-
     static Said kit(const std::string& words) {
         return say("/tmp/kit/backhaul_kit -w 0 " + words);
     }
-
-private:
-    std::set<std::string> covered_;
 };
 
 TEST_F(Kit, finds_its_own_reference_tools_right) {
@@ -113,7 +88,7 @@ TEST_F(Kit, names_an_agent_that_leaves_the_access_points_off) {
     std::string agent = KIT_VL1905APP;
     const std::string line = "    uci set \"wireless.$1.disabled=0\"\n";
     ASSERT_NE(agent.find(line), std::string::npos);
-    cover("/usr/sbin/vl1905App", agent.erase(agent.find(line), line.size()).c_str());
+    cover("/usr/sbin/vl1905App", agent.erase(agent.find(line), line.size()));
     const Said said = kit("agent");
     EXPECT_EQ(said.code, 1);
     EXPECT_THAT(said.out, HasSubstr("WRONG      agent: ath10: the files are there, but disabled is "
@@ -223,8 +198,8 @@ TEST_F(Kit, keeps_the_prober_s_rows_as_the_daemon_asks_for_them) {
 }
 
 TEST_F(Kit, hands_the_supplicant_every_word_but_the_driver) {
-    script_put("/tmp/kit/real", "#!/bin/sh\nprintf '<%s>' \"$@\"\n");
-    script_put("/tmp/kit/wpa_cli", KIT_WPA_CLI_WRAPPER);
+    put_script("/tmp/kit/real", "#!/bin/sh\nprintf '<%s>' \"$@\"\n");
+    put_script("/tmp/kit/wpa_cli", KIT_WPA_CLI_WRAPPER);
     EXPECT_EQ(say("WPA_CLI=/tmp/kit/real /tmp/kit/wpa_cli -g /g interface_add ath0 /tmp/c athr "
                   "/r \"\" br-lan")
                   .out,
@@ -253,7 +228,7 @@ TEST(RealUci, takes_every_configuration_line_of_the_daemon) {
     put_file("/tmp/config/wireless",
              "config wifi-iface 'ath0'\n\toption disabled '1'\n\toption ssid 'mesh'\n");
     put_file("/tmp/config/hyd", "config hyd 'config'\n\toption Enable '1'\n");
-    script_put("/tmp/real/uci",
+    put_script("/tmp/real/uci",
                ("#!/bin/sh\nexec " + tool + " -c /tmp/config -p /tmp/delta \"$@\"\n").c_str());
     const auto line = [](const std::string& words) {
         const Said said = say("PATH=/tmp/real:$PATH; uci " + words);
