@@ -70,6 +70,8 @@ constexpr std::array CAUSES = {
              "the only station that hears a way to the root is parked", UNSEEN},
     CauseRow{Cause::freed_on_cable, "freed-on-cable",
              "a parked station that a request to scan frees is started beside the cable", UNSEEN},
+    CauseRow{Cause::cable_forgotten, "cable-forgotten",
+             "a new worker does not know of the cable until its agent tells it again", UNSEEN},
 };
 
 constexpr bool every_cause_is_at_its_place() {
@@ -78,7 +80,7 @@ constexpr bool every_cause_is_at_its_place() {
             return false;
         }
     }
-    return CAUSES.size() == static_cast<std::size_t>(Cause::freed_on_cable);
+    return CAUSES.size() == static_cast<std::size_t>(Cause::cable_forgotten);
 }
 static_assert(every_cause_is_at_its_place());
 

@@ -35,6 +35,7 @@ enum class Cause {
     cable_between,
     parked_hears,
     freed_on_cable,
+    cable_forgotten,
 };
 
 struct CauseRow {
@@ -55,8 +56,8 @@ struct CauseHistory {
 };
 using CauseHistories = std::map<Cause, CauseHistory>;
 
-// Takes note of a cause. Breaches that follow one another at a node are one time. False when its
-// budget is exceeded.
+// Takes note of a cause at a node. Breaches that follow one another there are one time. False when
+// its budget is exceeded.
 bool cause_note(CauseHistories* histories, Cause cause, const std::string& node, std::int64_t time);
 
 struct CauseCount {

@@ -72,8 +72,10 @@ bool may_be_in(const TrackedLink& link, std::int32_t state) {
 
 void worker_started(LinkTracker* tracker, std::int64_t time) {
     std::vector<TrackedLink> links = std::move(tracker->links);
+    const bool wire_forgotten = tracker->wire_found || tracker->wire_forgotten;
     *tracker = {};
     tracker->links = std::move(links);
+    tracker->wire_forgotten = wire_forgotten;
     tracker->worker_since = time;
     for (TrackedLink& link : tracker->links) {
         link.is_known = true;
@@ -181,6 +183,7 @@ void parked_released(LinkTracker* tracker, std::int64_t time) {
 
 void wire_found(LinkTracker* tracker) {
     tracker->wire_found = true;
+    tracker->wire_forgotten = false;
     for (TrackedLink& link : tracker->links) {
         if (is_station(link)) {
             link.is_armed = false;
@@ -192,6 +195,7 @@ void wire_found(LinkTracker* tracker) {
 
 void wire_lost(LinkTracker* tracker, std::int64_t time) {
     tracker->wire_found = false;
+    tracker->wire_forgotten = false;
     tracker->wire_lost = true;
     for (TrackedLink& link : tracker->links) {
         if (is_station(link)) {

@@ -43,6 +43,7 @@ struct LinkTracker {
     bool count_is_off = false;     // the daemon counted more links up than can be, or none
     bool unknown_status = false;   // an association that the daemon could not place
     bool wire_found = false;       // the Ethernet detection ran and no loss followed
+    bool wire_forgotten = false;   // found by a worker that ended, and not by the running one
     bool wire_lost = false;        // the Wi-Fi recovery ran and no backhaul was ready since
     bool backup_searched = false;  // the running reaction searches for a backup station
 };

@@ -20,10 +20,18 @@ struct Look {
     std::int64_t time = all.time;
 };
 
+// What excuses a breach, and the node at which it is one time with others.
+struct Blame {
+    Cause cause = Cause::none;
+    std::string node;
+};
+
 // True once, when `holds` has held for longer than `patience` seconds in a row.
 bool episode_is_due(const Look& look, const std::string& what, bool holds, std::int64_t patience);
 
 // A breach, with what excuses it as long as that keeps to its budget.
+void violation_add(const Look& look, std::string_view rule, std::string text, const Blame& blame);
+// The same, by a cause at the node itself.
 void violation_add(const Look& look, std::string_view rule, std::string text, Cause cause);
 
 // The worker is busy with a supplicant that does not take the station.
@@ -48,9 +56,10 @@ Cause rootless_cause(const Look& look);
 void rule_status_text(const Look& look);
 void rule_one_uplink(const Look& look);
 void rule_service_aps(const Look& look);
-// Everybody in a loop sees its frames again: `cause` is that of the node that closes it.
-Cause loop_cause(const Look& look);
-void rule_no_loop(const Look& look, Cause cause);
+// Everybody in a loop sees its frames again: `blame` is that of the node that closes it, so that a
+// loop is one time however many nodes it has.
+Blame loop_blame(const Look& look);
+void rule_no_loop(const Look& look, const Blame& blame);
 void rule_worker(const Look& look);
 
 }  // namespace lab

@@ -79,11 +79,11 @@ bool episode_is_due(const Look& look, const std::string& what, bool holds, std::
     return true;
 }
 
-void violation_add(const Look& look, std::string_view rule, std::string text, Cause cause) {
+void violation_add(const Look& look, std::string_view rule, std::string text, const Blame& blame) {
     Violation violation{std::string(rule), look.node.name, look.time, std::move(text), ""};
-    if (cause != Cause::none) {
-        const CauseRow& row = cause_row(cause);
-        if (cause_note(&look.rules.causes, cause, look.node.name, look.time)) {
+    if (blame.cause != Cause::none) {
+        const CauseRow& row = cause_row(blame.cause);
+        if (cause_note(&look.rules.causes, blame.cause, blame.node, look.time)) {
             violation.known = row.why;
         } else {
             violation.text += ", more than " + std::to_string(row.budget) + " times an hour (" +
@@ -93,6 +93,10 @@ void violation_add(const Look& look, std::string_view rule, std::string text, Ca
     look.violations->push_back(std::move(violation));
 }
 
+void violation_add(const Look& look, std::string_view rule, std::string text, Cause cause) {
+    violation_add(look, rule, std::move(text), Blame{cause, look.node.name});
+}
+
 bool supplicant_is_failing(const LinkTracker& tracker, std::int64_t time) {
     return tracker.supplicant_failed_at >= 0 &&
            time - tracker.supplicant_failed_at <= SUPPLICANT_RETRY_SECONDS;
@@ -100,7 +104,7 @@ bool supplicant_is_failing(const LinkTracker& tracker, std::int64_t time) {
 
 std::vector<Violation> rules_check(RulesMemory* memory, const Observation& observation) {
     std::vector<Violation> violations;
-    Cause loop = Cause::none;
+    Blame loop;
     std::vector<Look> looks;
     for (const NodeObservation& node : observation.nodes) {
         NodeMemory& of_node = memory->nodes[node.name];
@@ -113,7 +117,7 @@ std::vector<Violation> rules_check(RulesMemory* memory, const Observation& obser
         if (node.powered) {
             looks.push_back({observation, node, of_node, *memory, &violations});
             node_check(looks.back());
-            loop = loop == Cause::none ? loop_cause(looks.back()) : loop;
+            loop = loop.cause == Cause::none ? loop_blame(looks.back()) : loop;
         }
     }
     StrandedNodes stranded;

@@ -133,7 +133,9 @@ void rule_cable(const Look& look) {
     if (episode_is_due(look, "wire unused", carries && link_tracker_has(tracker, STATE_ETH_DOWN),
                        CABLE_PATIENCE)) {
         violation_add(look, RULE_CABLE, "the cable carries traffic, but eth is down",
-                      tracker.wire_found ? Cause::wire_while_idle : Cause::none);
+                      tracker.wire_found       ? Cause::wire_while_idle
+                      : tracker.wire_forgotten ? Cause::cable_forgotten
+                                               : Cause::none);
     }
 }
 

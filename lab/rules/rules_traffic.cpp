@@ -20,7 +20,8 @@ std::string joined(const std::vector<std::string>& names) {
 }
 
 // The cause for which one of the uplinks carries traffic beside another: its association was left
-// as it was, it was freed beside a cable, or the running worker has never asked anything of it.
+// as it was, it was freed beside a cable, the running worker has never asked anything of it, or it
+// is a cable of which that worker does not know.
 Cause uplinks_cause(const Look& look) {
     const LinkTracker& tracker = look.memory.tracker;
     for (const std::string& uplink : look.node.uplinks) {
@@ -34,6 +35,9 @@ Cause uplinks_cause(const Look& look) {
         if (link != nullptr && link->is_known && link->type == "BACKHAUL_STA" &&
             link->state == STATE_INIT && !link->was_asked) {
             return Cause::left_over;
+        }
+        if (link != nullptr && link->type == "ETHERNET" && tracker.wire_forgotten) {
+            return Cause::cable_forgotten;
         }
     }
     return supplicant_is_failing(tracker, look.time) ? Cause::supplicant_fails : Cause::none;
@@ -100,24 +104,24 @@ void rule_service_aps(const Look& look) {
     }
 }
 
-Cause loop_cause(const Look& look) {
+Blame loop_blame(const Look& look) {
     const bool is_part = std::any_of(look.node.broadcasts.begin(), look.node.broadcasts.end(),
                                      [](const ObservedBroadcast& one) { return one.seen > 1; });
     if (is_part && look.node.uplinks.size() > 1) {
-        return uplinks_cause(look);
+        return {uplinks_cause(look), look.node.name};
     }
     const bool is_circle =
         is_part && !look.node.reaches_root && rootless_cause(look) == Cause::met_below;
-    return is_circle ? Cause::met_below : Cause::none;
+    return {is_circle ? Cause::met_below : Cause::none, look.node.name};
 }
 
-void rule_no_loop(const Look& look, Cause cause) {
+void rule_no_loop(const Look& look, const Blame& blame) {
     for (const ObservedBroadcast& broadcast : look.node.broadcasts) {
         if (episode_is_due(look, "seen " + broadcast.mark, broadcast.seen > 1, -1)) {
             violation_add(look, RULE_NO_LOOP,
                           "broadcast " + broadcast.mark + " came " +
                               std::to_string(broadcast.seen) + " times",
-                          cause);
+                          blame);
         }
     }
 }

@@ -120,6 +120,42 @@ TEST_F(Rules, one_uplink_excuses_no_station_that_was_freed_without_a_cable) {
     EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, ath1 carry traffic at once"}));
 }
 
+TEST_F(Rules, one_uplink_knows_a_cable_of_which_nobody_told_the_new_worker) {
+    begin_ready();
+    look({"wifi_slave_eth_detect : Enter", change("eth", 13, 15), change("ath0", 7, 16)});
+    look({"<-- backhaul_monitor start -->"});
+    node.uplinks = {"ath0", "eth"};
+    look({change("ath0", 0, 3), change("ath0", 3, 4), change("ath0", 4, 7)});
+    pass(60);
+    EXPECT_EQ(taken(),
+              (Texts{"one-uplink: ath0, eth carry traffic at once (a new worker does not know of "
+                     "the cable until its agent tells it again)",
+                     "cable: the cable carries traffic, but eth is down (a new worker does not "
+                     "know of the cable until its agent tells it again)"}));
+}
+
+TEST_F(Rules, one_uplink_excuses_no_cable_of_which_the_new_worker_was_told) {
+    begin_ready();
+    look({"wifi_slave_eth_detect : Enter", change("eth", 13, 15), change("ath0", 7, 16)});
+    look({"<-- backhaul_monitor start -->"});
+    look({change("ath0", 0, 3), change("ath0", 3, 4), change("ath0", 4, 7)});
+    look({"wifi_slave_eth_detect : Enter", change("eth", 13, 15)});
+    node.uplinks = {"ath0", "eth"};
+    pass(60);
+    EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, eth carry traffic at once"}));
+}
+
+TEST_F(Rules, one_uplink_excuses_no_cable_that_was_lost_before_the_new_worker) {
+    begin_ready();
+    look({"wifi_slave_eth_detect : Enter", change("eth", 13, 15), change("ath0", 7, 16)});
+    look({"wifi_backhaul_recover : Enter", change("eth", 15, 13), change("ath0", 0, 3)});
+    look({"<-- backhaul_monitor start -->"});
+    node.uplinks = {"ath0", "eth"};
+    look({change("ath0", 0, 3), change("ath0", 3, 4), change("ath0", 4, 7)});
+    pass(10);
+    EXPECT_EQ(taken(), (Texts{"one-uplink: ath0, eth carry traffic at once"}));
+}
+
 TEST_F(Rules, service_aps_tells_clients_that_are_served_without_a_backhaul) {
     begin_ready();
     node.uplinks.clear();
@@ -170,6 +206,26 @@ TEST_F(Rules, no_loop_knows_for_everybody_the_reason_of_the_node_that_closes_the
     EXPECT_EQ(violations[0].known,
               "a new worker starts one station and leaves the others as they are");
     EXPECT_EQ(violations[1].known, violations[0].known);
+}
+
+TEST_F(Rules, no_loop_counts_a_loop_once_however_many_nodes_it_has) {
+    begin_ready();
+    pass(1);
+    node.log.clear();
+    node.uplinks = {"ath0", "ath1"};
+    node.broadcasts = {{"m1", 2}};
+    std::vector<NodeObservation> nodes = {node};
+    for (const char* const name : {"root", "e2", "e3", "e4", "e5", "e6", "e7"}) {
+        other.name = name;
+        other.broadcasts = {{"m1", 2}};
+        nodes.push_back(other);
+    }
+    for (const Violation& violation : rules_check(&memory, {time, nodes})) {
+        EXPECT_NE(violation.known, "") << violation.node;
+    }
+    const std::vector<CauseCount> counts = causes_count(memory.causes);
+    ASSERT_EQ(counts.size(), 1U);
+    EXPECT_EQ(counts[0].times, 1);
 }
 
 TEST_F(Rules, no_loop_takes_no_reason_from_a_node_that_has_no_part_in_the_loop) {
