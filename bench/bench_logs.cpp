@@ -1,7 +1,11 @@
 // How long the tool takes for 100 MB of flow logs, and how much memory, beside grep and awk on the
 // same file. The file is made of a day's texts; it is in the build's folder and goes afterwards.
+//
+// With logs as arguments: how long it takes for the page of those, how large the page is, and how
+// long Chromium takes to open it, beside grep on the same files and beside an empty page.
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,11 +14,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <initializer_list>
+#include <span>
+#include <string>
+#include <vector>
 
 namespace {
 
 constexpr long FILE_SIZE = 100L * 1000 * 1000;
 constexpr char FILE_PATH[] = BACKHAUL_BUILD_DIR "/bench_logs.data";
+constexpr char PAGE_PATH[] = BACKHAUL_BUILD_DIR "/bench_logs.html";
+constexpr char PAGE_URL[] = "file://" BACKHAUL_BUILD_DIR "/bench_logs.html";
+constexpr char PICTURE[] = "--screenshot=" BACKHAUL_BUILD_DIR "/bench_logs.png";
 constexpr char PROGRAM[] = BACKHAUL_BUILD_DIR "/backhaulctl";
 
 /// A loss and what follows from it, with what a ready station says each minute.
@@ -58,45 +69,80 @@ bool file_make() {
 }
 
 /// Runs a program, its output going nowhere, and prints what it took.
-bool run(const char* title, const char* const* words) {
+bool run(const char* title, std::initializer_list<const char*> head,
+         std::span<char* const> files = {}) {
+    std::vector<const char*> words = head;
+    words.insert(words.end(), files.begin(), files.end());
+    words.push_back(nullptr);
+    std::fflush(stdout);
     const auto begin = std::chrono::steady_clock::now();
     const pid_t pid = fork();
     if (pid == 0) {
-        if (std::freopen("/dev/null", "w", stdout) == nullptr) {
+        if (std::freopen("/dev/null", "w", stdout) == nullptr ||
+            std::freopen("/dev/null", "w", stderr) == nullptr) {
             _exit(127);
         }
-        execvp(words[0], const_cast<char* const*>(words));
+        execvp(words[0], const_cast<char* const*>(words.data()));
         _exit(127);
     }
     int status = 0;
     rusage usage{};
     if (pid < 0 || wait4(pid, &status, 0, &usage) != pid || !WIFEXITED(status) ||
         WEXITSTATUS(status) != 0) {
-        std::printf("%-22s failed\n", title);
+        std::printf("%-28s failed\n", title);
         return false;
     }
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
-    std::printf("%-22s %6.2f s %8ld KB\n", title, seconds.count(), usage.ru_maxrss);
+    std::printf("%-28s %6.2f s %8ld KB\n", title, seconds.count(), usage.ru_maxrss);
     return true;
+}
+
+/// Loads and draws a page to its end in a browser that is started for it.
+bool open_page(const char* title, const char* page) {
+    return run(title,
+               {"chromium", "--headless=new", "--no-sandbox", "--disable-gpu", PICTURE, page});
+}
+
+long file_size(const char* path) {
+    struct stat status {};
+    return stat(path, &status) == 0 ? static_cast<long>(status.st_size) : 0;
+}
+
+bool measure_file() {
+    if (!file_make()) {
+        std::fprintf(stderr, "cannot write %s\n", FILE_PATH);
+        return false;
+    }
+    std::printf("100 MB of flow log:\n");
+    const bool good = run("backhaulctl summary", {PROGRAM, "summary", FILE_PATH}) &&
+                      run("backhaulctl verify", {PROGRAM, "verify", FILE_PATH}) &&
+                      run("grep -c", {"grep", "-c", "change ath0 state", FILE_PATH}) &&
+                      run("awk", {"awk", "/change ath0 state/{n++} END{print n}", FILE_PATH});
+    std::remove(FILE_PATH);
+    return good;
+}
+
+bool measure_page(std::span<char* const> logs) {
+    long size = 0;
+    for (const char* const log : logs) {
+        size += file_size(log);
+    }
+    std::printf("%zu logs, %.1f MB:\n", logs.size(), static_cast<double>(size) / 1e6);
+    const bool made =
+        run("backhaulctl timeline", {PROGRAM, "timeline", "--output", PAGE_PATH}, logs) &&
+        run("backhaulctl summary", {PROGRAM, "summary"}, logs) &&
+        run("grep -c", {"grep", "-c", "change ath0 state"}, logs);
+    std::printf("%-28s %6.2f MB\n", "the page", static_cast<double>(file_size(PAGE_PATH)) / 1e6);
+    const bool good = made && open_page("chromium opens the page", PAGE_URL) &&
+                      open_page("chromium opens an empty page", "about:blank");
+    std::remove(PAGE_PATH);
+    return good;
 }
 
 }  // namespace
 
-int main() {
-    if (!file_make()) {
-        std::fprintf(stderr, "cannot write %s\n", FILE_PATH);
-        return 1;
-    }
-    const std::array summary = {PROGRAM, "summary", FILE_PATH, static_cast<const char*>(nullptr)};
-    const std::array verify = {PROGRAM, "verify", FILE_PATH, static_cast<const char*>(nullptr)};
-    const std::array grep = {"grep", "-c", "change ath0 state", FILE_PATH,
-                             static_cast<const char*>(nullptr)};
-    const std::array awk = {"awk", "/change ath0 state/{n++} END{print n}", FILE_PATH,
-                            static_cast<const char*>(nullptr)};
-    std::printf("100 MB of flow log:\n");
-    const bool good = run("backhaulctl summary", summary.data()) &&
-                      run("backhaulctl verify", verify.data()) && run("grep -c", grep.data()) &&
-                      run("awk", awk.data());
-    std::remove(FILE_PATH);
+int main(int argc, char** argv) {
+    const std::span<char* const> words(argv, static_cast<size_t>(argc));
+    const bool good = argc > 1 ? measure_page(words.subspan(1)) : measure_file();
     return good ? 0 : 1;
 }

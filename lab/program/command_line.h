@@ -52,7 +52,8 @@ inline constexpr std::array COMMANDS = {
     CommandRow{"chaos",
                "chaos | chaos FILE | chaos line N | chaos star N | chaos tree A B | chaos grid A B",
                "Plays random verbs and tells of outages and broken rules.", 0, 3,
-               "--nodes --hours --minutes --until --island --seed --json --evidence --no-colour"},
+               "--nodes --hours --minutes --until --island --seed --json --evidence --logs "
+               "--no-colour"},
     CommandRow{"replay", "replay LOG...",
                "Runs flow logs again and tells where the daemon first does otherwise.", 1,
                MOST_LOGS, "--json"},

@@ -15,8 +15,17 @@ namespace {
 
 constexpr int SECONDS_AN_HOUR = 3600;
 
-/// Tells what differed and where the evidence is; the exit code.
-int run_finish(const Arguments& arguments, Run& run) {
+/// Before a run enters its sandbox, from which the folder could not be reached by its name.
+bool logs_open(const Arguments& arguments, OutsidePlace& logs, std::string& error) {
+    return arguments.logs.empty() || logs.open(arguments.logs, error);
+}
+
+/// Leaves the logs that were asked for, tells what differed and where the evidence is; the exit
+/// code.
+int run_finish(const Arguments& arguments, const OutsidePlace& logs, Run& run) {
+    if (!arguments.logs.empty() && !mesh_logs_write(*run.mesh, logs.path())) {
+        return complain(arguments, "cannot write to " + logs.name());
+    }
     std::string error;
     if (!run_leave_evidence(run, error)) {
         fprintf(stderr, "backhaul_lab: %s\n", error.c_str());
@@ -63,7 +72,7 @@ int check_command(const Arguments& arguments) {
     Run run;
     run.title = arguments.words[0];
     OutsidePlace logs;
-    if (!arguments.logs.empty() && !logs.open(arguments.logs, error)) {
+    if (!logs_open(arguments, logs, error)) {
         return complain(arguments, error, EXIT_USAGE);
     }
     const bool shows_progress = isatty(STDERR_FILENO) != 0 && !arguments.json;
@@ -77,10 +86,7 @@ int check_command(const Arguments& arguments) {
         printf("%s%s", remarks_text(run.title, run_remarks(run)).c_str(),
                causes_text(*run.mesh).c_str());
     }
-    if (!arguments.logs.empty() && !mesh_logs_write(*run.mesh, logs.path())) {
-        return complain(arguments, "cannot write to " + logs.name());
-    }
-    const int code = run_finish(arguments, run);
+    const int code = run_finish(arguments, logs, run);
     // Nobody knows what the steps that were not played would have found.
     return run.ended_early ? EXIT_DIFFERS : code;
 }
@@ -89,6 +95,10 @@ int chaos_command(const Arguments& arguments) {
     Scenario scenario;
     std::string error;
     if (!run_chaos_scenario(arguments, arguments.words, scenario, error)) {
+        return complain(arguments, error, EXIT_USAGE);
+    }
+    OutsidePlace logs;
+    if (!logs_open(arguments, logs, error)) {
         return complain(arguments, error, EXIT_USAGE);
     }
     if (!arguments.json) {
@@ -113,7 +123,7 @@ int chaos_command(const Arguments& arguments) {
         printf("%s\n%s", run_verdict(run).c_str(), chaos_summary(run).c_str());
         printf("%s", table_text(outages_table(*run.mesh), in_colour).c_str());
     }
-    return run_finish(arguments, run);
+    return run_finish(arguments, logs, run);
 }
 
 }  // namespace lab

@@ -20,6 +20,11 @@ constexpr std::int64_t ONE_TIME = 120;  // breaches that are no farther apart ha
 // other cause. A budget is the smallest number that the next hour exceeds with a chance of less
 // than 1 in 10,000 for a cause that came k times in so many hours, whatever its true rate: of a
 // negative binomial distribution with k + 1 and H / (H + 1). A longer run makes them smaller.
+//
+// They held in a day of `chaos --nodes 8 --hours 24 --seed 7`: wire-lost-status came 9 times in it,
+// agent-waits 3 times, timeout-cleared, met-below-each-other and cable-forgotten twice,
+// freed-on-cable once, none more than twice in an hour. They stay as they are: what comes twice
+// because of one event, as a forgotten cable did, is no case for that distribution.
 constexpr int UNSEEN = 5;
 constexpr int SEEN_TWICE = 7;
 constexpr int SEEN_THRICE = 8;

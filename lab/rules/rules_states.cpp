@@ -41,8 +41,9 @@ void limit_check(const Look& look, const TrackedLink& link) {
 
 // The wait for the agent starts again every 15 seconds; taken together it has no limit.
 void waiting_check(const Look& look, const TrackedLink& link) {
-    const bool waits = link.is_known && link.state == STATE_CONFIGURING &&
-                       look.time - link.entered_at > 2 * *link_limit(STATE_CONFIGURING);
+    const bool waits =
+        link.is_known && link.state == STATE_CONFIGURING &&
+        look.time - link.entered_at > std::int64_t{2} * *link_limit(STATE_CONFIGURING);
     if (episode_is_due(look, "waits " + link.interface, waits, LIMIT_PATIENCE)) {
         violation_add(look, RULE_TIME_LIMITS,
                       link.interface + " waits for the agent for " +

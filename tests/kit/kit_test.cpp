@@ -1,5 +1,6 @@
 // The conformance kit in a sandbox: its reference tools keep their part, and a tool that does not
 // is named.
+#include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

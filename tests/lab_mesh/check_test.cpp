@@ -249,9 +249,15 @@ TEST_F(Check, tells_remarks_and_the_budgets_of_causes_as_json) {
 
 TEST_F(Check, holds_an_hour_of_random_trouble_against_the_rules) {
     // In the mesh of a scenario, whose own steps do not matter.
-    const Ended ended = lab_run("chaos " + scenario("expect e1 hops 7\n") + " --hours 1 --seed 3");
+    const Ended ended = lab_run("chaos " + scenario("expect e1 hops 7\n") +
+                                " --hours 1 --seed 3 --logs " + folder + "/logs");
     EXPECT_EQ(ended.code, 0) << ended.out;
     EXPECT_THAT(ended.out, AllOf(HasSubstr("2 nodes, 1 hours, seed 3"), HasSubstr("worst outage")));
+    for (const char* const name : {"root", "e1"}) {
+        std::string log;
+        lab::file_read(folder + "/logs/" + name + "/backhaul_flow_log", &log);
+        EXPECT_THAT(log, HasSubstr(" : <-- backhaul_monitor start -->\n")) << name;
+    }
 }
 
 }  // namespace
