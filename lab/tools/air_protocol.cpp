@@ -71,7 +71,8 @@ bool receive_text(int descriptor, bool line, std::string* text) {
 // From then on a peer that is stopped in the middle counts as gone.
 void patience_set(int descriptor, std::chrono::milliseconds patience) {
     const auto count = patience.count();
-    const timeval limit{count / 1000, count % 1000 * 1000};
+    const timeval limit{static_cast<time_t>(count / 1000),
+                        static_cast<suseconds_t>(count % 1000 * 1000)};
     setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
