@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "daemon/supervisor.h"
 
 namespace {
@@ -20,19 +22,20 @@ TEST(WorkerEnd, is_exited_whatever_the_exit_status) {
     }
 }
 
-TEST(WorkerEnd, is_a_quiet_restart_for_signal_10_only) {
+TEST(WorkerEnd, is_a_quiet_restart_for_sigusr1_only) {
     for (int signal = 1; signal <= 64; ++signal) {
         const auto end = worker_end_classify(signal);
-        EXPECT_EQ(end.kind, signal == 10 ? worker_end::restarted : worker_end::crashed) << signal;
+        EXPECT_EQ(end.kind, signal == SIGUSR1 ? worker_end::restarted : worker_end::crashed)
+            << signal;
         EXPECT_EQ(end.signal, signal);
     }
 }
 
 TEST(WorkerEnd, is_a_crash_with_the_same_signal_when_a_core_was_dumped) {
-    const auto end = worker_end_classify(11 | 0x80);
+    const auto end = worker_end_classify(SIGSEGV | 0x80);
     EXPECT_EQ(end.kind, worker_end::crashed);
-    EXPECT_EQ(end.signal, 11);
-    EXPECT_EQ(worker_end_classify(10 | 0x80).kind, worker_end::restarted);
+    EXPECT_EQ(end.signal, SIGSEGV);
+    EXPECT_EQ(worker_end_classify(SIGUSR1 | 0x80).kind, worker_end::restarted);
 }
 
 TEST(WorkerEnd, is_other_when_the_worker_was_only_stopped_or_continued) {
