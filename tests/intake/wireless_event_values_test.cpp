@@ -26,6 +26,11 @@ void put(bytes& out, T value) {
     std::memcpy(out.data() + at, &value, sizeof value);
 }
 
+/// A number of a record, in this processor's byte order.
+void put_at(bytes& out, size_t at, uint16_t value) {
+    std::memcpy(out.data() + at, &value, sizeof value);
+}
+
 void append(bytes& out, const mac_address& mac) {
     out.insert(out.end(), mac.begin(), mac.end());
 }
@@ -188,7 +193,7 @@ TEST(WirelessEvent, is_nothing_for_other_custom_events_and_commands) {
 TEST(WirelessEvent, ends_the_stream_when_its_length_is_4_or_less) {
     for (uint8_t length = 0; length <= 4; ++length) {
         bytes data = address_record(AP_ADDRESS, MAC);
-        data[0] = length;
+        put_at(data, 0, length);
         const auto record = decoded(data);
         EXPECT_EQ(record.event.code, 1) << int{length};
         EXPECT_EQ(record.length, 0U) << int{length};
@@ -205,22 +210,22 @@ TEST(WirelessEvent, ends_the_stream_when_it_is_longer_than_what_remains) {
 
 TEST(WirelessEvent, takes_bytes_that_a_short_record_lacks_as_zero) {
     bytes data = address_record(AP_ADDRESS, MAC);
-    data[0] = 8;
+    put_at(data, 0, 8);
     const auto two_bytes = decoded(data);
     EXPECT_EQ(two_bytes.event.code, 2);
     EXPECT_EQ(two_bytes.event.mac(), (mac_address{0x02, 0x11, 0, 0, 0, 0}));
     EXPECT_EQ(two_bytes.length, 8U);
-    data[0] = 5;
+    put_at(data, 0, 5);
     EXPECT_EQ(decoded(data).event.code, 3);
 
     bytes custom = custom_record(28, {149});
-    custom[0] = 6;
+    put_at(custom, 0, 6);
     EXPECT_EQ(decoded(custom).event.code, 1);
 }
 
 TEST(WirelessEvent, never_copies_more_than_the_record_has) {
     bytes data = custom_record(28, {149, 1, 2});
-    data[4] = 200;
+    put_at(data, 4, 200);
     const auto record = decoded(data);
     EXPECT_EQ(record.event.code, 6);
     EXPECT_EQ(record.event.data[0], 149);
@@ -230,7 +235,7 @@ TEST(WirelessEvent, never_copies_more_than_the_record_has) {
 
 TEST(WirelessEvent, never_copies_more_than_the_point_says) {
     bytes data = custom_record(21, disassoc_payload(MAC, 0));
-    data[4] = 3;
+    put_at(data, 4, 3);
     EXPECT_EQ(decoded(data).event.mac(), (mac_address{0x02, 0x11, 0x22, 0, 0, 0}));
 }
 
@@ -271,7 +276,7 @@ TEST(PaddedWirelessEvent, needs_the_padding_the_family_and_the_exact_length) {
     EXPECT_NE(decoded(data).event.mac(), MAC) << "padding that is not zero";
 
     data = padded_address_record(AP_ADDRESS, MAC);
-    data[0] = 25;
+    put_at(data, 0, 25);
     data.push_back(0);
     EXPECT_NE(decoded(data).event.mac(), MAC) << "another length";
 
@@ -282,7 +287,7 @@ TEST(PaddedWirelessEvent, needs_the_padding_the_family_and_the_exact_length) {
 
 TEST(PackedWirelessEvent, of_24_bytes_is_not_mistaken_for_a_padded_one) {
     bytes data = address_record(AP_ADDRESS, MAC);
-    data[0] = 24;
+    put_at(data, 0, 24);
     data.resize(24, 0);
     EXPECT_EQ(decoded(data).event.mac(), MAC);
 }
