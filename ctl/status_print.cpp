@@ -75,7 +75,10 @@ void status_text_print(const status_view& view, FILE* out) {
                  uplink != nullptr && uplink->ap[0] != '\0' ? " at AP " : "",
                  uplink == nullptr ? "" : uplink->ap.data());
     std::fprintf(out, "backup     %s\n", node.backup[0] == '\0' ? "none" : node.backup.data());
-    std::fprintf(out, "hops       %s\n", word_or_unknown(view.distance.data()));
+    // Of an extender without an uplink the file still tells what was true with the last one.
+    const bool is_past = uplink == nullptr && view.distance[0] != '\0';
+    std::fprintf(out, "hops       %s%s\n", word_or_unknown(view.distance.data()),
+                 is_past ? " over the last uplink" : "");
     std::fprintf(out, "LED        %s\n", word_or_unknown(node.led.data()));
     root_print(view, out);
     if (view.extenders >= 0) {

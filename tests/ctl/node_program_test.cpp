@@ -80,6 +80,11 @@ TEST_F(StatusTest, answers_a_root_that_is_gone_in_one_line) {
     EXPECT_THAT(line, HasSubstr("the root 192.168.1.1, or every way to it, is gone"));
 }
 
+TEST_F(StatusTest, tells_the_hops_of_the_uplink_that_is_there) {
+    headline(log_text("lost/e1"));
+    EXPECT_THAT(result.out, HasSubstr("hops       1\n"));
+}
+
 TEST_F(StatusTest, counts_the_searches_of_each_station) {
     const std::string line = headline(log_text("root_gone/e1"));
     EXPECT_THAT(line, HasSubstr("(ath0 4 times, ath1 2 times, ath3 once 180 s in vain)"));
@@ -183,7 +188,7 @@ TEST_F(StatusTest, tells_each_interface_its_state_and_what_it_waits_for) {
     EXPECT_THAT(result.out, HasSubstr("CONNECTING_BACKHAUL_AP"));
     EXPECT_THAT(result.out, HasSubstr("an AP until"));
     EXPECT_THAT(result.out, HasSubstr("LED        BackhaulDisConnect"));
-    EXPECT_THAT(result.out, HasSubstr("hops       1"));
+    EXPECT_THAT(result.out, HasSubstr("hops       1 over the last uplink\n"));
     EXPECT_THAT(result.out, HasSubstr("backup     ath3"));
     EXPECT_THAT(result.out, HasSubstr("eth        ETH_BACKHAUL_DOWN"));
 }
