@@ -180,13 +180,13 @@ void companions_check(const check_image& image, gap_teller& tell) {
                 return name == one.name.data();
             }).base();
         const bool in_profile = line != lines.data() + lines.size();
-        if (in_store && !in_profile) {
+        if (!in_store) {
             std::array<char, 120> what{};
-            std::snprintf(what.data(), what.size(), "%.*s is in the store, but not in the profile",
+            std::snprintf(what.data(), what.size(), "wireless.%.*s has no section of its name",
                           text_size(name), name.data());
             tell.gap(gap_kind::weakens, "store.companion", what.data(),
-                     "the approval list neither offers nor hides it",
-                     "add its line, follow flag 1");
+                     "uci set and uci commit fail at each change of the approval list",
+                     "add: config wifi-iface 'NAME', also where there is no such interface");
         } else if (in_profile && line->follow == 0 && intf_type_is_service_ap(line->type)) {
             std::array<char, 120> what{};
             std::snprintf(what.data(), what.size(), "the companion %.*s follows no primary AP",

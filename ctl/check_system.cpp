@@ -1,14 +1,18 @@
 // Network, database, folders and kernel settings of an image.
 
 #include "ctl/check.h"
+#include "ctl/daemon_process.h"
 #include "ctl/logs.h"
 #include "ctl/text.h"
+#include "runtime/descriptor.h"
 #include "runtime/file_io.h"
 #include "runtime/heap.h"
 #include "topology/topology_db.h"
 
-#include <dirent.h>
-#include <fcntl.h>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,36 +22,6 @@
 #include <string_view>
 
 namespace {
-
-/// Parents of the processes with the daemon's name: a supervisor's is not one of them.
-int supervisors_count(const char* root) {
-    std::array<int, 64> pids{};
-    std::array<int, 64> parents{};
-    size_t count = 0;
-    DIR* const folder = opendir(path_below(root, "/proc").data());
-    for (const dirent* entry = nullptr;
-         folder != nullptr && count < pids.size() && (entry = readdir(folder)) != nullptr;) {
-        std::array<char, LOG_PATH_SIZE> path{};
-        std::snprintf(path.data(), path.size(), "/proc/%.40s/stat", entry->d_name);
-        const File file(path_below(root, path.data()).data(), "r");
-        std::array<char, 24> name{};
-        if (file &&
-            std::fscanf(file.get(), "%d (%23[^)]) %*c %d", &pids[count], name.data(),
-                        &parents[count]) == 3 &&
-            std::strcmp(name.data(), "backhaul_monito") == 0) {
-            ++count;
-        }
-    }
-    if (folder != nullptr) {
-        closedir(folder);
-    }
-    int supervisors = 0;
-    for (size_t i = 0; i < count; ++i) {
-        int* const end = pids.data() + count;
-        supervisors += std::find(pids.data(), end, parents[i]) == end ? 1 : 0;
-    }
-    return supervisors;
-}
 
 bool udp_port_used(const char* root, unsigned port) {
     const File file(path_below(root, "/proc/net/udp").data(), "r");
@@ -62,7 +36,7 @@ bool udp_port_used(const char* root, unsigned port) {
 }
 
 void ports_check(const check_image& image, gap_teller& tell) {
-    const int daemons = supervisors_count(image.root);
+    const int daemons = daemons_find(image.root).supervisors;
     if (daemons > 1) {
         tell.gap(gap_kind::stops, "port.second", "more than one daemon runs",
                  "the second one's worker ends each second, and has taken the FIFO of the first",
@@ -192,6 +166,23 @@ constexpr std::array SETTINGS = {
 
 }  // namespace
 
+/// Files do not tell it, so only the own node's is known.
+void broadcast_check(const check_image& image, gap_teller& tell) {
+    const Descriptor sock(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    ifreq request{};
+    std::snprintf(request.ifr_name, sizeof request.ifr_name, "%s", "br-lan");
+    if (image.root[0] != '\0' || !sock || ioctl(sock.get(), SIOCGIFBRDADDR, &request) < 0) {
+        return;
+    }
+    sockaddr_in address{};
+    std::memcpy(&address, &request.ifr_broadaddr, sizeof address);
+    if (address.sin_addr.s_addr == 0) {
+        tell.gap(gap_kind::stops, "bridge.broadcast", "br-lan has no broadcast address",
+                 "announcements and messages to all nodes reach nobody, without a line in the log",
+                 "ip addr add ADDRESS/BITS brd + dev br-lan");
+    }
+}
+
 void check_network(const check_image& image, gap_teller& tell) {
     ports_check(image, tell);
     struct stat status {};
@@ -201,6 +192,7 @@ void check_network(const check_image& image, gap_teller& tell) {
                         "make it before the daemon starts");
     }
     routes_check(image, tell);
+    broadcast_check(image, tell);
 }
 
 void check_database(const check_image& image, gap_teller& tell) {

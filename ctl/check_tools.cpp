@@ -64,7 +64,8 @@ bool is_program(const char* root, const char* path) {
            (status.st_mode & S_IXUSR) != 0;
 }
 
-bool on_path(const char* root, const char* name) {
+/// The program's place, below the root; empty when PATH does not lead to it.
+std::array<char, LOG_PATH_SIZE> path_find(const char* root, const char* name) {
     const char* const own = std::getenv("PATH");
     std::string_view rest = root[0] == '\0' && own != nullptr ? own : DEFAULT_PATH;
     while (!rest.empty()) {
@@ -73,10 +74,14 @@ bool on_path(const char* root, const char* name) {
         std::array<char, LOG_PATH_SIZE> path{};
         std::snprintf(path.data(), path.size(), "%.*s/%s", text_size(folder), folder.data(), name);
         if (is_program(root, path.data())) {
-            return true;
+            return path_below(root, path.data());
         }
     }
-    return false;
+    return {};
+}
+
+bool on_path(const char* root, const char* name) {
+    return path_find(root, name)[0] != '\0';
 }
 
 void tool_gap(gap_teller& tell, const tool_row& row, const char* where) {
@@ -106,13 +111,21 @@ bool file_holds(const char* path, std::string_view bytes) {
     return false;
 }
 
+/// A script on PATH that knows the driver's name hands stations on under another one.
+bool wpa_cli_is_wrapper(const char* root) {
+    const auto path = path_find(root, "wpa_cli");
+    return path[0] != '\0' && file_holds(path.data(), "#!") && file_holds(path.data(), "athr");
+}
+
 void supplicant_check(const check_image& image, gap_teller& tell) {
     for (const char* const place : SUPPLICANT_PLACES) {
         if (is_program(image.root, place)) {
-            if (!file_holds(path_below(image.root, place).data(), SUPPLICANT_DRIVER)) {
+            if (!file_holds(path_below(image.root, place).data(), SUPPLICANT_DRIVER) &&
+                !wpa_cli_is_wrapper(image.root)) {
                 tell.gap(gap_kind::stops, "supplicant.driver", "the supplicant has no driver athr",
                          "interface_add answers FAIL, and is retried every second for ever",
-                         "build the supplicant with the radio vendor's driver");
+                         "build it with the radio vendor's driver, or put the kit's "
+                         "wpa_cli-wrapper before it");
             }
             return;
         }

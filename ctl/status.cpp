@@ -170,13 +170,18 @@ void status_files_read(const char* root, status_view& view) {
     }
     view.root_neighbour = neighbour_read(root, view.root_ip.data());
     view.extenders = lines_count(root, AP_LIST_PATH);
+    view.daemons = daemons_find(root);
     profile_read(root, view);
 }
 
 void status_error_find(status_view& view) {
     for (size_t i = 0; i < LOG_TEXTS.size(); ++i) {
         const error_run& run = view.told->error(i);
-        if (run.burst < REPEATS) {
+        const story_link* const uplink = status_uplink(*view.told);
+        // To be asked a second time is what the agent needs at every association.
+        const bool is_usual = LOG_TEXTS[i].kind == log_kind::configured_late && uplink != nullptr &&
+                              state_is_ready(uplink->state);
+        if (run.burst < REPEATS || is_usual) {
             continue;
         }
         const bool is_later = !view.has_error || run.last >= view.told->error(view.error).last;

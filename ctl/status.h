@@ -3,6 +3,7 @@
 // How a node is, from its log and its files: collected once, then told as text or JSON. What
 // neither holds is empty or LOG_TIME_NONE, and is told to be unknown.
 
+#include "ctl/daemon_process.h"
 #include "ctl/json.h"
 #include "ctl/story.h"
 
@@ -15,9 +16,10 @@ struct status_view {
     const story* told = nullptr;
     int64_t now = LOG_TIME_NONE;
     bool now_is_log_end = false;  ///< `now` is that of the log's last entry
-    status_word status{};         ///< of the status file
-    status_word type{};           ///< "wifi", "ethernet"
-    status_word distance{};       ///< hops
+    daemon_processes daemons;
+    status_word status{};    ///< of the status file
+    status_word type{};      ///< "wifi", "ethernet"
+    status_word distance{};  ///< hops
     status_word root_ip{};
     int64_t root_ip_since = LOG_TIME_NONE;  ///< when its file was written
     neighbour_state root_neighbour = neighbour_state::unknown;

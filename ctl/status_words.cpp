@@ -294,6 +294,9 @@ const story_link* status_uplink(const story& told) {
 
 void status_headline(const status_view& view, std::span<char> out) {
     out[0] = '\0';
+    if (view.daemons.known && view.daemons.supervisors == 0) {
+        add(out, "NO DAEMON RUNS on this node; what the last one left: ");
+    }
     const story_link* const uplink = status_uplink(*view.told);
     if (view.told->node().first == LOG_TIME_NONE) {
         add(out, "UNKNOWN: the log is empty");

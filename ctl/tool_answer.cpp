@@ -120,7 +120,9 @@ bool tool_line_takes(std::string_view name) {
 tool_excerpt tool_answer_excerpt(std::string_view answer) {
     constexpr size_t LONGEST = 40;
     tool_excerpt text{};
-    const std::string_view line = text_first(line_take(answer), LONGEST);
+    std::string_view line = line_with(answer, "Point");
+    line = line.empty() ? line_take(answer) : text_from(line, line.find_first_not_of(" \t"));
+    line = text_first(line, LONGEST);
     if (line.empty()) {
         text_copy(text, "nothing");
         return text;

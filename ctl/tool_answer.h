@@ -90,5 +90,6 @@ tool_line tool_line_of(const tool_question& question, std::string_view name);
 /// Whether the shell reads the interface's name as nothing but a name.
 bool tool_line_takes(std::string_view name);
 
-/// The first line of an answer for one who reads: "nothing", or cut and without control characters.
+/// A line of an answer for one who reads, the one with `Point` or else the first: "nothing", or cut
+/// and without control characters.
 tool_excerpt tool_answer_excerpt(std::string_view answer);

@@ -172,6 +172,14 @@ std::string check_of(std::vector<std::string> words) {
     return file_text("/tmp/told");
 }
 
+TEST_F(CheckNode, finds_a_bridge_without_a_broadcast_address) {
+    const std::string address = "ip addr add 192.168.1.20/24 dev br-lan";
+    ASSERT_EQ(std::system(("ip addr flush dev br-lan && " + address).c_str()), 0);
+    EXPECT_THAT(check_of({"--no-ask"}), HasSubstr("STOP br-lan has no broadcast address"));
+    ASSERT_EQ(std::system(("ip addr flush dev br-lan && " + address + " brd +").c_str()), 0);
+    EXPECT_THAT(check_of({"--no-ask"}), Not(HasSubstr("broadcast")));
+}
+
 TEST_F(CheckNode, asks_on_the_own_node_and_not_where_it_is_told_not_to) {
     put_file("/tmp/wifi_if_profile", "ath0 BACKHAUL_STA 5h 30 0\neth ETHERNET 0 0 0\n");
     cover(tool("iwconfig"), "#!/bin/sh\n");

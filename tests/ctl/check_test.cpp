@@ -28,7 +28,8 @@ std::string section(const std::string& name) {
 
 std::string wireless() {
     return "config wifi-device 'wifi0'\n\toption channel 'auto'\n\n" + section("ath0") +
-           section("ath1") + section("ath20") + section("ath10") + section("ath22");
+           section("ath1") + section("ath20") + section("ath10") + section("ath22") +
+           section("ath23") + section("ath24");
 }
 
 constexpr char ROUTES[] =
@@ -286,9 +287,30 @@ TEST_F(CheckTest, finds_a_message_ap_without_an_ssid) {
     expect_stop("store.ssid", "not understood");
 }
 
-TEST_F(CheckTest, finds_a_companion_that_is_not_in_the_profile) {
+TEST_F(CheckTest, finds_a_companion_without_a_section_whatever_the_profile_has) {
     image.put("tmp/wifi_if_profile", with(PROFILE, "ath22 MAIN_SERVICE_AP 5h 0 1\n", ""));
-    expect_weak("store.companion", "ath22 is in the store, but not in the profile");
+    EXPECT_EQ(run({"check", "--root", image.path()}).out.rfind("fit", 0), 0U);
+    image.put("etc/config/wireless", with(wireless(), section("ath24"), ""));
+    expect_weak("store.companion", "wireless.ath24 has no section of its name");
+}
+
+TEST_F(CheckTest, takes_a_supplicant_without_the_driver_behind_a_wrapper) {
+    image.put("usr/sbin/wpa_supplicant",
+              std::string("\x7f"
+                          "ELF\0nl80211\0",
+                          13),
+              true);
+    expect_stop("supplicant.driver", "put the kit's wpa_cli-wrapper before it");
+    image.put("usr/sbin/wpa_cli", "#!/bin/sh\n[ \"$5\" != athr ] || exit 0\n", true);
+    EXPECT_EQ(run({"check", "--root", image.path()}).code, 0);
+}
+
+TEST_F(CheckTest, counts_no_daemon_that_has_ended) {
+    process(100, 1);
+    process(200, 1);
+    expect_stop("port.second", "more than one daemon runs");
+    image.put("proc/200/stat", "200 (backhaul_monito) Z 1 1 1\n");
+    EXPECT_EQ(run({"check", "--root", image.path()}).code, 0);
 }
 
 TEST_F(CheckTest, finds_each_tool_that_is_missing) {

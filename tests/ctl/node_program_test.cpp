@@ -80,6 +80,26 @@ TEST_F(StatusTest, answers_a_root_that_is_gone_in_one_line) {
     EXPECT_THAT(line, HasSubstr("the root 192.168.1.1, or every way to it, is gone"));
 }
 
+TEST_F(StatusTest, says_first_that_no_daemon_runs) {
+    node.put("proc/1/stat", "1 (init) S 0 1 1\n");
+    // One that has ended, and that nobody has waited for.
+    node.put("proc/100/stat", "100 (backhaul_monito) Z 1 1 1\n");
+    EXPECT_THAT(headline(log_text("lost/e1")),
+                HasSubstr("NO DAEMON RUNS on this node; what the last one left: READY over ath1"));
+    node.put("proc/200/stat", "200 (backhaul_monito) S 1 1 1\n");
+    EXPECT_THAT(headline(log_text("lost/e1")), testing::StartsWith("READY over ath1"));
+}
+
+TEST_F(StatusTest, takes_a_second_question_to_the_agent_for_no_error_of_a_ready_node) {
+    std::string log = log_text("lost/e1");
+    const std::string again =
+        "Tue Nov 14 22:18:26 2023 : backhaul_auto_config_timeout_handle(ath1) : try to sync "
+        "Service "
+        "AP settings again\n";
+    headline(log + again + again + again);
+    EXPECT_THAT(result.out, HasSubstr("error      none that repeats"));
+}
+
 TEST_F(StatusTest, tells_the_hops_of_the_uplink_that_is_there) {
     headline(log_text("lost/e1"));
     EXPECT_THAT(result.out, HasSubstr("hops       1\n"));

@@ -96,6 +96,29 @@ TEST_F(Kit, names_an_agent_that_leaves_the_access_points_off) {
                                     "not 0: the AP stays off for ever\n"));
 }
 
+TEST_F(Kit, names_an_agent_that_leaves_a_follower_off) {
+    EXPECT_THAT(kit("agent").out,
+                HasSubstr("ok         agent: ath22: a follower, disabled is 0\n"));
+    std::string agent = KIT_VL1905APP;
+    const std::string whatever = "\"$1\":*:9:5h";
+    ASSERT_NE(agent.find(whatever), std::string::npos);
+    cover("/usr/sbin/vl1905App", agent.replace(agent.find(whatever), whatever.size(), "none"));
+    const Said said = kit("agent");
+    EXPECT_EQ(said.code, 1);
+    EXPECT_THAT(said.out, HasSubstr("WRONG      agent: ath22: a follower, and disabled is not 0: "
+                                    "the AP stays off for ever\n"));
+}
+
+TEST_F(Kit, names_a_bridge_without_a_broadcast_address) {
+    EXPECT_THAT(kit("network").out,
+                HasSubstr("ok         network: br-lan has a broadcast address"));
+    const std::string address = "ip addr add 192.168.1.20/24 dev br-lan";
+    EXPECT_EQ(say("ip addr flush dev br-lan && " + address).code, 0);
+    EXPECT_THAT(kit("network").out,
+                HasSubstr("WRONG      network: br-lan has no broadcast address"));
+    EXPECT_EQ(say("ip addr flush dev br-lan && " + address + " brd +").code, 0);
+}
+
 TEST_F(Kit, names_an_agent_that_never_answers) {
     cover("/usr/sbin/vl1905App", "#!/bin/sh\n");
     const Said said = kit("agent");
