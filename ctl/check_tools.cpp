@@ -162,20 +162,25 @@ private:
                 // That a section lacks it has been told already.
                 return uci_option_find(image_.wireless, name, "disabled") != nullptr;
             case ask_of::station:
-                return one.type == BACKHAUL_STA && exists("/sys/class/net/%s", name);
+                return one.type == BACKHAUL_STA && is_in_kernel(name);
             case ask_of::backhaul:
-                return (one.type == BACKHAUL_STA || one.type == BACKHAUL_AP) &&
-                       exists("/sys/class/net/%s", name);
+                return (one.type == BACKHAUL_STA || one.type == BACKHAUL_AP) && is_in_kernel(name);
             case ask_of::attached:
-                return one.type == BACKHAUL_STA && exists("/var/run/wpa_supplicant-%s/%s", name);
+                return one.type == BACKHAUL_STA && is_attached(name);
         }
         return false;
     }
 
-    /// `format` holds the name once or twice.
-    static bool exists(const char* format, const char* name) {
+    /// A station that the supplicant holds has a socket in a folder of its own.
+    static bool is_attached(const char* name) {
         std::array<char, LOG_PATH_SIZE> path{};
-        std::snprintf(path.data(), path.size(), format, name, name);
+        std::snprintf(path.data(), path.size(), "/var/run/wpa_supplicant-%s/%s", name, name);
+        return access(path.data(), F_OK) == 0;
+    }
+
+    static bool is_in_kernel(const char* name) {
+        std::array<char, LOG_PATH_SIZE> path{};
+        std::snprintf(path.data(), path.size(), "/sys/class/net/%s", name);
         return access(path.data(), F_OK) == 0;
     }
 
