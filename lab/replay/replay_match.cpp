@@ -25,6 +25,8 @@ constexpr std::array<std::string_view, 14> OF_SOCKETS = {
 constexpr std::array<std::string_view, 3> OF_TIMEOUTS = {
     "interface_timeout_chk", "ap_alive_chk(not alive)", "device_wifi_intf_existence_chk"};
 
+constexpr std::string_view OF_ANNOUNCEMENTS = "loop_slave_handle : Enter";
+
 bool begins_with_any(std::string_view text, std::span<const std::string_view> beginnings) {
     return std::ranges::any_of(beginnings,
                                [text](std::string_view begin) { return text.starts_with(begin); });
@@ -35,6 +37,9 @@ bool begins_with_any(std::string_view text, std::span<const std::string_view> be
 LineThread line_thread(std::string_view text) {
     if (begins_with_any(text, OF_SOCKETS)) {
         return LineThread::sockets;
+    }
+    if (text == OF_ANNOUNCEMENTS) {
+        return LineThread::announcements;
     }
     return begins_with_any(text, OF_TIMEOUTS) ? LineThread::timeouts : LineThread::reaction;
 }

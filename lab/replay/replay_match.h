@@ -18,8 +18,9 @@
 namespace lab {
 
 // Which thread's text it is, as far as the text tells: that of the sockets before it asks for the
-// machine's lock, that of the timeouts before it does, or a reaction under the lock.
-enum class LineThread { sockets, timeouts, reaction };
+// machine's lock, that of the timeouts before it does, that which hears the root's announcements,
+// or a reaction under the lock.
+enum class LineThread { sockets, timeouts, announcements, reaction };
 LineThread line_thread(std::string_view text);
 
 // Where the log and the daemon part.

@@ -61,6 +61,20 @@ TEST(ReplayMatch, lets_a_line_of_another_thread_come_first_and_counts_it) {
     EXPECT_EQ(match.matched(), 2U);
 }
 
+TEST(ReplayMatch, lets_the_thread_that_hears_announcements_begin_when_it_likes) {
+    const auto log = log_of({"1 dev_intf_enable_set : disable ath20", "1 loop_slave_handle : Enter",
+                             "1 dev_intf_enable_set : disable ath12"});
+    ReplayMatch match(log.lines);
+    for (const char* const line :
+         {"loop_slave_handle : Enter", "dev_intf_enable_set : disable ath20",
+          "dev_intf_enable_set : disable ath12"}) {
+        match.feed(1, line);
+    }
+    match.second_over(1);
+    EXPECT_FALSE(match.difference());
+    EXPECT_EQ(match.reordered(), 1U);
+}
+
 TEST(ReplayMatch, lets_no_line_of_the_same_thread_come_first) {
     const auto log =
         log_of({"1 dev_intf_enable_set : enable ath2", "1 dev_intf_enable_set : enable ath12"});
