@@ -175,12 +175,12 @@ void status_files_read(const char* root, status_view& view) {
 }
 
 void status_error_find(status_view& view) {
+    const story_link* const uplink = status_uplink(*view.told);
+    const bool is_ready = uplink != nullptr && state_is_ready(uplink->state);
     for (size_t i = 0; i < LOG_TEXTS.size(); ++i) {
         const error_run& run = view.told->error(i);
-        const story_link* const uplink = status_uplink(*view.told);
         // To be asked a second time is what the agent needs at every association.
-        const bool is_usual = LOG_TEXTS[i].kind == log_kind::configured_late && uplink != nullptr &&
-                              state_is_ready(uplink->state);
+        const bool is_usual = is_ready && LOG_TEXTS[i].kind == log_kind::configured_late;
         if (run.burst < REPEATS || is_usual) {
             continue;
         }

@@ -4,7 +4,6 @@
 #include "runtime/mac_text.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 
 namespace {

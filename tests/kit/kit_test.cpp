@@ -65,6 +65,14 @@ protected:
         lab::wifi_associated_set("", "ath0", "02:00:00:00:01:01");
         EXPECT_EQ(say("/tmp/kit/netprobe init").code, 0);
     }
+    // The kit's agent with one piece of its text in another form.
+    void cover_agent(const std::string& piece, const std::string& other) {
+        std::string agent = KIT_VL1905APP;
+        const std::size_t at = agent.find(piece);
+        ASSERT_NE(at, std::string::npos) << piece;
+        cover("/usr/sbin/vl1905App", agent.replace(at, piece.size(), other));
+    }
+
     static Said kit(const std::string& words) {
         return say("/tmp/kit/backhaul_kit -w 0 " + words);
     }
@@ -86,10 +94,7 @@ TEST_F(Kit, puts_the_store_back_as_it_was) {
 }
 
 TEST_F(Kit, names_an_agent_that_leaves_the_access_points_off) {
-    std::string agent = KIT_VL1905APP;
-    const std::string line = "    uci set \"wireless.$1.disabled=0\"\n";
-    ASSERT_NE(agent.find(line), std::string::npos);
-    cover("/usr/sbin/vl1905App", agent.erase(agent.find(line), line.size()));
+    cover_agent("    uci set \"wireless.$1.disabled=0\"\n", "");
     const Said said = kit("agent");
     EXPECT_EQ(said.code, 1);
     EXPECT_THAT(said.out, HasSubstr("WRONG      agent: ath10: the files are there, but disabled is "
@@ -99,10 +104,7 @@ TEST_F(Kit, names_an_agent_that_leaves_the_access_points_off) {
 TEST_F(Kit, names_an_agent_that_leaves_a_follower_off) {
     EXPECT_THAT(kit("agent").out,
                 HasSubstr("ok         agent: ath22: a follower, disabled is 0\n"));
-    std::string agent = KIT_VL1905APP;
-    const std::string whatever = "\"$1\":*:9:5h";
-    ASSERT_NE(agent.find(whatever), std::string::npos);
-    cover("/usr/sbin/vl1905App", agent.replace(agent.find(whatever), whatever.size(), "none"));
+    cover_agent("\"$1\":*:9:5h", "none");
     const Said said = kit("agent");
     EXPECT_EQ(said.code, 1);
     EXPECT_THAT(said.out, HasSubstr("WRONG      agent: ath22: a follower, and disabled is not 0: "
