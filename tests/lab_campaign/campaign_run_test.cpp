@@ -40,7 +40,9 @@ protected:
         lab::file_read(folder + "/results/" + id + ".json", &text);
         return lab::Json::parse(text, nullptr, false);
     }
-    const std::string folder = std::string(BACKHAUL_BUILD_DIR) + "/campaign_run_test";
+    // Of this test alone: another may run beside it.
+    const std::string folder = std::string(BACKHAUL_BUILD_DIR) + "/campaign_run_test/" +
+                               testing::UnitTest::GetInstance()->current_test_info()->name();
 };
 
 constexpr const char* SHORT =
