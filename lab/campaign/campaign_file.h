@@ -2,7 +2,10 @@
 // names the key. For campaign.cpp.
 #pragma once
 
-#include "lab/campaign/campaign.h"
+#include <string>
+
+#include "lab/campaign/campaign_parts.h"
+#include "lab/report/json_text.h"
 
 namespace lab {
 

@@ -4,6 +4,7 @@
 
 #include "lab/mesh/mesh_conditions.h"
 #include "lab/scenario/scenario_step.h"
+#include "lab/scenario/step_values.h"
 
 namespace lab {
 

@@ -6,7 +6,7 @@
 
 #include "lab/rules/link_tracker.h"
 #include "lab/scenario/scenario_check.h"
-#include "lab/scenario/scenario_step.h"
+#include "lab/scenario/step_values.h"
 #include "link/link_state.h"
 
 namespace lab {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "lab/scenario/scenario_step.h"
 #include "lab/scenario/statement_table.h"
+#include "lab/scenario/step_values.h"
 #include "lab/scenario/words.h"
 
 namespace lab {

@@ -5,7 +5,6 @@
 
 #include "lab/scenario/scenario_check.h"
 #include "lab/scenario/statement_table.h"
-#include "lab/scenario/step_values.h"
 #include "lab/scenario/words.h"
 
 namespace lab {

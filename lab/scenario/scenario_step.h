@@ -1,8 +1,7 @@
-// Steps of a scenario: "after 10 deauth e1 ath0", "expect e1 status ready within 30", "never e1
-// status ready until found". Functions of values.
+// Words of a step, and back: "after 10 deauth e1 ath0", "expect e1 status ready within 30", "never
+// e1 status ready until found". Functions of values.
 #pragma once
 
-#include <map>
 #include <span>
 #include <string>
 #include <string_view>
@@ -20,21 +19,13 @@ struct StepRow {
 };
 std::span<const StepRow> step_table();
 
-// Reads one step from its words and checks its names against the scenario. False with one sentence
-// in `error`. `step->line` is left alone.
-bool step_parse(std::span<const std::string> words, const Scenario& scenario, ScenarioStep* step,
-                std::string& error);
+// The word of an `each` that stands for its node, behind "$".
+inline constexpr std::string_view EACH_NODE = "node";
 
-// Reads a line: a step, verbs of one moment ("and"), or steps for each of several nodes ("each").
-// What the steps name is noted in scenario->names.
-bool steps_parse(std::span<const std::string> words, Scenario* scenario,
-                 std::vector<ScenarioStep>* steps, std::string& error);
-
-// A step that uses remembered values, with the values in their place. False with a sentence when
-// one was not remembered or does not fit there.
-bool step_fill(const ScenarioStep& step, const Scenario& scenario,
-               const std::map<std::string, std::string>& values, ScenarioStep* filled,
-               std::string& error);
+// Reads a step without words that stand for others, and checks its names against the scenario.
+// False with one sentence in `error`. `step->line` is left alone.
+bool step_of_words(std::span<const std::string> words, const Scenario& scenario, ScenarioStep* step,
+                   std::string& error);
 
 // The line that step_parse reads as the same step.
 std::string step_print(const ScenarioStep& step);

@@ -5,7 +5,7 @@
 #include <map>
 #include <vector>
 
-#include "lab/scenario/scenario_step.h"
+#include "lab/scenario/step_values.h"
 #include "lab/scenario/words.h"
 
 namespace lab {

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "lab/program/server.h"
-#include "lab/scenario/scenario_step.h"
+#include "lab/scenario/step_values.h"
 #include "lab/scenario/words.h"
 #include "tests/fuzz/bed/input.h"
 #include "tests/fuzz/bed/place.h"

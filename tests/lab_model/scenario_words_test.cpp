@@ -7,6 +7,7 @@
 
 #include "lab/scenario/scenario_parse.h"
 #include "lab/scenario/scenario_step.h"
+#include "lab/scenario/step_values.h"
 
 namespace lab {
 namespace {
