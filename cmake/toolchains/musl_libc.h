@@ -1,5 +1,5 @@
 // Before everything else: what the C++ library's headers, set up for another C library, name and
-// musl does not have. The daemon calls none of it.
+// musl does not have. None of it is called.
 #pragma once
 
 #include <locale.h>
@@ -7,6 +7,8 @@
 #include <time.h>
 
 #define __GLIBC_PREREQ(major, minor) 0
+#define __BEGIN_DECLS extern "C" {
+#define __END_DECLS }
 typedef locale_t __locale_t;
 extern "C" int pthread_cond_clockwait(pthread_cond_t*, pthread_mutex_t*, clockid_t,
                                       const struct timespec*);

@@ -69,10 +69,9 @@ bool receive_text(int descriptor, bool line, std::string* text) {
 }
 
 // From then on a peer that is stopped in the middle counts as gone.
-void patience_set(int descriptor, std::chrono::milliseconds patience) {
-    const auto count = patience.count();
-    const timeval limit{static_cast<time_t>(count / 1000),
-                        static_cast<suseconds_t>(count % 1000 * 1000)};
+void patience_set(int descriptor, int milliseconds) {
+    const timeval limit{static_cast<time_t>(milliseconds / 1000),
+                        static_cast<suseconds_t>(milliseconds % 1000 * 1000)};
     setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
@@ -169,7 +168,7 @@ int air_listen(const std::string& root) {
 }
 
 bool air_serve_one(int listener, const std::function<AirReply(const AirRequest&)>& handler,
-                   std::chrono::milliseconds patience) {
+                   int patience) {
     const int descriptor = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
     if (descriptor < 0) {
         return false;

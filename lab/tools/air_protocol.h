@@ -15,7 +15,6 @@
 // Asked are iwconfig, iwpriv, wpa_cli, ifconfig, wifi, wireless, radartool, vl1905App and hyctl.
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -53,9 +52,10 @@ AirReply air_ask(const std::string& root, const AirRequest& request);
 int air_listen(const std::string& root);
 
 // Accepts one connection (waits for one), answers it and closes it. False when accepting failed
-// or the request was not well formed or not whole for so long; nothing is replied then.
+// or the request was not well formed or not whole for so many milliseconds; nothing is replied
+// then.
 bool air_serve_one(int listener, const std::function<AirReply(const AirRequest&)>& handler,
-                   std::chrono::milliseconds patience = std::chrono::seconds(30));
+                   int patience = 30000);
 
 // True when a tool waits to be served. A node at rest with nothing pending is truly at rest.
 bool air_is_pending(int listener);

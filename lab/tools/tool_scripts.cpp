@@ -1,5 +1,6 @@
 // The init scripts: the global supplicant, the wireless service, the hybrid-networking daemon.
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
@@ -49,7 +50,8 @@ unsigned idle_process_start() {
     const pid_t child = fork();
     if (child == 0) {
         setsid();
-        close_range(0, ~0U, 0);
+        // By its number: not every C library has a name for it.
+        syscall(SYS_close_range, 0U, ~0U, 0U);
         prctl(PR_SET_NAME, "wpa_supplicant");
         for (;;) {
             pause();

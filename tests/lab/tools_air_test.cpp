@@ -160,8 +160,7 @@ TEST_F(AirTest, gives_up_a_tool_that_stops_in_the_middle_of_its_request) {
     ASSERT_EQ(connect(tool, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     ASSERT_EQ(send(tool, "iwconfig", 8, 0), 8);
     EXPECT_FALSE(lab::air_serve_one(
-        listener, [](const lab::AirRequest&) { return saying("x"); },
-        std::chrono::milliseconds(20)));
+        listener, [](const lab::AirRequest&) { return saying("x"); }, 20));
     close(tool);
     close(listener);
 }
