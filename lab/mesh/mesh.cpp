@@ -48,6 +48,20 @@ bool ends_worker(const Verb& verb) {
            (verb.kind == VerbKind::command && (verb.word == "master" || verb.word == "slave"));
 }
 
+// What nodes run that is a file of the machine.
+void keep_in_memory(const MeshOptions& options, ResidentFiles* files) {
+    for (const char* program : {"/lab_sh", "/lab_tool", "/liblab_clock.so"}) {
+        files->keep(options.programs + program);
+    }
+    for (const std::string& program : {options.daemon, std::string("sh"), std::string("grep"),
+                                       std::string("cat"), std::string("ip")}) {
+        files->keep_program(program);
+    }
+    for (const char* file : {"/etc/ld.so.cache", "/etc/localtime"}) {
+        files->keep(file);
+    }
+}
+
 }  // namespace
 
 Mesh::Mesh(Scenario scenario, MeshOptions options)
@@ -70,6 +84,9 @@ std::unique_ptr<Mesh> Mesh::make(const Scenario& scenario, const MeshOptions& op
 bool Mesh::nodes_make(std::string& error) {
     place_ = ProcessorPlace::take();
     clock_.be_exact(place_.get());
+    if (place_ != nullptr) {
+        keep_in_memory(options_, &resident_);
+    }
     for (int index = 0; index < static_cast<int>(scenario_.nodes.size()); ++index) {
         if (!network_.switch_make(index, error)) {
             return false;

@@ -22,6 +22,7 @@
 #include "lab/air/air_effect.h"
 #include "lab/air/air_model.h"
 #include "lab/clock/clock_control.h"
+#include "lab/clock/resident_files.h"
 #include "lab/mesh/broadcast_probe.h"
 #include "lab/mesh/mesh_network.h"
 #include "lab/mesh/mesh_node.h"
@@ -177,6 +178,7 @@ private:
     MeshOptions options_;
     Air air_;
     std::unique_ptr<ProcessorPlace> place_;  // null: the machine does not allow it
+    ResidentFiles resident_;
     MovedClock clock_;
     MeshNetwork network_;
     BroadcastProbe probe_;

@@ -9,14 +9,17 @@
 #include <cstdio>
 #include <cstring>
 
+#include "lab/sandbox/plain_priority.h"
 #include "lab/sandbox/program.h"
 
 namespace lab {
 namespace {
 
 // Address probing and router solicitations of IPv6 would put packets and link changes of their own
-// into every recording.
+// into every recording. The kernel tries again until nobody holds the lock of all networks, and who
+// holds it may be another mesh on this processor.
 void disable_ipv6() {
+    const PlainPriority patient;
     for (const char* path : {"/proc/sys/net/ipv6/conf/all/disable_ipv6",
                              "/proc/sys/net/ipv6/conf/default/disable_ipv6"}) {
         const int fd = open(path, O_WRONLY | O_CLOEXEC);

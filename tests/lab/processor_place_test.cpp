@@ -10,10 +10,12 @@
 #include <thread>
 
 #include "lab/clock/processor_place.h"
+#include "lab/sandbox/plain_priority.h"
 
 namespace {
 
 using lab::NodePriority;
+using lab::PlainPriority;
 using lab::ProcessorPlace;
 
 constexpr int ROUNDS = 200;
@@ -92,6 +94,31 @@ TEST_F(ProcessorPlaceTest, gives_the_caller_back_what_it_had) {
     EXPECT_EQ(sched_getscheduler(0), SCHED_OTHER);
     sched_getaffinity(0, sizeof free, &free);
     EXPECT_EQ(CPU_COUNT(&free) > 1, std::thread::hardware_concurrency() > 1);
+}
+
+// A file that only a lock of the kernel opens is tried again and again: at a node's priority for
+// ever.
+TEST_F(ProcessorPlaceTest, lets_a_node_be_plain_for_a_moment) {
+    std::thread node = node_start([] {
+        sched_param own{};
+        EXPECT_EQ(sched_getscheduler(0), SCHED_FIFO);
+        {
+            const PlainPriority patient;
+            EXPECT_EQ(sched_getscheduler(0), SCHED_OTHER);
+        }
+        EXPECT_EQ(sched_getscheduler(0), SCHED_FIFO);
+        sched_getparam(0, &own);
+        EXPECT_EQ(own.sched_priority, 2);
+    });
+    node.join();
+}
+
+TEST(PlainPriority, is_nothing_for_who_is_plain_already) {
+    {
+        const PlainPriority same;
+        EXPECT_EQ(sched_getscheduler(0), SCHED_OTHER);
+    }
+    EXPECT_EQ(sched_getscheduler(0), SCHED_OTHER);
 }
 
 TEST(NodePriority, is_nothing_without_a_place) {
