@@ -1,7 +1,11 @@
 // The same scenario, seed and daemon give the same bytes, however busy the machine is.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
@@ -26,7 +30,20 @@ using testing::HasSubstr;
 
 constexpr int NODES = 16;
 
-// Every processor has something else to do while it lives.
+// Programs that a mesh starts again and again.
+constexpr std::array PROGRAMS = {BACKHAUL_BUILD_DIR "/lab/lab_sh",
+                                 BACKHAUL_BUILD_DIR "/lab/lab_tool",
+                                 BACKHAUL_BUILD_DIR "/backhaul_monitor", "/bin/sh", "/bin/grep"};
+
+// Has the machine forget a file as it does when memory is short: the next one to use it waits for
+// the disk.
+void forget(const char* path) {
+    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+    posix_fadvise(fd, 0, 0, POSIX_FADV_DONTNEED);
+    close(fd);
+}
+
+// Every processor has something else to do while it lives, and programs are forgotten.
 class BusyMachine {
 public:
     BusyMachine() {
@@ -36,6 +53,11 @@ public:
                 }
             });
         }
+        threads_.emplace_back([this] {
+            while (!over_.load(std::memory_order_relaxed)) {
+                std::for_each(PROGRAMS.begin(), PROGRAMS.end(), forget);
+            }
+        });
     }
     ~BusyMachine() {
         over_ = true;
