@@ -48,7 +48,7 @@ std::string found_on_path(const std::string& program) {
     std::string_view rest = value == nullptr ? "/usr/sbin:/usr/bin:/sbin:/bin" : value;
     while (!rest.empty()) {
         const std::size_t end = std::min(rest.find(':'), rest.size());
-        const std::string path = std::string(rest.substr(0, end)) + "/" + program;
+        std::string path = std::string(rest.substr(0, end)) + "/" + program;
         if (access(path.c_str(), X_OK) == 0) {
             return path;
         }
