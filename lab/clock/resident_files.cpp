@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <span>
 
@@ -37,24 +36,6 @@ bool has_linker(std::span<const char> file) {
         }
     }
     return false;
-}
-
-// Where the shell would find a program; empty when nowhere.
-std::string found_on_path(const std::string& program) {
-    if (program.find('/') != std::string::npos) {
-        return program;
-    }
-    const char* value = std::getenv("PATH");
-    std::string_view rest = value == nullptr ? "/usr/sbin:/usr/bin:/sbin:/bin" : value;
-    while (!rest.empty()) {
-        const std::size_t end = std::min(rest.find(':'), rest.size());
-        std::string path = std::string(rest.substr(0, end)) + "/" + program;
-        if (access(path.c_str(), X_OK) == 0) {
-            return path;
-        }
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
-    return "";
 }
 
 }  // namespace
@@ -108,7 +89,8 @@ bool ResidentFiles::keep(const std::string& path) {
 }
 
 void ResidentFiles::keep_program(const std::string& program) {
-    const std::string path = found_on_path(program);
+    const bool is_path = program.find('/') != std::string::npos;
+    const std::string path = is_path ? program : place_on_path(program);
     const std::size_t before = kept_.size();
     if (path.empty() || !keep(path) || kept_.size() == before) {
         return;

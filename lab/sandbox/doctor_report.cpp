@@ -30,21 +30,6 @@ DoctorRow good(const std::string& name, const std::string& found) {
     return {name, DoctorMark::good, found, "", ""};
 }
 
-std::string place_on_path(const std::string& name) {
-    const char* set = getenv("PATH");
-    const std::string path =
-        (set == nullptr ? std::string() : std::string(set)) + ":/usr/sbin:/sbin:";
-    for (std::size_t at = 0; at < path.size();) {
-        const std::size_t colon = path.find(':', at);
-        const std::string place = path.substr(at, colon - at) + "/" + name;
-        if (colon > at && access(place.c_str(), X_OK) == 0) {
-            return place;
-        }
-        at = colon + 1;
-    }
-    return {};
-}
-
 /// First number in a small file of the kernel, or `otherwise`.
 long number_in(const char* path, long otherwise) {
     FILE* const file = fopen(path, "re");

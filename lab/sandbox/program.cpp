@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "lab/sandbox/exec_words.h"
@@ -97,6 +98,21 @@ bool run(const std::vector<std::string>& words, const std::string& input, bool e
 }
 
 }  // namespace
+
+std::string place_on_path(const std::string& name) {
+    const char* set = getenv("PATH");
+    const std::string path =
+        (set == nullptr ? std::string() : std::string(set)) + ":/usr/sbin:/sbin:";
+    for (std::size_t at = 0; at < path.size();) {
+        const std::size_t colon = path.find(':', at);
+        const std::string place = path.substr(at, colon - at) + "/" + name;
+        if (colon > at && access(place.c_str(), X_OK) == 0) {
+            return place;
+        }
+        at = colon + 1;
+    }
+    return {};
+}
 
 std::string read_to_end(int descriptor) {
     std::string text;

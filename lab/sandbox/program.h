@@ -16,6 +16,10 @@ bool run_program(const std::vector<std::string>& words, const std::string& input
 bool program_output(const std::vector<std::string>& words, const std::string& input,
                     std::string* output, std::string& error);
 
+// Where a program of that name is: along PATH, then where tools of the system are. Empty when
+// nowhere.
+std::string place_on_path(const std::string& name);
+
 // All that comes out of a pipe until its other end is closed.
 std::string read_to_end(int descriptor);
 
