@@ -105,7 +105,7 @@ std::string place_on_path(const std::string& name) {
         (set == nullptr ? std::string() : std::string(set)) + ":/usr/sbin:/sbin:";
     for (std::size_t at = 0; at < path.size();) {
         const std::size_t colon = path.find(':', at);
-        const std::string place = path.substr(at, colon - at) + "/" + name;
+        std::string place = path.substr(at, colon - at) + "/" + name;
         if (colon > at && access(place.c_str(), X_OK) == 0) {
             return place;
         }
