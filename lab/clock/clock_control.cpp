@@ -230,7 +230,7 @@ bool MovedClock::call_sleeper(const Due& due, std::string& error) {
     return true;
 }
 
-bool MovedClock::fire_timers(std::string& error) {
+bool MovedClock::expire_due() {
     bool fired = false;
     for (const auto& node : nodes_) {
         node->page->gate.fetch_add(1);
@@ -250,7 +250,11 @@ bool MovedClock::fire_timers(std::string& error) {
         node->page->gate.fetch_add(1);
         node->page->gate.wake();
     }
-    return !fired || settle(error);
+    return fired;
+}
+
+bool MovedClock::fire_timers(std::string& error) {
+    return !expire_due() || settle(error);
 }
 
 bool MovedClock::move_to(std::uint32_t second, std::string& error) {
@@ -295,6 +299,19 @@ bool MovedClock::advance(std::uint32_t seconds, std::string& error,
         }
     }
     return true;
+}
+
+void MovedClock::pass_second() {
+    for (const auto& node : nodes_) {
+        node->page->now.fetch_add(1);
+    }
+    for (const Due& due : due_sleepers()) {
+        std::uint32_t expected = SLEEPER_WAITS;
+        if (due.slot->state.compare_exchange_strong(expected, SLEEPER_CALLED)) {
+            due.slot->state.wake();
+        }
+    }
+    expire_due();
 }
 
 bool MovedClock::settle(std::string& error) {

@@ -65,6 +65,11 @@ public:
     bool advance(std::uint32_t seconds, std::string& error,
                  const std::function<bool()>& each_second = nullptr);
 
+    // Moves time one second on though nodes are running, and waits for nobody: for a test of what
+    // they do at once. The next run is another one. Not for nodes that are moved exactly. A sleeper
+    // whose process dies before it wakes keeps its slot.
+    void pass_second();
+
     // Waits until all nodes are quiet, without moving time.
     bool settle(std::string& error);
 
@@ -125,6 +130,8 @@ private:
     std::vector<Due> due_sleepers();
     static std::vector<std::vector<Due>> rounds_of(const std::vector<Due>& due, bool together);
     bool call_sleeper(const Due& due, std::string& error);
+    // Lets due timers expire; true when there were any.
+    bool expire_due();
     bool fire_timers(std::string& error);
     bool move_to(std::uint32_t second, std::string& error);
     bool all_quiet();

@@ -21,6 +21,7 @@
 #include "lab/sandbox/layout.h"
 #include "lab/tools/state_layout.h"
 #include "tests/harness/sandbox.h"
+#include "tests/harness/wait.h"
 
 namespace {
 
@@ -181,6 +182,38 @@ TEST_F(MovedClock, fails_with_the_name_of_the_thread_that_never_rests) {
     busy.join();
     EXPECT_NE(error.find("not quiet after 100 ms"), std::string::npos) << error;
     EXPECT_NE(error.find("never_rests R"), std::string::npos) << error;
+}
+
+TEST_F(MovedClock, passes_seconds_for_those_who_wait_though_somebody_never_rests) {
+    clock_start(START, lab::CLOCK_HELD);
+    std::atomic<bool> stop{false};
+    std::atomic<std::uint32_t> woke{0};
+    std::thread busy([&stop] {
+        while (!stop) {
+        }
+    });
+    std::thread sleeper([&woke] {
+        sleep(2);
+        woke = static_cast<std::uint32_t>(time(nullptr));
+    });
+    const int timer = armed_timer(2, 1);
+    lab::MovedClock clock;
+    std::string error;
+    ASSERT_TRUE(clock.add_node("", error, {getpid()}));
+    ASSERT_TRUE(harness::wait_until([&clock] { return !clock.sleepers().empty(); }));
+    clock.pass_second();
+    EXPECT_EQ(time(nullptr), START + 1);
+    EXPECT_EQ(clock.sleepers().size(), 1U);
+    clock.pass_second();
+    sleeper.join();
+    EXPECT_EQ(woke, START + 2);
+    EXPECT_EQ(read_count(timer), 1U);
+    clock.pass_second();
+    clock.pass_second();
+    EXPECT_EQ(read_count(timer), 2U);
+    stop = true;
+    busy.join();
+    close(timer);
 }
 
 TEST(PacketsUnderWay, are_those_that_any_processor_has_still_to_deliver) {
