@@ -97,6 +97,10 @@ public:
     // its account says holds no more.
     void touch(int node);
 
+    // To be called by who wakes a process of an exactly moved node, before it does. Between its
+    // wait and its next word to the account such a process may wait for the machine.
+    void look_again(int node);
+
     // Grows with whatever a node or its owner does that may have changed its processes.
     std::uint32_t starts(int node) const;
 

@@ -32,9 +32,12 @@ void MovedClock::be_exact(ProcessorPlace* place) {
 }
 
 void MovedClock::touch(int node) {
-    Node& touched = *nodes_[static_cast<std::size_t>(node)];
-    touched.touched = true;
-    ++touched.touches;
+    look_again(node);
+    ++nodes_[static_cast<std::size_t>(node)]->touches;
+}
+
+void MovedClock::look_again(int node) {
+    nodes_[static_cast<std::size_t>(node)]->touched = true;
 }
 
 std::uint32_t MovedClock::starts(int node) const {

@@ -206,15 +206,19 @@ bool QuietWatch::rests() {
     if (newest != complete_at_) {
         list_threads();
     }
-    complete_at_ = newest;
+    // Who waits for the machine may be about to start somebody who has a number already and is not
+    // in the list yet.
+    complete_at_ = 0;
+    bool gone = false;
     for (WatchedThread& thread : threads_) {
         if (!read_status(thread)) {
-            // It is gone, and leaves nobody behind: a new thread would have a newer number.
-            complete_at_ = 0;
+            gone = true;
         } else if (may_run(thread.state)) {
             return false;
         }
     }
+    // Who is gone leaves nobody behind: a new thread would have a newer number.
+    complete_at_ = gone ? 0 : newest;
     return true;
 }
 

@@ -201,6 +201,7 @@ bool Mesh::air_serve() {
     }
     for (int index = 0; index < node_count(); ++index) {
         if ((sockets[air_index(index)].revents & POLLIN) != 0) {
+            clock_.look_again(index);
             air_serve_one(sockets[air_index(index)].fd, [this, index](const AirRequest& request) {
                 return tool_call(index, request);
             });
