@@ -10,7 +10,7 @@ if(BACKHAUL_FUZZ)
     endif()
     set(BACKHAUL_TESTS ON)
 endif()
-if(BACKHAUL_TESTS)
+if(BACKHAUL_TESTS OR BACKHAUL_BENCH)
     set(BACKHAUL_LAB ON)
 endif()
 

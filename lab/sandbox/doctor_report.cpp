@@ -161,7 +161,7 @@ std::int64_t most_descriptors() {
     rlimit limit{};
     getrlimit(RLIMIT_NOFILE, &limit);
     return static_cast<std::int64_t>(
-        std::min<rlim_t>(limit.rlim_max, DESCRIPTORS_A_NODE * MOST_NODES));
+        std::min(limit.rlim_max, rlim_t{DESCRIPTORS_A_NODE} * MOST_NODES));
 }
 
 DoctorRow descriptors_row() {
