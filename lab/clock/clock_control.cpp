@@ -32,6 +32,16 @@ void futex_wait(const ClockWord& word, std::uint32_t seen, long patience_ns) {
     syscall(SYS_futex, word.futex(), FUTEX_WAIT, ClockWord::in_page(seen), &limit, nullptr, 0);
 }
 
+// Ends a sleep; false when nobody sleeps there any more.
+bool call(SleeperSlot& slot) {
+    std::uint32_t expected = SLEEPER_WAITS;
+    if (!slot.state.compare_exchange_strong(expected, SLEEPER_CALLED)) {
+        return false;
+    }
+    slot.state.wake();
+    return true;
+}
+
 ClockPage* map_page(const std::string& path) {
     const int fd = open(path.c_str(), O_RDWR | O_CLOEXEC);
     if (fd < 0) {
@@ -208,11 +218,9 @@ bool MovedClock::call_sleeper(const Due& due, std::string& error) {
     const pid_t pid = static_cast<pid_t>(slot.pid.load());
     const pid_t tid = static_cast<pid_t>(slot.tid.load());
     const std::uint32_t order = slot.order.load();
-    std::uint32_t expected = SLEEPER_WAITS;
-    if (!slot.state.compare_exchange_strong(expected, SLEEPER_CALLED)) {
+    if (!call(slot)) {
         return true;
     }
-    slot.state.wake();
     const auto end = RealClock::now() + patience;
     std::uint32_t seen = due.node->page->changes.load();
     while (slot.state.load() == SLEEPER_CALLED && slot.order.load() == order) {
@@ -306,10 +314,7 @@ void MovedClock::pass_second() {
         node->page->now.fetch_add(1);
     }
     for (const Due& due : due_sleepers()) {
-        std::uint32_t expected = SLEEPER_WAITS;
-        if (due.slot->state.compare_exchange_strong(expected, SLEEPER_CALLED)) {
-            due.slot->state.wake();
-        }
+        call(*due.slot);
     }
     expire_due();
 }
@@ -335,12 +340,22 @@ bool MovedClock::all_quiet() {
                        [](const auto& node) { return node->watch->is_quiet_still(); });
 }
 
+// Between its wait and its next word to the account of its node, who goes on may wait for the
+// machine: that account holds no more.
+bool MovedClock::serve_at_rest() {
+    const std::vector<int> served = at_rest ? at_rest() : std::vector<int>{};
+    for (const int node : served) {
+        nodes_[static_cast<std::size_t>(node)]->touched = true;
+    }
+    return !served.empty();
+}
+
 bool MovedClock::wait_quiet(std::string& error) {
     const auto end = RealClock::now() + patience;
     useconds_t pause = 0;
     for (;;) {
         if (all_quiet()) {
-            if (!at_rest || !at_rest()) {
+            if (!serve_at_rest()) {
                 return true;
             }
             pause = 0;

@@ -80,9 +80,9 @@ public:
     // Seconds passed by sleeps in CLOCK_EAGER.
     std::uint32_t slept() const;
 
-    // Called whenever all nodes are quiet. Returns true when it made somebody go on; the wait for
-    // quiet then begins again. For who serves requests that nodes wait for.
-    std::function<bool()> at_rest;
+    // Called whenever all nodes are quiet. Returns the nodes of which it made somebody go on; the
+    // wait for quiet then begins again. For who serves requests that nodes wait for.
+    std::function<std::vector<int>()> at_rest;
 
     // Calls the first due sleeper of every node at once, then the second ones, and so on. Many
     // nodes take less time; what one node sends another may then arrive before or after the
@@ -96,10 +96,6 @@ public:
     // To be called when the owner of exactly moved nodes starts or ends processes of this one: what
     // its account says holds no more.
     void touch(int node);
-
-    // To be called by who wakes a process of an exactly moved node, before it does. Between its
-    // wait and its next word to the account such a process may wait for the machine.
-    void look_again(int node);
 
     // Grows with whatever a node or its owner does that may have changed its processes.
     std::uint32_t starts(int node) const;
@@ -139,6 +135,7 @@ private:
     bool fire_timers(std::string& error);
     bool move_to(std::uint32_t second, std::string& error);
     bool all_quiet();
+    bool serve_at_rest();
     bool wait_quiet(std::string& error);
     bool not_quiet(std::string& error) const;
     std::string describe() const;

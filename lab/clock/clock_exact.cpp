@@ -32,12 +32,9 @@ void MovedClock::be_exact(ProcessorPlace* place) {
 }
 
 void MovedClock::touch(int node) {
-    look_again(node);
-    ++nodes_[static_cast<std::size_t>(node)]->touches;
-}
-
-void MovedClock::look_again(int node) {
-    nodes_[static_cast<std::size_t>(node)]->touched = true;
+    Node& touched = *nodes_[static_cast<std::size_t>(node)];
+    touched.touched = true;
+    ++touched.touches;
 }
 
 std::uint32_t MovedClock::starts(int node) const {
@@ -159,7 +156,7 @@ bool MovedClock::exact_settle(std::string& error) {
         if (!exact_rest(error)) {
             return false;
         }
-    } while (exact_send(error) || (error.empty() && at_rest && at_rest()));
+    } while (exact_send(error) || (error.empty() && serve_at_rest()));
     return error.empty();
 }
 

@@ -61,7 +61,7 @@ public:
     // Answers tools that somebody called by hand while no time passes. True when there was one;
     // what they change is looked at with the next second.
     bool tools_serve() {
-        return air_serve();
+        return !air_serve().empty();
     }
 
     const Scenario& scenario() const {
@@ -159,7 +159,7 @@ private:
     void worker_end_expect(int index);
     bool node_start(int index, std::string& error);
     bool node_stop(int index, std::string& error);
-    bool air_serve();
+    std::vector<int> air_serve();
     AirReply tool_call(int index, const AirRequest& request);
     bool rest(std::string& error);
 

@@ -190,24 +190,25 @@ AirReply Mesh::tool_call(int index, const AirRequest& request) {
 }
 
 // Serves one tool of every node where one waits. The order of nodes, not of arrival, makes runs
-// repeat.
-bool Mesh::air_serve() {
+// repeat. Returns those nodes.
+std::vector<int> Mesh::air_serve() {
+    std::vector<int> served;
     std::vector<pollfd> sockets;
     for (const auto& node : nodes_) {
         sockets.push_back({node->air_socket(), POLLIN, 0});
     }
     if (!failure_.empty() || poll(sockets.data(), sockets.size(), 0) <= 0) {
-        return false;
+        return served;
     }
     for (int index = 0; index < node_count(); ++index) {
         if ((sockets[air_index(index)].revents & POLLIN) != 0) {
-            clock_.look_again(index);
             air_serve_one(sockets[air_index(index)].fd, [this, index](const AirRequest& request) {
                 return tool_call(index, request);
             });
+            served.push_back(index);
         }
     }
-    return true;
+    return served;
 }
 
 }  // namespace lab

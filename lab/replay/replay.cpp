@@ -23,7 +23,7 @@ public:
     bool begin(std::string& error) {
         clock_.patience = PATIENCE;
         clock_.at_rest = [this] {
-            return at_rest();
+            return at_rest() ? std::vector{0} : std::vector<int>{};
         };
         return clock_.add_node(bed_->node().root(), error);
     }
