@@ -29,18 +29,21 @@ endfunction()
 # machine each question leaves the machine. Headers in the order that the C++ library wants: its own,
 # then musl's, and the kernel's (for linux/ and asm/) after all others. Of the C++ library only headers
 # are used. BACKHAUL_QUICK says whether this machine and this compiler can do it.
-find_file(BACKHAUL_MUSL_RULES musl-gcc.specs
-    PATHS /usr/lib/${CMAKE_SYSTEM_PROCESSOR}-linux-musl NO_DEFAULT_PATH)
-if(BACKHAUL_MUSL_RULES AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_TOOLCHAIN_FILE)
+find_program(BACKHAUL_MUSL_GCC musl-gcc)
+if(BACKHAUL_MUSL_GCC AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_TOOLCHAIN_FILE)
     set(cxx_headers ${CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES})
     list(FILTER cxx_headers INCLUDE REGEX "/c\\+\\+/")
     set(system_headers /usr/include /usr/include/${CMAKE_LIBRARY_ARCHITECTURE})
     list(TRANSFORM cxx_headers PREPEND "-isystem")
     list(TRANSFORM system_headers PREPEND "-idirafter")
-    set(BACKHAUL_QUICK_COMPILE -specs=${BACKHAUL_MUSL_RULES} ${cxx_headers} ${system_headers}
+    # What this wrapper of the C compiler puts behind the caller's words does the same for C++.
+    file(STRINGS ${BACKHAUL_MUSL_GCC} musl_words REGEX "\"\\$@\"")
+    string(REGEX REPLACE ".*\"\\$@\"" "" musl_words "${musl_words}")
+    separate_arguments(musl_words UNIX_COMMAND "${musl_words}")
+    set(BACKHAUL_QUICK_COMPILE ${musl_words} ${cxx_headers} ${system_headers}
         -include ${PROJECT_SOURCE_DIR}/cmake/toolchains/musl_libc.h -U_FORTIFY_SOURCE
         -D_GLIBCXX_EXTERN_TEMPLATE=0 -fno-exceptions -fno-rtti -fno-threadsafe-statics -O2)
-    set(BACKHAUL_QUICK_LINK -specs=${BACKHAUL_MUSL_RULES} -static -nodefaultlibs)
+    set(BACKHAUL_QUICK_LINK ${musl_words} -static -nodefaultlibs)
     set(BACKHAUL_QUICK_LIBS -lc -lgcc -lc)
     file(WRITE ${PROJECT_BINARY_DIR}/quick/check.cpp
         "#include <linux/futex.h>\n#include <string>\n"
