@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -126,6 +127,22 @@ std::vector<std::string> names_of(const std::map<std::string, std::string>& file
     return names;
 }
 
+// The first line in which two texts differ, as both have it.
+std::string first_difference(const std::string& one, const std::string& other) {
+    std::istringstream ones(one);
+    std::istringstream others(other);
+    std::string mine;
+    std::string its;
+    for (int number = 1;; ++number) {
+        const bool here = static_cast<bool>(std::getline(ones, mine));
+        const bool there = static_cast<bool>(std::getline(others, its));
+        if (!here || !there || mine != its) {
+            return "line " + std::to_string(number) + "\n  idle: " + (here ? mine : "(ends)") +
+                   "\n  busy: " + (there ? its : "(ends)");
+        }
+    }
+}
+
 TEST_F(Exact, leaves_the_same_bytes_on_an_idle_and_on_a_busy_machine) {
     const std::map<std::string, std::string> idle = play("idle");
     std::map<std::string, std::string> busy;
@@ -136,7 +153,8 @@ TEST_F(Exact, leaves_the_same_bytes_on_an_idle_and_on_a_busy_machine) {
     EXPECT_EQ(names_of(idle), names_of(busy));
     EXPECT_TRUE(idle.contains("e1/journal"));
     for (const auto& [name, text] : idle) {
-        EXPECT_TRUE(busy[name] == text) << name << " differs: see " << folder;
+        EXPECT_TRUE(busy[name] == text)
+            << name << " differs at " << first_difference(text, busy[name]) << "\nsee " << folder;
     }
 }
 
