@@ -43,7 +43,8 @@ if(BACKHAUL_MUSL_GCC AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_TOOL
     set(BACKHAUL_QUICK_COMPILE ${musl_words} ${cxx_headers} ${system_headers}
         -include ${PROJECT_SOURCE_DIR}/cmake/toolchains/musl_libc.h -U_FORTIFY_SOURCE
         -D_GLIBCXX_EXTERN_TEMPLATE=0 -fno-exceptions -fno-rtti -fno-threadsafe-statics -O2)
-    set(BACKHAUL_QUICK_LINK ${musl_words} -static -nodefaultlibs)
+    # Not every linker knows by itself that a static program has no dynamic linker.
+    set(BACKHAUL_QUICK_LINK ${musl_words} -static -Wl,--no-dynamic-linker -nodefaultlibs)
     set(BACKHAUL_QUICK_LIBS -lc -lgcc -lc)
     file(WRITE ${PROJECT_BINARY_DIR}/quick/check.cpp
         "#include <linux/futex.h>\n#include <string>\n"
