@@ -13,6 +13,7 @@
 #include "link/slave_event.h"
 #include "msg/msg_send.h"
 #include "runtime/runtime_block.h"
+#include "tests/fuzz/bed/place.h"
 #include "tests/fuzz/bed/shell.h"
 #include "tests/model/station_states.h"
 #include "topology/topology_check.h"
@@ -233,6 +234,8 @@ topo_result backhaul_db_topo_check(const char* /*bssid*/) {
 void backhaul_send_msg(msg_word /*message*/, uint16_t /*port*/) {}
 
 int main() {
+    // The reactions write the daemon's files.
+    fuzz::place_enter();
     for (size_t at = 0; at < 2; ++at) {
         table.at(at).type = BACKHAUL_STA;
         table.at(at).band = BAND_5G;

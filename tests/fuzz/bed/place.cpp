@@ -13,7 +13,6 @@
 #include "tests/fuzz/bed/input.h"
 
 namespace fuzz {
-namespace {
 
 void place_enter() {
     const uid_t uid = geteuid();
@@ -37,8 +36,6 @@ void place_enter() {
         }
     }
 }
-
-}  // namespace
 
 void file_put(const char* path, std::string_view bytes) {
     constexpr int FLAGS = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;

@@ -9,6 +9,9 @@
 
 namespace fuzz {
 
+// Does that; for who links the bed without a fuzzer. A failure ends the program.
+void place_enter();
+
 // A file with these bytes, made with its folder or written over. A failure ends the program.
 void file_put(const char* path, std::string_view bytes);
 
