@@ -32,6 +32,12 @@ public:
         json_.text("text", entry.text).object_end().line_end();
         marked_ = false;
     }
+    void node_done(const log_source& last) override {
+        entries_.node_over(told(), last);
+    }
+    int code() const {
+        return entries_.code();
+    }
 
 private:
     bool ready() const {
@@ -63,6 +69,7 @@ private:
     std::array<char, NODE_NAME_SIZE> node_{};
     int64_t number_ = 0;
     bool marked_ = false;
+    entries_check entries_;
 };
 
 }  // namespace
@@ -74,5 +81,5 @@ int command_export(const ctl_options& options) {
     }
     export_teller teller(options);
     logs.read(teller);
-    return output_end(options, EXIT_GOOD);
+    return output_end(options, teller.code());
 }

@@ -54,11 +54,11 @@ bool logs_open(const ctl_options& options, size_t first, log_set& logs) {
     return good;
 }
 
-bool log_has_entries(const story& told, const log_source& source) {
+void entries_check::node_over(const story& told, const log_source& last) {
     if (told.counts().entries == 0) {
-        std::fprintf(stderr, "backhaulctl: %s: holds no log entry\n", source.path.data());
+        std::fprintf(stderr, "backhaulctl: %s: holds no log entry\n", last.path.data());
+        all_ = false;
     }
-    return told.counts().entries > 0;
 }
 
 int output_end(const ctl_options& options, int code) {

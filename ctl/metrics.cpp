@@ -111,8 +111,12 @@ public:
             }
         }
     }
-    void node_done(const log_source& /*last*/) override {
+    void node_done(const log_source& last) override {
         nodes_[count_ - 1].counts = told().counts();
+        entries_.node_over(told(), last);
+    }
+    int code() const {
+        return entries_.code();
     }
     std::span<const node_numbers> nodes() const {
         return nodes_.first(count_);
@@ -121,6 +125,7 @@ public:
 private:
     const std::span<node_numbers> nodes_;
     size_t count_ = 0;
+    entries_check entries_;
 };
 
 /// Quotes, backslashes and line ends of a label's value.
@@ -199,5 +204,5 @@ int command_metrics(const ctl_options& options) {
         metrics_print(options.out, teller.nodes());
     }
     heap_drop(nodes);
-    return output_end(options, EXIT_GOOD);
+    return output_end(options, teller.code());
 }

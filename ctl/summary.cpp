@@ -181,7 +181,7 @@ public:
     explicit summary_teller(const ctl_options& options) : options_(options), json_(options.out) {}
 
     void node_done(const log_source& last) override {
-        good_ = log_has_entries(told(), last) && good_;
+        entries_.node_over(told(), last);
         if (options_.json) {
             json_print(json_, last.node.data(), told(), list_);
         } else {
@@ -195,15 +195,15 @@ public:
     json_writer& json() {
         return json_;
     }
-    bool good() const {
-        return good_;
+    int code() const {
+        return entries_.code();
     }
 
 private:
     const ctl_options& options_;
     json_writer json_;
     outage_list list_;
-    bool good_ = true;
+    entries_check entries_;
 };
 
 }  // namespace
@@ -221,5 +221,5 @@ int command_summary(const ctl_options& options) {
     if (options.json) {
         teller.json().array_end().line_end();
     }
-    return output_end(options, teller.good() ? EXIT_GOOD : EXIT_UNREADABLE);
+    return output_end(options, teller.code());
 }

@@ -63,7 +63,8 @@ public:
         kept = {one.begin, one.last, node(), one.end == LOG_TIME_NONE, {}};
         outage_words(one, kept.words);
     }
-    void node_done(const log_source& /*last*/) override {
+    void node_done(const log_source& last) override {
+        entries_.node_over(told(), last);
         timeline_node& kept = data_.nodes[node()];
         for (const story_link& link : told().links()) {
             kept.lanes[kept.lane_count++] = link.name;
@@ -76,6 +77,9 @@ public:
             data_.last = std::max(data_.last, kept.last);
         }
     }
+    int code() const {
+        return entries_.code();
+    }
 
 private:
     uint16_t node() const {
@@ -84,6 +88,7 @@ private:
 
     timeline_data& data_;
     bool marked_ = false;
+    entries_check entries_;
 };
 
 bool data_make(timeline_data& data) {
@@ -174,5 +179,5 @@ int command_timeline(const ctl_options& options) {
         timeline_page_print(data, options.out);
     }
     data_drop(data);
-    return output_end(options, EXIT_GOOD);
+    return output_end(options, teller.code());
 }

@@ -45,7 +45,7 @@ public:
     void node_done(const log_source& last) override {
         const story_counts& counts = told().counts();
         bad_ += counts.impossible;
-        has_empty_ = !log_has_entries(told(), last) || has_empty_;
+        entries_.node_over(told(), last);
         if (options_.json) {
             json_.array_end().number("state_changes", counts.changes);
             json_.number("dropped", counts.dropped).number("cannot_follow", counts.impossible);
@@ -67,7 +67,7 @@ public:
         return json_;
     }
     int code() const {
-        return bad_ > 0 ? EXIT_FOUND : has_empty_ ? EXIT_UNREADABLE : EXIT_GOOD;
+        return bad_ > 0 ? EXIT_FOUND : entries_.code();
     }
 
 private:
@@ -83,7 +83,7 @@ private:
     const ctl_options& options_;
     json_writer json_;
     uint64_t bad_ = 0;
-    bool has_empty_ = false;
+    entries_check entries_;
 };
 
 }  // namespace

@@ -100,7 +100,7 @@ TEST(Summary, says_what_cannot_be_read) {
 TEST(Summary, says_that_a_file_is_no_log) {
     const Folder folder;
     const std::string manual = folder.put("manual.txt", "BACKHAULCTL(1)\n\nNAME\n");
-    for (const char* const command : {"summary", "verify"}) {
+    for (const char* const command : {"summary", "verify", "metrics", "export", "timeline"}) {
         const Result result = run({command, logs("lost/e1"), manual});
         EXPECT_EQ(result.code, 3) << command;
         EXPECT_EQ(result.err, "backhaulctl: " + manual + ": holds no log entry\n");

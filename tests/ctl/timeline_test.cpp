@@ -87,11 +87,14 @@ TEST(Timeline, lets_no_log_line_end_its_data) {
     EXPECT_EQ(read.out, "1\n") << read.err;
 }
 
-TEST(Timeline, draws_an_empty_log) {
+TEST(Timeline, draws_an_empty_log_and_says_so) {
     const Folder folder;
     const std::string log = folder.put("n.log", "");
-    EXPECT_EQ(run({"timeline", log}).code, 0);
-    EXPECT_EQ(run({"timeline", "--text", log}).code, 0);
+    for (const Result& drawn : {run({"timeline", log}), run({"timeline", "--text", log})}) {
+        EXPECT_EQ(drawn.code, 3);
+        EXPECT_NE(drawn.out, "");
+        EXPECT_EQ(drawn.err, "backhaulctl: " + log + ": holds no log entry\n");
+    }
 }
 
 /// What the page has become after `script` ran behind its own, and what it said to its console.
