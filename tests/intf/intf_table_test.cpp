@@ -136,6 +136,12 @@ TEST_F(IntfTable, starts_with_an_empty_record_when_the_first_line_is_empty) {
     EXPECT_EQ(intf_table_get()[0].band, 0);
 }
 
+TEST_F(IntfTable, takes_numbers_that_the_first_line_lacks_for_0) {
+    EXPECT_EQ(load("ath0 BACKHAUL_STA 5h\n"), 1);
+    EXPECT_EQ(intf_table_walk().begin()->priority, 0);
+    EXPECT_EQ(intf_table_walk().begin()->follow_primary, 0);
+}
+
 TEST_F(IntfTable, counts_a_line_longer_than_63_characters_twice) {
     const std::string line = "ath0 BACKHAUL_STA 5 7 0";
     const std::string next = "ath1 BACKHAUL_AP 5 1 0\n";

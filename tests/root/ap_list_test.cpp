@@ -449,6 +449,14 @@ TEST_F(ApListSync, skips_a_row_without_an_address_but_keeps_its_values) {
     expect_journal({});
 }
 
+TEST_F(ApListSync, lists_no_present_row_without_an_address) {
+    sql("INSERT INTO Device VALUES (NULL,1,0,'L2Device','n','i');");
+    backhaul_ap_list_sync();
+    EXPECT_THAT(list_now(), ElementsAre());
+    EXPECT_EQ(runtime.ap_count, 0);
+    expect_journal({});
+}
+
 TEST_F(ApListSync, adds_an_address_of_300_characters_once) {
     device_add(std::string(300, 'x'), "1", "0");
     backhaul_ap_list_sync();
