@@ -257,7 +257,9 @@ TEST_F(MsgSend, leaves_the_text_alone_without_an_own_address) {
 TEST_F(MsgSend, sets_two_options_for_a_broadcast_and_none_for_a_unicast) {
     const auto messages = neighbour(36003);
     const std::string one("\1\0\0\0", 4);
-    backhaul_send_msg(msg_word::uplink_scan, 36003);
+    const std::string err = printed_err([] { backhaul_send_msg(msg_word::uplink_scan, 36003); });
+    EXPECT_EQ(err.find("setsockopt"), std::string::npos) << err;
+    EXPECT_EQ(err.find("reuse addr"), std::string::npos) << err;
     EXPECT_THAT(sockets().options,
                 ElementsAre(socket_script::option{SOL_SOCKET, SO_BROADCAST, one},
                             socket_script::option{SOL_SOCKET, SO_REUSEADDR, one}));
