@@ -16,7 +16,7 @@ namespace {
 constexpr size_t SSID_SIZE = 33;
 constexpr size_t AUTH_SIZE = 16;
 constexpr size_t KEY_SIZE = UCI_VALUE_MAX + 1;
-constexpr size_t CONF_PATH_SIZE = 64;
+constexpr size_t CONF_PATH_SIZE = sizeof "/tmp/wpa_supplicant-.conf" + INTF_NAME_SIZE;
 /// Holds a status line of 256 characters.
 constexpr size_t STATUS_LINE_SIZE = 257;
 

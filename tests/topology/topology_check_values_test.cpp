@@ -90,6 +90,7 @@ TEST(Walk, finds_no_loop_when_the_chain_ends_at_the_root) {
 
 TEST(Walk, finds_the_loop_when_the_chain_comes_back_to_this_node) {
     EXPECT_EQ(walk({{"ap", "me"}}, "ap", "me"), 3);
+    EXPECT_EQ(walk({{"ap", "m"}}, "ap", "m"), 3);
     EXPECT_EQ(walk({{"m1", "me"}, {"ap", "m1"}, {"me", "root"}}, "ap", "me"), 3);
 }
 
