@@ -124,10 +124,14 @@ std::vector<ProcessInfo> children_of(const Node& node, pid_t parent) {
 
 std::vector<std::string> descriptors_of(pid_t pid) {
     const std::string folder = "/proc/" + std::to_string(pid) + "/fd";
+    const char* const counters = getenv("GCOV_PREFIX");
+    const std::string of_the_build = counters == nullptr ? "" : link_target(counters);
     std::vector<std::string> found;
     for (const pid_t number : numbers_in(folder)) {
-        found.push_back(std::to_string(number) + "=" +
-                        link_target(folder + "/" + std::to_string(number)));
+        const std::string target = link_target(folder + "/" + std::to_string(number));
+        if (target.empty() || target != of_the_build) {
+            found.push_back(std::to_string(number) + "=" + target);
+        }
     }
     return found;
 }

@@ -29,7 +29,8 @@ std::vector<ProcessInfo> children_of(const Node& node, pid_t parent);
 // Their pids only, which takes much less time.
 std::vector<pid_t> child_pids_of(const Node& node, pid_t parent);
 
-// Open descriptors as "NUMBER=TARGET", in the order of their numbers.
+// Open descriptors as "NUMBER=TARGET", in the order of their numbers. The folder into which a build
+// that counts executed lines writes is left out: the program itself knows nothing of it.
 std::vector<std::string> descriptors_of(pid_t pid);
 
 // Names of a process's threads as "TID NAME" (numbers as the caller sees them).

@@ -179,6 +179,20 @@ TEST(Verify, marks_a_line_that_cannot_follow) {
                                       "CONNECTING_TARGET_BACKHAUL_AP (5)"));
 }
 
+TEST(Verify, gives_programs_each_finding) {
+    std::string text = log_text("loop/e1");
+    const std::string line = "change ath0 state from 7 to 3";
+    ASSERT_NE(text.find(line), std::string::npos);
+    text.replace(text.find(line), line.size(), "change ath0 state from 7 to 99");
+    const Folder folder;
+    const Result result = run({"verify", "--json", folder.put("n.log", text)});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_THAT(result.out, HasSubstr(R"("node":"n")"));
+    EXPECT_THAT(result.out, HasSubstr(R"("kind":"no_such_state")"));
+    EXPECT_THAT(result.out, HasSubstr(R"("interface":"ath0","from":7,"to":99)"));
+    EXPECT_THAT(result.out, HasSubstr("no state has the number 99"));
+}
+
 TEST(Explain, tells_the_lines_around_a_moment_and_the_rule_behind_them) {
     const Result result = run({"explain", "22:15:06", logs("lost/e1"), "--lines", "200"});
     EXPECT_EQ(result.code, 0) << result.err;
