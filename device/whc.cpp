@@ -44,7 +44,8 @@ void device_backhaul_ap_ul_rate_update(const intf_record* record) {
         if (!file) {
             return;
         }
-        static_cast<void>(std::fread(text.data(), 1, text.size() - 1, file.get()));
+        const size_t length = std::fread(text.data(), 1, text.size() - 1, file.get());
+        text[length] = '\0';
     }
     const int rate = ul_rate_parse(text.data());
     flow_log("%s : ul_rate %d\n", __func__, rate);
