@@ -164,6 +164,7 @@ class Workers:
 def work(place):
     """A worker's process: a mutant a line in, an outcome a line out."""
     copy = tree.Tree(place, tree.ROOT)
+    copy.take()
     copy.update()
     print("{}", flush=True)
     for line in sys.stdin:

@@ -3,6 +3,10 @@
 Runs before every run of mutants, in about a second.
 """
 
+import fcntl
+import os
+import pathlib
+import signal
 import tempfile
 import time
 import unittest
@@ -120,6 +124,18 @@ class Judging(unittest.TestCase):
         beside = 'case $GTEST_FILTER in -*) echo "[  FAILED  ] A.c"; exit 1;; A.c) exit 1;; esac; ' \
             'echo "[ RUN      ] A.b"; sleep 60'
         self.assertEqual(self.judged(beside), ("A.c", ["A.b"]))
+
+    def test_nobody_works_in_a_copy_where_a_compiler_was_left_behind(self):
+        with tempfile.TemporaryDirectory() as folder:
+            first, second = tree.Tree(folder, tree.ROOT), tree.Tree(folder, tree.ROOT)
+            first.take()
+            first.run(["sh", "-c", f"sleep 60 >{folder}/out 2>&1 & echo $! >{folder}/left"])
+            first.lock.close()
+            with self.assertRaises(BlockingIOError):
+                fcntl.flock(second.lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            os.kill(int((pathlib.Path(folder) / "left").read_text()), signal.SIGKILL)
+            second.take()
+            second.lock.close()
 
     def test_the_folder_s_own_tests_come_first(self):
         names = [p.name for p in tree.in_order(tree.test_programs(tree.ROOT), "msg")]

@@ -11,6 +11,7 @@ time limit is tried alone with three times that limit, and if it reaches that to
 """
 
 import dataclasses
+import fcntl
 import hashlib
 import json
 import os
@@ -104,6 +105,13 @@ class Tree:
         self.programs = test_programs(self.root)
         # How long each program takes without a change.
         self.seconds = {}
+        self.notes.mkdir(parents=True, exist_ok=True)
+        self.lock = (self.notes / "lock").open("w")
+
+    def take(self):
+        """Waits until nobody else works in the copy. Whoever stops a run leaves workers and compilers
+        behind, which would put their change beside those of the next run."""
+        fcntl.flock(self.lock, fcntl.LOCK_EX)
 
     # --- The copy and its builds
 
@@ -116,7 +124,6 @@ class Tree:
                                 cwd=self.root, check=True, capture_output=True).stdout
         names = {os.fsdecode(name) for name in listed.split(b"\0") if name}
         names = {name for name in names if (self.root / name).is_file()}
-        self.notes.mkdir(parents=True, exist_ok=True)
         changed = False
         for name in names:
             here, there = self.root / name, self.place / name
@@ -143,7 +150,8 @@ class Tree:
 
     def run(self, words):
         done = subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                              env=self.build_environment(), check=False)
+                              env=self.build_environment(), check=False,
+                              pass_fds=[self.lock.fileno()])
         if done.returncode != 0:
             raise BuildFailed(done.stdout[-4000:])
 

@@ -23,7 +23,6 @@ using testing::Le;
 constexpr char STATUS[] = "/tmp/backhaul_status";
 constexpr char AP_LIST[] = "/tmp/backhaul_ap_list";
 constexpr std::uint32_t HOUR = 3600;
-constexpr std::uint32_t DAY = 24 * HOUR;
 constexpr unsigned LOOKS = 10;
 constexpr long MEMORY_SPARE_KB = 12;
 /// Some come into being late; their names are few.
