@@ -127,15 +127,15 @@ class Judging(unittest.TestCase):
 
     def test_nobody_works_in_a_copy_where_a_compiler_was_left_behind(self):
         with tempfile.TemporaryDirectory() as folder:
-            first, second = tree.Tree(folder, tree.ROOT), tree.Tree(folder, tree.ROOT)
-            first.take()
-            first.run(["sh", "-c", f"sleep 60 >{folder}/out 2>&1 & echo $! >{folder}/left"])
-            first.lock.close()
-            with self.assertRaises(BlockingIOError):
-                fcntl.flock(second.lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
-            os.kill(int((pathlib.Path(folder) / "left").read_text()), signal.SIGKILL)
-            second.take()
-            second.lock.close()
+            copy = tree.Tree(folder, tree.ROOT)
+            copy.take()
+            copy.run(["sh", "-c", f"sleep 60 >{folder}/out 2>&1 & echo $! >{folder}/left"])
+            copy.lock.close()
+            with (copy.notes / "lock").open("w") as other:
+                with self.assertRaises(BlockingIOError):
+                    fcntl.flock(other, fcntl.LOCK_EX | fcntl.LOCK_NB)
+                os.kill(int((pathlib.Path(folder) / "left").read_text()), signal.SIGKILL)
+                fcntl.flock(other, fcntl.LOCK_EX)
 
     def test_the_folder_s_own_tests_come_first(self):
         names = [p.name for p in tree.in_order(tree.test_programs(tree.ROOT), "msg")]

@@ -105,12 +105,13 @@ class Tree:
         self.programs = test_programs(self.root)
         # How long each program takes without a change.
         self.seconds = {}
-        self.notes.mkdir(parents=True, exist_ok=True)
-        self.lock = (self.notes / "lock").open("w")
+        self.lock = None
 
     def take(self):
         """Waits until nobody else works in the copy. Whoever stops a run leaves workers and compilers
         behind, which would put their change beside those of the next run."""
+        self.notes.mkdir(parents=True, exist_ok=True)
+        self.lock = (self.notes / "lock").open("w")
         fcntl.flock(self.lock, fcntl.LOCK_EX)
 
     # --- The copy and its builds
@@ -151,7 +152,7 @@ class Tree:
     def run(self, words):
         done = subprocess.run(words, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
                               env=self.build_environment(), check=False,
-                              pass_fds=[self.lock.fileno()])
+                              pass_fds=[self.lock.fileno()] if self.lock else [])
         if done.returncode != 0:
             raise BuildFailed(done.stdout[-4000:])
 
