@@ -36,7 +36,7 @@ void supervisor_tie(pid_t supervisor) {
 /// Waits until `pid` has ended and returns its status.
 int worker_wait(pid_t pid) {
     int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    while (waitpid(pid, &status, 0) != pid && errno == EINTR) {
     }
     return status;
 }

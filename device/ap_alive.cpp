@@ -45,7 +45,7 @@ void ap_alive_chk(backhaul_ap_check check) {
 }
 
 bool ap_intf_alive(const intf_record* record) {
-    std::array<char, UCI_VALUE_MAX + 1> disabled{};
+    uci_value disabled{};
     wireless_uci_get(record->name.data(), "disabled", disabled);
     if (std::string_view(disabled.data()) == "1") {
         return true;

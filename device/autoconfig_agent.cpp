@@ -71,19 +71,18 @@ bool autoconfig_result_get() {
     bool done = true;
     // Kept from record to record on purpose: an AP without files to test (upper 5 GHz, unknown
     // band) is judged by the results of the one before it.
-    bool output_present = false;
-    bool state_present = false;
+    bool results_present = false;
     for (auto& record : intf_table_walk()) {
         if (record.follow_primary != 0 || !intf_type_is_service_ap(record.type)) {
             continue;
         }
         const autoconfig_row* const row = autoconfig_row_find(record.type, record.band);
         if (row != nullptr && row->output_path != nullptr) {
-            output_present = file_exists(row->output_path);
-            state_present = file_exists(row->state_path);
+            const bool output_present = file_exists(row->output_path);
+            results_present = file_exists(row->state_path) && output_present;
             record.autoconfig_state = output_present;
         }
-        if (!output_present || !state_present) {
+        if (!results_present) {
             done = false;
         }
     }

@@ -32,7 +32,7 @@ constexpr std::array<const char*, 3> HIDDEN_INTF = {"ath22", "ath23", "ath24"};
 void companion_set(intf_record* record, intf_switch on) {
     const char* const name = record->name.data();
     wireless_uci_set(name, "hidden", "1");
-    std::array<char, UCI_VALUE_MAX + 1> disabled{};
+    uci_value disabled{};
     wireless_uci_get(name, "disabled", disabled);
     if (on == INTF_DISABLE) {
         wireless_uci_set(name, "disabled", "1");
@@ -122,7 +122,7 @@ void device_wifi_config_check(int index) {
     bool& reload = runtime.companion_reload[static_cast<size_t>(index)];
     Relaxed<bool>& enabled = runtime.service_ap_enabled[row.enabled_index];
 
-    std::array<char, UCI_VALUE_MAX + 1> disabled{};
+    uci_value disabled{};
     wireless_uci_get(row.reference, "disabled", disabled);
     const intf_record* const companion = intf_find_by_name(row.companion);
     const bool enabled_before = enabled;

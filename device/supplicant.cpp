@@ -15,7 +15,6 @@ namespace {
 
 constexpr size_t SSID_SIZE = 33;
 constexpr size_t AUTH_SIZE = 16;
-constexpr size_t KEY_SIZE = UCI_VALUE_MAX + 1;
 constexpr size_t CONF_PATH_SIZE = sizeof "/tmp/wpa_supplicant-.conf" + INTF_NAME_SIZE;
 /// Holds a status line of 256 characters.
 constexpr size_t STATUS_LINE_SIZE = 257;
@@ -75,7 +74,7 @@ void device_supplicant_conf_write(const intf_record* record, const char* path) {
     const char* const name = record->name.data();
     std::array<char, SSID_SIZE> ssid{};
     std::array<char, AUTH_SIZE> auth{};
-    std::array<char, KEY_SIZE> key{};
+    uci_value key{};
     wireless_uci_get(name, "ssid", ssid);
     wireless_uci_get(name, "auth", auth);
     wireless_uci_get(name, "WPAPSKkey", key);
@@ -129,7 +128,7 @@ void device_sta_intf_ssid_set(const intf_record* record) {
 }
 
 bool device_sta_config_exist(const intf_record* record) {
-    std::array<char, KEY_SIZE> value{};
+    uci_value value{};
     wireless_uci_get(record->name.data(), "ssid", value);
     if (value[0] == '\0') {
         return false;

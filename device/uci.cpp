@@ -22,7 +22,7 @@ void wireless_uci_get(const char* section, const char* option, std::span<char> o
         return;
     }
     // The first word only: a value with blanks ends at its first blank, which callers rely on.
-    std::array<char, UCI_VALUE_MAX + 1> word{};
+    uci_value word{};
     file_first_word(pipe.file(), word);
     const std::string_view value = std::string_view(word.data()).substr(0, out.size() - 1);
     out[value.copy(out.data(), value.size())] = '\0';

@@ -3,11 +3,14 @@
 // Options of the wireless configuration store, through the `uci` tool. Any thread, no lock: two
 // threads that write at the same time commit each other's changes.
 
+#include <array>
 #include <cstddef>
 #include <span>
 
 /// Longest value that is read, without terminator.
 inline constexpr size_t UCI_VALUE_MAX = 64;
+
+using uci_value = std::array<char, UCI_VALUE_MAX + 1>;
 
 /// Reads "wireless.`section`.`option`" into `out`, which is emptied first and cut at out.size() - 1
 /// characters: the first word of the value, empty for an unknown option. Prints a line when no

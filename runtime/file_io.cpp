@@ -35,14 +35,14 @@ FILE* file_open(const char* path, const char* mode) {
 /// A number of the calling thread's own, the same ones in every worker: what a killed worker left
 /// half written is replaced by the next one and does not add up.
 unsigned thread_number() {
-    static std::atomic<unsigned> count{0};
+    static std::atomic<unsigned> count;
     thread_local const unsigned number = count++;
     return number;
 }
 
 uint64_t number_draw() {
     uint64_t number = 0;
-    if (getrandom(&number, sizeof(number), GRND_NONBLOCK) < 0) {
+    if (getrandom(&number, sizeof(number), GRND_NONBLOCK) != ssize_t{sizeof(number)}) {
         return static_cast<uint64_t>(getpid());
     }
     return number;
@@ -64,10 +64,10 @@ int new_file_open(const char* path, file_readers readers, std::span<char> new_pa
         if (length < 0 || static_cast<size_t>(length) >= new_path.size()) {
             return -1;
         }
-        const int fd =
-            open(new_path.data(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
-        if (fd >= 0 || errno != EEXIST) {
-            return fd;
+        Descriptor fd(
+            open(new_path.data(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+        if (fd || errno != EEXIST) {
+            return fd.release();
         }
     }
     return -1;

@@ -21,10 +21,7 @@ public:
     constexpr Relaxed() noexcept = default;
     constexpr Relaxed(T value) noexcept : value_(value) {}
     Relaxed(const Relaxed& other) noexcept : value_(other.get()) {}
-    Relaxed& operator=(const Relaxed& other) noexcept {
-        set(other.get());
-        return *this;
-    }
+    Relaxed& operator=(const Relaxed&) = delete;
     Relaxed& operator=(T value) noexcept {
         set(value);
         return *this;

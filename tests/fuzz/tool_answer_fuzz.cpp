@@ -171,7 +171,7 @@ void first_mac_check(const std::string& answer) {
 void uci_check(const std::string& answer) {
     Word word{};
     word_scan(answer, "%64s", word);
-    std::array<char, UCI_VALUE_MAX + 1> value{};
+    uci_value value{};
     wireless_uci_get("ath0", "ssid", value);
     require(std::strcmp(value.data(), word.data()) == 0, "a value is its first word");
     std::array<char, 16> cut{};
