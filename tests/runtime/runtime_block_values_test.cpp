@@ -8,8 +8,10 @@
 
 namespace {
 
+// The program's own block: no test of this program changes it.
+
 TEST(RuntimeBlock, starts_with_no_descriptor_and_wireless_version_22) {
-    const runtime_block block;
+    const runtime_block& block = runtime;
     EXPECT_EQ(block.netlink_fd, -1);
     EXPECT_EQ(block.fifo_fd, -1);
     EXPECT_EQ(block.msg_fd, -1);
@@ -19,7 +21,7 @@ TEST(RuntimeBlock, starts_with_no_descriptor_and_wireless_version_22) {
 }
 
 TEST(RuntimeBlock, starts_as_an_extender_with_the_default_settings) {
-    const runtime_block block;
+    const runtime_block& block = runtime;
     EXPECT_EQ(block.master, 0);
     EXPECT_EQ(block.backhaul_ap_enable, 0);
     EXPECT_EQ(block.b_arg, nullptr);
@@ -30,7 +32,7 @@ TEST(RuntimeBlock, starts_as_an_extender_with_the_default_settings) {
 }
 
 TEST(RuntimeBlock, starts_with_all_shared_state_empty) {
-    const runtime_block block;
+    const runtime_block& block = runtime;
     EXPECT_EQ(block.approval_changed, 0);
     EXPECT_EQ(block.ap_list_head, nullptr);
     EXPECT_EQ(block.ap_list_tail, nullptr);
