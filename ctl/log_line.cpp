@@ -25,6 +25,18 @@ int two_digits(std::string_view text, size_t at) {
     return (high - '0') * 10 + (low - '0');
 }
 
+/// Four figures as a year; 0, which is none, when they are no figures.
+int year_read(std::string_view text, size_t at) {
+    int year = 0;
+    for (const char c : std::string_view(text.data() + at, 4)) {
+        if (c < '0' || c > '9') {
+            return 0;
+        }
+        year = year * 10 + (c - '0');
+    }
+    return year;
+}
+
 int month_find(std::string_view text) {
     const auto* const found = std::ranges::find(MONTHS, text);
     return found == MONTHS.end() ? 0 : static_cast<int>(found - MONTHS.begin()) + 1;
@@ -60,9 +72,8 @@ int64_t ctime_read(std::string_view text) {
     const int month = month_find({text.data() + 4, 3});
     const int day = two_digits(text, 8);
     const int of_day = day_seconds_read({text.data() + 11, 8});
-    const int century = two_digits(text, 20);
-    const int year = century * 100 + two_digits(text, 22);
-    if (of_day < 0 || century < 0 || !date_exists(year, month, day)) {
+    const int year = year_read(text, 20);
+    if (of_day < 0 || !date_exists(year, month, day)) {
         return LOG_TIME_NONE;
     }
     return log_time_make(year, month, day, of_day);
@@ -180,12 +191,11 @@ bool log_time_parse(std::string_view text, int64_t day_of, int64_t& moment) {
         (text[10] != ' ' && text[10] != 'T')) {
         return false;
     }
-    const int century = two_digits(text, 0);
-    const int year = century * 100 + two_digits(text, 2);
+    const int year = year_read(text, 0);
     const int month = two_digits(text, 5);
     const int day = two_digits(text, 8);
     const int of_day = day_seconds_read(text_from(text, 11));
-    if (century < 0 || of_day < 0 || !date_exists(year, month, day)) {
+    if (of_day < 0 || !date_exists(year, month, day)) {
         return false;
     }
     moment = log_time_make(year, month, day, of_day);

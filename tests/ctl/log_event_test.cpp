@@ -85,9 +85,34 @@ TEST(LogEvent, does_not_take_what_only_looks_alike) {
           "backhaul_intf_state_change : change ath0 state from x to 16",
           "backhaul_intf_state_change : change a_name_of_sixteen state from 3 to 4",
           "Connect with : 02:00:00:00:01:0", "Connect with : 02:00:00:00:01:0g", "restart hyd now",
-          "", "INIT"}) {
+          "", "INIT", "Connect with : 02-00:00:00:01:04", "Connect with : 02:00:00:00:01:0/",
+          "Connect with : 02:00:00:00:01:0`", "Connect with : 02:00:00:00:01:0:",
+          "Connect with : 02:00:00:00:01:0@", "Connect with : 02:00:00:00:01:04 ",
+          "wifi_slave_event_process : ifname  event 1", "wifi_slave_event_process : ifname ath0",
+          "wifi_slave_event_process : ifname ath0\x7f event 1"}) {
         EXPECT_EQ(log_event_read(text).row, nullptr) << text;
     }
+}
+
+TEST(LogEvent, says_what_is_dispatched) {
+    const std::string text = "wifi_slave_event_process : ifname ath0 event ";
+    EXPECT_EQ(words_of(text + "0"), "ath0: it is to start");
+    EXPECT_EQ(words_of(text + "1"), "ath0: it has associated");
+    EXPECT_EQ(words_of(text + "2"), "ath0: it has lost its AP");
+    EXPECT_EQ(words_of(text + "5"), "ath0: its time is up");
+    EXPECT_EQ(words_of(text + "6"), "ath0: the agent is done");
+    EXPECT_EQ(words_of(text + "7"), "ath0: it is to move to a better AP");
+    EXPECT_EQ(words_of(text + "9"), "ath0: an event of no meaning");
+    EXPECT_EQ(
+        words_of("Connect with : 0A:bC:dE:0f:99:04").find("0A:bC:dE:0f:99:04") == std::string::npos,
+        false);
+}
+
+TEST(LogEvent, cuts_words_to_the_room_for_them) {
+    const std::string text = "wifi_slave_event_process : ifname ath0 event 0";
+    std::array<char, 9> room{};
+    log_event_words(log_event_read(text), text, room);
+    EXPECT_STREQ(room.data(), "ath0: it");
 }
 
 TEST(LogEvent, shows_an_unknown_text_without_its_control_characters) {

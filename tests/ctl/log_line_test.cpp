@@ -33,10 +33,35 @@ TEST(LogLine, reads_a_day_of_one_figure_and_a_leap_day) {
 TEST(LogLine, takes_nothing_that_is_no_entry) {
     log_dates dates;
     log_entry entry;
-    for (const char* const line :
-         {"", "restart hyd", "Tue Nov 14 22:13:20 2023 ; x", "Tue Nov 31 22:13:20 2023 : x",
-          "Tue Feb 29 22:13:20 2023 : x", "Tue Nov 14 24:13:20 2023 : x",
-          "Xue Nov 14 22:13:20 2023 : x", "Tue Nov 14 22:13:20 2023 :"}) {
+    for (const char* const line : {"",
+                                   "restart hyd",
+                                   "Tue Nov 14 22:13:20 2023 ; x",
+                                   "Tue Nov 31 22:13:20 2023 : x",
+                                   "Tue Feb 29 22:13:20 2023 : x",
+                                   "Tue Nov 14 24:13:20 2023 : x",
+                                   "Xue Nov 14 22:13:20 2023 : x",
+                                   "Tue Nov 14 22:13:20 2023 :",
+                                   "Tue Nov 14 22:13:20 2023: :x",
+                                   "Tue Nov 14 22:13:20 2023 :xx",
+                                   "Tue-Nov 14 22:13:20 2023 : x",
+                                   "Tue Nov-14 22:13:20 2023 : x",
+                                   "Tue Nov 14-22:13:20 2023 : x",
+                                   "Tue Nov 14 22:13:20-2023 : x",
+                                   "Tue Nox 14 22:13:20 2023 : x",
+                                   "Tue Nov  0 22:13:20 2023 : x",
+                                   "Tue Nov x4 22:13:20 2023 : x",
+                                   "Tue Nov 1/ 22:13:20 2023 : x",
+                                   "Tue Nov 14 22-13:20 2023 : x",
+                                   "Tue Nov 14 22:13-20 2023 : x",
+                                   "Tue Nov 14 22:60:20 2023 : x",
+                                   "Tue Nov 14 22:13:61 2023 : x",
+                                   "Tue Nov 14 2x:13:20 2023 : x",
+                                   "Tue Nov 14 22:x3:20 2023 : x",
+                                   "Tue Nov 14 22:13:x0 2023 : x",
+                                   "Tue Nov 14 22:13:20 x023 : x",
+                                   "Tue Nov 14 22:13:20 202x : x",
+                                   "Tue Nov 14 22:13:20 1969 : x",
+                                   "Wed Feb 29 22:13:20 2100 : x"}) {
         EXPECT_FALSE(log_line_read(line, dates, entry)) << line;
     }
 }
@@ -74,8 +99,28 @@ TEST(LogTime, reads_what_people_type) {
 }
 
 TEST(LogTime, refuses_what_is_no_time) {
-    for (const char* const text : {"", "now", "25:00", "2023-13-14 22:13:20", "2023-11-14",
-                                   "22:13:20 x", "2023-11-14 22:13:2x"}) {
+    for (const char* const text : {"",
+                                   "now",
+                                   "25:00",
+                                   "2023-13-14 22:13:20",
+                                   "2023-11-14",
+                                   "22:13:20 x",
+                                   "2023-11-14 22:13:2x",
+                                   "2023x11-14 22:13:20",
+                                   "2023-11x14 22:13:20",
+                                   "2023-11-14x22:13:20",
+                                   "xx23-11-14 22:13:20",
+                                   "20xx-11-14 22:13:20",
+                                   "2023-xx-14 22:13:20",
+                                   "2023-11-xx 22:13:20",
+                                   "2023-11-14 22-13:20",
+                                   "2023-11-14 22:13-20",
+                                   "22x13",
+                                   "2x:13",
+                                   "22:1x",
+                                   "22:13x20",
+                                   "22:13:2x",
+                                   "Tue Nov 99 22:13:20 2023"}) {
         EXPECT_EQ(parsed(text), LOG_TIME_NONE) << text;
     }
     EXPECT_EQ(parsed("22:13", LOG_TIME_NONE), LOG_TIME_NONE);
@@ -87,6 +132,7 @@ TEST(LogTime, prints_moments_and_lengths_for_people) {
     EXPECT_STREQ(log_length_text(0).data(), "0 s");
     EXPECT_STREQ(log_length_text(180).data(), "3 min");
     EXPECT_STREQ(log_length_text(185).data(), "3 min 5 s");
+    EXPECT_STREQ(log_length_text(7200).data(), "2 h");
     EXPECT_STREQ(log_length_text(7800).data(), "2 h 10 min");
     EXPECT_STREQ(log_length_text(4 * 86400 + 3 * 3600).data(), "4 d 3 h");
 }

@@ -48,6 +48,9 @@ protected:
         change(end, "ath0", 3, 4);
         change(end, "ath0", 4, 7);
     }
+    const std::string& log() const {
+        return log_;
+    }
     void raw(const std::string& text) {
         log_ += text;
     }
@@ -213,6 +216,80 @@ TEST_F(AnswerTest, is_a_document_whatever_bytes_a_log_holds) {
         }
         EXPECT_EQ(last["text"], one.told);
     }
+}
+
+/// A node's files beside its log.
+class StatusAnswer : public AnswerTest {
+protected:
+    json status(const std::vector<std::string>& words = {}) {
+        node.put("var/log/backhaul_flow_log", log());
+        std::vector<std::string> all = {"status", "--json", "--root", node.path()};
+        all.insert(all.end(), words.begin(), words.end());
+        json parsed = json::parse(run(all).out, nullptr, false);
+        EXPECT_FALSE(parsed.is_discarded());
+        return parsed;
+    }
+    std::string text() {
+        node.put("var/log/backhaul_flow_log", log());
+        return run({"status", "--root", node.path()}).out;
+    }
+
+    Folder node;
+};
+
+TEST_F(StatusAnswer, has_what_the_nodes_files_say) {
+    node.put("tmp/wifi_if_profile",
+             "ath0 BACKHAUL_STA 5 1 0\nath1 BACKHAUL_STA 2 2 0\n"
+             "ath10 MAIN_SERVICE_AP 5 3 0\neth ETHERNET 0 4 0\n");
+    node.put("tmp/rootap_ip", "192.168.1.1\n");
+    node.put("tmp/rootdistance", "1\n");
+    node.put("tmp/backhaul_status", "ready\n");
+    node.put("tmp/backhaul_type", "wifi\n");
+    node.put("proc/net/arp",
+             "IP address HW type Flags HW address Mask Device\n"
+             "192.168.1.9 0x1 0x0 00:00:00:00:00:00 * br-lan\n"
+             "192.168.1.1 0x1 0x2 02:00:00:00:00:01 * br-lan\n");
+    ready();
+    say(30, "backhaul_notification_recv : recv CHECK_VALID_REPLY from 192.168.1.1");
+    for (int64_t time = 31; time < 45; ++time) {
+        say(time, "dev_intf_enable_set : wpa_cli fail, try again");
+    }
+    const json told = status();
+    EXPECT_EQ(told["ready"], true);
+    EXPECT_EQ(told["uplink"], "ath0");
+    EXPECT_EQ(told["hops"], "1");
+    EXPECT_EQ(told["root"], "192.168.1.1");
+    EXPECT_EQ(told["root_heard"], "2023-11-14 22:00:30");
+    EXPECT_EQ(told["error"]["times"], 14);
+    EXPECT_EQ(told["error"]["seconds"], 13);
+    ASSERT_EQ(told["interfaces"].size(), 3U);
+    EXPECT_EQ(told["interfaces"][0]["losses"], 0);
+    EXPECT_TRUE(told["backup"].is_null());
+    const std::string shown = text();
+    EXPECT_THAT(shown, HasSubstr("it admitted this node; its announcements leave no line), the "
+                                 "kernel knows its hardware address"));
+    EXPECT_THAT(shown, HasSubstr("file       backhaul_status says \"ready\", backhaul_type "
+                                 "\"wifi\""));
+}
+
+TEST_F(StatusAnswer, of_a_root_counts_its_extenders) {
+    node.put("tmp/backhaul_ap_list", "02:00:00:00:01:01 1\n\n02:00:00:00:02:01 1\n");
+    say(0, "<-- backhaul_monitor start -->");
+    EXPECT_THAT(text(), HasSubstr("extenders  2 on the root's list"));
+    const json told = status();
+    EXPECT_EQ(told["ready"], false);
+    EXPECT_TRUE(told["uplink"].is_null());
+    EXPECT_TRUE(told["error"].is_null());
+    EXPECT_EQ(told["interfaces"].size(), 0U);
+}
+
+TEST_F(StatusAnswer, does_not_know_the_losses_of_a_log_that_begins_late) {
+    change(50, "ath0", 7, 3);
+    const json told = status();
+    EXPECT_TRUE(told["interfaces"][0]["losses"].is_null());
+    EXPECT_EQ(told["interfaces"][0]["waits_for"], "an AP until 22:03:51");
+    EXPECT_TRUE(told["root"].is_null());
+    EXPECT_TRUE(told["root_heard"].is_null());
 }
 
 TEST(SendAnswer, tells_a_program_what_became_of_the_word) {
