@@ -92,13 +92,21 @@ size_t closing_find(std::string_view text) {
     return 0;
 }
 
+/// What a name may stand between.
+constexpr std::string_view QUOTES = "\"'`[";
+
 /// The words of a table's definition, which the database holds as text, behind "CREATE TABLE NAME".
 bool table_has(std::string_view all, const char* table, const char* column, bool& found) {
-    std::array<char, 64> begin{};
-    std::snprintf(begin.data(), begin.size(), "CREATE TABLE %s", table);
-    for (size_t at = all.find(begin.data()); at != std::string_view::npos;
-         at = all.find(begin.data(), at + 1)) {
-        std::string_view rest = text_from(all, at + std::strlen(begin.data()));
+    constexpr std::string_view BEGIN = "CREATE TABLE ";
+    const std::string_view name(table);
+    for (size_t at = all.find(BEGIN); at != std::string_view::npos; at = all.find(BEGIN, at + 1)) {
+        std::string_view rest = text_from(all, at + BEGIN.size());
+        const bool quoted = !rest.empty() && QUOTES.find(rest[0]) != std::string_view::npos;
+        rest.remove_prefix(quoted ? 1 : 0);
+        if (!rest.starts_with(name)) {
+            continue;
+        }
+        rest.remove_prefix(name.size());
         const size_t open = rest.find('(');
         if (open > 3) {
             continue;
