@@ -42,6 +42,31 @@ TEST_F(StoreTest, warns_of_a_station_without_name_or_key) {
     expect_weak("store.ssid", "wireless.ath0 has no ssid");
 }
 
+TEST_F(StoreTest, counts_the_sections_without_a_name) {
+    const std::string nameless = "config wifi-iface\n\toption ssid 'x'\n\n";
+    image.put("etc/config/wireless", wireless() + nameless);
+    expect_stop("store.anonymous", "1 anonymous wifi-iface section in");
+    image.put("etc/config/wireless", wireless() + nameless + "config other\n\n" + nameless);
+    expect_stop("store.anonymous", "2 anonymous wifi-iface sections in");
+}
+
+TEST_F(StoreTest, lets_a_follower_be_off_after_the_agent_has_answered) {
+    image.put("tmp/vl1905/vl1905WIFIState_5G", "");
+    change("ath22", "disabled '0'", "disabled '1'");
+    EXPECT_THAT(run({"check", "--root", image.path()}).out, Not(HasSubstr("store.agent")));
+    change("ath10", "disabled '0'", "disabled '1'");
+    expect_stop("store.agent", "wireless.ath10 is disabled although");
+}
+
+TEST_F(StoreTest, warns_of_an_ap_for_extenders_without_a_name) {
+    image.put("tmp/wifi_if_profile", with(ctl_test::PROFILE, "ath20 BACKHAUL_AP 5h 0 0\n",
+                                          "ath20 BACKHAUL_AP 5h 0 0\nath21 BACKHAUL_AP 5l 0 0\n"));
+    image.put("etc/config/wireless",
+              wireless() + with(section("ath21"), "\toption ssid 'mesh-backhaul'\n", ""));
+    EXPECT_THAT(run({"check", "--root", image.path()}).out,
+                HasSubstr("wireless.ath21 has no ssid"));
+}
+
 TEST_F(StoreTest, finds_each_letter_that_is_read_otherwise) {
     for (const std::string letter : {"$", "`", "\"", "\\"}) {
         change("ath20", "'a-good-key'", "'a" + letter + "key'");
