@@ -51,7 +51,13 @@ void next_words_check(const std::string& bytes) {
     for (;;) {
         Word wanted{};
         word.fill('\0');
-        const bool is_scanned = std::fscanf(library.get(), "%511s", wanted.data()) == 1;
+        int begin = 0;
+        int end = 0;
+        const bool is_scanned =
+            std::fscanf(library.get(), " %n%511s%n", &begin, wanted.data(), &end) == 1;
+        if (is_scanned && static_cast<size_t>(end - begin) + 1 >= wanted.size()) {
+            return;  // longer than scanf's room: it would go on within the word
+        }
         const bool goes_on = is_scanned && std::feof(library.get()) == 0;
         const word_result result = file_next_word(ours.get(), word);
         require((result == word_result::word) == goes_on && result != word_result::failed,
@@ -60,9 +66,6 @@ void next_words_check(const std::string& bytes) {
             return;
         }
         require(std::strcmp(word.data(), wanted.data()) == 0, "the next word is scanf's");
-        if (std::strlen(wanted.data()) + 1 >= wanted.size()) {
-            return;  // longer than scanf's room: it would go on within the word
-        }
     }
 }
 
