@@ -9,7 +9,7 @@
 
 /// Longest value that is read, without terminator.
 inline constexpr size_t UCI_VALUE_MAX = 64;
-
+/// Room for any value, with its terminator.
 using uci_value = std::array<char, UCI_VALUE_MAX + 1>;
 
 /// Reads "wireless.`section`.`option`" into `out`, which is emptied first and cut at out.size() - 1

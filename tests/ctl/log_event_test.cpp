@@ -103,9 +103,8 @@ TEST(LogEvent, says_what_is_dispatched) {
     EXPECT_EQ(words_of(text + "6"), "ath0: the agent is done");
     EXPECT_EQ(words_of(text + "7"), "ath0: it is to move to a better AP");
     EXPECT_EQ(words_of(text + "9"), "ath0: an event of no meaning");
-    EXPECT_EQ(
-        words_of("Connect with : 0A:bC:dE:0f:99:04").find("0A:bC:dE:0f:99:04") == std::string::npos,
-        false);
+    EXPECT_NE(words_of("Connect with : 0A:bC:dE:0f:99:04").find("0A:bC:dE:0f:99:04"),
+              std::string::npos);
 }
 
 TEST(LogEvent, cuts_words_to_the_room_for_them) {

@@ -100,11 +100,8 @@ protected:
 };
 
 TEST_F(OutageTest, began_with_the_cable) {
-    say(0, "<-- backhaul_monitor start -->");
-    change(1, "eth", 13, 14);
-    change(4, "eth", 14, 15);
-    say(100, "wifi_backhaul_recover : Enter");
-    change(100, "eth", 15, 13);
+    wired();
+    unplug(100);
     EXPECT_EQ(told.counts().cable_out, 1U);
     EXPECT_EQ(words_until_ready(), "the cable was pulled; ready again over ath1");
 }

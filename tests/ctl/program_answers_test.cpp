@@ -8,10 +8,12 @@
 
 #include <array>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
+#include <vector>
 
-#include "ctl/log_line.h"
 #include "tests/ctl/ctl_program.h"
+#include "tests/ctl/story_fixture.h"
 
 namespace {
 
@@ -23,25 +25,15 @@ using testing::HasSubstr;
 using testing::Not;
 
 /// The log of a node, line by line; times are seconds since 2023-11-14 22:00:00.
-class AnswerTest : public testing::Test {
+class AnswerTest : public ctl_test::NodeLog {
 protected:
-    void say(int64_t time, const std::string& text) {
+    void say(int64_t time, const std::string& text) override {
         std::array<char, 64> date{};
         const time_t moment = 1700000000 - 800 + time;
         tm parts{};
         gmtime_r(&moment, &parts);
         std::strftime(date.data(), date.size(), "%a %b %e %H:%M:%S %Y", &parts);
         log_ += std::string(date.data()) + " : " + text + "\n";
-    }
-    void change(int64_t time, const std::string& name, int from, int to) {
-        say(time, "backhaul_intf_state_change : change " + name + " state from " +
-                      std::to_string(from) + " to " + std::to_string(to));
-    }
-    void ready() {
-        say(0, "<-- backhaul_monitor start -->");
-        change(1, "ath0", 0, 3);
-        change(4, "ath0", 3, 4);
-        change(20, "ath0", 4, 7);
     }
     void outage(int64_t begin, int64_t end) {
         change(begin, "ath0", 7, 3);

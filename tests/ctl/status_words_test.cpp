@@ -100,11 +100,8 @@ TEST_F(StatusWords, tell_the_cable_that_carries_the_uplink) {
 }
 
 TEST_F(StatusWords, advise_by_the_cause_of_the_outage) {
-    say(0, "<-- backhaul_monitor start -->");
-    change(1, "eth", 13, 14);
-    change(4, "eth", 14, 15);
-    say(100, "wifi_backhaul_recover : Enter");
-    change(100, "eth", 15, 13);
+    wired();
+    unplug(100);
     EXPECT_THAT(headline(), StartsWith("OUT since 1970-01-01 00:01:40 (0 s); it began when the "
                                        "cable was pulled; look at the cable"));
 }

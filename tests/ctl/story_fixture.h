@@ -24,13 +24,11 @@ struct Heard final : story_listener {
     std::vector<std::string> dropped;
 };
 
-// A node's log, line by line.
-class StoryTest : public testing::Test {
+// A node's log that a test makes up, line by line.
+class NodeLog : public testing::Test {
 protected:
-    void say(int64_t time, const std::string& text) {
-        const log_entry entry{time, text, text};
-        told.feed(entry, log_event_read(text));
-    }
+    virtual void say(int64_t time, const std::string& text) = 0;
+
     void change(int64_t time, const std::string& name, int from, int to) {
         say(time, "backhaul_intf_state_change : change " + name + " state from " +
                       std::to_string(from) + " to " + std::to_string(to));
@@ -41,6 +39,25 @@ protected:
         change(1, "ath0", 0, 3);
         change(4, "ath0", 3, 4);
         change(20, "ath0", 4, 7);
+    }
+    /// A cable that is ready since second 4.
+    void wired() {
+        say(0, "<-- backhaul_monitor start -->");
+        change(1, "eth", 13, 14);
+        change(4, "eth", 14, 15);
+    }
+    void unplug(int64_t time) {
+        say(time, "wifi_backhaul_recover : Enter");
+        change(time, "eth", 15, 13);
+    }
+};
+
+// What is told of such a log.
+class StoryTest : public NodeLog {
+protected:
+    void say(int64_t time, const std::string& text) override {
+        const log_entry entry{time, text, text};
+        told.feed(entry, log_event_read(text));
     }
     void lose(int64_t time) {
         say(time, "Disconnect with : 02:00:00:00:01:04");
